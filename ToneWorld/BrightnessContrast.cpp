@@ -1,0 +1,88 @@
+#include "ToneWorld/BrightnessContrast.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Sources/Support/Truncate.h"
+#include "ToneWorld/Property.h"
+
+namespace {
+
+using platen::Truncate;
+
+constexpr std::uint32_t kType = platen::FourCharacterCode("BrCn");
+constexpr std::uint32_t kBrightness = platen::FourCharacterCode("briT");
+constexpr std::uint32_t kContrast = platen::FourCharacterCode("conT");
+
+using Mapping = std::array<std::int32_t, 256>;
+
+// Table steps of an amount's magnitude: 100 is 127.
+std::int32_t Steps(std::int32_t magnitude) {
+    return Truncate<std::int32_t>(magnitude * 1.27);
+}
+
+Mapping BrightnessMapping(std::int32_t brightness) {
+    const std::int32_t shift = brightness > 0 ? Steps(brightness) : -Steps(-brightness);
+    Mapping mapping;
+    for (std::int32_t i = 0; i < 256; ++i) {
+        mapping[static_cast<std::size_t>(i)] = std::clamp(i + shift, 0, 255);
+    }
+    return mapping;
+}
+
+Mapping SpreadMapping(std::int32_t k) {
+    const double scale = 255.0 / (255.0 - 2 * k);
+    Mapping mapping;
+    for (std::int32_t i = 0; i < 256; ++i) {
+        const double x = i <= k ? 0.0 : (i - k) * scale;
+        mapping[static_cast<std::size_t>(i)] = x < 255.0 ? Truncate<std::int32_t>(x) : 255;
+    }
+    return mapping;
+}
+
+Mapping SqueezeMapping(std::int32_t k) {
+    const double scale = (255.0 - 2 * k) / 255.0;
+    Mapping mapping;
+    for (std::int32_t i = 0; i < 256; ++i) {
+        mapping[static_cast<std::size_t>(i)] = std::clamp(Truncate<std::int32_t>(i * scale + k), 0, 255);
+    }
+    return mapping;
+}
+
+bool InRange(std::int32_t amount) {
+    return amount >= -100 && amount <= 100;
+}
+
+}  // namespace
+
+std::int32_t SetupBrightnessContrastOperation(_SToneOperation* op) {
+    if (op == nullptr) {
+        return platen::kToneNullOperation;
+    }
+    if (platen::BeginSetup(op, kType, ApplyBrightnessContrast) != platen::kToneDone) {
+        return platen::kToneOutOfMemory;
+    }
+    platen::AddDefault(op, kBrightness, std::int32_t{0});
+    platen::AddDefault(op, kContrast, std::int32_t{0});
+    return platen::kToneDone;
+}
+
+std::int32_t ApplyBrightnessContrast(_SToneOperation* op, _SToneCurve* curve) {
+    const auto brightness = platen::PropertyOr(op, kBrightness, std::int32_t{0});
+    const auto contrast = platen::PropertyOr(op, kContrast, std::int32_t{0});
+    if (!InRange(brightness) || !InRange(contrast)) {
+        return platen::kToneOutOfRange;
+    }
+    if (brightness != 0) {
+        platen::MapTables(curve, BrightnessMapping(brightness));
+    }
+    if (curve->depth != 24 && curve->depth != 8) {
+        return platen::kToneDone;
+    }
+    if (contrast > 0) {
+        platen::MapTables(curve, SpreadMapping(Steps(contrast)));
+    } else if (contrast < 0) {
+        platen::MapTables(curve, SqueezeMapping(Steps(-contrast)));
+    }
+    return platen::kToneDone;
+}

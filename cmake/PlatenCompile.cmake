@@ -1,0 +1,43 @@
+# Flags for every target of the tree. The floating-point flags are part of the results: without them two
+# machines can differ in the last bit, and a truncated table entry then differs by one.
+
+add_compile_options(-ffp-contract=off)
+if(CMAKE_CXX_FLAGS MATCHES "-ffast-math|-Ofast")
+  message(FATAL_ERROR "platen: -ffast-math and -Ofast change results and are not supported")
+endif()
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86|x86_64|AMD64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_options(-msse2 -mfpmath=sse)  # x87 registers would round twice
+endif()
+
+if(PLATEN_SANITIZE STREQUAL "asan-ubsan")
+  add_compile_options(-fsanitize=address,undefined,float-cast-overflow,float-divide-by-zero
+    -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+elseif(PLATEN_SANITIZE STREQUAL "tsan")
+  add_compile_options(-fsanitize=thread)
+  add_link_options(-fsanitize=thread)
+elseif(PLATEN_SANITIZE STREQUAL "msan")
+  add_compile_options(-fsanitize=memory -fsanitize-memory-track-origins -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=memory)
+elseif(NOT PLATEN_SANITIZE STREQUAL "")
+  message(FATAL_ERROR "PLATEN_SANITIZE is '${PLATEN_SANITIZE}'; allowed: asan-ubsan, tsan, msan, or empty")
+endif()
+
+if(PLATEN_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()
+
+if(PLATEN_LIBFUZZER)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+# Warnings for one target.
+function(platen_compile_options target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow -Wdouble-promotion
+    $<$<BOOL:${PLATEN_WERROR}>:-Werror>)
+  if(PLATEN_REFERENCE_KERNELS)
+    target_compile_definitions(${target} PRIVATE PLATEN_REFERENCE_KERNELS)
+  endif()
+endfunction()

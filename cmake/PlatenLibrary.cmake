@@ -1,0 +1,35 @@
+# The objects, made once; the shared and the static library from them.
+# The library folders add their sources to platen-objects and their headers with platen_public_headers.
+
+add_library(platen-objects OBJECT)
+target_include_directories(platen-objects PUBLIC ${PROJECT_SOURCE_DIR})
+platen_compile_options(platen-objects)
+
+set(PLATEN_EXPORT_MAP ${PROJECT_SOURCE_DIR}/packaging/platen.map)
+
+add_library(platen SHARED $<TARGET_OBJECTS:platen-objects>)
+add_library(platen::platen ALIAS platen)
+set_target_properties(platen PROPERTIES
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR}
+  LINK_DEPENDS ${PLATEN_EXPORT_MAP})
+target_link_options(platen PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${PLATEN_EXPORT_MAP})
+if(NOT PLATEN_SANITIZE AND NOT PLATEN_LIBFUZZER)
+  target_link_options(platen PRIVATE -Wl,--no-undefined)
+endif()
+
+add_library(platen-static STATIC $<TARGET_OBJECTS:platen-objects>)
+add_library(platen::platen-static ALIAS platen-static)
+set_target_properties(platen-static PROPERTIES OUTPUT_NAME platen)
+
+foreach(library platen platen-static)
+  target_compile_features(${library} INTERFACE cxx_std_20)
+  set_target_properties(${library} PROPERTIES LINKER_LANGUAGE CXX)
+endforeach()
+
+# Headers that are installed, with their folders, below include/platen.
+function(platen_public_headers)
+  foreach(library platen platen-static)
+    target_sources(${library} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARGN})
+  endforeach()
+endfunction()
