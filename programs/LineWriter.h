@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "programs/ImageInfo.h"
+#include "programs/LineReader.h"
+
+namespace platen_tool {
+
+struct WriteOptions {
+    std::optional<Container> container;  // where absent: from the path's ending, for "-" the input's container
+    Container inputContainer = Container::kPnm;
+    int tiffCompression = 0;  // 0: the container's usual one for the layout; else a TIFF compression tag
+    int jpegQuality = 92;
+    bool strictStream = false;
+    bool force = false;  // overwrite an existing file
+};
+
+// Writes an image file line by line. The file appears under its name only when Commit has succeeded: until then
+// its bytes go to a temporary name in the same folder, which the destructor removes.
+//
+//   auto writer = OpenWriter("page.png", options);
+//   writer->BeginPage(info);
+//   for (y = 0; y < info.height; ++y) writer->WriteLine(line);
+//   writer->EndPage();
+//   writer->Commit();
+class LineWriter {
+  public:
+    virtual ~LineWriter() = default;
+
+    // Begins a page. A second page is an Error (kUnsupported) for containers that hold one image only. A layout
+    // that the container lacks is an Error (kUnsupported) that says which containers have it. Height 0 (not
+    // known yet) is written as it goes where the container allows, spooled or refused elsewhere.
+    virtual void BeginPage(const ImageInfo& info) = 0;
+
+    // Takes the next line, in the form that ImageInfo describes.
+    virtual void WriteLine(const std::uint8_t* line) = 0;
+
+    // Ends the page; fewer lines than BeginPage announced is an Error.
+    virtual void EndPage() = 0;
+
+    // Flushes, checks that everything reached the disk, and gives the file its name.
+    virtual void Commit() = 0;
+
+    virtual std::string Notice() const {
+        return {};
+    }
+};
+
+// Opens an output; "-" is standard output. Nothing is written before BeginPage.
+std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options);
+
+// The container that a path's ending names ("page.png"), or nothing.
+std::optional<Container> ContainerFromPath(const std::string& path);
+
+}  // namespace platen_tool
