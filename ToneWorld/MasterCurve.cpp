@@ -94,9 +94,13 @@ MasterCurve PolylineMaster(const ControlPoints& points) {
     return master;
 }
 
-MasterCurve GammaMaster(std::int32_t strength) {
+double CurveGamma(std::int32_t strength) {
     const auto steps = Truncate<std::int32_t>(strength * 1.13);
-    const double gamma = std::tan(((steps + 127) + 0.0) / 255.0 * 3.141592 / 2.0);
+    return std::tan(((steps + 127) + 0.0) / 255.0 * 3.141592 / 2.0);
+}
+
+MasterCurve GammaMaster(std::int32_t strength) {
+    const double gamma = CurveGamma(strength);
     MasterCurve master;
     for (std::size_t i = 0; i < master.size(); ++i) {
         const double x = (static_cast<double>(i) + 0.0) / 255.0;

@@ -29,7 +29,10 @@ MasterCurve SplineMaster(const ControlPoints& points);
 // or fractions) stay the identity's.
 MasterCurve PolylineMaster(const ControlPoints& points);
 
-// A gamma curve, strength -100 to 100; positive ones brighten.
+// The gamma of a strength from -100 to 100: below 1 it darkens, above 1 it brightens.
+double CurveGamma(std::int32_t strength);
+
+// The curve with that gamma.
 MasterCurve GammaMaster(std::int32_t strength);
 
 }  // namespace platen
