@@ -217,8 +217,8 @@ TEST(Hsv, SaturationMinus100MakesEveryPixelGrey) {
 }
 
 TEST(Hsv, SaturationPlus100DoublesTheChroma) {
-    // l = 96 / 255, s = 64 / 192, doubled 2 / 3: q and p are 160 / 255 and 32 / 255, but the double product falls just
-    // short of 160 and is truncated.
+    // l = 96 / 255, s = 64 / 192, doubled 2 / 3: q and p are 160 / 255 and 32 / 255, but the double product falls
+    // just short of 160 and is truncated.
     EXPECT_EQ((Bytes{159, 32, 96}), Adjusted(0, 100, 0, {128, 64, 96}));
 }
 
