@@ -13,13 +13,19 @@ struct SharpImage {
     int samples;  // per pixel
     std::vector<std::uint8_t> bytes;
 
-    SharpImage(int w, int h, int s) : width(w), height(h), samples(s), bytes(std::size_t(w) * h * s) {}
+    SharpImage(int w, int h, int s)
+        : width(w), height(h), samples(s), bytes(static_cast<std::size_t>(std::int64_t{w} * h * s)) {}
 
     std::uint8_t& At(int x, int y, int sample) {
-        return bytes[(std::size_t(y) * width + x) * samples + sample];
+        return bytes[Index(x, y, sample)];
     }
     int At(int x, int y, int sample) const {
-        return bytes[(std::size_t(y) * width + x) * samples + sample];
+        return bytes[Index(x, y, sample)];
+    }
+
+  private:
+    std::size_t Index(int x, int y, int sample) const {
+        return static_cast<std::size_t>((std::int64_t{y} * width + x) * samples + sample);
     }
 };
 
