@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "support/Random.h"
 
 // What the scaler must give, worked out from geometry for whole images at once: no streaming, no doubles, and
 // nothing shared with the library but the record's fields. All values are exact in 64 bits.
@@ -195,33 +194,6 @@ inline std::vector<std::uint8_t> PackLine(const ZoomCase& c, const ZoomLine& lin
         }
     }
     return bytes;
-}
-
-enum class ZoomContent { kRandom, kExtreme, kGradient };
-
-inline ZoomImage MakeImage(const ZoomCase& c, ZoomContent content, Random& random) {
-    const std::uint32_t top = c.Wide() ? 65535 : 255;
-    ZoomImage image(static_cast<std::size_t>(c.srcHeight));
-    std::uint32_t step = 0;
-    for (ZoomLine& line : image) {
-        line.resize(static_cast<std::size_t>(c.srcWidth) * static_cast<std::size_t>(c.Samples()));
-        for (std::uint16_t& sample : line) {
-            std::uint32_t value = 0;
-            if (content == ZoomContent::kGradient && c.format != 1) {
-                value = step++ * (c.Wide() ? 257 : 1) & top;
-            } else if (content == ZoomContent::kRandom && c.format != 1) {
-                value = static_cast<std::uint32_t>(random.Next()) & top;
-            } else {
-                value = random.OneIn(content == ZoomContent::kExtreme ? 16 : 2) ? 0 : top;
-            }
-            sample = static_cast<std::uint16_t>(value);
-        }
-    }
-    return image;
-}
-
-inline bool operator==(const PX_Zoom2_Param& a, const PX_Zoom2_Param& b) {
-    return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 }  // namespace platen_test

@@ -10,8 +10,32 @@
 #include "Sources/PX_Zoom/PX_Zoom.h"
 #include "ZoomModel.h"
 #include "support/GuardedBuffer.h"
+#include "support/Random.h"
 
 namespace platen_test {
+
+enum class ZoomContent { kRandom, kExtreme, kGradient };
+
+inline ZoomImage MakeImage(const ZoomCase& c, ZoomContent content, Random& random) {
+    const std::uint32_t top = c.Wide() ? 65535 : 255;
+    ZoomImage image(static_cast<std::size_t>(c.srcHeight));
+    std::uint32_t step = 0;
+    for (ZoomLine& line : image) {
+        line.resize(static_cast<std::size_t>(c.srcWidth) * static_cast<std::size_t>(c.Samples()));
+        for (std::uint16_t& sample : line) {
+            std::uint32_t value = 0;
+            if (content == ZoomContent::kGradient && c.format != 1) {
+                value = step++ * (c.Wide() ? 257 : 1) & top;
+            } else if (content == ZoomContent::kRandom && c.format != 1) {
+                value = static_cast<std::uint32_t>(random.Next()) & top;
+            } else {
+                value = random.OneIn(content == ZoomContent::kExtreme ? 16 : 2) ? 0 : top;
+            }
+            sample = static_cast<std::uint16_t>(value);
+        }
+    }
+    return image;
+}
 
 inline std::string Describe(const ZoomCase& c) {
     return std::to_string(c.srcWidth) + "x" + std::to_string(c.srcHeight) + " to " + std::to_string(c.dstWidth) +
