@@ -17,9 +17,9 @@ function(platen_kernels name)
     if(target MATCHES "^avx" AND NOT (CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 8))
       continue()
     endif()
-    set(source ${name}_${target}.cpp)
+    set(source ${CMAKE_CURRENT_SOURCE_DIR}/${name}_${target}.cpp)
     target_sources(platen-objects PRIVATE ${source})
-    set_source_files_properties(${source} PROPERTIES
-      COMPILE_OPTIONS "-O3;-fno-trapping-math;${flags_${target}}" TARGET_DIRECTORY platen-objects)
+    set_source_files_properties(${source} TARGET_DIRECTORY platen-objects PROPERTIES
+      COMPILE_OPTIONS "-O3;-fno-trapping-math;${flags_${target}}")
   endforeach()
 endfunction()
