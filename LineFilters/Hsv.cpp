@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "LineFilters/HsvRow.h"
+#include "Sources/Dispatch/Kernels.h"
 #include "Sources/Support/Truncate.h"
 
 std::uint32_t gStorage[256];
@@ -91,7 +92,7 @@ std::int32_t ApplyOneLineHsv(void* handle, unsigned char* line) {
     if (param.width > 0) {
         LowBytes lightness;
         ReadLightnessTable(lightness);
-        platen::HsvRow_reference(line, static_cast<std::size_t>(param.width), param.hue, param.saturation,
+        platen::Kernels().hsvRow(line, static_cast<std::size_t>(param.width), param.hue, param.saturation,
                                  lightness.data());
     }
     return kDone;

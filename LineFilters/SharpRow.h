@@ -30,4 +30,9 @@ using SharpRowFn = void (*)(std::uint8_t* out, const SharpRowArgs& row);
 // The judge: plain, never tuned, always built, for any kernel.
 void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row);
 
+// The same for one processor family each, see SharpRow_loop.inc.
+void SharpRow_baseline(std::uint8_t* out, const SharpRowArgs& row);
+void SharpRow_avx2(std::uint8_t* out, const SharpRowArgs& row);
+void SharpRow_avx512(std::uint8_t* out, const SharpRowArgs& row);
+
 }  // namespace platen

@@ -5,6 +5,7 @@
 
 #include "LineFilters/SharpContext.h"
 #include "LineFilters/SharpRow.h"
+#include "Sources/Dispatch/Kernels.h"
 
 const std::int32_t sfilterParamTable[5][11] = {
     {1, 1, 1, 1, 1, 1, 1, 1, 1, 9, -2},     {0, 1, 0, 1, 4, 1, 0, 1, 0, 8, -1},
@@ -91,7 +92,7 @@ void FinishLine(std::uint8_t* out, const SharpContext* context, const std::int32
     row.width = context->param->width;
     row.samples = context->param->bitsPerPixel / 8;
     row.topEdge = topEdge;
-    platen::SharpRow_reference(out, row);
+    platen::Kernels().sharpRow(out, row);
 }
 
 }  // namespace
