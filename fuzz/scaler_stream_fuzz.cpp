@@ -115,7 +115,7 @@ class Session {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Producer input(data, size);
     constexpr int kFormats[] = {1, 8, 16, 24, 32, 48, 64};
-    const auto side = [&input] { return 1 + input.Take<std::uint8_t>() % 40; };
+    const auto side = [&input] { return 1 + input.Take<std::uint8_t>() % 24; };
     ZoomCase c{};
     c.format = kFormats[input.Take<std::uint8_t>() % 7];
     c.dstWidth = side();

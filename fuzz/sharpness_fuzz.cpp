@@ -1,6 +1,7 @@
 // The sharpness filter: any record; where it is a valid one, Put, Get and changes of the kernel in any order,
 // against a model that keeps the lines and computes finished ones by a second writing.
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -65,15 +66,18 @@ class Model {
     }
 
     void Put(const Bytes& line) {
-        lines_.push_back(line);
-        if (lines_.size() == 1) {
+        last_[0].swap(last_[1]);
+        last_[1].swap(last_[2]);
+        last_[2] = line;
+        ++count_;
+        if (count_ == 1) {
             ready_ = 0;
             return;
         }
         ready_ = 1;
-        const std::size_t rows = lines_.size() == 2 ? 2 : 3;
+        const std::size_t rows = count_ == 2 ? 2 : 3;
         Finish(out1_, rows, rows - 2);
-        if (lines_.size() == param_.height) {
+        if (count_ == param_.height) {
             ready_ = 2;
             Finish(out2_, 2, 1);
         }
@@ -81,9 +85,9 @@ class Model {
 
     // What `line` holds after Get.
     void Get(Bytes& line) {
-        if (lines_.size() != param_.height || ready_ == 2) {
+        if (count_ != param_.height || ready_ == 2) {
             line = out1_;
-            ready_ = lines_.size() != param_.height ? 0 : 1;
+            ready_ = count_ != param_.height ? 0 : 1;
         } else if (ready_ == 1) {
             line = out2_;
             ready_ = 0;
@@ -101,7 +105,7 @@ class Model {
         platen_test::SharpImage image(static_cast<int>(param_.width), static_cast<int>(rows), samples);
         const std::size_t bytes = param_.width * (param_.bitsPerPixel / 8);
         for (std::size_t row = 0; row < rows; ++row) {
-            std::memcpy(image.bytes.data() + row * bytes, lines_[lines_.size() - rows + row].data(), bytes);
+            std::memcpy(image.bytes.data() + row * bytes, last_[last_.size() - rows + row].data(), bytes);
         }
         const platen_test::SharpImage result = platen_test::SharpenedImage(image, kernel_);
         std::memcpy(out.data(), result.bytes.data() + wanted * bytes, bytes);
@@ -109,7 +113,8 @@ class Model {
 
     _SSharpParam param_;
     std::int32_t kernel_[10];
-    std::vector<Bytes> lines_;
+    std::array<Bytes, 3> last_;  // the newest behind
+    std::uint32_t count_ = 0;
     Bytes out1_;
     Bytes out2_;
     std::uint32_t ready_ = 0;

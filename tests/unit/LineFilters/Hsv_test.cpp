@@ -448,13 +448,14 @@ TEST(Hsv, LinesOfEveryAlignmentLeaveTheirSurroundingsAlone) {
 }
 
 TEST(HsvOutOfMemory, SetupTakesOneBlockAndGivesItBack) {
+    const std::vector<std::size_t> sizes = {28};
     AllocationLedger ledger;
     _SHsvParam param = Settings(1, 2, 3, 4);
     void* handle = nullptr;
     ASSERT_EQ(0, SetupHsv(&param, &handle));
     EXPECT_EQ(1u, ledger.Mallocs());
     EXPECT_EQ(0u, ledger.News());
-    EXPECT_EQ((std::vector<std::size_t>{28}), ledger.OutstandingSizes());
+    EXPECT_EQ(sizes, ledger.OutstandingSizes());
     std::uint8_t line[12] = {};
     EXPECT_EQ(0, ApplyOneLineHsv(handle, line));
     EXPECT_EQ(1u, ledger.Mallocs());

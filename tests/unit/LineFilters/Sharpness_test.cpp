@@ -9,6 +9,7 @@
 #include <limits>
 #include <numeric>
 #include <thread>
+#include <vector>
 
 #include "SharpFilter.h"
 #include "support/AllocationLedger.h"
@@ -362,14 +363,14 @@ TEST(Sharpness, SumsAreModulo32BitsAndTakenAsSigned) {
 }
 
 TEST(SharpnessOutOfMemory, SetupTakesEightBlocksAndDisposeGivesThemBack) {
+    const std::vector<std::size_t> sizes = {20, sizeof(platen::SharpContext), 40, 23, 23, 23, 23, 23};
     AllocationLedger ledger;
     _SSharpParam param = SharpSettings(1, 3, 7, 3, 2);
     void* handle = nullptr;
     ASSERT_EQ(0, SetupSharp(&param, &handle));
     EXPECT_EQ(8u, ledger.Mallocs());
     EXPECT_EQ(0u, ledger.News());
-    EXPECT_EQ((std::vector<std::size_t>{20, sizeof(platen::SharpContext), 40, 23, 23, 23, 23, 23}),
-              ledger.OutstandingSizes());
+    EXPECT_EQ(sizes, ledger.OutstandingSizes());
     std::uint8_t line[23] = {};
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(0, ApplySharpFilterPutLine(&handle, line));

@@ -56,6 +56,31 @@ TEST(PX_ZoomBilinearStream, ReadTakesTheSharedLineAgain) {
     EXPECT_EQ(200u, sum);  // line 3 with its weight of 2
 }
 
+TEST(PX_ZoomBilinearStream, SharedLineOfFullWeightIsAskedForAgain) {
+    // The shaped weight of a part reaches that of a whole line only above some 2^27 lines, so a record is changed
+    // by hand. The line then isn't kept for the next one: the caller's next line takes its place.
+    PX_ZoomBilinear zoom;
+    ASSERT_EQ(0, zoom.Open(1, 3, 1, 10, 8, 2));
+    zoom.vertParam[0].endWeight = 3;
+    std::uint8_t line[1] = {100};
+    for (int y = 0; y <= 3; ++y) {
+        ASSERT_EQ(0, zoom.Send(line));
+    }
+    EXPECT_EQ(1, zoom.CheckData());
+    EXPECT_EQ(0, zoom.resendLine);
+    EXPECT_EQ(3, zoom.srcLineIndex);
+    EXPECT_EQ(2, zoom.Send(nullptr));
+    ASSERT_EQ(0, zoom.Read(line));
+    EXPECT_EQ(3, zoom.srcLineIndex);
+    for (int y = 3; y <= 6; ++y) {
+        EXPECT_EQ(0, zoom.CheckData());
+        line[0] = 50;
+        ASSERT_EQ(0, zoom.Send(line));
+    }
+    ASSERT_EQ(0, zoom.Read(line));
+    EXPECT_EQ(50, line[0]);
+}
+
 TEST(PX_ZoomBilinearStream, Enlarges3LinesTo5) {
     PX_ZoomBilinear zoom;
     ASSERT_EQ(0, zoom.Open(1, 5, 1, 3, 8, 2));
