@@ -112,24 +112,28 @@ void Report::Run(const Case& work) {
 
 void Report::PrintRow(const Case& work, const std::string& variant, const Timing& timing, const Timing& reference,
                       const Timing& copy) const {
-    const double rate = work.samples / timing.Median() / 1e6;
-    std::printf("%-*s%-*s%10.1f%8.1f%%%14s%11s%13s%12s\n", kNameWidth, work.name.c_str(), kVariantWidth,
-                variant.c_str(), rate, 100 * timing.Spread(), Factor(timing.RatioTo(reference)).c_str(),
-                Factor(timing.RatioTo(copy)).c_str(),
-                ToPrevious(Key(work.name, variant), rate, timing.Spread()).c_str(),
-                Duration(timing.Median()).c_str());
+    const Earlier now = {work.samples / timing.Median() / 1e6, timing.Spread(), timing.RatioTo(reference)};
+    std::printf(
+        "%-*s%-*s%10.1f%8.1f%%%14s%11s%13s%12s\n", kNameWidth, work.name.c_str(), kVariantWidth, variant.c_str(),
+        now.rate, 100 * now.spread, Factor(now.toReference).c_str(), Factor(timing.RatioTo(copy)).c_str(),
+        ToPrevious(Key(work.name, variant), now, &timing == &reference).c_str(), Duration(timing.Median()).c_str());
     std::fflush(stdout);
 }
 
-// "!" marks a loss: slower, and the middle halves of the two runs' rounds don't touch.
-std::string Report::ToPrevious(const std::string& key, double rate, double spread) const {
+// A shared machine is a third faster or slower from one minute to the next, and the rates with it; the ratios to
+// the reference, taken in the same rounds, are not. So a kernel is compared by these, and only the reference itself
+// by its rate. "!" marks a loss: slower, and the middle halves of the two runs' rounds don't touch.
+std::string Report::ToPrevious(const std::string& key, const Earlier& now, bool isReference) const {
     const auto found = previous_.find(key);
     if (found == previous_.end()) {
         return "-";
     }
     const Earlier& earlier = found->second;
-    const bool apart = rate * (1 + spread / 2) < earlier.rate * (1 - earlier.spread / 2);
-    return Factor(rate / earlier.rate) + (apart ? "!" : "");
+    if (isReference) {
+        return Factor(now.rate / earlier.rate);
+    }
+    const bool apart = now.toReference * (1 + now.spread / 2) < earlier.toReference * (1 - earlier.spread / 2);
+    return Factor(now.toReference / earlier.toReference) + (apart ? "!" : "");
 }
 
 void Report::ReadPrevious() {
@@ -147,7 +151,8 @@ void Report::ReadPrevious() {
         }
         std::istringstream numbers(line.substr(kNameWidth + kVariantWidth));
         Earlier earlier{};
-        if (numbers >> earlier.rate >> earlier.spread) {
+        char percent = 0;
+        if (numbers >> earlier.rate >> earlier.spread >> percent >> earlier.toReference) {
             earlier.spread /= 100;
             previous_[Key(Trimmed(line.substr(0, kNameWidth)), Trimmed(line.substr(kNameWidth, kVariantWidth)))] =
                 earlier;

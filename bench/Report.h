@@ -45,12 +45,13 @@ class Report {
     struct Earlier {
         double rate;
         double spread;
+        double toReference;
     };
 
     void ReadPrevious();
     void PrintRow(const Case& work, const std::string& variant, const Timing& timing, const Timing& reference,
                   const Timing& copy) const;
-    std::string ToPrevious(const std::string& key, double rate, double spread) const;
+    std::string ToPrevious(const std::string& key, const Earlier& now, bool isReference) const;
 
     Options options_;
     std::map<std::string, Earlier> previous_;  // by case and variant
