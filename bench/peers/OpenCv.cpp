@@ -50,24 +50,33 @@ void Sharpen(Peers& peers, const Image& from, int level) {
     }
 }
 
-// Through a band of lines at a time, which stays in the cache; a band as high as the page is the usual way.
-void ThroughHls(const cv::Mat& from, cv::Mat to, int bandHeight) {
-    cv::Mat hls;
-    for (int y = 0; y < from.rows; y += bandHeight) {
-        const int end = std::min(from.rows, y + bandHeight);
-        cv::cvtColor(from.rowRange(y, end), hls, cv::COLOR_RGB2HLS);
-        cv::Mat out = to.rowRange(y, end);
-        cv::cvtColor(hls, out, cv::COLOR_HLS2RGB);
+// Through a band of lines at a time, which stays in the cache; a band as high as the page is the usual way. The
+// buffer in between is kept from run to run.
+class ThroughHls {
+  public:
+    explicit ThroughHls(int bandHeight) : bandHeight_(bandHeight) {}
+
+    void operator()(const cv::Mat& from, cv::Mat to) {
+        for (int y = 0; y < from.rows; y += bandHeight_) {
+            const int end = std::min(from.rows, y + bandHeight_);
+            cv::cvtColor(from.rowRange(y, end), hls_, cv::COLOR_RGB2HLS);
+            cv::Mat out = to.rowRange(y, end);
+            cv::cvtColor(hls_, out, cv::COLOR_HLS2RGB);
+        }
     }
-}
+
+  private:
+    int bandHeight_;
+    cv::Mat hls_;
+};
 
 // The two conversions alone: what is done to the three channels in between would cost extra.
 void Hsv(Peers& peers, const Image& from) {
     for (const auto& [name, bandHeight] : {std::pair{"opencv RGB-HLS-RGB, whole page", from.Height()},
-                                           std::pair{"opencv RGB-HLS-RGB, bands of 8", 8}}) {
+                                           std::pair{"opencv RGB-HLS-RGB, bands of 64", 64}}) {
         const auto out = NewLike(from);
-        peers.push_back(
-            {name, true, [&from, out, height = bandHeight] { ThroughHls(View(from), View(*out), height); }, out});
+        const auto convert = std::make_shared<ThroughHls>(bandHeight);
+        peers.push_back({name, true, [&from, out, convert] { (*convert)(View(from), View(*out)); }, out});
     }
     const auto out = NewLike(from);
     peers.push_back({"opencv LUT (a table, no HLS)", false,
