@@ -22,14 +22,14 @@ std::size_t CountAvailable() {
 
 #else
 
-constexpr KernelTable kBaseline = {"baseline", SharpRow_baseline, HsvRow_reference};
+constexpr KernelTable kBaseline = {"baseline", SharpRow_baseline, HsvRow_baseline};
 
 constinit const KernelTable* inUse = &kBaseline;
 
 #if defined(__x86_64__)
 
-constexpr KernelTable kAvx2 = {"avx2", SharpRow_avx2, HsvRow_reference};
-constexpr KernelTable kAvx512 = {"avx512", SharpRow_avx512, HsvRow_reference};
+constexpr KernelTable kAvx2 = {"avx2", SharpRow_avx2, HsvRow_avx2};
+constexpr KernelTable kAvx512 = {"avx512", SharpRow_avx512, HsvRow_avx512};
 
 constexpr std::array<const KernelTable*, 4> kAll = {&kReference, &kBaseline, &kAvx2, &kAvx512};
 
