@@ -2,15 +2,15 @@
 
 #include "ToneWorld/ColorBalance.h"
 
-#include "Check.h"
 #include "Producer.h"
+#include "ToneFuzz.h"
 #include "tests/support/ColorBalanceTranscription.h"
-#include "tests/support/ToneFixture.h"
+#include "tests/support/ToneTables.h"
 
 namespace {
 
-using platen_fuzz::Check;
 using platen_fuzz::Producer;
+using platen_fuzz::Require;
 
 constexpr const char* kKeys[3][3] = {{"cbsR", "cbsG", "cbsB"}, {"cbmR", "cbmG", "cbmB"}, {"cbhR", "cbhG", "cbhB"}};
 
@@ -53,7 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     platen_test::Tables expected = tables;
     _SToneCurve curve = tables.Curve(depth);
     const std::int32_t status = ApplyColorBalance(op.get(), &curve);
-    Check(status == TranscribedColorBalance(setting, depth, expected.red, expected.green, expected.blue), "status");
-    Check(tables == expected, "tables");
+    Require(status == TranscribedColorBalance(setting, depth, expected.red, expected.green, expected.blue),
+            "status");
+    Require(tables == expected, "tables");
     return 0;
 }

@@ -4,15 +4,15 @@
 
 #include <array>
 
-#include "Check.h"
 #include "Producer.h"
+#include "ToneFuzz.h"
 #include "tests/support/CurvesTranscription.h"
-#include "tests/support/ToneFixture.h"
+#include "tests/support/ToneTables.h"
 
 namespace {
 
-using platen_fuzz::Check;
 using platen_fuzz::Producer;
+using platen_fuzz::Require;
 
 constexpr const char* kPoints[] = {"cuP1", "cuP2", "cuP3", "cuP4", "cuP5"};
 
@@ -65,13 +65,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     curve.copyCurve = copyFlag;
     curve.curveCopy = copyFlag == 1 ? copy.data() : nullptr;
     const std::int32_t status = ApplyCurves(op.get(), &curve);
-    Check(status == TranscribedCurves(setting, depth, expected.red, expected.green, expected.blue), "status");
-    Check(tables == expected, "tables");
+    Require(status == TranscribedCurves(setting, depth, expected.red, expected.green, expected.blue), "status");
+    Require(tables == expected, "tables");
 
     const bool applied = status == 0 && depth != 16;
     const bool copied = applied && copyFlag == 1;
-    Check(copy == (copied ? TranscribedCurvesMaster(setting) : platen_test::ToneTable{}), "copy");
+    Require(copy == (copied ? TranscribedCurvesMaster(setting) : platen_test::ToneTable{}), "copy");
     const std::int32_t kind = platen_test::GetProperty<std::int32_t>(op, "curS");
-    Check(kind == (applied && setting.kind == 0 ? 3 : setting.kind), "the kind is rewritten from 0 to 3 only");
+    Require(kind == (applied && setting.kind == 0 ? 3 : setting.kind), "the kind is rewritten from 0 to 3 only");
     return 0;
 }

@@ -8,14 +8,14 @@
 #include <cstring>
 #include <vector>
 
-#include "Check.h"
 #include "Producer.h"
+#include "ToneFuzz.h"
 #include "tests/support/SplineTranscription.h"
 
 namespace {
 
-using platen_fuzz::Check;
 using platen_fuzz::Producer;
+using platen_fuzz::Require;
 
 bool Same(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
@@ -40,7 +40,7 @@ void RefusesOtherNumbersOfKnots(long n) {
     std::array<double, 2> z = {5, 6};
     unsigned long entry = 7;
     splineCreation(x.data(), y.data(), z.data(), n, &entry);
-    Check(z[0] == 5 && z[1] == 6 && entry == 7, "too few or too many knots write nothing");
+    Require(z[0] == 5 && z[1] == 6 && entry == 7, "too few or too many knots write nothing");
 }
 
 }  // namespace
@@ -71,13 +71,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     table.fill(999);
     splineCreation(x.data(), y.data(), z.data(), n, table.data());
     for (std::size_t i = 0; i < knots; ++i) {
-        Check(Same(z[i], expected.z[i]), "coefficients");
+        Require(Same(z[i], expected.z[i]), "coefficients");
     }
     for (std::size_t i = 0; i < 256; ++i) {
-        Check(table[i] <= 255 && static_cast<std::int64_t>(table[i]) == expectedTable[i], "table");
+        Require(table[i] <= 255 && static_cast<std::int64_t>(table[i]) == expectedTable[i], "table");
     }
     const long value = GetSpline(n, t, x.data(), y.data(), z.data());
-    Check(value >= 0 && value <= 2147483647 && value == expected.At(t), "GetSpline");
-    Check(value == GetSplineCurves(n, t, x.data(), y.data(), z.data()), "GetSplineCurves");
+    Require(value >= 0 && value <= 2147483647 && value == expected.At(t), "GetSpline");
+    Require(value == GetSplineCurves(n, t, x.data(), y.data(), z.data()), "GetSplineCurves");
     return 0;
 }

@@ -3,7 +3,7 @@
 #include "ToneWorld/Curves.h"
 #include "golden/Golden.h"
 #include "support/Random.h"
-#include "support/ToneFixture.h"
+#include "support/ToneTables.h"
 
 namespace {
 

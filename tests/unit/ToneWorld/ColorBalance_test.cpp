@@ -12,7 +12,7 @@
 #include "support/AllocationLedger.h"
 #include "support/ColorBalanceTranscription.h"
 #include "support/Random.h"
-#include "support/ToneFixture.h"
+#include "support/ToneTables.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "ToneWorld/Curves.h"
 #include "support/AllocationLedger.h"
-#include "support/ToneFixture.h"
+#include "support/ToneTables.h"
 
 // The curves operation's set-up, and memory.
 

@@ -13,7 +13,7 @@
 
 #include "support/CurvesTranscription.h"
 #include "support/Random.h"
-#include "support/ToneFixture.h"
+#include "support/ToneTables.h"
 
 namespace {
 

@@ -144,6 +144,16 @@ TEST(PolylineMaster, EntriesThatNoLineReachesStayTheIdentity) {
     MasterCurve expected{};
     expected[250] = 250;
     EXPECT_EQ(platen::PolylineMaster(points), expected);
+    // The same gap at the first point, whose level is for the entries below it only.
+    const ControlPoints back = {{{238, 7}, {100, 1}, {std::nextafter(13.0f, 0.0f), 2}, {239, 3}, {255, 3}}};
+    EXPECT_EQ(Entries(platen::PolylineMaster(back), 237, 3), (std::vector<int>{2, 238, 3}));
+}
+
+TEST(PolylineMaster, RiseIsTakenInSinglePrecision) {
+    // 64 less 1e-9 is 64 in single precision: a slope of 1, and in double it would be less.
+    ControlPoints points = platen::kDefaultPoints;
+    points[0].y = 1e-9f;
+    EXPECT_EQ(platen::PolylineMaster(points), Identity());
 }
 
 TEST(PolylineMaster, PointsOutOfOrderAreDefined) {
