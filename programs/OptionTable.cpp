@@ -47,7 +47,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"height", 0, "N", kSize, "one alone keeps the proportions", kAdjust},
     {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kAdjust},
     {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kAdjust},
-    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixel for it", kAdjust},
+    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kAdjust},
     {"shrink-only", 0, nullptr, kSize, "never enlarge", kAdjust},
 
     {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kAdjust},
@@ -56,7 +56,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
     {"keep-going", 'k', nullptr, kOutput, "go on with the next input after an error", kAdjust},
-    {"force", 'f', nullptr, kOutput, "overwrite existing files", kAdjust},
+    {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers},
     {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kAdjust},
     {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kAdjust | kInfo},
     {"max-side", 0, "N", kOutput, nullptr, kAdjust | kInfo},

@@ -18,7 +18,7 @@ struct OptionSpec {
     const char* argument;  // its name in the help, null: a flag
     const char* group;     // heading in the help
     const char* help;      // null: shares the next option's line
-    unsigned commands;  // CommandBit
+    unsigned commands;     // CommandBit
 };
 
 std::span<const OptionSpec> OptionTable();

@@ -112,8 +112,9 @@ class Planner {
         }
         const bool colour = info_.ColourSamples() == 3;
         if (!colour && std::any_of(settings_.tone.begin(), settings_.tone.end(), NeedsColour)) {
-            Unsupported("--balance-shadows, --balance-midtones and --balance-highlights need a colour page; "
-                        "this one is grey");
+            Unsupported(
+                "--balance-shadows, --balance-midtones and --balance-highlights need a colour page; "
+                "this one is grey");
         }
         plan_.tables = FoldToneSteps(settings_.tone, colour ? 24 : 8);
         std::string text;
@@ -164,8 +165,9 @@ class Planner {
         }
         RequireHeight("the sharpness filter");
         if (info_.width < 3 || info_.height < 2) {
-            plan_.notices.push_back("the page is less than three pixels wide or two lines high; it is not "
-                                    "sharpened or softened");
+            plan_.notices.push_back(
+                "the page is less than three pixels wide or two lines high; it is not "
+                "sharpened or softened");
             return;
         }
         plan_.sharpness = settings_.sharpness;

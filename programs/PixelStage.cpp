@@ -95,8 +95,8 @@ class PixelSink : public LineSink {
         for (std::size_t x = 0; x < width_; ++x) {
             const std::size_t in = x * inSamples_;
             const std::size_t out = x * outSamples_;
-            const std::uint32_t sum = 299 * Load(line, in, wide_) + 587 * Load(line, in + 1, wide_) +
-                                      114 * Load(line, in + 2, wide_);
+            const std::uint32_t sum =
+                299 * Load(line, in, wide_) + 587 * Load(line, in + 1, wide_) + 114 * Load(line, in + 2, wide_);
             Store(line_.data(), out, wide_, (sum + 500) / 1000);
             if (outSamples_ == 2) {
                 Store(line_.data(), out + 1, wide_, Load(line, in + 3, wide_));

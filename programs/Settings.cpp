@@ -251,6 +251,14 @@ void ResolveFiles(Settings& s, const Terminals& terminals) {
 
 }  // namespace
 
+ReadOptions MakeReadOptions(const std::vector<GivenOption>& options) {
+    Settings s;
+    for (const GivenOption& option : options) {
+        TakeFileOption(s, option.name, option.value);
+    }
+    return s.read;
+}
+
 Settings MakeSettings(const ParsedArguments& arguments, const Terminals& terminals) {
     Settings s;
     ToneStepList tone;

@@ -96,4 +96,7 @@ struct Terminals {
 // Checks each option and how they go together; a wrong one is an Error (kUsage).
 Settings MakeSettings(const ParsedArguments& arguments, const Terminals& terminals);
 
+// The reading options alone, for sub-commands that only read; others are passed over.
+ReadOptions MakeReadOptions(const std::vector<GivenOption>& options);
+
 }  // namespace platen_tool

@@ -122,7 +122,8 @@ std::string Text(const BalanceStep& step) {
 
 void ToneStepList::TakeBrightnessOrContrast(std::string_view option, std::string_view value) {
     const int amount = ParseInt("--" + std::string(option), value, -100, 100);
-    const auto field = option == "brightness" ? &BrightnessContrastStep::brightness : &BrightnessContrastStep::contrast;
+    const auto field =
+        option == "brightness" ? &BrightnessContrastStep::brightness : &BrightnessContrastStep::contrast;
     auto* last = steps_.empty() ? nullptr : std::get_if<BrightnessContrastStep>(&steps_.back());
     if (last == nullptr || (last->*field).has_value()) {
         last = &std::get<BrightnessContrastStep>(steps_.emplace_back(BrightnessContrastStep{}));

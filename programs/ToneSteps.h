@@ -18,11 +18,11 @@ struct BrightnessContrastStep {
 };
 
 struct LevelsStep {
-    int black = 0;         // 0 to 247
-    int white = 255;       // 8 to 255, at least black + 8
-    double gamma = 1.0;    // 0.1 to 9.99
-    int outputBlack = 0;   // as black
-    int outputWhite = 255; // as white
+    int black = 0;          // 0 to 247
+    int white = 255;        // 8 to 255, at least black + 8
+    double gamma = 1.0;     // 0.1 to 9.99
+    int outputBlack = 0;    // as black
+    int outputWhite = 255;  // as white
 };
 
 struct CurvePoint {
