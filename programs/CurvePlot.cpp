@@ -95,7 +95,7 @@ std::vector<std::string> SettingLines(std::span<const ToneStep> steps) {
         while (rest.size() > kTextWidth) {
             const std::size_t space = rest.rfind(' ', kTextWidth);
             lines.push_back(rest.substr(0, space));
-            rest = "    " + rest.substr(space + 1);
+            rest.replace(0, space + 1, "    ");
         }
         lines.push_back(rest);
     }
