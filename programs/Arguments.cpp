@@ -22,9 +22,10 @@ std::string ParserName(const OptionSpec& spec) {
 }
 
 void RefuseLeftOvers(const CLI::App& app) {
-    const std::vector<std::string> rest = app.remaining();
-    if (!rest.empty()) {
-        throw Error(ExitCode::kUsage, "unknown option '" + rest.front() + "'; see platen --help");
+    for (const std::string& rest : app.remaining()) {
+        if (rest != "--") {
+            throw Error(ExitCode::kUsage, "unknown option '" + rest + "'; see platen --help");
+        }
     }
 }
 

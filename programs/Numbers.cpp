@@ -89,8 +89,12 @@ std::vector<std::string_view> SplitText(std::string_view text, char separator) {
 }
 
 std::string NumberText(double value) {
-    char text[32];
-    const auto result = std::to_chars(text, text + sizeof text, value);
+    char text[64];
+    char* end = text + sizeof text;
+    auto result = std::to_chars(text, end, value, std::chars_format::fixed);
+    if (result.ec != std::errc()) {
+        result = std::to_chars(text, end, value);  // too long to write out
+    }
     return std::string(text, result.ptr);
 }
 

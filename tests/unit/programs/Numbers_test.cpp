@@ -57,6 +57,8 @@ TEST(Numbers, SplitKeepsEmptyParts) {
 TEST(Numbers, TextIsTheShortestThatReadsBack) {
     EXPECT_EQ(NumberText(0.1), "0.1");
     EXPECT_EQ(NumberText(128.0), "128");
+    EXPECT_EQ(NumberText(0.0001), "0.0001");
+    EXPECT_EQ(NumberText(1e300), "1e+300");
 }
 
 }  // namespace
