@@ -109,7 +109,8 @@ std::int32_t DuplicateToneWorld(__OpaqeToneWorld* source, __OpaqeToneWorld** out
             }
             for (const _SPropertyData& property : *op->properties) {
                 if (!AppendCopy(*properties, property.key, property.size, property.data)) {
-                    return kToneOutOfMemory;  // record, list and values so far are left behind, as the header says
+                    // Record, list and values so far are left behind, as the header says.
+                    return kToneOutOfMemory;  // NOLINT(clang-analyzer-*)
                 }
             }
             copy->properties = properties;

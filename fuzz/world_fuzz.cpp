@@ -60,12 +60,12 @@ struct World {
     std::vector<Operation*> operations;
 };
 
-class Session {
+class Walk {
   public:
-    explicit Session(Producer& input) : input_(input) {
+    explicit Walk(Producer& input) : input_(input) {
         NewWorld();
     }
-    ~Session() {
+    ~Walk() {
         // Worlds first, without their operations: each operation is disposed of once, whichever worlds hold it.
         for (const auto& world : worlds_) {
             DisposeToneWorld(world->world, 0);
@@ -74,8 +74,8 @@ class Session {
             DisposeOperation(operation->op);
         }
     }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
 
     void Step() {
         switch (input_.Take<std::uint8_t>() % 13) {
@@ -314,9 +314,9 @@ class Session {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Producer input(data, size);
-    Session session(input);
+    Walk walk(input);
     for (int step = 0; step < 300 && input.Left() != 0; ++step) {
-        session.Step();
+        walk.Step();
     }
     return 0;
 }
