@@ -57,7 +57,10 @@ class InputRun {
             ++page;
         } while (reader_->NextPage());
         if (!any) {
-            throw Error(ExitCode::kFailed, "--page: there are only " + std::to_string(page - 1) + " pages");
+            throw Error(
+                ExitCode::kFailed,
+                "--page: there " +
+                    std::string(page == 2 ? "is only 1 page" : "are only " + std::to_string(page - 1) + " pages"));
         }
         CommitWriter();
         if (settings_.stats) {

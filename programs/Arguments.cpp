@@ -29,9 +29,15 @@ void RefuseLeftOvers(const CLI::App& app) {
     }
 }
 
-// An option without its argument, or a flag with one.
+// The parser says which option it is about in the first word.
 [[noreturn]] void RefuseParse(const CLI::ParseError& error) {
-    throw Error(ExitCode::kUsage, std::string(error.what()) + "; see platen --help");
+    const std::string text = error.what();
+    const bool flag = text.find("flag override") != std::string::npos;
+    if (!flag && error.get_name() != "ArgumentMismatch") {
+        throw Error(ExitCode::kUsage, text + "; see platen --help");
+    }
+    const std::string name = text.substr(0, text.find_first_of(": "));
+    throw Error(ExitCode::kUsage, (flag ? "--" : "") + name + (flag ? ": takes no value" : ": needs a value"));
 }
 
 }  // namespace

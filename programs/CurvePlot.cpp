@@ -10,7 +10,7 @@ namespace {
 // The plot area: two units for each level, with room for the scales on the left and below.
 constexpr int kUnit = 2;
 constexpr int kLeft = 56;
-constexpr int kTop = 24;
+constexpr int kTop = 32;
 constexpr int kSide = 255 * kUnit;
 constexpr int kTextLine = 20;
 constexpr std::size_t kTextWidth = 76;  // characters that fit below the plot
@@ -75,7 +75,7 @@ std::string Curves(const ToneTables& tables) {
 }
 
 std::string LegendEntry(int x, const char* style, const char* name) {
-    const int y = kTop - 8;
+    const int y = kTop - 14;
     return Line(x, y, x + 24, y, (std::string("key ") + style).c_str()) + Text(x + 30, y + 4, "start", name);
 }
 
@@ -113,9 +113,9 @@ constexpr const char* kStyle =
     ".identity { stroke: #999; stroke-dasharray: 4 4; }\n"
     ".curve { fill: none; stroke-linejoin: round; }\n"
     ".all { stroke: #222; stroke-width: 2; }\n"
-    ".red { stroke: #d62728; stroke-width: 5; }\n"
-    ".green { stroke: #2a9d3a; stroke-width: 3.2; }\n"
-    ".blue { stroke: #1f5fd0; stroke-width: 1.6; }\n"
+    ".red { stroke: #d62728; stroke-width: 4.4; }\n"
+    ".green { stroke: #2a9d3a; stroke-width: 2.8; }\n"
+    ".blue { stroke: #1f5fd0; stroke-width: 1.4; }\n"
     "</style>\n";
 
 }  // namespace

@@ -91,7 +91,9 @@ std::string DescribeInput(const Settings& settings, const OutputName& name, cons
         }
     }
     if (text.empty()) {
-        throw Error(ExitCode::kFailed, "--page: there are only " + std::to_string(page - 1) + " pages");
+        throw Error(ExitCode::kFailed,
+                    "--page: there " + std::string(page == 2 ? "is only 1 page"
+                                                             : "are only " + std::to_string(page - 1) + " pages"));
     }
     return text;
 }
