@@ -49,9 +49,9 @@ struct Ridge {
 };
 
 constexpr Ridge kRidges[] = {
-    {0.455, 0.34, 2.1, 0.66, {0.40, 0.45, 0.56}, 101},
-    {0.525, 0.27, 2.7, 0.45, {0.30, 0.37, 0.44}, 131},
-    {0.590, 0.20, 3.4, 0.25, {0.21, 0.29, 0.28}, 151},
+    {0.700, 0.98, 1.9, 0.28, {0.33, 0.38, 0.50}, 101},
+    {0.640, 0.46, 2.7, 0.30, {0.30, 0.37, 0.44}, 131},
+    {0.640, 0.27, 3.4, 0.16, {0.21, 0.29, 0.28}, 151},
 };
 
 double Crest(const Ridge& ridge, double x) {
@@ -69,16 +69,19 @@ double Crest(const Ridge& ridge, double x) {
 
 Colour Mountain(const Ridge& ridge, double x, double y, double crest) {
     // Light comes from the right: the difference of two heights beside each other is the slope's shade.
-    const double frequency = ridge.frequency * 5;
-    const double depth = (y - crest) * 1.6;
-    const double warp = Fractal(x * frequency * 0.7, y * frequency, 3, ridge.seed + 40) * 0.5;
-    const double here = Fractal(x * frequency + warp + depth, y * frequency * 0.8, 5, ridge.seed + 50);
-    const double beside = Fractal(x * frequency + warp + depth + 0.13, y * frequency * 0.8, 5, ridge.seed + 50);
-    const double light = Clamp01(0.5 + (here - beside) * 4.2);
-    Colour c = Scale(ridge.rock, 0.50 + 0.95 * light);
-    const double snow = SmoothStep(0.17, 0.04, y - crest + 0.16 * (here - 0.5)) * SmoothStep(0.39, 0.27, crest);
-    c = Mix(c, Scale({0.97, 0.96, 0.98}, 0.62 + 0.42 * light), snow);
-    const double mist = ridge.haze + (1 - ridge.haze) * 0.55 * SmoothStep(crest, kWaterLine, y);
+    const double frequency = ridge.frequency * 4;
+    const double warp = Fractal(x * frequency, y * frequency, 3, ridge.seed + 40) * 0.45;
+    const auto relief = [&](double at) {
+        const double n = Fractal(at * frequency + warp, y * frequency * 0.55 + warp, 7, ridge.seed + 50);
+        return 1 - std::fabs(2 * n - 1);  // folded: sharp ribs, wide gullies
+    };
+    const double here = relief(x + (y - crest) * 0.35);
+    const double beside = relief(x + (y - crest) * 0.35 + 0.012);
+    const double light = Clamp01(0.45 + (here - beside) * 4.5);
+    Colour c = Scale(ridge.rock, 0.35 + 1.0 * light);
+    const double snow = SmoothStep(0.16, 0.10, y - crest + 0.55 * (here - 0.72)) * SmoothStep(0.46, 0.36, crest);
+    c = Mix(c, Scale({0.97, 0.96, 0.98}, 0.55 + 0.50 * light), snow);
+    const double mist = ridge.haze + (1 - ridge.haze) * 0.60 * SmoothStep(crest + 0.05, kWaterLine, y);
     const double glow = SunGlow(x, y, 0.45);
     return Mix(c, Mix(kHaze, {1.0, 0.88, 0.70}, glow), Clamp01(mist));
 }

@@ -17,8 +17,8 @@ constexpr double kLeft = 250;
 constexpr double kRight = 2250;
 constexpr double kColumn = 966;
 constexpr double kSecondColumn = kRight - kColumn;
-constexpr double kPhotoTop = 1560;
-constexpr double kPhotoHeight = 655;
+constexpr double kPhotoTop = 1446;
+constexpr double kPhotoHeight = 720;
 constexpr double kTargetTop = 2800;
 constexpr double kRampHeight = 130;
 constexpr int kRampSteps = 16;
@@ -147,8 +147,8 @@ Page::Page() : front_(kWidth, kHeight), back_(kWidth, kHeight) {
 void Page::SetFront() {
     const Type small{34, 0.95, 0, 0};
     const Type caps{30, 1.0, 0, 6.5};
-    const Type italic{37, 0.9, 0.2, 0};
-    const Type body{43, 0.92, 0, 0};
+    const Type italic{37, 0.9, 0.2, -0.6};
+    const Type body{43, 0.95, 0, -0.9};
 
     front_.Text(kLeft, 232, "48", small);
     front_.TextCentred((kLeft + kRight) / 2, 230, "PAPER AND LIGHT", caps);
@@ -157,7 +157,7 @@ void Page::SetFront() {
 
     front_.Text(kLeft - 6, 462, "The page between", Type{196, 1.0, 0, -2});
     front_.Text(kLeft - 6, 652, "glass and lamp", Type{196, 1.0, 0, -2});
-    front_.Paragraph(kLeft, 752, kRight - kLeft, 66, kSummary, Type{50, 0.85, 0.2, 0});
+    front_.Paragraph(kLeft, 752, kRight - kLeft, 66, kSummary, Type{51, 0.9, 0.2, -0.8});
     front_.Rectangle(kLeft, 868, kRight, 870);
 
     // Left column: a drop capital, text, and the picture with its caption.
@@ -194,7 +194,7 @@ void Page::SetFront() {
 
 void Page::SetBack() {
     Ink back(kWidth, kHeight);
-    const Type body{43, 0.92, 0, 0};
+    const Type body{43, 0.95, 0, -0.9};
     back.Rectangle(kLeft, 262, kRight, 264.5);
     double y = 360;
     for (int block = 0; block < 6; ++block) {
