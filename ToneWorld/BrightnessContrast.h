@@ -14,6 +14,7 @@ extern "C" {
 
 // Stamps type and apply function and adds the properties with their defaults.
 //   returns  0 done | 1 the property list could not be made | 2 op is null
+// KEPT: a property list that op had before is overwritten, not freed. (BrightnessContrast.SetupOverwritesTheList)
 PLATEN_API std::int32_t SetupBrightnessContrastOperation(_SToneOperation* op);
 
 // Acts on the curve's three tables.

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr std::int32_t kDone = 0;
-constexpr std::int32_t kOutOfMemory = 1;
+using platen::kToneDone;
+using platen::kToneOutOfMemory;
 
 using OperationList = std::list<_SToneOperation*>;
 
@@ -57,7 +57,7 @@ std::int32_t BeginSetup(_SToneOperation* op, std::uint32_t type, _SToneApplyFunc
     op->type = type;
     op->apply = apply;
     op->properties = new std::list<_SPropertyData>;
-    return op->properties == nullptr ? kOutOfMemory : kDone;
+    return op->properties == nullptr ? kToneOutOfMemory : kToneDone;
 }
 
 }  // namespace platen
@@ -65,16 +65,16 @@ std::int32_t BeginSetup(_SToneOperation* op, std::uint32_t type, _SToneApplyFunc
 std::int32_t NewToneWorld(__OpaqeToneWorld** out) {
     auto* world = static_cast<__OpaqeToneWorld*>(std::malloc(sizeof(__OpaqeToneWorld)));
     if (world == nullptr) {
-        return kOutOfMemory;
+        return kToneOutOfMemory;
     }
     world->operations = nullptr;
     world->operations = new OperationList;
     if (world->operations == nullptr) {
         std::free(world);
-        return kOutOfMemory;
+        return kToneOutOfMemory;
     }
     *out = world;
-    return kDone;
+    return kToneDone;
 }
 
 void DisposeToneWorld(__OpaqeToneWorld* world, std::int32_t flag) {
@@ -91,25 +91,26 @@ void DisposeToneWorld(__OpaqeToneWorld* world, std::int32_t flag) {
 }
 
 std::int32_t DuplicateToneWorld(__OpaqeToneWorld* source, __OpaqeToneWorld** out) {
-    if (NewToneWorld(out) != kDone) {
-        return kOutOfMemory;
+    if (NewToneWorld(out) != kToneDone) {
+        return kToneOutOfMemory;
     }
-    std::int32_t status = kDone;
+    std::int32_t status = kToneDone;
     for (const _SToneOperation* op : *source->operations) {
         _SToneOperation* copy = nullptr;
         status = NewOperation(&copy);
-        if (status != kDone) {
+        if (status != kToneDone) {
             return status;
         }
         *copy = *op;  // the list pointer is the source's until the copy has a list of its own
         if (op->properties != nullptr) {
             auto* properties = new std::list<_SPropertyData>;
             if (properties == nullptr) {
-                return kOutOfMemory;
+                return kToneOutOfMemory;
             }
             for (const _SPropertyData& property : *op->properties) {
                 if (!AppendCopy(*properties, property.key, property.size, property.data)) {
-                    return kOutOfMemory;  // record, list and values so far are left behind, as the header says
+                    // Record, list and values so far are left behind, as the header says.
+                    return kToneOutOfMemory;  // NOLINT(clang-analyzer-*)
                 }
             }
             copy->properties = properties;
@@ -149,17 +150,17 @@ std::int32_t MakeToneCurve(__OpaqeToneWorld* world, _SToneCurve* curve) {
             op->apply(op, curve);
         }
     }
-    return kDone;
+    return kToneDone;
 }
 
 std::int32_t NewOperation(_SToneOperation** out) {
     auto* op = static_cast<_SToneOperation*>(std::malloc(sizeof(_SToneOperation)));
     *out = op;
     if (op == nullptr) {
-        return kOutOfMemory;
+        return kToneOutOfMemory;
     }
-    *op = {};
-    return kDone;
+    std::memset(op, 0, sizeof *op);  // every byte, the padding too
+    return kToneDone;
 }
 
 void DisposeOperation(_SToneOperation* op) {

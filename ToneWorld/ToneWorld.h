@@ -20,7 +20,7 @@
 //   3  an apply function found a property value outside its range; the tables are as they were
 //
 // Pointers are trusted except where a function says otherwise. Lists come from plain `new`: where it throws,
-// std::bad_alloc passes through to the caller.
+// std::bad_alloc passes through to the caller, and what the call had taken but not yet attached stays allocated.
 // Threads: nothing is locked. A world, its operations and a curve being built belong to one thread at a time;
 // distinct worlds with distinct operations may be used on distinct threads.
 //

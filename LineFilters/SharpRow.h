@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The sharpness filter's row: the contract between ApplySharpFilterPutLine and whatever computes a finished line.
+// Not installed.
+
+namespace platen {
+
+struct SharpRowArgs {
+    const std::uint8_t* top;     // the row above; not read with topEdge
+    const std::uint8_t* middle;  // the row to be finished
+    const std::uint8_t* bottom;  // the row below
+    const std::int32_t* kernel;  // ten words: k0..k8, row by row, then the divisor; any values
+    std::size_t width;           // pixels, at least 3
+    std::size_t samples;         // samples per pixel: 1 or 3
+    bool topEdge;                // no row above: the bottom row's sum counts twice
+};
+
+// Writes width x samples bytes to `out`, any alignment, and touches nothing behind them or behind the rows' like
+// number of bytes. `out` overlaps none of the rows; the rows may be one another.
+//
+//   out = min(255, |S / divisor|), S modulo 2^32 taken as signed, '/' truncating toward zero; 0 for divisor 0
+//
+// Range: with the five kernels of sfilterParamTable the weights' magnitudes add up to 32 at most, with the bottom
+// row doubled too, so every partial sum lies within +-8160 and fits 16 bits. Kernels from elsewhere have no range.
+using SharpRowFn = void (*)(std::uint8_t* out, const SharpRowArgs& row);
+
+// The judge: plain, never tuned, always built, for any kernel.
+void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row);
+
+// The same for one processor family each, see SharpRow_loop.inc.
+void SharpRow_baseline(std::uint8_t* out, const SharpRowArgs& row);
+void SharpRow_avx2(std::uint8_t* out, const SharpRowArgs& row);
+void SharpRow_avx512(std::uint8_t* out, const SharpRowArgs& row);
+
+}  // namespace platen

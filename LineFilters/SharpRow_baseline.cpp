@@ -1,0 +1,7 @@
+#include <cstddef>
+#include <cstdint>
+
+#include "LineFilters/SharpRow.h"
+
+#define KERNEL_TARGET baseline
+#include "LineFilters/SharpRow_loop.inc"

@@ -1,0 +1,78 @@
+#include "Sources/Dispatch/Kernels.h"
+
+#include <array>
+#include <cstddef>
+
+// This file is built without instruction-set flags: it runs on every processor and decides what else does.
+
+namespace platen {
+namespace {
+
+constexpr KernelTable kReference = {"reference", SharpRow_reference, HsvRow_reference};
+
+#if defined(PLATEN_REFERENCE_KERNELS)
+
+constexpr std::array<const KernelTable*, 1> kAll = {&kReference};
+
+constinit const KernelTable* inUse = &kReference;
+
+std::size_t CountAvailable() {
+    return kAll.size();
+}
+
+#else
+
+constexpr KernelTable kBaseline = {"baseline", SharpRow_baseline, HsvRow_baseline};
+
+constinit const KernelTable* inUse = &kBaseline;
+
+#if defined(__x86_64__)
+
+constexpr KernelTable kAvx2 = {"avx2", SharpRow_avx2, HsvRow_avx2};
+constexpr KernelTable kAvx512 = {"avx512", SharpRow_avx512, HsvRow_avx512};
+
+constexpr std::array<const KernelTable*, 4> kAll = {&kReference, &kBaseline, &kAvx2, &kAvx512};
+
+// How many of kAll this processor, and the operating system's saving of its registers, can run.
+std::size_t CountAvailable() {
+    __builtin_cpu_init();
+    if (!__builtin_cpu_supports("avx2")) {
+        return 2;
+    }
+    // Without VBMI's byte shuffles the AVX2 kernels are the better ones.
+    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
+    return avx512 ? 4 : 3;
+}
+
+#else
+
+constexpr std::array<const KernelTable*, 2> kAll = {&kReference, &kBaseline};
+
+std::size_t CountAvailable() {
+    return kAll.size();
+}
+
+#endif
+
+[[gnu::constructor]] void ChooseAtLoad() {
+    inUse = kAll[CountAvailable() - 1];
+}
+
+#endif
+
+}  // namespace
+
+const KernelTable& Kernels() {
+    return *inUse;
+}
+
+std::span<const KernelTable* const> AvailableKernels() {
+    return std::span(kAll).first(CountAvailable());
+}
+
+void UseKernels(const KernelTable& table) {
+    inUse = &table;
+}
+
+}  // namespace platen

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <span>
+
+#include "LineFilters/HsvRow.h"
+#include "LineFilters/SharpRow.h"
+
+// The row kernels in use. A variant is a complete table: every entry is its best function for the job, and every
+// entry gives the bytes of the reference's. Not installed; nothing here leaves the library.
+
+namespace platen {
+
+struct KernelTable {
+    const char* name;  // "reference", "baseline", "avx2", "avx512"
+    SharpRowFn sharpRow;
+    HsvRowFn hsvRow;
+};
+
+// The table in use: valid before any constructor has run, and the best for this processor from the library's load
+// on. The library reads no environment, so another variant is chosen by a call only.
+const KernelTable& Kernels();
+
+// The variants that this processor can run, the plainest first. Never empty.
+std::span<const KernelTable* const> AvailableKernels();
+
+// Makes a variant the one in use. For tests, fuzzers and the bench; not while another thread is in the library.
+void UseKernels(const KernelTable& table);
+
+}  // namespace platen

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Sources/PX_Zoom/PX_ZoomBilinear.h"
+
+// The scaler's line kernels. Not installed.
+//
+// A is the arithmetic: std::uint32_t, every product and sum modulo 2^32, or double, in the order written. S is the
+// sample: std::uint8_t or std::uint16_t. Sample pointers may be odd; work lines are aligned for doubles. No buffer
+// overlaps another.
+//
+// Ranges, as Open makes them (the passes don't check): weights are 0..2^31-1, weightSum at least 1; in 32-bit
+// arithmetic a weight sum times the largest sample is below 2^32. Every quotient then lies within the samples'
+// range.
+
+namespace platen {
+
+// What the horizontal pass needs. A source line has srcWidth x samples samples; no other is read.
+struct HorzPass {
+    const PX_Zoom2_Param* columns;  // dstWidth records
+    std::int32_t dstWidth;
+    std::int32_t srcWidth;
+    std::int32_t samples;  // per pixel
+};
+
+// The judge: one statement per rule, never tuned, always built. A faster kernel must give the same results for
+// every input that the contract allows.
+namespace reference {
+
+// Per column and sample, by the way of the axis:
+//   reduce   (src[start] x startWeight + the whole ones x dstWidth + src[wholeEnd + 1] x endWeight) / weightSum,
+//            the last one read only if its weight is not 0
+//   enlarge  (src[start] x startWeight + src[start + 1] x endWeight) / weightSum
+//   keep     src[column]; of a source one pixel wide its first sample for all samples
+//   negative source width: 0
+// out receives dstWidth x samples whole numbers, also when A is double.
+template <class A, class S>
+void ExpandHorz(std::uint32_t* out, const S* src, const HorzPass& pass);
+
+// acc[k] += line[k] x weight; the weight is signed in double arithmetic.
+template <class A>
+void AddReduceVert(A* acc, const std::uint32_t* line, std::int32_t weight, std::size_t count);
+
+// out[k] = low bits of acc[k] / weightSum, truncated.
+template <class S, class A>
+void ReduceVert(S* out, const A* acc, std::int32_t weightSum, std::size_t count);
+
+// out[k] = low bits of (upper[k] x startWeight + lower[k] x endWeight) / weightSum, truncated.
+template <class A, class S>
+void ExpandVert(S* out, const std::uint32_t* upper, const std::uint32_t* lower, const PX_Zoom2_Param& weights,
+                std::size_t count);
+
+// out[k] = low bits of line[k].
+template <class S>
+void EqualVert(S* out, const std::uint32_t* line, std::size_t count);
+
+// One byte a pixel, 255 for a set bit and 0 for a clear one; reads ceil(width / 8) bytes.
+void UnpackBits(std::uint8_t* out, const std::uint8_t* bits, std::int32_t width);
+
+// The other way round: a byte of 128 or more gives a set bit; the last byte's unused bits are 0.
+void PackBits(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
+
+}  // namespace reference
+}  // namespace platen

@@ -1,0 +1,55 @@
+#include "Sources/PX_Zoom/Geometry.h"
+#include "Sources/PX_Zoom/LineKernels.h"
+#include "Sources/PX_Zoom/PX_ZoomBilinear.h"
+
+// The passes as members: each hands its kernel what the object holds. Work lines arrive as A*, but hold 32-bit
+// whole numbers, except for the accumulator. Without samples nothing is touched, vertCursor included.
+
+template <class A, class S>
+void PX_ZoomBilinear::Expand_Horz(A* out, S* src) {
+    const platen::HorzPass pass = {horzParam, dstWidth, srcWidth, platen::SamplesPerPixel(bitsPerPixel)};
+    platen::reference::ExpandHorz<A>(reinterpret_cast<std::uint32_t*>(out), src, pass);
+}
+
+template <class A>
+void PX_ZoomBilinear::Add_ReduceVert(A* acc, void* line, int weight) {
+    platen::reference::AddReduceVert(acc, static_cast<const std::uint32_t*>(line), weight,
+                                     platen::DstSamples(*this));
+}
+
+template <class S, class A>
+void PX_ZoomBilinear::Reduce_Vert(S* out, A* acc) {
+    if (const std::size_t count = platen::DstSamples(*this); count != 0) {
+        platen::reference::ReduceVert(out, acc, vertCursor->weightSum, count);
+    }
+}
+
+template <class S, class A>
+void PX_ZoomBilinear::Expand_Vert(S* out, A* upper, A* lower) {
+    if (const std::size_t count = platen::DstSamples(*this); count != 0) {
+        platen::reference::ExpandVert<A>(out, reinterpret_cast<const std::uint32_t*>(upper),
+                                         reinterpret_cast<const std::uint32_t*>(lower), *vertCursor, count);
+    }
+}
+
+template <class S>
+void PX_ZoomBilinear::Equal_Vert(S* out, std::uint32_t* line) {
+    platen::reference::EqualVert(out, line, platen::DstSamples(*this));
+}
+
+template void PX_ZoomBilinear::Expand_Horz(std::uint32_t*, std::uint8_t*);
+template void PX_ZoomBilinear::Expand_Horz(std::uint32_t*, std::uint16_t*);
+template void PX_ZoomBilinear::Expand_Horz(double*, std::uint8_t*);
+template void PX_ZoomBilinear::Expand_Horz(double*, std::uint16_t*);
+template void PX_ZoomBilinear::Add_ReduceVert(std::uint32_t*, void*, int);
+template void PX_ZoomBilinear::Add_ReduceVert(double*, void*, int);
+template void PX_ZoomBilinear::Reduce_Vert(std::uint8_t*, std::uint32_t*);
+template void PX_ZoomBilinear::Reduce_Vert(std::uint16_t*, std::uint32_t*);
+template void PX_ZoomBilinear::Reduce_Vert(std::uint8_t*, double*);
+template void PX_ZoomBilinear::Reduce_Vert(std::uint16_t*, double*);
+template void PX_ZoomBilinear::Expand_Vert(std::uint8_t*, std::uint32_t*, std::uint32_t*);
+template void PX_ZoomBilinear::Expand_Vert(std::uint16_t*, std::uint32_t*, std::uint32_t*);
+template void PX_ZoomBilinear::Expand_Vert(std::uint8_t*, double*, double*);
+template void PX_ZoomBilinear::Expand_Vert(std::uint16_t*, double*, double*);
+template void PX_ZoomBilinear::Equal_Vert(std::uint8_t*, std::uint32_t*);
+template void PX_ZoomBilinear::Equal_Vert(std::uint16_t*, std::uint32_t*);

@@ -1,0 +1,105 @@
+#include "ToneWorld/ColorBalance.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Sources/Support/Truncate.h"
+#include "ToneWorld/Property.h"
+#include "ToneWorld/Spline.h"
+
+namespace {
+
+using platen::FourCharacterCode;
+
+constexpr std::uint32_t kType = FourCharacterCode("CoBa");
+constexpr std::uint32_t kHostFlag = FourCharacterCode("cbsT");
+
+enum Range { kShadows, kMidtones, kHighlights };
+
+// The amounts of one range: red, green, blue.
+using Amounts = std::array<std::int32_t, 3>;
+
+constexpr std::array<std::array<std::uint32_t, 3>, 3> kAmountKeys = {{
+    {FourCharacterCode("cbsR"), FourCharacterCode("cbsG"), FourCharacterCode("cbsB")},
+    {FourCharacterCode("cbmR"), FourCharacterCode("cbmG"), FourCharacterCode("cbmB")},
+    {FourCharacterCode("cbhR"), FourCharacterCode("cbhG"), FourCharacterCode("cbhB")},
+}};
+
+bool InRange(std::int32_t amount) {
+    return amount >= -100 && amount <= 100;
+}
+
+bool AllInRange(const Amounts& amounts) {
+    return std::all_of(amounts.begin(), amounts.end(), InRange);
+}
+
+bool AllZero(const Amounts& amounts) {
+    return amounts == Amounts{};
+}
+
+// How far the middle of a channel moves.
+double Shift(Range range, std::int32_t amount) {
+    const double steps = platen::Truncate<std::int32_t>(amount * 1.27);
+    switch (range) {
+        case kShadows:
+            return steps > 0 ? steps / 3.0 : steps;
+        case kMidtones:
+            return (steps / 3.0) + (steps / 3.0);
+        case kHighlights:
+            break;
+    }
+    return steps > 0 ? steps : steps / 3.0;
+}
+
+void MapThroughSpline(std::uint8_t* table, double shift) {
+    const float middle = static_cast<float>(shift) + 127.0f;
+    std::array<double, 3> x = {0.0, 127.0, 255.0};
+    std::array<double, 3> y = {0.0, static_cast<double>(middle), 255.0};
+    std::array<double, 3> z;
+    std::array<unsigned long, 256> mapping;
+    splineCreation(x.data(), y.data(), z.data(), 3, mapping.data());
+    platen::MapTable(table, mapping);
+}
+
+}  // namespace
+
+std::int32_t SetupColorBalanceOperation(_SToneOperation* op) {
+    if (op == nullptr) {
+        return platen::kToneNullOperation;
+    }
+    if (platen::BeginSetup(op, kType, ApplyColorBalance) != platen::kToneDone) {
+        return platen::kToneOutOfMemory;
+    }
+    for (const auto& keys : kAmountKeys) {
+        for (const std::uint32_t key : keys) {
+            platen::AddDefault(op, key, std::int32_t{0});
+        }
+    }
+    platen::AddDefault(op, kHostFlag, std::int32_t{0});
+    return platen::kToneDone;
+}
+
+std::int32_t ApplyColorBalance(_SToneOperation* op, _SToneCurve* curve) {
+    std::array<Amounts, 3> amounts;
+    for (std::size_t range = 0; range < 3; ++range) {
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            amounts[range][channel] = platen::PropertyOr(op, kAmountKeys[range][channel], std::int32_t{0});
+        }
+    }
+    if (curve->depth != 24) {
+        return platen::kToneDone;
+    }
+    if (!std::all_of(amounts.begin(), amounts.end(), AllInRange)) {
+        return platen::kToneOutOfRange;
+    }
+    for (const Range range : {kShadows, kMidtones, kHighlights}) {
+        if (AllZero(amounts[range])) {
+            continue;
+        }
+        // A channel whose own amount is 0 goes through the identity.
+        MapThroughSpline(curve->redTable, Shift(range, amounts[range][0]));
+        MapThroughSpline(curve->greenTable, Shift(range, amounts[range][1]));
+        MapThroughSpline(curve->blueTable, Shift(range, amounts[range][2]));
+    }
+    return platen::kToneDone;
+}

@@ -1,0 +1,135 @@
+// The scaler's stream: any image and any order of calls against the whole-image model.
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "Producer.h"
+#include "Sources/PX_Zoom/PX_ZoomBilinear.h"
+#include "tests/unit/PX_Zoom/ZoomModel.h"
+
+namespace {
+
+using platen_fuzz::Producer;
+using platen_test::ZoomCase;
+using platen_test::ZoomImage;
+
+void Check(bool right) {
+    if (!right) {
+        std::abort();
+    }
+}
+
+ZoomImage TakeImage(const ZoomCase& c, Producer& input) {
+    ZoomImage image(static_cast<std::size_t>(c.srcHeight));
+    for (auto& line : image) {
+        line.resize(static_cast<std::size_t>(c.srcWidth) * static_cast<std::size_t>(c.Samples()));
+        for (auto& sample : line) {
+            sample = c.Wide() ? input.Take<std::uint16_t>() : input.Take<std::uint8_t>();
+            sample = c.format != 1 ? sample : static_cast<std::uint16_t>((sample & 1) != 0 ? 255 : 0);
+        }
+    }
+    return image;
+}
+
+class Session {
+  public:
+    Session(const ZoomCase& c, Producer& input)
+        : case_(c), source_(TakeImage(c, input)), want_(ModelScale(c, source_)) {
+        Check(zoom_.Open(c.dstWidth, c.dstHeight, c.srcWidth, c.srcHeight, c.format, 2) == 0);
+        auto& bilinear = static_cast<PX_ZoomBilinear&>(*zoom_.zoom);
+        bilinear.horzDouble |= input.Flip() ? 1 : 0;
+        bilinear.vertDouble |= input.Flip() ? 1 : 0;
+    }
+
+    // One call; most of the time the one that carries on.
+    void Step(std::uint8_t choice) {
+        const bool waits = zoom_.CheckData() != 0;
+        if (choice % 8 == 0) {
+            Refused(choice / 8);
+        } else if (waits) {
+            Read();
+        } else if (sent_ < source_.size()) {
+            Send();
+        } else {
+            Refused(choice / 8);
+        }
+    }
+
+    bool Finished() const {
+        return read_ == want_.size();
+    }
+
+    void Finish() {
+        while (!Finished()) {
+            Step(1);
+        }
+        std::vector<std::uint8_t> line(case_.SrcBytes());
+        Check(zoom_.Send(line.data()) == 3 && sent_ == source_.size());
+    }
+
+  private:
+    void Send() {
+        auto bytes = PackLine(case_, source_[sent_++]);
+        Check(zoom_.Send(bytes.data()) == 0);
+    }
+
+    void Read() {
+        const auto want = PackLine(case_, want_[read_++]);
+        std::vector<std::uint8_t> line(case_.DstBytes(), 0x5A);
+        Check(zoom_.Read(line.data()) == 0 && line == want);
+    }
+
+    // Calls that must be turned away and change nothing that a later line would show.
+    void Refused(int which) {
+        std::vector<std::uint8_t> line(case_.DstBytes() + case_.SrcBytes());
+        const bool waits = zoom_.CheckData() != 0;
+        switch (which % 4) {
+            case 0: {
+                const int status = zoom_.Send(nullptr);
+                Check(status == 2 || (waits && status == 3));
+                break;
+            }
+            case 1:
+                Check(zoom_.Read(nullptr) == 2);
+                break;
+            case 2:
+                Check(zoom_.Open(1, 1, 1, 1, 8, 2) == 3);
+                break;
+            default:
+                Check(waits ? zoom_.Send(line.data()) == 3 : zoom_.Read(line.data()) == 3);
+        }
+    }
+
+    ZoomCase case_;
+    ZoomImage source_;
+    ZoomImage want_;
+    PX_Zoom zoom_;
+    std::size_t sent_ = 0;
+    std::size_t read_ = 0;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    Producer input(data, size);
+    constexpr int kFormats[] = {1, 8, 16, 24, 32, 48, 64};
+    const auto side = [&input] { return 1 + input.Take<std::uint8_t>() % 24; };
+    ZoomCase c{};
+    c.format = kFormats[input.Take<std::uint8_t>() % 7];
+    c.dstWidth = side();
+    c.dstHeight = side();
+    c.srcWidth = side();
+    c.srcHeight = side();
+    std::uint8_t calls[96];
+    input.Fill(calls, sizeof calls);
+    Session session(c, input);
+    for (const std::uint8_t call : calls) {
+        if (!session.Finished()) {
+            session.Step(call);
+        }
+    }
+    session.Finish();
+    return 0;
+}

@@ -1,0 +1,196 @@
+// Runs colours through ApplyOneLineHsv and through a second writing of the same rules, and compares every byte.
+//
+//   hsv_all_colours HUE SATURATION LIGHTNESS [...]     all 2^24 colours for each setting given
+//   hsv_all_colours --settings N [--stride S]          N settings spread over the ranges; S > 1 takes every S-th
+//                                                      plane of equal red, in turn with the settings' numbers
+//   hsv_all_colours --rows ...                         the plain row instead of ApplyOneLineHsv's choice
+//
+// Work is shared out to as many threads as there are processors. Exit: 0 equal, 1 different, 2 wrong arguments.
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "LineFilters/Hsv.h"
+#include "LineFilters/HsvRow.h"
+#include "tests/support/HsvTranscription.h"
+#include "tests/support/Random.h"
+
+namespace {
+
+constexpr int kPlanePixels = 256 * 256;
+
+struct Setting {
+    int hue;
+    int saturation;
+    int lightness;
+};
+
+struct Options {
+    std::vector<Setting> settings;
+    int stride = 1;
+    bool plainRow = false;
+};
+
+// The ends, the steps at the sectors' borders and the middle first, then whatever comes.
+Setting SettingNumber(int number) {
+    static constexpr Setting kFirst[] = {
+        {0, 100, 0},  {0, -100, 0}, {0, 1, 0},     {0, -1, 0},    {0, 50, 0},   {0, -50, 0},   {1, 0, 0},
+        {-1, 0, 0},   {59, 0, 0},   {60, 0, 0},    {-60, 0, 0},   {61, 0, 0},   {120, 0, 0},   {-120, 0, 0},
+        {180, 0, 0},  {-180, 0, 0}, {0, 0, 100},   {0, 0, -100},  {0, 0, 1},    {30, 20, -10}, {180, 100, 100},
+        {-7, -33, 5}, {90, 10, 0},  {-179, 99, 0}, {179, -99, 0}, {0, 33, -50}, {45, 0, 40},
+    };
+    if (static_cast<std::size_t>(number) < std::size(kFirst)) {
+        return kFirst[number];
+    }
+    platen_test::Random random(static_cast<std::uint64_t>(number));
+    const auto hue = random.OneIn(4) ? 0 : random.Between(-180, 180);
+    const auto saturation = random.OneIn(4) ? 0 : random.Between(-100, 100);
+    const auto lightness = hue == 0 && saturation == 0 ? random.Between(1, 100) : random.Between(-100, 100);
+    return {static_cast<int>(hue), static_cast<int>(saturation), static_cast<int>(lightness)};
+}
+
+// Every colour of one red, green slowest.
+void FillPlane(int red, std::vector<std::uint8_t>& line) {
+    std::uint8_t* byte = line.data();
+    for (int greenBlue = 0; greenBlue < kPlanePixels; ++greenBlue) {
+        *byte++ = static_cast<std::uint8_t>(red);
+        *byte++ = static_cast<std::uint8_t>(greenBlue >> 8);
+        *byte++ = static_cast<std::uint8_t>(greenBlue);
+    }
+}
+
+struct Job {
+    Setting setting;
+    void* handle;
+    bool plainRow;
+    std::uint8_t lightness[256];
+    platen_test::HsvTranscription judge;
+};
+
+// Differing pixels of one plane; the first of all threads is printed.
+std::uint64_t ComparePlane(const Job& job, int red, std::atomic<bool>& printed) {
+    std::vector<std::uint8_t> source(3 * kPlanePixels);
+    FillPlane(red, source);
+    std::vector<std::uint8_t> line = source;
+    if (job.plainRow) {
+        platen::HsvRow_reference(line.data(), kPlanePixels, job.setting.hue, job.setting.saturation, job.lightness);
+    } else if (ApplyOneLineHsv(job.handle, line.data()) != 0) {
+        return kPlanePixels;
+    }
+    std::uint64_t different = 0;
+    for (std::size_t i = 0; i < source.size(); i += 3) {
+        std::uint8_t expected[3];
+        job.judge.Apply(&source[i], expected);
+        if (std::memcmp(expected, &line[i], 3) != 0) {
+            ++different;
+            if (!printed.exchange(true)) {
+                std::printf("  (%d, %d, %d) gives (%d, %d, %d), expected (%d, %d, %d)\n", source[i], source[i + 1],
+                            source[i + 2], line[i], line[i + 1], line[i + 2], expected[0], expected[1],
+                            expected[2]);
+            }
+        }
+    }
+    return different;
+}
+
+std::uint64_t CompareAll(const Job& job, int stride, int firstPlane) {
+    std::atomic<int> next{firstPlane % stride};
+    std::atomic<std::uint64_t> different{0};
+    std::atomic<bool> printed{false};
+    const auto work = [&] {
+        for (int red = next.fetch_add(stride); red < 256; red = next.fetch_add(stride)) {
+            different += ComparePlane(job, red, printed);
+        }
+    };
+    std::vector<std::thread> threads;
+    for (unsigned i = 1; i < std::thread::hardware_concurrency(); ++i) {
+        threads.emplace_back(work);
+    }
+    work();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    return different;
+}
+
+bool RunSetting(const Setting& setting, const Options& options, int number) {
+    _SHsvParam param{setting.hue, setting.saturation, setting.lightness, 24, kPlanePixels, 1, 3 * kPlanePixels};
+    void* handle = nullptr;
+    if (SetupHsv(&param, &handle) != 0) {
+        std::printf("%d %d %d: refused\n", setting.hue, setting.saturation, setting.lightness);
+        return false;
+    }
+    Job job{setting,
+            handle,
+            options.plainRow,
+            {},
+            platen_test::HsvTranscription(setting.hue, setting.saturation, setting.lightness)};
+    for (int i = 0; i < 256; ++i) {
+        job.lightness[i] = static_cast<std::uint8_t>(gStorage[i]);
+    }
+    const auto begin = std::chrono::steady_clock::now();
+    const std::uint64_t different = CompareAll(job, options.stride, number);
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+    Disposehsv(handle);
+    std::printf("%4d %4d %4d: %llu differences (%.2f s)\n", setting.hue, setting.saturation, setting.lightness,
+                static_cast<unsigned long long>(different), seconds.count());
+    return different == 0;
+}
+
+bool ParseNumber(const char* text, int& number) {
+    char* end = nullptr;
+    number = static_cast<int>(std::strtol(text, &end, 10));
+    return end != text && *end == '\0';
+}
+
+bool ParseOptions(int argc, char** argv, Options& options) {
+    int wanted = 0;
+    std::vector<int> numbers;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        int number = 0;
+        if (argument == "--rows") {
+            options.plainRow = true;
+        } else if (argument == "--settings" || argument == "--stride") {
+            if (++i == argc || !ParseNumber(argv[i], number) || number < 1) {
+                return false;
+            }
+            (argument == "--stride" ? options.stride : wanted) = number;
+        } else if (ParseNumber(argv[i], number)) {
+            numbers.push_back(number);
+        } else {
+            return false;
+        }
+    }
+    for (std::size_t i = 0; i + 2 < numbers.size(); i += 3) {
+        options.settings.push_back({numbers[i], numbers[i + 1], numbers[i + 2]});
+    }
+    for (int i = 0; i < wanted; ++i) {
+        options.settings.push_back(SettingNumber(i));
+    }
+    return numbers.size() % 3 == 0 && options.stride <= 256 && !options.settings.empty();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    if (!ParseOptions(argc, argv, options)) {
+        std::fprintf(stderr,
+                     "usage: hsv_all_colours [--rows] [--settings N] [--stride S] [HUE SATURATION LIGHTNESS]...\n");
+        return 2;
+    }
+    bool equal = true;
+    int number = 0;
+    for (const Setting& setting : options.settings) {
+        equal = RunSetting(setting, options, number++) && equal;
+    }
+    return equal ? 0 : 1;
+}

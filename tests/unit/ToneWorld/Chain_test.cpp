@@ -1,0 +1,105 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <vector>
+
+#include "ToneFixture.h"
+#include "ToneWorld/BrightnessContrast.h"
+#include "ToneWorld/Level.h"
+#include "support/Random.h"
+
+// Worlds of one to six operations with random settings, valid and not, against the plain rules applied one after
+// the other.
+
+namespace {
+
+using platen_test::Random;
+using tone_test::Curve;
+using tone_test::Operation;
+using tone_test::World;
+
+// What an operation does, by the plain rules, and the library's operation with the same settings.
+struct Link {
+    std::unique_ptr<Operation> operation;
+    virtual ~Link() = default;
+    virtual void ApplyPlain(int depth, plain::Tables& tables) const = 0;
+    virtual void Describe(std::ostream& stream) const = 0;
+};
+
+struct BrightnessContrastLink : Link {
+    plain::BrightnessContrast settings;
+
+    explicit BrightnessContrastLink(Random& random) {
+        settings.brightness = static_cast<std::int32_t>(random.Between(-103, 103));
+        settings.contrast = static_cast<std::int32_t>(random.Between(-103, 103));
+        operation = std::make_unique<Operation>(SetupBrightnessContrastOperation);
+        operation->SetAll(settings);
+    }
+    void ApplyPlain(int depth, plain::Tables& tables) const override {
+        plain::Apply(settings, depth, tables);
+    }
+    void Describe(std::ostream& stream) const override {
+        stream << "BrCn " << settings.brightness << ' ' << settings.contrast << '\n';
+    }
+};
+
+struct LevelLink : Link {
+    plain::Level settings;
+
+    explicit LevelLink(Random& random) {
+        settings.iMin = static_cast<std::uint32_t>(random.Between(0, 150));
+        settings.iMax = static_cast<std::uint32_t>(random.Between(110, 256));
+        settings.oMin = static_cast<std::uint32_t>(random.Between(0, 150));
+        settings.oMax = static_cast<std::uint32_t>(random.Between(110, 256));
+        settings.iMid = random.OneIn(4) ? 1.0 : static_cast<double>(random.Between(9, 1001)) / 100.0;
+        operation = std::make_unique<Operation>(SetupLevelOperation);
+        operation->SetAll(settings);
+    }
+    void ApplyPlain(int depth, plain::Tables& tables) const override {
+        plain::Apply(settings, depth, tables);
+    }
+    void Describe(std::ostream& stream) const override {
+        stream << "LeVe " << settings.iMin << ' ' << settings.iMid << ' ' << settings.iMax << ' ' << settings.oMin
+               << ' ' << settings.oMax << '\n';
+    }
+};
+
+using MakeLink = std::unique_ptr<Link> (*)(Random&);
+template <class T>
+std::unique_ptr<Link> Make(Random& random) {
+    return std::make_unique<T>(random);
+}
+// Every operation that chains are made of.
+constexpr MakeLink kMakers[] = {Make<BrightnessContrastLink>, Make<LevelLink>};
+
+TEST(Chain, RandomChainsEqualThePlainRules) {
+    Random random(6);
+    for (int round = 0; round < 20000; ++round) {
+        const World world;
+        const std::int32_t depth = random.OneIn(10) ? 16 : random.OneIn(2) ? 8 : 24;
+        plain::Tables expected = plain::Tables::Identity();
+        std::vector<std::unique_ptr<Link>> links;
+        std::ostringstream text;
+        for (auto left = random.Between(1, 6); left > 0; --left) {
+            const auto maker = static_cast<std::size_t>(random.Between(0, std::size(kMakers) - 1));
+            links.push_back(kMakers[maker](random));
+            world.Add(*links.back()->operation);
+            links.back()->ApplyPlain(depth, expected);
+            links.back()->Describe(text);
+        }
+        Curve curve(depth);
+        ASSERT_EQ(0, MakeToneCurve(world.get(), &curve));
+        ASSERT_TRUE(curve.Holds(expected)) << "round " << round << ", depth " << depth << '\n' << text.str();
+        __OpaqeToneWorld* copy = nullptr;
+        ASSERT_EQ(0, DuplicateToneWorld(world.get(), &copy));
+        Curve again(depth);
+        MakeToneCurve(copy, &again);
+        ASSERT_EQ(curve.tables, again.tables);
+        DisposeToneWorld(copy, 1);
+    }
+}
+
+}  // namespace
