@@ -82,6 +82,8 @@ void Begin(void* pointer) {
     png_set_user_limits(state->png, 0x7FFFFFFF, 0x7FFFFFFF);
     png_set_IHDR(state->png, state->info, page.width, page.height, page.bitsPerSample, ColourType(page),
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+    // Level 6 takes four times as long on a colour page and saves 3 %.
+    png_set_compression_level(state->png, 4);
     SetMetadata(state);
     png_write_info(state->png, state->info);
     if (page.bitsPerSample == 16 && std::endian::native == std::endian::little) {
