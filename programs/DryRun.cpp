@@ -1,5 +1,4 @@
 #include "programs/AdjustInput.h"
-#include "programs/Error.h"
 #include "programs/PagePlan.h"
 
 namespace platen_tool {
@@ -91,9 +90,7 @@ std::string DescribeInput(const Settings& settings, const OutputName& name, cons
         }
     }
     if (text.empty()) {
-        throw Error(ExitCode::kFailed,
-                    "--page: there " + std::string(page == 2 ? "is only 1 page"
-                                                             : "are only " + std::to_string(page - 1) + " pages"));
+        throw NoSuchPage(page - 1);
     }
     return text;
 }

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <numeric>
 
 #include "programs/Error.h"
@@ -49,7 +50,15 @@ void PrintOutput(std::string_view text) {
     }
 }
 
+// getrusage would count what the process was before it became this program.
 std::size_t PeakMemory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        std::size_t kilobytes = 0;
+        if (word == "VmHWM:" && status >> kilobytes) {
+            return kilobytes * 1024;
+        }
+    }
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return static_cast<std::size_t>(usage.ru_maxrss) * 1024;

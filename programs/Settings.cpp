@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "programs/Error.h"
 #include "programs/Numbers.h"
 
 namespace platen_tool {
@@ -257,6 +256,11 @@ ReadOptions MakeReadOptions(const std::vector<GivenOption>& options) {
         TakeFileOption(s, option.name, option.value);
     }
     return s.read;
+}
+
+Error NoSuchPage(unsigned long pages) {
+    return {ExitCode::kFailed, pages == 1 ? std::string("--page: there is only 1 page")
+                                          : "--page: there are only " + std::to_string(pages) + " pages"};
 }
 
 Settings MakeSettings(const ParsedArguments& arguments, const Terminals& terminals) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "programs/Error.h"
 #include "programs/ImageInfo.h"
 #include "programs/LineReader.h"
 #include "programs/OptionTable.h"
@@ -98,5 +99,8 @@ Settings MakeSettings(const ParsedArguments& arguments, const Terminals& termina
 
 // The reading options alone, for sub-commands that only read; others are passed over.
 ReadOptions MakeReadOptions(const std::vector<GivenOption>& options);
+
+// What --page ends with where a file has too few pages.
+Error NoSuchPage(unsigned long pages);
 
 }  // namespace platen_tool

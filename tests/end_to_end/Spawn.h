@@ -12,7 +12,6 @@ struct Outcome {
     int code = -1;  // exit code, 128 + the signal's number where a signal ended it
     std::string out;
     std::string err;
-    long peakKilobytes = 0;
 };
 
 // Where a run's standard streams go. An empty name of a file means a pipe that the test holds.
