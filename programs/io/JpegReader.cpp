@@ -294,8 +294,8 @@ class JpegReader : public LineReader {
         if (!facts.resolution) {
             return;
         }
-        if (!info_.resolution || (Rounded(facts.resolution->x) == Rounded(info_.resolution->x) &&
-                                  Rounded(facts.resolution->y) == Rounded(info_.resolution->y))) {
+        if (!info_.resolution || (JfifDensity(facts.resolution->x) == JfifDensity(info_.resolution->x) &&
+                                  JfifDensity(facts.resolution->y) == JfifDensity(info_.resolution->y))) {
             info_.resolution = facts.resolution;
         }
     }

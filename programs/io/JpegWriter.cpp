@@ -3,7 +3,6 @@
 // jpeglib.h wants the two above first.
 #include <jpeglib.h>
 
-#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -74,12 +73,9 @@ void SetDensity(JpegState* state) {
     if (!state->page->resolution) {
         return;
     }
-    const auto whole = [](const Ratio& ratio) {
-        return static_cast<UINT16>(std::clamp<std::uint64_t>(Rounded(ratio), 1, 65535));
-    };
     state->codec.density_unit = 1;
-    state->codec.X_density = whole(state->page->resolution->x);
-    state->codec.Y_density = whole(state->page->resolution->y);
+    state->codec.X_density = JfifDensity(state->page->resolution->x);
+    state->codec.Y_density = JfifDensity(state->page->resolution->y);
 }
 
 void Begin(void* pointer) {

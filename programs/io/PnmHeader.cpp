@@ -170,8 +170,8 @@ std::uint32_t ReadPnmDigit(InputFile& file) {
 
 PnmHeader ReadPnmHeader(InputFile& file, const Limits& limits) {
     const int letter = Need(file);
-    const int digit = Need(file);
-    if (letter != 'P' || digit < '1' || digit > '7') {
+    const int digit = letter == 'P' ? Need(file) : 0;
+    if (digit < '1' || digit > '7') {
         Damaged(file, "the bytes behind the last page aren't a page");
     }
     PnmHeader header;

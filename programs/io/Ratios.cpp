@@ -71,6 +71,10 @@ std::uint64_t Rounded(const Ratio& ratio) {
     return whole + (ratio.numerator % ratio.denominator >= ratio.denominator - half ? 1 : 0);
 }
 
+std::uint16_t JfifDensity(const Ratio& perInch) {
+    return static_cast<std::uint16_t>(std::clamp<std::uint64_t>(Rounded(perInch), 1, 65535));
+}
+
 std::uint32_t PixelsPerMetre(const Ratio& perInch) {
     const Ratio perMetre = Times(perInch, 5000, 127);
     return static_cast<std::uint32_t>(std::clamp<std::uint64_t>(Rounded(perMetre), 1, 2147483647));

@@ -18,7 +18,10 @@ std::optional<Resolution> ResolutionFrom(Ratio x, Ratio y, LengthUnit unit);
 // Pixels per metre, rounded to nearest, within 1 to 2147483647.
 std::uint32_t PixelsPerMetre(const Ratio& perInch);
 
-// Numerator over denominator rounded to nearest.
+// Numerator over denominator rounded to nearest; 0 where the denominator is 0.
 std::uint64_t Rounded(const Ratio& ratio);
+
+// As JFIF stores it: rounded to nearest, within 1 to 65535.
+std::uint16_t JfifDensity(const Ratio& perInch);
 
 }  // namespace platen_tool

@@ -86,10 +86,11 @@ int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std:
 }
 
 int TiffHandle::OnWarning(TIFF*, void* user, const char* module, const char* format, std::va_list arguments) {
-    // An old way of LZW, which is read correctly all the same.
+    auto* self = static_cast<TiffHandle*>(user);
+    // An old way of LZW, which is read correctly all the same. What a writer is warned of is a matter of taste.
     const bool harmless = module != nullptr && std::strcmp(module, "LZWPreDecode") == 0;
-    if (!harmless) {
-        static_cast<TiffHandle*>(user)->Keep(format, arguments);
+    if (!harmless && self->output_ == nullptr) {
+        self->Keep(format, arguments);
     }
     return 1;
 }

@@ -124,7 +124,7 @@ TEST(Damage, ATiffCutWithinItsStripIsAnErrorWhateverItsCodec) {
 // The strip's byte count may be honest about a strip that its writer cut off.
 TEST(Damage, AStripThatStopsEarlyIsAnErrorThoughTheFileIsWhole) {
     const Page bilevel = RandomPage(200, 60, 1, 1, 3);
-    for (const int compression : {1, 3, 4, 5, 8, 32773}) {
+    for (const int compression : {3, 4, 5, 8, 32773}) {
         Bytes whole = DirectoryFirst(bilevel, compression);
         const std::size_t countAt = 8 + 2 + 12 * 8 + 8;
         const std::size_t count = whole[countAt] | static_cast<std::size_t>(whole[countAt + 1]) << 8;
