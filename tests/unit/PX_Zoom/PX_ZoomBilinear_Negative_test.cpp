@@ -138,6 +138,17 @@ TEST(PX_ZoomBilinearNegative, NegativeSourceWidthReadsAsZeros) {
     }
 }
 
+TEST(PX_ZoomBilinearNegative, HorizontalPassWritesTheZeros) {
+    PX_ZoomBilinear zoom;
+    ASSERT_EQ(0, zoom.Open(2, 1, -1, 1, 24, 2));
+    std::uint32_t out[7] = {1, 2, 3, 4, 5, 6, 7};
+    zoom.Expand_Horz(out, static_cast<std::uint8_t*>(nullptr));
+    for (int k = 0; k < 6; ++k) {
+        EXPECT_EQ(0u, out[k]);
+    }
+    EXPECT_EQ(7u, out[6]);
+}
+
 TEST(PX_ZoomBilinearNegative, NegativeDestinationWidthGetsNothing) {
     for (int format : kFormats) {
         for (const auto& height : {std::pair{3, 7}, std::pair{4, 4}, std::pair{7, 3}, std::pair{2, 1}}) {
