@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -35,7 +36,11 @@ struct Page {
 class Scratch {
   public:
     Scratch() {
-        std::string name = (std::filesystem::temp_directory_path() / "platen-io-XXXXXX").string();
+        // In memory where that exists: thousands of small files are written over and over.
+        const std::filesystem::path memory = "/dev/shm";
+        const bool useMemory = access(memory.c_str(), W_OK) == 0;
+        const auto base = useMemory ? memory : std::filesystem::temp_directory_path();
+        std::string name = (base / "platen-io-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) {
             std::abort();
         }
@@ -159,8 +164,13 @@ void ExpectError(Action action, ExitCode code, const std::string& part) {
 
 // The smallest ICC profile that passes a look at its header.
 inline Bytes SmallProfile(bool colour) {
-    Bytes profile(132 + 40, 0);
+    Bytes profile(132 + 12 + 600, 0);  // longer than what libpng takes for cut off once it is packed
+    Random random(1);
+    for (std::size_t i = 152; i < profile.size(); ++i) {
+        profile[i] = random.Byte();
+    }
     const auto put = [&profile](std::size_t at, const char* text) { std::memcpy(profile.data() + at, text, 4); };
+    profile[2] = static_cast<std::uint8_t>(profile.size() >> 8);
     profile[3] = static_cast<std::uint8_t>(profile.size());
     profile[8] = 2;
     put(12, "scnr");
@@ -172,7 +182,8 @@ inline Bytes SmallProfile(bool colour) {
     profile[131] = 1;  // one tag, of the profile's last bytes
     put(132, "desc");
     profile[139] = 144;
-    profile[143] = 28;
+    profile[142] = 600 >> 8;
+    profile[143] = 600 & 0xFF;
     return profile;
 }
 
