@@ -28,7 +28,7 @@ std::string Row(const std::string& name, const std::string& text) {
 
 std::string KeyPoints(const ToneTable& table) {
     std::string text;
-    for (const std::size_t level : {0, 32, 64, 96, 128, 160, 192, 224, 255}) {
+    for (const unsigned level : {0u, 32u, 64u, 96u, 128u, 160u, 192u, 224u, 255u}) {
         text += (text.empty() ? "" : " ") + std::to_string(level) + ":" + std::to_string(table[level]);
     }
     return text;

@@ -103,7 +103,7 @@ std::string Text(const LevelsStep& step) {
 std::string Text(const CurveStep& step) {
     std::string text = step.kind == CurveKind::kPolyline ? "polyline" : "spline";
     for (const CurvePoint& point : step.points) {
-        text += " " + NumberText(double{point.x}) + "," + NumberText(double{point.y});
+        text += " " + NumberText(static_cast<double>(point.x)) + "," + NumberText(static_cast<double>(point.y));
     }
     return text;
 }
