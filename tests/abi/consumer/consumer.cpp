@@ -23,8 +23,8 @@ bool ToneWorldFolds() {
     if (NewToneWorld(&world) != 0) {
         return false;
     }
-    std::int32_t (*const setups[])(_SToneOperation*) = {
-        SetupBrightnessContrastOperation, SetupLevelOperation, SetupColorBalanceOperation, SetupCurvesOperation};
+    std::int32_t (*const setups[])(_SToneOperation*) = {SetupBrightnessContrastOperation, SetupLevelOperation,
+                                                        SetupColorBalanceOperation, SetupCurvesOperation};
     for (const auto setup : setups) {
         _SToneOperation* operation = nullptr;
         if (NewOperation(&operation) != 0 || setup(operation) != 0) {
