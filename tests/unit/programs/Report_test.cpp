@@ -67,20 +67,21 @@ TEST(Statistics, WideAndBilevelSamplesCountByTheirLevel) {
 TEST(Progress, AtMostTenTimesASecondAndOnlyWhereItIsOn) {
     testing::internal::CaptureStderr();
     const double begin = Now();
-    int calls = 0;
     {
         Progress off(false, "off");
         Progress progress(true, "a");
-        for (; Now() - begin < 0.35; ++calls) {
+        progress.Line(1, 1, 9);
+        for (const double first = Now(); Now() - first < 0.35;) {
             off.Line(1, 1, 9);
             progress.Line(1, 1, 9);
         }
+        progress.Line(1, 1, 9);
     }
     const double seconds = Now() - begin;
     const std::string text = testing::internal::GetCapturedStderr();
     const auto shown = std::count(text.begin(), text.end(), ':');
     EXPECT_GE(shown, 2);
-    EXPECT_LE(static_cast<double>(shown), seconds * 10.0 + 1.0) << calls;
+    EXPECT_LE(static_cast<double>(shown), seconds * 10.0 + 1.0);
     EXPECT_EQ(text.find("off"), std::string::npos);
 }
 
