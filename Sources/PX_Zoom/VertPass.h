@@ -6,11 +6,11 @@
 // The vertical passes' kernels: the contract between the line pipeline and whatever combines its work lines. A
 // table of functions per processor family. Not installed.
 //
-// Range, as Open makes it: work lines hold whole numbers up to 65535; weights are 0..2^31-1 and in 32-bit
-// arithmetic add up to weightSum; weightSum is at least 1; every quotient lies within the samples' range, so an
-// accumulator is at most 255 or 65535 times weightSum. Products and sums of 32-bit arithmetic are modulo 2^32.
-// Samples may lie at odd addresses, work lines are aligned for what they hold, no buffer overlaps another, and
-// exactly `count` elements of each are touched.
+// All hold for any content and any weights, since hosts may call the passes themselves, but weightSum is not 0.
+// What Open makes is the fast case: work lines of samples, weights that make up weightSum, so that no quotient
+// leaves the samples' range. Products and sums of 32-bit arithmetic are modulo 2^32. Samples may lie at odd
+// addresses, work lines are aligned for what they hold, no buffer overlaps another, and exactly `count` elements of
+// each are touched.
 
 namespace platen {
 
@@ -29,13 +29,13 @@ struct VertKernels {
     void (*addU32)(std::uint32_t* acc, const std::uint32_t* line, std::int32_t weight, std::size_t count);
     void (*addF64)(double* acc, const std::uint32_t* line, std::int32_t weight, std::size_t count);
 
-    // out[k] = acc[k] / weightSum, truncated.
+    // out[k] = low bits of acc[k] / weightSum, truncated.
     void (*reduceU32ToU8)(std::uint8_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count);
     void (*reduceU32ToU16)(std::uint16_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count);
     void (*reduceF64ToU8)(std::uint8_t* out, const double* acc, std::int32_t weightSum, std::size_t count);
     void (*reduceF64ToU16)(std::uint16_t* out, const double* acc, std::int32_t weightSum, std::size_t count);
 
-    // out[k] = (upper[k] x weights.upper + lower[k] x weights.lower) / weights.sum, truncated.
+    // out[k] = low bits of (upper[k] x weights.upper + lower[k] x weights.lower) / weights.sum, truncated.
     void (*expandU32ToU8)(std::uint8_t* out, const std::uint32_t* upper, const std::uint32_t* lower,
                           const VertWeights& weights, std::size_t count);
     void (*expandU32ToU16)(std::uint16_t* out, const std::uint32_t* upper, const std::uint32_t* lower,
@@ -45,7 +45,7 @@ struct VertKernels {
     void (*expandF64ToU16)(std::uint16_t* out, const std::uint32_t* upper, const std::uint32_t* lower,
                            const VertWeights& weights, std::size_t count);
 
-    // out[k] = low bits of line[k], whatever it holds.
+    // out[k] = low bits of line[k].
     void (*equalToU8)(std::uint8_t* out, const std::uint32_t* line, std::size_t count);
     void (*equalToU16)(std::uint16_t* out, const std::uint32_t* line, std::size_t count);
 };

@@ -38,6 +38,10 @@ V Mul(V a, V factor) {
     return _mm256_mullo_epi32(a, factor);
 }
 
+V Or(V a, V b) {
+    return _mm256_or_si256(a, b);
+}
+
 V LowBits(V a, V mask) {
     return _mm256_and_si256(a, mask);
 }

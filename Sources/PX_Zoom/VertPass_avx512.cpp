@@ -42,6 +42,10 @@ V Mul(V a, V factor) {
     return _mm512_mullo_epi32(a, factor);
 }
 
+V Or(V a, V b) {
+    return _mm512_or_si512(a, b);
+}
+
 V LowBits(V a, V mask) {
     return _mm512_and_si512(a, mask);
 }

@@ -44,6 +44,10 @@ V Mul(V a, V factor) {
     return _mm_add_epi16(_mm_mullo_epi16(a, twice), _mm_slli_epi32(_mm_mulhi_epu16(a, twice), 16));
 }
 
+V Or(V a, V b) {
+    return _mm_or_si128(a, b);
+}
+
 V LowBits(V a, V mask) {
     return _mm_and_si128(a, mask);
 }
@@ -134,6 +138,10 @@ V Add(V a, V b) {
 
 V Mul(V a, V factor) {
     return a * factor;
+}
+
+V Or(V a, V b) {
+    return a | b;
 }
 
 V LowBits(V a, V mask) {
