@@ -46,13 +46,6 @@ V LowBits(V a, V mask) {
     return _mm256_and_si256(a, mask);
 }
 
-// The products are of signed halves, so the numbers are moved down by 32768 and their sum is moved up again.
-V Pairs(V a, V b, V weights) {
-    const V both = _mm256_xor_si256(_mm256_or_si256(a, _mm256_slli_epi32(b, 16)), Set(0x80008000u));
-    const V up = _mm256_slli_epi32(_mm256_madd_epi16(weights, _mm256_set1_epi16(1)), 15);
-    return _mm256_add_epi32(_mm256_madd_epi16(both, weights), up);
-}
-
 V Times(V a, F r) {
     return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(a), r));
 }

@@ -50,13 +50,6 @@ V LowBits(V a, V mask) {
     return _mm512_and_si512(a, mask);
 }
 
-// The products are of signed halves, so the numbers are moved down by 32768 and their sum is moved up again.
-V Pairs(V a, V b, V weights) {
-    const V both = _mm512_xor_si512(_mm512_or_si512(a, _mm512_slli_epi32(b, 16)), Set(0x80008000u));
-    const V up = _mm512_slli_epi32(_mm512_madd_epi16(weights, _mm512_set1_epi16(1)), 15);
-    return _mm512_add_epi32(_mm512_madd_epi16(both, weights), up);
-}
-
 V Times(V a, F r) {
     return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(a), r));
 }

@@ -52,13 +52,6 @@ V LowBits(V a, V mask) {
     return _mm_and_si128(a, mask);
 }
 
-// The products are of signed halves, so the numbers are moved down by 32768 and their sum is moved up again.
-V Pairs(V a, V b, V weights) {
-    const V both = _mm_xor_si128(_mm_or_si128(a, _mm_slli_epi32(b, 16)), Set(0x80008000u));
-    const V up = _mm_slli_epi32(_mm_madd_epi16(weights, _mm_set1_epi16(1)), 15);
-    return _mm_add_epi32(_mm_madd_epi16(both, weights), up);
-}
-
 V Times(V a, F r) {
     return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(a), r));
 }
@@ -146,10 +139,6 @@ V Or(V a, V b) {
 
 V LowBits(V a, V mask) {
     return a & mask;
-}
-
-V Pairs(V a, V b, V weights) {
-    return a * (weights & 0xFFFFu) + b * (weights >> 16);
 }
 
 V Times(V a, F r) {
