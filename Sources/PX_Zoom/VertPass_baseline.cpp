@@ -104,7 +104,6 @@ using V = std::uint32_t __attribute__((vector_size(16)));
 using F = float __attribute__((vector_size(16)));
 using Signed = std::int32_t __attribute__((vector_size(16)));
 using Wide = std::uint64_t __attribute__((vector_size(32)));
-using Bytes = std::uint8_t __attribute__((vector_size(4)));
 using Words = std::uint16_t __attribute__((vector_size(8)));
 
 V Load(const std::uint32_t* from) {
@@ -155,9 +154,10 @@ V Divide(V a, const Divisor& divisor) {
 
 void StoreBytes(std::uint8_t* out, V a, V b, V c, V d) {
     const V from[4] = {a, b, c, d};
-    for (std::size_t i = 0; i < 4; ++i) {
-        const Bytes bytes = __builtin_convertvector(from[i], Bytes);
-        __builtin_memcpy(out + i * sizeof bytes, &bytes, sizeof bytes);
+    std::uint32_t lanes[4 * kLanes];
+    __builtin_memcpy(lanes, from, sizeof lanes);
+    for (std::size_t i = 0; i < 4 * kLanes; ++i) {
+        out[i] = static_cast<std::uint8_t>(lanes[i]);
     }
 }
 
