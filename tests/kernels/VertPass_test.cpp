@@ -325,6 +325,34 @@ TEST_P(VertPass, WordsAreExactForEveryWeightSum) {
     }
 }
 
+// One number that no sum of samples can be, wherever it stands in an otherwise usual line.
+TEST_P(VertPass, OneOddNumberIsSeen) {
+    constexpr std::size_t kCount = 150;
+    constexpr std::int32_t kWeightSum = 20000;
+    const VertWeights weights = {12345, kWeightSum - 12345, kWeightSum};
+    for (const std::uint32_t odd : {256u * kWeightSum, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu, 256u, 65536u}) {
+        for (std::size_t place = 0; place < kCount; ++place) {
+            std::vector<std::uint32_t> line(kCount, 200u);
+            line[place] = odd;
+            std::vector<std::uint8_t> out(kCount), expected(kCount);
+            std::vector<std::uint16_t> wide(kCount), expectedWide(kCount);
+            Fast().reduceU32ToU8(out.data(), line.data(), kWeightSum, kCount);
+            Judge().reduceU32ToU8(expected.data(), line.data(), kWeightSum, kCount);
+            ASSERT_EQ(expected, out) << odd << " at " << place;
+            const std::vector<std::uint32_t> other(kCount, 100u);
+            Fast().expandU32ToU8(out.data(), line.data(), other.data(), weights, kCount);
+            Judge().expandU32ToU8(expected.data(), line.data(), other.data(), weights, kCount);
+            ASSERT_EQ(expected, out) << odd << " above at " << place;
+            Fast().expandU32ToU8(out.data(), other.data(), line.data(), weights, kCount);
+            Judge().expandU32ToU8(expected.data(), other.data(), line.data(), weights, kCount);
+            ASSERT_EQ(expected, out) << odd << " below at " << place;
+            Fast().expandU32ToU16(wide.data(), other.data(), line.data(), weights, kCount);
+            Judge().expandU32ToU16(expectedWide.data(), other.data(), line.data(), weights, kCount);
+            ASSERT_EQ(expectedWide, wide) << odd << " below at " << place;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(, VertPass,
                          testing::ValuesIn(platen::AvailableKernels().begin(), platen::AvailableKernels().end()),
                          [](const auto& variant) { return std::string(variant.param->name); });
