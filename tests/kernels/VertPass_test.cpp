@@ -140,7 +140,7 @@ template <class A>
 void CompareSums(void (*fast)(A*, const std::uint32_t*, std::int32_t, std::size_t),
                  void (*judge)(A*, const std::uint32_t*, std::int32_t, std::size_t), std::uint64_t seed) {
     Random random(seed);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < 800; ++round) {
         const std::size_t count = Count(random);
         const int kind = static_cast<int>(random.Between(0, 4));
         Line<std::uint32_t> line(count, Side(random));
@@ -166,7 +166,7 @@ void CompareReduce(void (*fast)(S*, const A*, std::int32_t, std::size_t),
         -1.0,         -0.5,  4294967295.0, 4294967295.5,
         4294967296.0, 1e300, 2147483648,   std::numeric_limits<double>::quiet_NaN()};
     Random random(seed);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 1200; ++round) {
         const std::size_t count = Count(random);
         const std::int32_t weightSum = WeightSum(random);
         const int kind = static_cast<int>(random.Between(0, 4));
@@ -206,7 +206,7 @@ using ExpandFn = void (*)(S*, const std::uint32_t*, const std::uint32_t*, const 
 template <class S>
 void CompareExpand(ExpandFn<S> fast, ExpandFn<S> judge, std::uint64_t seed) {
     Random random(seed);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 1200; ++round) {
         const std::size_t count = Count(random);
         const VertWeights weights = Weights(random);
         const int kind = static_cast<int>(random.Between(0, 4));
@@ -229,7 +229,7 @@ template <class S>
 void CompareEqual(void (*fast)(S*, const std::uint32_t*, std::size_t),
                   void (*judge)(S*, const std::uint32_t*, std::size_t), std::uint64_t seed) {
     Random random(seed);
-    for (int round = 0; round < 1000; ++round) {
+    for (int round = 0; round < 500; ++round) {
         const std::size_t count = Count(random);
         const std::size_t shift = sizeof(S) == 2 && random.OneIn(2) ? 1 : 0;
         Line<std::uint32_t> line(count, Side(random));
