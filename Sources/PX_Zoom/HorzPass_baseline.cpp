@@ -124,7 +124,7 @@ struct Records {
 };
 
 // Four records, turned.
-Records LoadRecords(const PX_Zoom2_Param* p) {
+[[gnu::always_inline]] inline Records LoadRecords(const PX_Zoom2_Param* p) {
     const Words a = Sixteen(&p[0].start);
     const Words b = Sixteen(&p[1].start);
     const Words c = Sixteen(&p[2].start);
@@ -172,6 +172,10 @@ struct Taps {
     Words first, second;  // pairs of 16-bit taps 0 and 1, 2 and 3
 };
 
+struct EightTaps {
+    Taps first, last;
+};
+
 // How four or two taps of a step's columns are fetched; what a column may read from its first tap on.
 template <class Sample, int kSamples>
 struct Fetch {
@@ -199,19 +203,35 @@ struct Fetch {
 template <>
 struct Fetch<uint8_t, 1> {
     static constexpr size_t kFourTapsBytes = 4;
-    static constexpr size_t kTwoTapsBytes = 4;
+    static constexpr size_t kNearBytes = 4;
+    static constexpr size_t kEightTapsBytes = 8;
 
     static Taps Four(const uint8_t* src, const int32_t* at) {
-        const Words bytes = Gather4(src, at);
-        const Words low = _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
-        const Words high = _mm_unpackhi_epi8(bytes, _mm_setzero_si128());
-        return {Evens(low, high), Odds(low, high)};
+        return InPairs(Gather4(src, at));
     }
-    static Words Two(const uint8_t* src, const int32_t* at) {
-        return Four(src, at).first;
+    static Taps NearFour(const uint8_t* src, const PX_Zoom2_Param* p, Words) {
+        const int32_t at[4] = {p[0].start, p[1].start, p[2].start, p[3].start};
+        return Four(src, at);
+    }
+    static Words NearTwo(const uint8_t* src, const PX_Zoom2_Param* p, Words starts) {
+        return NearFour(src, p, starts).first;
+    }
+    // Taps 0 to 3, and four from `last` on.
+    static EightTaps Eight(const uint8_t* src, const PX_Zoom2_Param* p, int last) {
+        const Words a = _mm_unpacklo_epi64(Load8(src + p[0].start), Load8(src + p[1].start));
+        const Words b = _mm_unpacklo_epi64(Load8(src + p[2].start), Load8(src + p[3].start));
+        const Words bits = _mm_cvtsi32_si128(8 * last);
+        return {InPairs(Evens(a, b)), InPairs(Evens(_mm_srl_epi64(a, bits), _mm_srl_epi64(b, bits)))};
     }
     static void Put(uint32_t* out, Words columns) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out), columns);
+    }
+
+  private:
+    static Taps InPairs(Words bytes) {
+        const Words low = _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
+        const Words high = _mm_unpackhi_epi8(bytes, _mm_setzero_si128());
+        return {Evens(low, high), Odds(low, high)};
     }
 };
 
