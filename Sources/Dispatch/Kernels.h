@@ -5,6 +5,7 @@
 #include "LineFilters/HsvRow.h"
 #include "LineFilters/SharpRow.h"
 #include "Sources/PX_Zoom/BilevelLine.h"
+#include "Sources/PX_Zoom/HorzPass.h"
 #include "Sources/PX_Zoom/VertPass.h"
 
 // The row kernels in use. A variant is a complete table: every entry is its best function for the job, and every
@@ -16,6 +17,8 @@ struct KernelTable {
     const char* name;  // "reference", "baseline", "avx2", "avx512"
     SharpRowFn sharpRow;
     HsvRowFn hsvRow;
+    ExpandHorzU8Fn expandHorzU8;
+    ExpandHorzU16Fn expandHorzU16;
     const VertKernels* vert;
     UnpackBitsFn unpackBits;
     PackBitsFn packBits;

@@ -1,3 +1,5 @@
+#include <type_traits>
+
 #include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/Geometry.h"
 #include "Sources/PX_Zoom/LineKernels.h"
@@ -65,7 +67,14 @@ void Copy(std::uint16_t* out, const std::uint32_t* line, std::size_t count) {
 template <class A, class S>
 void PX_ZoomBilinear::Expand_Horz(A* out, S* src) {
     const platen::HorzPass pass = {horzParam, dstWidth, srcWidth, platen::SamplesPerPixel(bitsPerPixel)};
-    platen::reference::ExpandHorz<A>(reinterpret_cast<std::uint32_t*>(out), src, pass);
+    auto* numbers = reinterpret_cast<std::uint32_t*>(out);
+    if constexpr (std::is_same_v<A, double>) {
+        platen::reference::ExpandHorz<double>(numbers, src, pass);
+    } else if constexpr (sizeof(S) == 1) {
+        platen::Kernels().expandHorzU8(numbers, src, pass);
+    } else {
+        platen::Kernels().expandHorzU16(numbers, src, pass);
+    }
 }
 
 template <class A>
