@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "LineFilters/Sharpness.h"
 #include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/LineKernels.h"
+#include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "Sources/PX_Zoom/VertPass.h"
 #include "support/Random.h"
 
@@ -42,12 +44,28 @@ int memcmp(const void* x, const void* y, std::size_t size) {
     return 0;
 }
 
-// The set-up calls are linked in but not called.
-void* malloc(std::size_t) {
-    return nullptr;
+// What is freed last in, first out, is had again; the checks below need no more.
+alignas(64) static unsigned char heap[64u << 20];
+static std::size_t heapUsed = 0;
+
+void* malloc(std::size_t size) {
+    const std::size_t begin = heapUsed;
+    heapUsed += (size + 63) / 64 * 64;
+    return heapUsed <= sizeof heap ? heap + begin : nullptr;
 }
 
 void free(void*) {}
+
+int fprintf(void*, const char*, ...) {
+    return 0;
+}
+
+void* stderr = nullptr;
+
+[[noreturn]] void abort() {
+    for (;;) {
+    }
+}
 
 void* __memcpy_chk(void* to, const void* from, std::size_t size, std::size_t) {
     return memcpy(to, from, size);
@@ -64,6 +82,22 @@ void* __memset_chk(void* to, int value, std::size_t size, std::size_t) {
 
 void Check();
 }
+
+void* operator new(std::size_t size) {
+    return malloc(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return malloc(size);
+}
+
+const std::nothrow_t std::nothrow{};
+
+void operator delete(void*) noexcept {}
+
+void operator delete(void*, const std::nothrow_t&) noexcept {}
+
+void operator delete(void*, std::size_t) noexcept {}
 
 namespace {
 
@@ -123,7 +157,7 @@ struct Tally {
 
 constexpr std::size_t kMost = 8192;
 alignas(64) std::uint8_t first[kMost], second[kMost], third[kMost];
-alignas(64) std::uint8_t expected[8 * kMost], got[8 * kMost];
+alignas(64) std::uint8_t expected[8 * kMost], got[8 * kMost];  // a line of doubles, or a small page
 alignas(64) std::uint32_t lineA[kMost], lineB[kMost];
 alignas(64) double accumulator[kMost];
 
@@ -258,6 +292,46 @@ void CheckBilevel(const KernelTable& variant) {
     }
 }
 
+// A random page through the scaler; the destination lines one behind the other.
+std::size_t Scale(const KernelTable& variant, const int (&sizes)[4], int format, std::uint8_t* out) {
+    platen::UseKernels(variant);
+    heapUsed = 0;
+    std::size_t written = 0;
+    PX_ZoomBilinear zoom;
+    if (zoom.Open(sizes[0], sizes[1], sizes[2], sizes[3], format, 2) != 0) {
+        return 0;
+    }
+    const auto lineBytes = (static_cast<std::size_t>(sizes[0]) * static_cast<std::size_t>(format) + 7) / 8;
+    Random content(static_cast<std::uint64_t>(sizes[0]) * 1000 + static_cast<std::uint64_t>(format));
+    for (int y = 0; y < sizes[3]; ++y) {
+        Fill(content, first, kMost);
+        zoom.Send(first);
+        while (zoom.CheckData() != 0) {
+            zoom.Read(out + written);
+            written += lineBytes;
+        }
+    }
+    return written;
+}
+
+void CheckScaler(const KernelTable& variant) {
+    static constexpr int kFormats[] = {1, 8, 16, 24, 32, 48, 64};
+    Tally tally{"scaled pages"};
+    Random random(5);
+    for (int round = 0; round < 420; ++round) {
+        const int format = kFormats[round % 7];
+        int sizes[4];
+        for (int& size : sizes) {
+            size = static_cast<int>(random.OneIn(4) ? random.Between(1, 20) : random.Between(1, 180));
+        }
+        sizes[1] = 1 + sizes[1] / 8;
+        sizes[3] = 1 + sizes[3] / 8;
+        const std::size_t bytes = Scale(*platen::AvailableKernels().front(), sizes, format, expected);
+        Scale(variant, sizes, format, got);
+        tally.Compare(expected, got, bytes);
+    }
+}
+
 }  // namespace
 
 void Check() {
@@ -271,5 +345,6 @@ void Check() {
     CheckHsv(best);
     CheckVertical(best);
     CheckBilevel(best);
+    CheckScaler(best);
     Print("end\n  ");
 }
