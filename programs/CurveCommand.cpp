@@ -85,6 +85,9 @@ void RunCurve(const ParsedArguments& arguments) {
         } else if (option.name == "force") {
             force = true;
         } else {
+            if (option.newStep) {
+                list.EndStep();
+            }
             list.Take(option.name, option.value);
         }
     }

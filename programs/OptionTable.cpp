@@ -14,9 +14,10 @@ constexpr const char* kOutput = "Input and output";
 constexpr const char* kReport = "Reports";
 constexpr const char* kCurveGroup = "platen curve";
 constexpr const char* kInfoGroup = "platen info";
+constexpr const char* kPresetGroup = "Presets: options kept in a file";
 
 constexpr unsigned kToneUsers = kAdjust | kCurve;
-constexpr unsigned kEvery = kAdjust | kCurve | kInfo;
+constexpr unsigned kEvery = kAdjust | kCurve | kInfo | kPresets;
 
 constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kTone, nullptr, kToneUsers},
@@ -49,6 +50,9 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kAdjust},
     {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kAdjust},
     {"shrink-only", 0, nullptr, kSize, "never enlarge", kAdjust},
+
+    {"preset", 0, "NAME|FILE", kPresetGroup, "act as if its options stood here", kToneUsers},
+    {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers},
 
     {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kAdjust},
     {"format", 0, "NAME", kOutput, "png, tiff, jpeg or pnm, whatever FILE ends in", kAdjust},
@@ -95,6 +99,7 @@ std::string HelpText(CommandBit command) {
         "platen [OPTION...] [INPUT...] -o OUTPUT      adjust and scale scanned pages, line by line\n"
         "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]    see platen curve --help\n"
         "platen info [--json] FILE...                                 see platen info --help\n"
+        "platen presets [list | show NAME | check FILE...]\n"
         "Files are PNG, TIFF, JPEG, PNM or PAM; '-' is standard input or output.\n";
     const char* group = nullptr;
     std::string line = " ";

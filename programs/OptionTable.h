@@ -8,7 +8,7 @@
 namespace platen_tool {
 
 // The sub-commands, as bits, so that an option can belong to several.
-enum CommandBit : unsigned { kAdjust = 1, kCurve = 2, kInfo = 4 };
+enum CommandBit : unsigned { kAdjust = 1, kCurve = 2, kInfo = 4, kPresets = 8 };
 
 // One option of the program. This table is the only place that lists them: the parser, --help and whatever is
 // generated from them (manual page, completions) read it.
@@ -27,6 +27,8 @@ std::span<const OptionSpec> OptionTable();
 struct GivenOption {
     std::string name;
     std::string value;
+    bool newStep = false;   // a tone option that joins no step before it
+    unsigned presetNo = 0;  // which --preset it came with, from 1; 0: it stood on the command line itself
 };
 
 struct ParsedArguments {

@@ -5,8 +5,10 @@
 #include <algorithm>
 
 #include "programs/Adjust.h"
+#include "programs/Completion.h"
 #include "programs/CurveCommand.h"
 #include "programs/InfoCommand.h"
+#include "programs/PresetsCommand.h"
 #include "programs/Report.h"
 #include "programs/Settings.h"
 #include "programs/Signals.h"
@@ -14,6 +16,8 @@
 namespace platen_tool {
 
 namespace {
+
+constexpr std::string_view kCompletionWord = "--completion=";
 
 bool Given(const ParsedArguments& arguments, const char* name) {
     return std::any_of(arguments.options.begin(), arguments.options.end(),
@@ -27,6 +31,8 @@ CommandBit TakeCommand(std::vector<std::string>& arguments) {
         command = kCurve;
     } else if (!arguments.empty() && arguments.front() == "info") {
         command = kInfo;
+    } else if (!arguments.empty() && arguments.front() == "presets") {
+        command = kPresets;
     }
     if (command != kAdjust) {
         arguments.erase(arguments.begin());
@@ -35,14 +41,26 @@ CommandBit TakeCommand(std::vector<std::string>& arguments) {
 }
 
 ExitCode Run(std::vector<std::string> words) {
+    // For the build, which installs what this prints; no option of the table.
+    if (words.size() == 1 && words.front().starts_with(kCompletionWord)) {
+        PrintOutput(CompletionText(words.front().substr(kCompletionWord.size())));
+        return ExitCode::kDone;
+    }
     const CommandBit command = TakeCommand(words);
-    const ParsedArguments arguments = ParseArguments(command, words);
+    ParsedArguments arguments = ParseArguments(command, words);
     if (Given(arguments, "help")) {
         PrintOutput(HelpText(command));
         return ExitCode::kDone;
     }
     if (Given(arguments, "version")) {
         PrintOutput("platen " PLATEN_VERSION "\n");
+        return ExitCode::kDone;
+    }
+    if (command == kPresets) {
+        return RunPresets(arguments);
+    }
+    ExpandPresets(arguments);
+    if (SavePreset(command, arguments)) {
         return ExitCode::kDone;
     }
     if (command == kCurve) {

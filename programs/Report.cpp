@@ -17,6 +17,15 @@ namespace platen_tool {
 
 namespace {
 
+// Characters of the progress line that stands on standard error.
+std::size_t progressShown = 0;
+
+std::string ClearProgress() {
+    const std::string clear = progressShown > 0 ? "\r" + std::string(progressShown, ' ') + "\r" : std::string();
+    progressShown = 0;
+    return clear;
+}
+
 std::string FixedText(double value) {
     char text[40];
     std::snprintf(text, sizeof text, "%.1f", value);
@@ -39,7 +48,7 @@ std::size_t WriteSome(int descriptor, std::string_view text) {
 
 void PrintMessage(std::string_view text) {
     // One write, so that lines of several processes don't mix. Nothing can be done about a failure.
-    const std::string line = "platen: " + std::string(text) + "\n";
+    const std::string line = ClearProgress() + "platen: " + std::string(text) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
 }
@@ -142,10 +151,8 @@ std::string Statistics::Text(double seconds) const {
 Progress::Progress(bool on, std::string name) : on_(on), name_(std::move(name)) {}
 
 Progress::~Progress() {
-    if (shown_ > 0) {
-        std::fprintf(stderr, "\r%*s\r", static_cast<int>(shown_), "");
-        std::fflush(stderr);
-    }
+    std::fputs(ClearProgress().c_str(), stderr);
+    std::fflush(stderr);
 }
 
 void Progress::Show(unsigned long page, std::uint32_t line, std::uint32_t height) {
@@ -161,8 +168,8 @@ void Progress::Show(unsigned long page, std::uint32_t line, std::uint32_t height
         text += " of " + std::to_string(height) + " (" + std::to_string(std::uint64_t{line} * 100 / height) + " %)";
     }
     const std::size_t length = text.size();
-    text.resize(std::max(length, shown_), ' ');
-    shown_ = length;
+    text.resize(std::max(length, progressShown), ' ');
+    progressShown = length;
     std::fprintf(stderr, "\r%s", text.c_str());
     std::fflush(stderr);
 }

@@ -9,7 +9,8 @@
 
 namespace platen_tool {
 
-// Prints "platen: TEXT" on standard error; the program's only way to say something there.
+// Prints "platen: TEXT" on standard error; the program's only way to say something there. A line of progress makes
+// room for it.
 void PrintMessage(std::string_view text);
 
 // Writes all of the text to standard output and checks that it got there: an Error (kFailed), or (kBrokenPipe)
@@ -66,7 +67,6 @@ class Progress {
 
     const bool on_;
     const std::string name_;
-    std::size_t shown_ = 0;  // characters
     std::int64_t next_ = 0;  // no sooner than this, in nanoseconds
 };
 

@@ -192,6 +192,20 @@ bool TakeReportOption(Settings& s, const std::string& name, const std::string& v
     return true;
 }
 
+void TakeOption(Settings& s, ToneStepList& tone, unsigned& missingStages, const GivenOption& option) {
+    if (option.name == "order") {
+        s.order = ParseOrder(option.value, missingStages);
+        return;
+    }
+    if (option.newStep) {
+        tone.EndStep();
+    }
+    // Every option of the table belongs to one of these; the first that knows it takes it.
+    tone.Take(option.name, option.value) || TakePixelOption(s, option.name, option.value) ||
+        TakeSizeOption(s, option.name, option.value) || TakeFileOption(s, option.name, option.value) ||
+        TakeReportOption(s, option.name, option.value);
+}
+
 void CheckSize(const std::vector<GivenOption>& options) {
     const auto given = [&](const char* name) {
         return std::any_of(options.begin(), options.end(), [&](const auto& o) { return o.name == name; });
@@ -258,6 +272,13 @@ ReadOptions MakeReadOptions(const std::vector<GivenOption>& options) {
     return s.read;
 }
 
+void CheckOption(const GivenOption& option) {
+    Settings s;
+    ToneStepList tone;
+    unsigned missingStages = 0;
+    TakeOption(s, tone, missingStages, option);
+}
+
 Error NoSuchPage(unsigned long pages) {
     return {ExitCode::kFailed, pages == 1 ? std::string("--page: there is only 1 page")
                                           : "--page: there are only " + std::to_string(pages) + " pages"};
@@ -268,14 +289,7 @@ Settings MakeSettings(const ParsedArguments& arguments, const Terminals& termina
     ToneStepList tone;
     unsigned missingStages = 0;
     for (const GivenOption& option : arguments.options) {
-        if (option.name == "order") {
-            s.order = ParseOrder(option.value, missingStages);
-            continue;
-        }
-        // Every option of the table belongs to one of these; the first that knows it takes it.
-        tone.Take(option.name, option.value) || TakePixelOption(s, option.name, option.value) ||
-            TakeSizeOption(s, option.name, option.value) || TakeFileOption(s, option.name, option.value) ||
-            TakeReportOption(s, option.name, option.value);
+        TakeOption(s, tone, missingStages, option);
     }
     s.tone = tone.Finish();
     s.inputs = arguments.operands;

@@ -97,6 +97,9 @@ struct Terminals {
 // Checks each option and how they go together; a wrong one is an Error (kUsage).
 Settings MakeSettings(const ParsedArguments& arguments, const Terminals& terminals);
 
+// Checks one option's value by itself, as MakeSettings would.
+void CheckOption(const GivenOption& option);
+
 // The reading options alone, for sub-commands that only read; others are passed over.
 ReadOptions MakeReadOptions(const std::vector<GivenOption>& options);
 

@@ -1,5 +1,7 @@
 #include "programs/ToneSteps.h"
 
+#include <algorithm>
+
 #include "programs/Error.h"
 #include "programs/Numbers.h"
 
@@ -120,11 +122,37 @@ std::string Text(const BalanceStep& step) {
 
 }  // namespace
 
+template <typename Step>
+Step* ToneStepList::OpenStep() {
+    return steps_.size() > closed_ ? std::get_if<Step>(&steps_.back()) : nullptr;
+}
+
+bool ToneStepList::Knows(std::string_view option) {
+    static constexpr std::array<std::string_view, 10> kNames = {"brightness",
+                                                                "contrast",
+                                                                "levels",
+                                                                "gamma",
+                                                                "curve",
+                                                                "curve-kind",
+                                                                "curve-gamma",
+                                                                "balance-shadows",
+                                                                "balance-midtones",
+                                                                "balance-highlights"};
+    return std::find(kNames.begin(), kNames.end(), option) != kNames.end();
+}
+
+void ToneStepList::EndStep() {
+    if (nextKind_) {
+        Refuse("--curve-kind: there is no --curve that it could belong to");
+    }
+    closed_ = steps_.size();
+}
+
 void ToneStepList::TakeBrightnessOrContrast(std::string_view option, std::string_view value) {
     const int amount = ParseInt("--" + std::string(option), value, -100, 100);
     const auto field =
         option == "brightness" ? &BrightnessContrastStep::brightness : &BrightnessContrastStep::contrast;
-    auto* last = steps_.empty() ? nullptr : std::get_if<BrightnessContrastStep>(&steps_.back());
+    auto* last = OpenStep<BrightnessContrastStep>();
     if (last == nullptr || (last->*field).has_value()) {
         last = &std::get<BrightnessContrastStep>(steps_.emplace_back(BrightnessContrastStep{}));
     }
@@ -136,7 +164,7 @@ void ToneStepList::TakeCurveKind(std::string_view value) {
         Refuse("--curve-kind: '" + std::string(value) + "' is not spline or polyline");
     }
     const CurveKind kind = value == "spline" ? CurveKind::kSpline : CurveKind::kPolyline;
-    auto* last = steps_.empty() ? nullptr : std::get_if<CurveStep>(&steps_.back());
+    auto* last = OpenStep<CurveStep>();
     if (last != nullptr && !last->kind) {
         last->kind = kind;
     } else {
@@ -175,9 +203,7 @@ bool ToneStepList::Take(std::string_view option, std::string_view value) {
 }
 
 std::vector<ToneStep> ToneStepList::Finish() {
-    if (nextKind_) {
-        Refuse("--curve-kind: there is no --curve that it could belong to");
-    }
+    EndStep();
     return steps_;
 }
 

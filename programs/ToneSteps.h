@@ -56,8 +56,23 @@ using ToneStep = std::variant<BrightnessContrastStep, LevelsStep, CurveStep, Cur
 // A bad value is an Error (kUsage) that names the option and the range.
 class ToneStepList {
   public:
+    // Whether an option is a tone option.
+    static bool Knows(std::string_view option);
+
     // Takes an option by its name, without dashes; returns false for one that is no tone option.
     bool Take(std::string_view option, std::string_view value);
+
+    // The options so far are complete: none that follows joins the last step. A --curve-kind whose curve has not
+    // come is an Error.
+    void EndStep();
+
+    std::size_t Count() const {
+        return steps_.size();
+    }
+    // Whether a --curve-kind has come before its curve.
+    bool WaitsForCurve() const {
+        return nextKind_.has_value();
+    }
 
     // After the last option. A --curve-kind without a curve is an Error.
     std::vector<ToneStep> Finish();
@@ -66,7 +81,12 @@ class ToneStepList {
     void TakeBrightnessOrContrast(std::string_view option, std::string_view value);
     void TakeCurveKind(std::string_view value);
 
+    // The last step, where it is of that kind and the option before did not end it.
+    template <typename Step>
+    Step* OpenStep();
+
     std::vector<ToneStep> steps_;
+    std::size_t closed_ = 0;  // of the steps, those that no option can join
     std::optional<CurveKind> nextKind_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace platen_tool {
@@ -61,6 +62,39 @@ TEST(Statistics, WideAndBilevelSamplesCountByTheirLevel) {
     Statistics bilevel;
     bilevel.Add(Info(4, 1, 1), &bits);
     EXPECT_NE(bilevel.Text(1.0).find("grey            0     0     0     0   255"), std::string::npos);
+}
+
+TEST(Progress, AtMostTenTimesASecondAndOnlyWhereItIsOn) {
+    testing::internal::CaptureStderr();
+    const double begin = Now();
+    int calls = 0;
+    {
+        Progress off(false, "off");
+        Progress progress(true, "a");
+        for (; Now() - begin < 0.35; ++calls) {
+            off.Line(1, 1, 9);
+            progress.Line(1, 1, 9);
+        }
+    }
+    const double seconds = Now() - begin;
+    const std::string text = testing::internal::GetCapturedStderr();
+    const auto shown = std::count(text.begin(), text.end(), ':');
+    EXPECT_GE(shown, 2);
+    EXPECT_LE(static_cast<double>(shown), seconds * 10.0 + 1.0) << calls;
+    EXPECT_EQ(text.find("off"), std::string::npos);
+}
+
+TEST(Progress, AMessageGetsALineOfItsOwn) {
+    testing::internal::CaptureStderr();
+    {
+        Progress progress(true, "a");
+        progress.Line(2, 50, 100);
+        PrintMessage("hello");
+        PrintMessage("again");
+    }
+    const std::string line = "a: page 2, line 50 of 100 (50 %)";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\r" + line + "\r" + std::string(line.size(), ' ') + "\rplaten: hello\nplaten: again\n");
 }
 
 }  // namespace

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "programs/Error.h"
+#include "programs/OptionTable.h"
+
+namespace platen_tool {
+
+// Puts each --preset's options in its place. Of options about the size only one way can be in use: the command
+// line's own goes before a preset's, and a later preset's before an earlier one's.
+void ExpandPresets(ParsedArguments& arguments);
+
+// Writes the file of --save-preset, if it was asked for. True where nothing else is to be done: no input was named.
+bool SavePreset(CommandBit command, const ParsedArguments& arguments);
+
+// platen presets [list | show NAME | check FILE...]
+ExitCode RunPresets(const ParsedArguments& arguments);
+
+}  // namespace platen_tool

@@ -1,0 +1,270 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "Spawn.h"
+
+// Presets by name and by file, saved and found again; the manual pages and completions that come with the program.
+
+namespace platen_test {
+namespace {
+
+constexpr const char* kShipped[] = {"archive-150", "book-yellowed", "fax-200",
+                                    "newspaper",   "photo-neutral", "text-clean"};
+
+// Keeps the machine's own presets out of the tests.
+class Presets : public testing::Test {
+  protected:
+    Presets() {
+        setenv("HOME", folder.Path().c_str(), 1);
+        setenv("XDG_CONFIG_HOME", folder.File("config").c_str(), 1);
+        setenv("XDG_DATA_HOME", folder.File("data").c_str(), 1);
+        setenv("XDG_DATA_DIRS", (folder.File("one") + ":" + folder.File("two")).c_str(), 1);
+        WriteFile(folder.File("grey.pgm"), PnmPage(40, 30, false));
+        WriteFile(folder.File("colour.ppm"), PnmPage(40, 30, true));
+    }
+
+    Outcome Run(const std::vector<std::string>& words) const {
+        Streams streams;
+        streams.folder = folder.Path();
+        return Spawn(words, streams);
+    }
+
+    void Put(const std::string& place, const std::string& name, const std::string& text) const {
+        const std::string path = folder.File(place + "/platen/presets");
+        std::filesystem::create_directories(path);
+        WriteFile(path + "/" + name + ".toml", text);
+    }
+
+    // What a page becomes with these options.
+    std::string Result(std::vector<std::string> words, const std::string& input = "colour.ppm") const {
+        words.insert(words.end(), {input, "--format=pnm", "-o", "-"});
+        const Outcome outcome = Run(words);
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        return outcome.out;
+    }
+
+    Folder folder;
+};
+
+TEST_F(Presets, ThoseThatComeWithTheProgramAreListedWhole) {
+    const Outcome list = Run({"presets"});
+    EXPECT_EQ(list.code, 0);
+    EXPECT_EQ(list.err, "");
+    EXPECT_EQ(Run({"presets", "list"}).out, list.out);
+    std::size_t at = 0;
+    for (const char* name : kShipped) {
+        at = list.out.find(std::string(name) + "  ", at);
+        ASSERT_NE(at, std::string::npos) << name << "\n" << list.out;
+        const Outcome shown = Run({"presets", "show", name});
+        EXPECT_EQ(shown.code, 0);
+        EXPECT_EQ(shown.out.find("description = \""), 0u);
+        WriteFile(folder.File("copy.toml"), shown.out);
+        const Outcome checked = Run({"presets", "check", "copy.toml"});
+        EXPECT_EQ(checked.code, 0) << checked.err;
+        EXPECT_EQ(checked.out + checked.err, "");
+    }
+}
+
+TEST_F(Presets, ThoseThatComeWithTheProgramWorkOnAPage) {
+    const std::string before = Result({});
+    for (const char* name : kShipped) {
+        const std::string after = Result({"--input-resolution=300", std::string("--preset=") + name});
+        EXPECT_NE(after, before) << name;
+    }
+}
+
+TEST_F(Presets, APresetDoesWhatItsOptionsDo) {
+    WriteFile(folder.File("a.toml"),
+              "saturation = 20\n[[tone]]\nlevels = [20, 200, 1.2]\n[[tone]]\nbrightness = 9\n");
+    const std::string expected = Result({"--levels=20,200,1.2", "--brightness=9", "--saturation=20"});
+    EXPECT_EQ(Result({"--preset=a.toml"}), expected);
+    EXPECT_EQ(Result({"--preset=./a.toml"}), expected);
+    EXPECT_EQ(Result({"--preset", folder.File("a.toml")}), expected);
+    EXPECT_EQ(Run({"curve", "--preset=a.toml"}).out, Run({"curve", "--levels=20,200,1.2", "--brightness=9"}).out);
+}
+
+TEST_F(Presets, APresetActsAtItsPlaceAndLaterValuesWin) {
+    WriteFile(folder.File("gamma.toml"), "sharpness = 2\n[[tone]]\ngamma = 2\n");
+    WriteFile(folder.File("bright.toml"), "[[tone]]\nbrightness = 60\n");
+    EXPECT_EQ(Result({"--contrast=50", "--preset=gamma.toml", "--levels=9,99"}),
+              Result({"--contrast=50", "--gamma=2", "--levels=9,99", "--sharpness=2"}));
+    EXPECT_EQ(Result({"--preset=gamma.toml", "--preset=bright.toml"}),
+              Result({"--gamma=2", "--brightness=60", "--sharpness=2"}));
+    EXPECT_NE(Result({"--preset=gamma.toml", "--preset=bright.toml"}),
+              Result({"--preset=bright.toml", "--preset=gamma.toml"}));
+    EXPECT_EQ(Result({"--preset=gamma.toml", "--sharpness=0"}), Result({"--gamma=2"}));
+    EXPECT_EQ(Result({"--sharpness=0", "--preset=gamma.toml"}), Result({"--gamma=2", "--sharpness=2"}));
+}
+
+TEST_F(Presets, StepsOfAPresetAndItsSurroundingsStayApart) {
+    WriteFile(folder.File("bright.toml"), "[[tone]]\nbrightness = 60\n[[tone]]\ncontrast = 50\n");
+    const std::string plan = Run({"-n", "--contrast=9", "--preset=bright.toml", "--brightness=3", "grey.pgm"}).out;
+    EXPECT_EQ(plan.find("brightness 60, contrast"), std::string::npos) << plan;
+    EXPECT_EQ(plan.find("contrast 9, brightness"), std::string::npos) << plan;
+    EXPECT_NE(plan.find("contrast 9"), std::string::npos) << plan;
+    EXPECT_NE(plan.find("brightness 3"), std::string::npos) << plan;
+}
+
+TEST_F(Presets, OnlyOneSayAboutTheSizeCounts) {
+    WriteFile(folder.File("half.toml"), "scale = 0.5\n");
+    WriteFile(folder.File("wide.toml"), "width = 10\nheight = 10\n");
+    const std::string ten = "P5\n10 10\n";
+    EXPECT_EQ(Result({"--preset=half.toml"}, "grey.pgm").substr(0, 9), "P5\n20 15\n");
+    EXPECT_EQ(Result({"--size=10x10", "--preset=half.toml"}, "grey.pgm").substr(0, 9), ten);
+    EXPECT_EQ(Result({"--preset=half.toml", "--preset=wide.toml"}, "grey.pgm").substr(0, 9), ten);
+    EXPECT_EQ(Result({"--preset=wide.toml", "--preset=half.toml"}, "grey.pgm").substr(0, 9), "P5\n20 15\n");
+}
+
+TEST_F(Presets, FoldersAreSearchedInTheirOrder) {
+    const char* places[] = {"two", "one", "data", "config"};
+    int brightness = 10;
+    for (const char* place : places) {
+        Put(place, "mine",
+            "description = \"from " + std::string(place) +
+                "\"\n[[tone]]\nbrightness = " + std::to_string(brightness) + "\n");
+        EXPECT_EQ(Result({"--preset=mine"}), Result({"--brightness=" + std::to_string(brightness)})) << place;
+        EXPECT_NE(Run({"presets"}).out.find("mine              from " + std::string(place)), std::string::npos);
+        brightness += 10;
+    }
+    const std::string path = folder.File("config/platen/presets/mine.toml");
+    EXPECT_NE(Run({"presets", "-v"}).out.find("    " + path + "\n"), std::string::npos);
+    Put("config", "fax-200", "quality = 5\n");  // the user's own goes before the program's
+    EXPECT_EQ(Run({"presets", "show", "fax-200"}).out, "quality = 5\n");
+}
+
+TEST_F(Presets, SavedCommandLinesRunAgain) {
+    const std::vector<std::string> words = {"--levels=20,210,0.9", "--curve-kind=polyline",
+                                            "--brightness=5",      "--curve=0,0:50,40.5:128,128:200,215:255,255",
+                                            "--sharpness=1",       "--scale=50%",
+                                            "--negative",          "--balance-midtones=1,-2,30"};
+    std::vector<std::string> saving = words;
+    saving.emplace_back("--save-preset=saved.toml");
+    EXPECT_EQ(Run(saving).code, 0);
+    EXPECT_EQ(Result({"--preset=saved.toml"}), Result(words));
+    EXPECT_EQ(Run({"--preset=saved.toml", "--save-preset=again.toml"}).code, 0);
+    EXPECT_EQ(ReadFile(folder.File("again.toml")), ReadFile(folder.File("saved.toml")));
+    EXPECT_EQ(Run({"presets", "check", "saved.toml", "again.toml"}).code, 0);
+    EXPECT_EQ(Run({"--gamma=2", "--save-preset=-"}).out, "[[tone]]\ngamma = 2\n");
+}
+
+TEST_F(Presets, SavingGoesWithTheWork) {
+    const Outcome outcome = Run({"--gamma=2", "--save-preset=saved.toml", "grey.pgm", "-o", "x.pgm"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(ReadFile(folder.File("saved.toml")), "[[tone]]\ngamma = 2\n");
+    EXPECT_EQ(ReadFile(folder.File("x.pgm")), Result({"--gamma=2"}, "grey.pgm"));
+    EXPECT_EQ(Run({"--gamma=3", "--save-preset=saved.toml"}).code, 1);  // it exists
+    EXPECT_EQ(ReadFile(folder.File("saved.toml")), "[[tone]]\ngamma = 2\n");
+    EXPECT_EQ(Run({"--gamma=3", "-f", "--save-preset=saved.toml"}).code, 0);
+    EXPECT_EQ(Run({"--shrink-only", "--save-preset=wrong.toml"}).code, 2);
+    EXPECT_FALSE(std::filesystem::exists(folder.File("wrong.toml")));
+}
+
+TEST_F(Presets, WhatIsWrongIsSaidWithFileAndLine) {
+    WriteFile(folder.File("bad.toml"), "mode = \"gray\"\nbrightnes = 3\n");
+    WriteFile(folder.File("size.toml"), "scale = 2\nwidth = 3\n");
+    const Outcome use = Run({"--preset=bad.toml", "grey.pgm", "-o", "x.pgm"});
+    EXPECT_EQ(use.code, 2);
+    EXPECT_EQ(use.err, "platen: bad.toml:2: unknown key 'brightnes'\n");
+    const Outcome check = Run({"presets", "check", "size.toml", "bad.toml"});
+    EXPECT_EQ(check.code, 1);
+    EXPECT_EQ(
+        check.err,
+        "platen: size.toml: only one of --scale, --size, --width with --height, and --resolution can be given\n"
+        "platen: bad.toml:2: unknown key 'brightnes'\n");
+    EXPECT_EQ(Run({"--preset=absent.toml", "grey.pgm", "-o", "x.pgm"}).err,
+              "platen: absent.toml: No such file or directory\n");
+    const Outcome unknown = Run({"--preset=nonsense", "grey.pgm", "-o", "x.pgm"});
+    EXPECT_EQ(unknown.code, 2);
+    EXPECT_EQ(unknown.err,
+              "platen: --preset: there is no 'nonsense'; there are archive-150, book-yellowed, fax-200, newspaper, "
+              "photo-neutral, text-clean (a file's name has a slash or ends in .toml)\n");
+    EXPECT_EQ(Run({"presets", "nonsense"}).err, "platen: presets: say list, show NAME or check FILE\n");
+    EXPECT_EQ(Run({"presets", "nonsense"}).code, 2);
+}
+
+TEST_F(Presets, ABrokenFileDoesNotHideTheOthersOfAList) {
+    Put("config", "bad", "x = 1\n");
+    const Outcome list = Run({"presets"});
+    EXPECT_EQ(list.code, 1);
+    EXPECT_EQ(list.err, "platen: " + folder.File("config/platen/presets/bad.toml") + ":1: unknown key 'x'\n");
+    EXPECT_NE(list.out.find("text-clean"), std::string::npos);
+}
+
+TEST(Manual, NamesEveryOptionAndPreset) {
+    const std::string page = ReadFile(PLATEN_MANUAL "/platen.1");
+    const std::string presets = ReadFile(PLATEN_MANUAL "/platen-presets.5");
+    const std::string fish = Spawn({"--completion=fish"}).out;
+    std::size_t options = 0;
+    for (std::size_t at = 0; (at = fish.find(" -l ", at)) != std::string::npos; ++options) {
+        at += 4;
+        const std::string name = fish.substr(at, fish.find(' ', at) - at);
+        EXPECT_NE(page.find("Fl -" + name), std::string::npos) << name << " is missing in platen.1";
+    }
+    EXPECT_GT(options, 40u);
+    for (const char* name : kShipped) {
+        EXPECT_NE(presets.find(std::string(".It ") + name + "\n"), std::string::npos) << name;
+    }
+}
+
+// Runs a shell command if the program it begins with is there.
+void ExpectCommand(const std::string& program, const std::string& command) {
+    if (std::system(("command -v " + program + " >/dev/null").c_str()) != 0) {
+        GTEST_SKIP() << "no " << program;
+    }
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+}
+
+TEST(Manual, IsWithoutWarnings) {
+    ExpectCommand("mandoc",
+                  "mandoc -T lint -W warning " PLATEN_MANUAL "/platen.1 " PLATEN_MANUAL "/platen-presets.5");
+}
+
+TEST(Completions, AreRightBash) {
+    ExpectCommand("bash", PLATEN_PROGRAM " --completion=bash | bash -n");
+}
+
+TEST(Completions, AreRightZsh) {
+    ExpectCommand("zsh", PLATEN_PROGRAM " --completion=zsh | zsh -n");
+}
+
+TEST(Completions, AreRightFish) {
+    ExpectCommand("fish", PLATEN_PROGRAM " --completion=fish | fish -n");
+}
+
+// What bash offers for a command line, sorted by it.
+std::string Offered(const std::string& words, int index) {
+    Folder folder;
+    const std::string script = folder.File("c");
+    WriteFile(folder.File("picture.png"), "");
+    WriteFile(script, Spawn({"--completion=bash"}).out + "\ncompopt() { :; }\nCOMP_WORDS=(" + words +
+                          ")\nCOMP_CWORD=" + std::to_string(index) + "\n_platen\necho \"${COMPREPLY[*]}\" >" +
+                          folder.File("out") + "\n");
+    EXPECT_EQ(std::system(("cd " + folder.Path() + " && bash c").c_str()), 0);
+    return ReadFile(folder.File("out"));
+}
+
+TEST(Completions, BashOffersOptionsValuesAndSubCommands) {
+    EXPECT_EQ(Offered("platen --sharp", 1), "--sharpness=\n");
+    EXPECT_EQ(Offered("platen --mode = g", 3), "gray\n");
+    EXPECT_EQ(Offered("platen --mode =", 2), "lineart gray color\n");
+    EXPECT_EQ(Offered("platen pres", 1), "presets\n");
+    EXPECT_EQ(Offered("platen presets c", 2), "check\n");
+    EXPECT_EQ(Offered("platen curve --tab", 2), "--table=\n");
+    EXPECT_EQ(Offered("platen --table", 1), "\n");
+    EXPECT_EQ(Offered("platen -o pi", 2), "picture.png\n");
+}
+
+TEST(Help, EachTextIsUnderSixtyLines) {
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"--help"}, {"curve", "--help"}, {"info", "--help"}, {"presets", "--help"}}) {
+        const std::string text = Spawn(words).out;
+        EXPECT_LT(std::count(text.begin(), text.end(), '\n'), 60) << words.front();
+        EXPECT_GT(std::count(text.begin(), text.end(), '\n'), 5) << words.front();
+    }
+}
+
+}  // namespace
+}  // namespace platen_test
