@@ -8,6 +8,7 @@
 #include "programs/CurveCommand.h"
 #include "programs/InfoCommand.h"
 #include "programs/Report.h"
+#include "programs/ScanCommand.h"
 #include "programs/Settings.h"
 #include "programs/Signals.h"
 
@@ -27,6 +28,8 @@ CommandBit TakeCommand(std::vector<std::string>& arguments) {
         command = kCurve;
     } else if (!arguments.empty() && arguments.front() == "info") {
         command = kInfo;
+    } else if (!arguments.empty() && arguments.front() == "scan") {
+        command = kScan;
     }
     if (command != kAdjust) {
         arguments.erase(arguments.begin());
@@ -53,6 +56,9 @@ ExitCode Run(std::vector<std::string> words) {
         return RunInfo(arguments);
     }
     const Terminals terminals{isatty(STDIN_FILENO) != 0, isatty(STDOUT_FILENO) != 0};
+    if (command == kScan) {
+        return RunScan(MakeScanSettings(arguments, terminals));
+    }
     return RunAdjust(MakeSettings(arguments, terminals));
 }
 

@@ -9,6 +9,10 @@ namespace platen_tool {
 // an ordinary write error.
 void InstallSignalHandlers();
 
+// Called first by the handler, in its context; true where the program goes on and ends by itself. Null: none.
+using InterruptHook = bool (*)(int number);
+void SetInterruptHook(InterruptHook hook);
+
 // The working processes of --jobs, for the handler. At most kMostWorkers.
 constexpr int kMostWorkers = 256;
 void NoteWorker(pid_t worker);
