@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "programs/Error.h"
@@ -83,6 +84,24 @@ bool Permitted(const SANE_Option_Descriptor& option, SANE_Word word) {
     return true;
 }
 
+// 12.1 is no multiple of 1/65536, and devices differ in which neighbour they list: the closest listed word or end
+// of the range that prints the same.
+SANE_Word Snap(const SANE_Option_Descriptor& option, SANE_Word word) {
+    const auto near = [word](SANE_Word other) { return std::abs(std::int64_t{word} - other) <= 2; };
+    if (option.constraint_type == SANE_CONSTRAINT_RANGE) {
+        const SANE_Range& range = *option.constraint.range;
+        return near(range.min) ? range.min : near(range.max) ? range.max : word;
+    }
+    if (option.constraint_type == SANE_CONSTRAINT_WORD_LIST) {
+        for (SANE_Word i = 1; i <= option.constraint.word_list[0]; ++i) {
+            if (near(option.constraint.word_list[i])) {
+                return option.constraint.word_list[i];
+            }
+        }
+    }
+    return word;
+}
+
 SANE_Word ParseWord(const std::string& label, const SANE_Option_Descriptor& option, std::string_view text) {
     SANE_Word word = 0;
     try {
@@ -95,6 +114,9 @@ SANE_Word ParseWord(const std::string& label, const SANE_Option_Descriptor& opti
         }
     } catch (const Error&) {
         Refuse(label, "'" + std::string(text) + "' is no number that it takes; allowed are " + AllowedText(option));
+    }
+    if (option.type == SANE_TYPE_FIXED) {
+        word = Snap(option, word);
     }
     if (!Permitted(option, word)) {
         Refuse(label, "'" + std::string(text) + "' is out of range; allowed are " + AllowedText(option));

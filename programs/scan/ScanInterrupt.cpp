@@ -83,7 +83,10 @@ void CheckInterrupt() {
     }
 }
 
+// A backend may put SIGTERM back to its default while it starts its reader, meant for a process of the reader's
+// own.
 DeviceCall::DeviceCall() {
+    InstallSignalHandlers();
     caller = pthread_self();
     inCall = true;
     if (interrupt != 0) {
@@ -94,6 +97,7 @@ DeviceCall::DeviceCall() {
 
 DeviceCall::~DeviceCall() {
     inCall = false;
+    InstallSignalHandlers();
 }
 
 }  // namespace platen_tool
