@@ -9,6 +9,7 @@
 #include "programs/Numbers.h"
 #include "programs/Report.h"
 #include "programs/scan/OptionValue.h"
+#include "programs/scan/SaneLibrary.h"
 #include "programs/scan/ScanInterrupt.h"
 
 namespace platen_tool {
@@ -58,24 +59,24 @@ Ratio DpiRatio(double dpi) {
 
 void FailDevice(const std::string& what, SANE_Status status) {
     CheckInterrupt();
-    throw Error(ExitCode::kDevice, what + ": " + sane_strstatus(status));
+    throw Error(ExitCode::kDevice, what + ": " + Sane().statusText(status));
 }
 
 SaneSession::SaneSession() {
     SANE_Int version = 0;
-    const SANE_Status status = sane_init(&version, nullptr);
+    const SANE_Status status = Sane().init(&version, nullptr);
     if (status != SANE_STATUS_GOOD) {
         FailDevice("SANE can't be started", status);
     }
 }
 
 SaneSession::~SaneSession() {
-    sane_exit();
+    Sane().exit();
 }
 
 std::string SaneSession::ListDevices() const {
     const SANE_Device** devices = nullptr;
-    const SANE_Status status = sane_get_devices(&devices, SANE_FALSE);
+    const SANE_Status status = Sane().getDevices(&devices, SANE_FALSE);
     if (status != SANE_STATUS_GOOD) {
         FailDevice("the devices can't be listed", status);
     }
@@ -88,7 +89,7 @@ std::string SaneSession::ListDevices() const {
 }
 
 ScanDevice::ScanDevice(const std::string& name) {
-    const SANE_Status status = sane_open(name.c_str(), &handle_);
+    const SANE_Status status = Sane().open(name.c_str(), &handle_);
     if (status != SANE_STATUS_GOOD) {
         FailDevice("can't be opened", status);
     }
@@ -96,18 +97,18 @@ ScanDevice::ScanDevice(const std::string& name) {
 }
 
 ScanDevice::~ScanDevice() {
-    sane_cancel(handle_);
+    Sane().cancel(handle_);
     WatchInterrupts(nullptr);
-    sane_close(handle_);
+    Sane().close(handle_);
 }
 
 ScanDevice::Found ScanDevice::Find(const std::string& name) const {
     SANE_Int count = 0;
-    if (sane_control_option(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr) != SANE_STATUS_GOOD) {
+    if (Sane().controlOption(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr) != SANE_STATUS_GOOD) {
         return {};
     }
     for (SANE_Int i = 1; i < count; ++i) {
-        const SANE_Option_Descriptor* option = sane_get_option_descriptor(handle_, i);
+        const SANE_Option_Descriptor* option = Sane().getOptionDescriptor(handle_, i);
         if (option != nullptr && option->name != nullptr && option->type != SANE_TYPE_GROUP &&
             option->name == name) {
             return {i, option};
@@ -126,9 +127,9 @@ ScanDevice::Found ScanDevice::FindUsable(const std::string& name) const {
 std::string ScanDevice::OptionNames() const {
     std::string text;
     SANE_Int count = 0;
-    sane_control_option(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr);
+    Sane().controlOption(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr);
     for (SANE_Int i = 1; i < count; ++i) {
-        const SANE_Option_Descriptor* option = sane_get_option_descriptor(handle_, i);
+        const SANE_Option_Descriptor* option = Sane().getOptionDescriptor(handle_, i);
         if (option != nullptr && option->name != nullptr && option->name[0] != '\0' &&
             option->type != SANE_TYPE_GROUP && SANE_OPTION_IS_ACTIVE(option->cap)) {
             text += (text.empty() ? "" : ", ") + std::string(option->name);
@@ -153,8 +154,8 @@ void ScanDevice::Set(const std::string& label, const std::string& name, const st
     const bool single = parsed.action == SANE_ACTION_SET_VALUE && parsed.words.size() == 1;
     SANE_Int info = 0;
     const SANE_Status status =
-        sane_control_option(handle_, found.index, parsed.action,
-                            parsed.action == SANE_ACTION_SET_AUTO ? nullptr : parsed.Data(), &info);
+        Sane().controlOption(handle_, found.index, parsed.action,
+                             parsed.action == SANE_ACTION_SET_AUTO ? nullptr : parsed.Data(), &info);
     if (status != SANE_STATUS_GOOD) {
         FailDevice(label + ": the device refused '" + value + "'", status);
     }
@@ -230,7 +231,7 @@ std::optional<double> ScanDevice::CurrentNumber(const std::string& name) const {
         return std::nullopt;
     }
     SANE_Word word = 0;
-    if (sane_control_option(handle_, found.index, SANE_ACTION_GET_VALUE, &word, nullptr) != SANE_STATUS_GOOD) {
+    if (Sane().controlOption(handle_, found.index, SANE_ACTION_GET_VALUE, &word, nullptr) != SANE_STATUS_GOOD) {
         return std::nullopt;
     }
     return WordNumber(*found.option, word);
@@ -243,7 +244,7 @@ std::optional<std::string> ScanDevice::CurrentText(const std::string& name) cons
         return std::nullopt;
     }
     std::vector<char> text(static_cast<std::size_t>(found.option->size) + 1);
-    if (sane_control_option(handle_, found.index, SANE_ACTION_GET_VALUE, text.data(), nullptr) !=
+    if (Sane().controlOption(handle_, found.index, SANE_ACTION_GET_VALUE, text.data(), nullptr) !=
         SANE_STATUS_GOOD) {
         return std::nullopt;
     }
@@ -264,12 +265,12 @@ std::optional<Resolution> ScanDevice::CurrentResolution() const {
 
 SANE_Status ScanDevice::Start() {
     const DeviceCall call;
-    return sane_start(handle_);
+    return Sane().start(handle_);
 }
 
 SANE_Parameters ScanDevice::Parameters() const {
     SANE_Parameters parameters{};
-    const SANE_Status status = sane_get_parameters(handle_, &parameters);
+    const SANE_Status status = Sane().getParameters(handle_, &parameters);
     if (status != SANE_STATUS_GOOD) {
         FailDevice("the page's size can't be had", status);
     }
@@ -281,7 +282,7 @@ SANE_Status ScanDevice::Read(SANE_Byte* bytes, std::size_t room, std::size_t& co
     SANE_Status status = SANE_STATUS_GOOD;
     {
         const DeviceCall call;
-        status = sane_read(handle_, bytes, static_cast<SANE_Int>(room), &length);
+        status = Sane().read(handle_, bytes, static_cast<SANE_Int>(room), &length);
     }
     CheckInterrupt();
     count = status == SANE_STATUS_GOOD && length > 0 ? std::min(static_cast<std::size_t>(length), room) : 0;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "programs/Error.h"
+#include "programs/scan/SaneLibrary.h"
 
 namespace platen_tool {
 
@@ -62,7 +63,7 @@ bool ScanFrame::Fill() {
         if (status == SANE_STATUS_EOF) {
             ended_ = true;
         } else if (status == SANE_STATUS_NO_DOCS && !any_) {
-            throw Error(ExitCode::kNoDocuments, sane_strstatus(status));
+            throw Error(ExitCode::kNoDocuments, Sane().statusText(status));
         } else if (status != SANE_STATUS_GOOD) {
             FailDevice("the scan failed", status);
         } else if (end_ == 0) {

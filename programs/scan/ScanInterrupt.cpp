@@ -8,6 +8,7 @@
 
 #include "programs/Signals.h"
 #include "programs/io/OutputFile.h"
+#include "programs/scan/SaneLibrary.h"
 
 namespace platen_tool {
 
@@ -54,7 +55,7 @@ bool HandleInterrupt(int number) {
     if (inCall) {
         LimitLeaving(static_cast<ExitCode>(128 + number));
         AllowSignals();
-        sane_cancel(watched);
+        Sane().cancel(watched);
     }
     return true;
 }

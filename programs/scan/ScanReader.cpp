@@ -7,6 +7,7 @@
 #include "programs/Error.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
+#include "programs/scan/SaneLibrary.h"
 #include "programs/scan/ScanFrame.h"
 
 namespace platen_tool {
@@ -108,7 +109,7 @@ class ScanReader : public LineReader {
         : device_(device), pages_(pages), options_(options), resolution_(device.CurrentResolution()) {
         const SANE_Status status = device_.Start();
         if (status == SANE_STATUS_NO_DOCS) {
-            throw Error(ExitCode::kNoDocuments, sane_strstatus(status));
+            throw Error(ExitCode::kNoDocuments, Sane().statusText(status));
         }
         TakePage(status);
     }
