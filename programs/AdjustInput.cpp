@@ -3,12 +3,14 @@
 #include <unistd.h>
 
 #include <memory>
+#include <optional>
 
 #include "programs/Error.h"
 #include "programs/LineSink.h"
 #include "programs/LineWriter.h"
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
+#include "programs/SpooledPage.h"
 
 namespace platen_tool {
 
@@ -34,12 +36,13 @@ bool ShowProgress(const Settings& settings) {
 
 class InputRun {
   public:
-    InputRun(const Settings& settings, const OutputName& name, const std::string& input, unsigned long& nextPage)
+    InputRun(const Settings& settings, const OutputName& name, const std::string& input,
+             std::unique_ptr<LineReader> reader, unsigned long& nextPage)
         : settings_(settings),
           name_(name),
           input_(input),
           nextPage_(nextPage),
-          reader_(OpenReader(input, settings.read)),
+          reader_(std::move(reader)),
           progress_(ShowProgress(settings), input),
           begin_(Now()) {}
 
@@ -94,7 +97,14 @@ class InputRun {
     }
 
     void AdjustPage(unsigned long page) {
-        const PagePlan plan = PlanPage(settings_, reader_->Info());
+        ImageInfo info = reader_->Info();
+        std::optional<SpooledPage> spooled;
+        if (info.height == 0 && settings_.NeedsHeight()) {
+            spooled.emplace(*reader_, settings_.read.strictStream);
+            info.height = spooled->Height();
+            Tell("spooled to a temporary file: the page's height wasn't known at first");
+        }
+        const PagePlan plan = PlanPage(settings_, info);
         for (const std::string& notice : plan.notices) {
             Tell(notice);
         }
@@ -103,8 +113,10 @@ class InputRun {
         WriterSink sink(*writer_);
         Pipeline pipeline(plan, sink);
         std::vector<std::uint8_t> line(plan.input.LineBytes());
-        for (std::uint32_t y = 0; y < plan.input.height; ++y) {
-            reader_->ReadLine(line.data());
+        for (std::uint32_t y = 0; plan.input.height == 0 || y < plan.input.height; ++y) {
+            if (!(spooled ? spooled->ReadLine(line.data()) : ReadLine(plan.input, line.data()))) {
+                break;
+            }
             if (settings_.stats) {
                 statistics_.Add(plan.input, line.data());
             }
@@ -117,6 +129,14 @@ class InputRun {
         if (name_.HasPage()) {
             CommitWriter();
         }
+    }
+
+    bool ReadLine(const ImageInfo& info, std::uint8_t* line) {
+        if (info.height == 0) {
+            return reader_->ReadLineOrEnd(line);
+        }
+        reader_->ReadLine(line);
+        return true;
     }
 
     void OpenPage(const PagePlan& plan) {
@@ -168,7 +188,12 @@ class InputRun {
 
 void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
                  unsigned long& nextPage) {
-    InputRun(settings, name, input, nextPage).Run();
+    AdjustPages(settings, name, input, OpenReader(input, settings.read), nextPage);
+}
+
+void AdjustPages(const Settings& settings, const OutputName& name, const std::string& input,
+                 std::unique_ptr<LineReader> reader, unsigned long& nextPage) {
+    InputRun(settings, name, input, std::move(reader), nextPage).Run();
 }
 
 }  // namespace platen_tool

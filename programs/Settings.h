@@ -86,6 +86,11 @@ struct Settings {
     bool NeedsEightBits() const {
         return !tone.empty() || hsv.Any() || sharpness != 0;
     }
+
+    // Whether a stage was asked for that must know the page's height before its last line.
+    bool NeedsHeight() const {
+        return size.Any() || sharpness != 0;
+    }
 };
 
 // What standard input and output are, for a command line that names no input or output.
