@@ -9,6 +9,7 @@
 #include "programs/LineWriter.h"
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
+#include "programs/Threads.h"
 
 namespace platen_tool {
 
@@ -39,7 +40,7 @@ class InputRun {
           name_(name),
           input_(input),
           nextPage_(nextPage),
-          reader_(OpenReader(input, settings.read)),
+          reader_(WithThread(OpenReader(input, settings.read), input, settings)),
           progress_(ShowProgress(settings), input),
           begin_(Now()) {}
 
@@ -104,7 +105,7 @@ class InputRun {
         Pipeline pipeline(plan, sink);
         std::vector<std::uint8_t> line(plan.input.LineBytes());
         for (std::uint32_t y = 0; y < plan.input.height; ++y) {
-            reader_->ReadLine(line.data());
+            ReadLine(line.data());
             if (settings_.stats) {
                 statistics_.Add(plan.input, line.data());
             }
@@ -119,6 +120,16 @@ class InputRun {
         }
     }
 
+    // Where reading fails, what was read before is written first: had that failed, it came first.
+    void ReadLine(std::uint8_t* line) {
+        try {
+            reader_->ReadLine(line);
+        } catch (...) {
+            writer_->Settle();
+            throw;
+        }
+    }
+
     void OpenPage(const PagePlan& plan) {
         if (writer_ == nullptr) {
             WriteOptions options;
@@ -130,7 +141,7 @@ class InputRun {
             const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
-            writer_ = OpenWriter(name_.Make(input_, nextPage_), options);
+            writer_ = WithThread(OpenWriter(name_.Make(input_, nextPage_), options), settings_);
         }
         ++nextPage_;
         writer_->BeginPage(plan.output);
