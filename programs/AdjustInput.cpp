@@ -11,6 +11,7 @@
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
 #include "programs/SpooledPage.h"
+#include "programs/Threads.h"
 
 namespace platen_tool {
 
@@ -131,12 +132,19 @@ class InputRun {
         }
     }
 
+    // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
+    // was read before is written first: had that failed, it came first.
     bool ReadLine(const ImageInfo& info, std::uint8_t* line) {
-        if (info.height == 0) {
-            return reader_->ReadLineOrEnd(line);
+        try {
+            if (info.height == 0) {
+                return reader_->ReadLineOrEnd(line);
+            }
+            reader_->ReadLine(line);
+            return true;
+        } catch (...) {
+            writer_->Settle();
+            throw;
         }
-        reader_->ReadLine(line);
-        return true;
     }
 
     void OpenPage(const PagePlan& plan) {
@@ -150,7 +158,7 @@ class InputRun {
             const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
-            writer_ = OpenWriter(name_.Make(input_, nextPage_), options);
+            writer_ = WithThread(OpenWriter(name_.Make(input_, nextPage_), options), settings_);
         }
         ++nextPage_;
         writer_->BeginPage(plan.output);
@@ -188,7 +196,7 @@ class InputRun {
 
 void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
                  unsigned long& nextPage) {
-    AdjustPages(settings, name, input, OpenReader(input, settings.read), nextPage);
+    AdjustPages(settings, name, input, WithThread(OpenReader(input, settings.read), input, settings), nextPage);
 }
 
 void AdjustPages(const Settings& settings, const OutputName& name, const std::string& input,

@@ -24,7 +24,8 @@ struct ReadOptions {
 };
 
 // Reads an image file line by line, from the top; no whole image is held. Every failure is an Error: a damaged
-// or truncated file never passes for a whole one.
+// or truncated file never passes for a whole one. ReadLine may run on another thread than the rest: it changes
+// nothing that the const functions look at.
 //
 //   auto reader = OpenReader("scan.tif", {});
 //   do {

@@ -61,6 +61,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers},
     {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
+    {"threads", 0, "N", kOutput, "1, or 3: read, adjust and write a page at the same time", kAdjust},
     {"keep-going", 'k', nullptr, kOutput, "go on with the next input after an error", kAdjust},
     {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers},
     {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kPageUsers},

@@ -72,6 +72,7 @@ struct Settings {
     int quality = 92;
     std::optional<PageRange> pages;
     int jobs = 1;
+    int threads = 0;  // 1 or 3 for each job; 0: 3 where the page and the machine are large enough
     bool keepGoing = false;
     bool force = false;
     ReadOptions read;
