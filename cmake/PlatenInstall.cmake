@@ -11,6 +11,18 @@ configure_package_config_file(${PROJECT_SOURCE_DIR}/packaging/platen-config.cmak
   ${PROJECT_BINARY_DIR}/platen-config.cmake INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/platen)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/platen-config-version.cmake
   COMPATIBILITY SameMajorVersion)
+# The pkg-config file finds the prefix from where it lies, so that an installed tree can be moved.
+if(IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} OR IS_ABSOLUTE ${CMAKE_INSTALL_INCLUDEDIR})
+  set(PLATEN_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+  set(PLATEN_PC_INCLUDEDIR ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+  set(PLATEN_PC_LIBDIR ${CMAKE_INSTALL_FULL_LIBDIR})
+else()
+  file(RELATIVE_PATH up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+  string(REGEX REPLACE "/$" "" up ${up})
+  set(PLATEN_PC_PREFIX "\${pcfiledir}/${up}")
+  set(PLATEN_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+  set(PLATEN_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/packaging/platen.pc.in ${PROJECT_BINARY_DIR}/platen.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/platen-config.cmake ${PROJECT_BINARY_DIR}/platen-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/platen)

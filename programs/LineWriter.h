@@ -17,6 +17,7 @@ struct WriteOptions {
     int jpegQuality = 92;
     bool strictStream = false;
     bool force = false;  // overwrite an existing file
+    bool sync = true;    // Commit returns only when the disk has everything
 };
 
 // Writes an image file line by line. The file appears under its name only when Commit has succeeded: until then

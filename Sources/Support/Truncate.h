@@ -15,7 +15,8 @@ template <std::integral Integer>
 constexpr Integer Truncate(double value) noexcept {
     using Limits = std::numeric_limits<Integer>;
     constexpr double kLowest = static_cast<double>(Limits::min());
-    constexpr double kBeyond = 2.0 * static_cast<double>(Limits::max() / 2 + 1);
+    constexpr double kBeyond =
+        2.0 * static_cast<double>(Limits::max() / 2 + 1);  // NOLINT(bugprone-integer-division)
     if (value >= kBeyond) {
         return Limits::max();
     }

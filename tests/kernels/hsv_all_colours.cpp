@@ -1,9 +1,10 @@
-// Runs colours through ApplyOneLineHsv and through a second writing of the same rules, and compares every byte.
+// Runs colours through the HSV row of every variant that this processor has, through ApplyOneLineHsv, and through a
+// second writing of the same rules, and compares every byte.
 //
 //   hsv_all_colours HUE SATURATION LIGHTNESS [...]     all 2^24 colours for each setting given
 //   hsv_all_colours --settings N [--stride S]          N settings spread over the ranges; S > 1 takes every S-th
 //                                                      plane of equal red, in turn with the settings' numbers
-//   hsv_all_colours --rows ...                         the plain row instead of ApplyOneLineHsv's choice
+//   hsv_all_colours --variant NAME ...                 that variant only
 //
 // Work is shared out to as many threads as there are processors. Exit: 0 equal, 1 different, 2 wrong arguments.
 
@@ -19,6 +20,7 @@
 
 #include "LineFilters/Hsv.h"
 #include "LineFilters/HsvRow.h"
+#include "Sources/Dispatch/Kernels.h"
 #include "tests/support/HsvTranscription.h"
 #include "tests/support/Random.h"
 
@@ -35,7 +37,7 @@ struct Setting {
 struct Options {
     std::vector<Setting> settings;
     int stride = 1;
-    bool plainRow = false;
+    std::vector<const platen::KernelTable*> variants;
 };
 
 // The ends, the steps at the sectors' borders and the middle first, then whatever comes.
@@ -69,33 +71,48 @@ void FillPlane(int red, std::vector<std::uint8_t>& line) {
 struct Job {
     Setting setting;
     void* handle;
-    bool plainRow;
+    std::vector<const platen::KernelTable*> variants;
     std::uint8_t lightness[256];
     platen_test::HsvTranscription judge;
 };
 
-// Differing pixels of one plane; the first of all threads is printed.
-std::uint64_t ComparePlane(const Job& job, int red, std::atomic<bool>& printed) {
-    std::vector<std::uint8_t> source(3 * kPlanePixels);
-    FillPlane(red, source);
-    std::vector<std::uint8_t> line = source;
-    if (job.plainRow) {
-        platen::HsvRow_reference(line.data(), kPlanePixels, job.setting.hue, job.setting.saturation, job.lightness);
-    } else if (ApplyOneLineHsv(job.handle, line.data()) != 0) {
-        return kPlanePixels;
+// Differing pixels of a plane; the first of all threads is printed.
+std::uint64_t CountDifferences(const char* variant, const std::vector<std::uint8_t>& source,
+                               const std::vector<std::uint8_t>& expected, const std::vector<std::uint8_t>& line,
+                               std::atomic<bool>& printed) {
+    if (line == expected) {
+        return 0;
     }
     std::uint64_t different = 0;
     for (std::size_t i = 0; i < source.size(); i += 3) {
-        std::uint8_t expected[3];
-        job.judge.Apply(&source[i], expected);
-        if (std::memcmp(expected, &line[i], 3) != 0) {
+        if (std::memcmp(&expected[i], &line[i], 3) != 0) {
             ++different;
             if (!printed.exchange(true)) {
-                std::printf("  (%d, %d, %d) gives (%d, %d, %d), expected (%d, %d, %d)\n", source[i], source[i + 1],
-                            source[i + 2], line[i], line[i + 1], line[i + 2], expected[0], expected[1],
-                            expected[2]);
+                std::printf("  %s: (%d, %d, %d) gives (%d, %d, %d), expected (%d, %d, %d)\n", variant, source[i],
+                            source[i + 1], source[i + 2], line[i], line[i + 1], line[i + 2], expected[i],
+                            expected[i + 1], expected[i + 2]);
             }
         }
+    }
+    return different;
+}
+
+std::uint64_t ComparePlane(const Job& job, int red, std::atomic<bool>& printed) {
+    std::vector<std::uint8_t> source(3 * kPlanePixels);
+    FillPlane(red, source);
+    std::vector<std::uint8_t> expected = source;
+    for (std::size_t i = 0; i < source.size(); i += 3) {
+        job.judge.Apply(&source[i], &expected[i]);
+    }
+    std::vector<std::uint8_t> line = source;
+    if (ApplyOneLineHsv(job.handle, line.data()) != 0) {
+        return kPlanePixels;
+    }
+    std::uint64_t different = CountDifferences("ApplyOneLineHsv", source, expected, line, printed);
+    for (const platen::KernelTable* variant : job.variants) {
+        std::memcpy(line.data(), source.data(), source.size());
+        variant->hsvRow(line.data(), kPlanePixels, job.setting.hue, job.setting.saturation, job.lightness);
+        different += CountDifferences(variant->name, source, expected, line, printed);
     }
     return different;
 }
@@ -129,7 +146,7 @@ bool RunSetting(const Setting& setting, const Options& options, int number) {
     }
     Job job{setting,
             handle,
-            options.plainRow,
+            options.variants,
             {},
             platen_test::HsvTranscription(setting.hue, setting.saturation, setting.lightness)};
     for (int i = 0; i < 256; ++i) {
@@ -150,14 +167,26 @@ bool ParseNumber(const char* text, int& number) {
     return end != text && *end == '\0';
 }
 
+bool AddVariant(const std::string& name, Options& options) {
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        if (variant->name == name) {
+            options.variants.push_back(variant);
+            return true;
+        }
+    }
+    return false;
+}
+
 bool ParseOptions(int argc, char** argv, Options& options) {
     int wanted = 0;
     std::vector<int> numbers;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         int number = 0;
-        if (argument == "--rows") {
-            options.plainRow = true;
+        if (argument == "--variant") {
+            if (++i == argc || !AddVariant(argv[i], options)) {
+                return false;
+            }
         } else if (argument == "--settings" || argument == "--stride") {
             if (++i == argc || !ParseNumber(argv[i], number) || number < 1) {
                 return false;
@@ -175,6 +204,10 @@ bool ParseOptions(int argc, char** argv, Options& options) {
     for (int i = 0; i < wanted; ++i) {
         options.settings.push_back(SettingNumber(i));
     }
+    if (options.variants.empty()) {
+        const auto all = platen::AvailableKernels();
+        options.variants.assign(all.begin(), all.end());
+    }
     return numbers.size() % 3 == 0 && options.stride <= 256 && !options.settings.empty();
 }
 
@@ -184,8 +217,12 @@ int main(int argc, char** argv) {
     Options options;
     if (!ParseOptions(argc, argv, options)) {
         std::fprintf(stderr,
-                     "usage: hsv_all_colours [--rows] [--settings N] [--stride S] [HUE SATURATION LIGHTNESS]...\n");
+                     "usage: hsv_all_colours [--variant NAME] [--settings N] [--stride S] "
+                     "[HUE SATURATION LIGHTNESS]...\n");
         return 2;
+    }
+    for (const platen::KernelTable* variant : options.variants) {
+        std::printf("%s%s", variant->name, variant == options.variants.back() ? "\n" : ", ");
     }
     bool equal = true;
     int number = 0;

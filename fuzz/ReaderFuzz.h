@@ -1,0 +1,60 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "programs/Error.h"
+#include "programs/LineReader.h"
+
+namespace platen_fuzz {
+
+// Reads all pages of a file with these bytes, as the program would. An Error is a right answer; anything else
+// that isn't a page, and a write behind a line, ends the run. `magic` is put over the first bytes, so that the
+// input reaches the reader that is meant.
+inline void ReadWholeFile(const std::uint8_t* data, std::size_t size, const std::string& magic) {
+    std::vector<std::uint8_t> bytes(data, data + size);
+    if (bytes.size() < magic.size()) {
+        return;
+    }
+    for (std::size_t i = 0; i < magic.size(); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(magic[i]);
+    }
+    const int file = memfd_create("input", MFD_CLOEXEC);
+    if (file < 0 || write(file, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+        std::abort();
+    }
+    try {
+        platen_tool::ReadOptions options;
+        options.limits = {4096, 1 << 18};
+        auto reader = platen_tool::OpenReader("/proc/self/fd/" + std::to_string(file), options);
+        int pages = 0;
+        do {
+            const platen_tool::ImageInfo info = reader->Info();
+            const std::size_t lineBytes = info.LineBytes();
+            const std::size_t pixels = std::size_t{info.width} * info.height;
+            if (info.width == 0 || info.height == 0 || pixels > options.limits.maxPixels ||
+                info.samplesPerPixel < 1 || info.samplesPerPixel > 4 || info.orientation < 1 ||
+                info.orientation > 8) {
+                std::abort();
+            }
+            std::vector<std::uint8_t> line(lineBytes);
+            for (std::uint32_t y = 0; y < info.height; ++y) {
+                reader->ReadLine(line.data());
+                if (info.bitsPerSample == 1 && info.width % 8 != 0 &&
+                    (line[lineBytes - 1] & (0xFFu >> (info.width % 8))) != 0) {
+                    std::abort();  // bits behind the last pixel
+                }
+            }
+        } while (++pages < 20 && reader->NextPage());
+    } catch (const platen_tool::Error&) {
+    }
+    close(file);
+}
+
+}  // namespace platen_fuzz

@@ -1,0 +1,6 @@
+#include "ReaderFuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    platen_fuzz::ReadWholeFile(data, size, "\xFF\xD8\xFF");
+    return 0;
+}

@@ -1,0 +1,158 @@
+#include "programs/Adjust.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include "programs/AdjustInput.h"
+#include "programs/CurvePlot.h"
+#include "programs/Report.h"
+#include "programs/Signals.h"
+
+namespace platen_tool {
+
+namespace {
+
+ExitCode AdjustOne(const Settings& settings, const OutputName& name, const std::string& input,
+                   unsigned long& nextPage) {
+    try {
+        if (settings.dryRun) {
+            PrintOutput(DescribeInput(settings, name, input, nextPage));
+        } else {
+            AdjustInput(settings, name, input, nextPage);
+        }
+        return ExitCode::kDone;
+    } catch (...) {
+        return ReportFailure(input);
+    }
+}
+
+ExitCode RunInThisProcess(const Settings& settings, const OutputName& name) {
+    ExitCode result = ExitCode::kDone;
+    unsigned long nextPage = 1;
+    for (const std::string& input : settings.inputs) {
+        if (name.HasName()) {
+            nextPage = 1;
+        }
+        const ExitCode code = AdjustOne(settings, name, input, nextPage);
+        result = result == ExitCode::kDone ? code : result;
+        // With the reader of standard output gone nothing that follows can be of use.
+        if (code == ExitCode::kBrokenPipe || (code != ExitCode::kDone && !settings.keepGoing)) {
+            break;
+        }
+    }
+    return result;
+}
+
+// One working process for each input: a filter's table belongs to a whole process.
+class WorkerPool {
+  public:
+    WorkerPool(const Settings& settings, const OutputName& name) : settings_(settings), name_(name) {}
+
+    ExitCode Run() {
+        for (const std::string& input : settings_.inputs) {
+            if (running_ == settings_.jobs) {
+                WaitForOne();
+            }
+            if (result_ != ExitCode::kDone && !settings_.keepGoing) {
+                break;
+            }
+            Start(input);
+        }
+        while (running_ > 0) {
+            WaitForOne();
+        }
+        return result_;
+    }
+
+  private:
+    void Start(const std::string& input) {
+        // The handler must know the worker before a signal can come in.
+        sigset_t all;
+        sigset_t before;
+        sigfillset(&all);
+        sigprocmask(SIG_BLOCK, &all, &before);
+        const pid_t worker = fork();
+        if (worker == 0) {
+            ForgetAllWorkers();
+            sigprocmask(SIG_SETMASK, &before, nullptr);
+            unsigned long page = 1;
+            _exit(static_cast<int>(AdjustOne(settings_, name_, input, page)));
+        }
+        const int error = errno;
+        if (worker > 0) {
+            NoteWorker(worker);
+            ++running_;
+        }
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        if (worker < 0) {
+            PrintMessage(input + ": a process cannot be started: " + std::strerror(error));
+            Note(ExitCode::kFailed);
+        }
+    }
+
+    void WaitForOne() {
+        int status = 0;
+        const pid_t worker = waitpid(-1, &status, 0);
+        if (worker < 0) {
+            running_ = 0;
+            return;
+        }
+        ForgetWorker(worker);
+        --running_;
+        if (WIFEXITED(status)) {
+            Note(static_cast<ExitCode>(WEXITSTATUS(status)));
+        } else {
+            PrintMessage("a working process was ended by signal " + std::to_string(WTERMSIG(status)));
+            Note(ExitCode::kFailed);
+        }
+    }
+
+    void Note(ExitCode code) {
+        result_ = result_ == ExitCode::kDone ? code : result_;
+    }
+
+    const Settings& settings_;
+    const OutputName& name_;
+    int running_ = 0;
+    ExitCode result_ = ExitCode::kDone;
+};
+
+}  // namespace
+
+ExitCode ReportFailure(const std::string& name) {
+    const std::string prefix = name.empty() ? "" : name + ": ";
+    try {
+        throw;
+    } catch (const Error& error) {
+        if (error.Code() != ExitCode::kBrokenPipe) {
+            PrintMessage(prefix + error.what());
+        }
+        return error.Code();
+    } catch (const std::bad_alloc&) {
+        PrintMessage(prefix + "out of memory");
+    } catch (const std::exception& error) {
+        PrintMessage(prefix + "internal error: " + error.what());
+    }
+    return ExitCode::kFailed;
+}
+
+ExitCode RunAdjust(const Settings& settings) {
+    const OutputName name(settings.output);
+    CheckOutputName(name, settings.inputs);
+    const bool parallel = settings.jobs > 1 && settings.inputs.size() > 1 && !settings.dryRun;
+    if (parallel && !name.HasName()) {
+        throw Error(ExitCode::kUsage, "--jobs: several inputs at a time need %s in the output's name");
+    }
+    if (settings.plot && !settings.dryRun) {
+        WriteCurvePlot(*settings.plot, settings.tone, settings.force);
+    }
+    return parallel ? WorkerPool(settings, name).Run() : RunInThisProcess(settings, name);
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "programs/Error.h"
+#include "programs/Settings.h"
+
+namespace platen_tool {
+
+// Works on all inputs, one after the other or with --jobs in several processes, and reports failures as it goes.
+// The exit code is the first failure's.
+ExitCode RunAdjust(const Settings& settings);
+
+// For a catch block: prints what went wrong with `name` (nothing for a closed pipe; empty: no file) and gives
+// the exit code.
+ExitCode ReportFailure(const std::string& name);
+
+}  // namespace platen_tool

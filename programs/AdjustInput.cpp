@@ -1,0 +1,174 @@
+#include "programs/AdjustInput.h"
+
+#include <unistd.h>
+
+#include <memory>
+
+#include "programs/Error.h"
+#include "programs/LineSink.h"
+#include "programs/LineWriter.h"
+#include "programs/PagePlan.h"
+#include "programs/Report.h"
+
+namespace platen_tool {
+
+namespace {
+
+class WriterSink : public LineSink {
+  public:
+    explicit WriterSink(LineWriter& writer) : writer_(writer) {}
+    void Take(std::uint8_t* line) override {
+        writer_.WriteLine(line);
+    }
+
+  private:
+    LineWriter& writer_;
+};
+
+bool ShowProgress(const Settings& settings) {
+    if (settings.jobs > 1) {
+        return false;  // the lines of several processes would overwrite each other
+    }
+    return settings.progress.value_or(isatty(STDERR_FILENO) != 0);
+}
+
+class InputRun {
+  public:
+    InputRun(const Settings& settings, const OutputName& name, const std::string& input, unsigned long& nextPage)
+        : settings_(settings),
+          name_(name),
+          input_(input),
+          nextPage_(nextPage),
+          reader_(OpenReader(input, settings.read)),
+          progress_(ShowProgress(settings), input),
+          begin_(Now()) {}
+
+    void Run() {
+        Tell(reader_->Notice());
+        bool any = false;
+        unsigned long page = 1;
+        do {
+            if (Wanted(page)) {
+                any = true;
+                AdjustPage(page);
+            } else {
+                SkipPage();
+            }
+            ++page;
+        } while (reader_->NextPage());
+        if (!any) {
+            throw Error(
+                ExitCode::kFailed,
+                "--page: there " +
+                    std::string(page == 2 ? "is only 1 page" : "are only " + std::to_string(page - 1) + " pages"));
+        }
+        CommitWriter();
+        if (settings_.stats) {
+            PrintStatistics();
+        }
+    }
+
+  private:
+    bool Wanted(unsigned long page) const {
+        return !settings_.pages || (page >= settings_.pages->first && page <= settings_.pages->last);
+    }
+
+    void Tell(const std::string& notice) const {
+        if (settings_.verbose && !notice.empty()) {
+            PrintMessage(input_ + ": " + notice);
+        }
+    }
+
+    void TellReduction(const PagePlan& plan) {
+        if (plan.reducedTo8 && !toldReduction_) {
+            PrintMessage(input_ + ": 16-bit samples are reduced to 8 bits");
+            toldReduction_ = true;
+        }
+    }
+
+    void SkipPage() {
+        std::vector<std::uint8_t> line(reader_->Info().LineBytes());
+        for (std::uint32_t y = 0; y < reader_->Info().height; ++y) {
+            reader_->ReadLine(line.data());
+        }
+    }
+
+    void AdjustPage(unsigned long page) {
+        const PagePlan plan = PlanPage(settings_, reader_->Info());
+        for (const std::string& notice : plan.notices) {
+            Tell(notice);
+        }
+        TellReduction(plan);
+        OpenPage(plan);
+        WriterSink sink(*writer_);
+        Pipeline pipeline(plan, sink);
+        std::vector<std::uint8_t> line(plan.input.LineBytes());
+        for (std::uint32_t y = 0; y < plan.input.height; ++y) {
+            reader_->ReadLine(line.data());
+            if (settings_.stats) {
+                statistics_.Add(plan.input, line.data());
+            }
+            pipeline.Take(line.data());
+            progress_.Line(page, y + 1, plan.input.height);
+        }
+        statistics_.EndPage();
+        writer_->EndPage();
+        Tell(writer_->Notice());
+        if (name_.HasPage()) {
+            CommitWriter();
+        }
+    }
+
+    void OpenPage(const PagePlan& plan) {
+        if (writer_ == nullptr) {
+            WriteOptions options;
+            options.container = settings_.format;
+            options.inputContainer = reader_->FileContainer();
+            options.jpegQuality = settings_.quality;
+            options.strictStream = settings_.read.strictStream;
+            options.force = settings_.force;
+            const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
+                                    plan.input.samplesPerPixel == plan.output.samplesPerPixel;
+            options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
+            writer_ = OpenWriter(name_.Make(input_, nextPage_), options);
+        }
+        ++nextPage_;
+        writer_->BeginPage(plan.output);
+    }
+
+    void CommitWriter() {
+        if (writer_ != nullptr) {
+            writer_->Commit();
+            writer_.reset();
+        }
+    }
+
+    void PrintStatistics() const {
+        const std::string text = statistics_.Text(Now() - begin_);
+        for (std::size_t begin = 0; begin < text.size();) {
+            const std::size_t end = text.find('\n', begin);
+            PrintMessage(input_ + ": " + text.substr(begin, end - begin));
+            begin = end + 1;
+        }
+    }
+
+    const Settings& settings_;
+    const OutputName& name_;
+    const std::string& input_;
+    unsigned long& nextPage_;
+    std::unique_ptr<LineReader> reader_;
+    std::unique_ptr<LineWriter> writer_;
+    Progress progress_;
+    Statistics statistics_;
+    bool toldReduction_ = false;
+    const double begin_;
+};
+
+}  // namespace
+
+void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
+                 unsigned long& nextPage) {
+    InputRun(settings, name, input, nextPage).Run();
+}
+
+}  // namespace platen_tool

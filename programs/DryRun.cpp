@@ -1,0 +1,98 @@
+#include "programs/AdjustInput.h"
+#include "programs/PagePlan.h"
+
+namespace platen_tool {
+
+namespace {
+
+std::string StepName(StepKind kind) {
+    switch (kind) {
+        case StepKind::kTone:
+            return "tone";
+        case StepKind::kHsv:
+            return "hsv";
+        case StepKind::kScale:
+            return "scale";
+        case StepKind::kSharpen:
+            return "sharpen";
+        default:
+            return "pixels";
+    }
+}
+
+std::string Row(const std::string& name, const std::string& text) {
+    std::string row = "  " + name;
+    row.resize(12, ' ');
+    return row + text + "\n";
+}
+
+std::string KeyPoints(const ToneTable& table) {
+    std::string text;
+    for (const unsigned level : {0u, 32u, 64u, 96u, 128u, 160u, 192u, 224u, 255u}) {
+        text += (text.empty() ? "" : " ") + std::to_string(level) + ":" + std::to_string(table[level]);
+    }
+    return text;
+}
+
+std::string CurveRows(const ToneTables& tables) {
+    if (tables.red == tables.green && tables.red == tables.blue) {
+        return Row("", KeyPoints(tables.red));
+    }
+    return Row("", "red   " + KeyPoints(tables.red)) + Row("", "green " + KeyPoints(tables.green)) +
+           Row("", "blue  " + KeyPoints(tables.blue));
+}
+
+std::string DescribePage(const Settings& settings, const ImageInfo& page) {
+    const PagePlan plan = PlanPage(settings, page);
+    std::string text = Row("input", PageText(plan.input));
+    for (const PlannedStep& step : plan.steps) {
+        text += Row(StepName(step.kind), step.text);
+        if (step.kind == StepKind::kTone) {
+            text += CurveRows(plan.tables);
+        }
+    }
+    for (const std::string& notice : plan.notices) {
+        text += Row("note", notice);
+    }
+    text += Row("output", PageText(plan.output));
+    const std::size_t megabytes = (ExpectedMemory(plan) + 999'999) / 1'000'000;
+    return text + Row("memory", "about " + std::to_string(megabytes) + " MB at most");
+}
+
+void SkipLines(LineReader& reader) {
+    std::vector<std::uint8_t> line(reader.Info().LineBytes());
+    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
+        reader.ReadLine(line.data());
+    }
+}
+
+}  // namespace
+
+std::string DescribeInput(const Settings& settings, const OutputName& name, const std::string& input,
+                          unsigned long& nextPage) {
+    const auto reader = OpenReader(input, settings.read);
+    const PageRange range = settings.pages.value_or(PageRange{});
+    std::string text;
+    unsigned long page = 1;
+    bool more = true;
+    for (; more && page <= range.last; ++page) {
+        if (page >= range.first) {
+            text += input + ", page " + std::to_string(page);
+            const std::string output = name.Make(input, nextPage++);
+            text += output.empty() ? "\n" : ", to " + output + "\n";
+            text += DescribePage(settings, reader->Info());
+        }
+        if (reader->PageCount() == 1) {
+            more = false;  // no need to read its lines to find the end
+        } else {
+            SkipLines(*reader);
+            more = reader->NextPage();
+        }
+    }
+    if (text.empty()) {
+        throw NoSuchPage(page - 1);
+    }
+    return text;
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,119 @@
+#include "programs/OptionTable.h"
+
+#include <array>
+
+namespace platen_tool {
+
+namespace {
+
+constexpr const char* kTone = "Tone, in the order given (8 bits)";
+constexpr const char* kColour = "Colour and sharpness (8 bits)";
+constexpr const char* kPixels = "Pixels";
+constexpr const char* kSize = "Size; the resolution tag follows";
+constexpr const char* kOutput = "Input and output";
+constexpr const char* kReport = "Reports";
+constexpr const char* kCurveGroup = "platen curve";
+constexpr const char* kInfoGroup = "platen info";
+
+constexpr unsigned kToneUsers = kAdjust | kCurve;
+constexpr unsigned kEvery = kAdjust | kCurve | kInfo;
+
+constexpr std::array kTable = std::to_array<OptionSpec>({
+    {"brightness", 0, "N", kTone, nullptr, kToneUsers},
+    {"contrast", 0, "N", kTone, "-100..100; side by side they make one step", kToneUsers},
+    {"levels", 0, "LIST", kTone, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers},
+    {"gamma", 0, "G", kTone, "0.1..9.99, as --levels=0,255,G", kToneUsers},
+    {"curve", 0, "POINTS", kTone, "five points x,y:x,y:x,y:x,y:x,y", kToneUsers},
+    {"curve-kind", 0, "KIND", kTone, "spline or polyline, for the --curve beside it", kToneUsers},
+    {"curve-gamma", 0, "N", kTone, "-100..100, positive is lighter", kToneUsers},
+    {"balance-shadows", 0, "R,G,B", kTone, "-100..100 each; RGB only", kToneUsers},
+    {"balance-midtones", 0, "R,G,B", kTone, "the same for the midtones", kToneUsers},
+    {"balance-highlights", 0, "R,G,B", kTone, "the same for the highlights", kToneUsers},
+
+    {"saturation", 0, "N", kColour, "-100..100 percent; RGB only", kAdjust},
+    {"hue", 0, "N", kColour, "-180..180 degrees; RGB only", kAdjust},
+    {"lightness", 0, "N", kColour, "-100..100 percent; RGB only", kAdjust},
+    {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kAdjust},
+    {"order", 0, "LIST", kColour, "the stages' order; usual: tone,hsv,scale,sharpen", kAdjust},
+
+    {"mode", 0, "MODE", kPixels, "lineart, gray or color", kAdjust},
+    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kAdjust},
+    {"threshold", 0, "N", kPixels, "0..100 percent; darker becomes black in lineart (50)", kAdjust},
+    {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kAdjust},
+
+    {"scale", 0, "S", kSize, "50% or 0.5", kAdjust},
+    {"size", 0, "WxH", kSize, "exactly that many pixels", kAdjust},
+    {"width", 0, "N", kSize, nullptr, kAdjust},
+    {"height", 0, "N", kSize, "one alone keeps the proportions", kAdjust},
+    {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kAdjust},
+    {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kAdjust},
+    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kAdjust},
+    {"shrink-only", 0, nullptr, kSize, "never enlarge", kAdjust},
+
+    {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kAdjust},
+    {"format", 0, "NAME", kOutput, "png, tiff, jpeg or pnm, whatever FILE ends in", kAdjust},
+    {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kAdjust},
+    {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
+    {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
+    {"keep-going", 'k', nullptr, kOutput, "go on with the next input after an error", kAdjust},
+    {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers},
+    {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kAdjust},
+    {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kAdjust | kInfo},
+    {"max-side", 0, "N", kOutput, nullptr, kAdjust | kInfo},
+    {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kAdjust | kInfo},
+
+    {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kAdjust},
+    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels, speed, memory", kAdjust},
+    {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kAdjust},
+    {"progress", 0, nullptr, kReport, nullptr, kAdjust},
+    {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kAdjust},
+    {"verbose", 'v', nullptr, kReport, "say more", kEvery},
+    {"version", 0, nullptr, kReport, nullptr, kEvery},
+    {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery},
+
+    {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve},
+    {"table", 0, "FORM", kCurveGroup, "print it: plain, c, csv, or sane (one list for a gamma option)", kCurve},
+
+    {"json", 0, nullptr, kInfoGroup, "print JSON", kInfo},
+});
+
+std::string OptionText(const OptionSpec& spec) {
+    std::string text = spec.letter != 0 ? std::string("-") + spec.letter + " --" : std::string("--");
+    text += spec.name;
+    return spec.argument != nullptr ? text + "=" + spec.argument : text;
+}
+
+}  // namespace
+
+std::span<const OptionSpec> OptionTable() {
+    return kTable;
+}
+
+std::string HelpText(CommandBit command) {
+    constexpr std::size_t kHelpColumn = 32;
+    std::string text =
+        "platen [OPTION...] [INPUT...] -o OUTPUT      adjust and scale scanned pages, line by line\n"
+        "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]    see platen curve --help\n"
+        "platen info [--json] FILE...                                 see platen info --help\n"
+        "Files are PNG, TIFF, JPEG, PNM or PAM; '-' is standard input or output.\n";
+    const char* group = nullptr;
+    std::string line = " ";
+    for (const OptionSpec& spec : kTable) {
+        if ((spec.commands & command) == 0) {
+            continue;
+        }
+        if (spec.group != group) {
+            group = spec.group;
+            text += std::string(group) + ":\n";
+        }
+        line += " " + OptionText(spec);
+        if (spec.help != nullptr) {
+            line += line.size() < kHelpColumn ? std::string(kHelpColumn - line.size(), ' ') : " ";
+            text += line + spec.help + "\n";
+            line = " ";
+        }
+    }
+    return text;
+}
+
+}  // namespace platen_tool

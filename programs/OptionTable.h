@@ -1,0 +1,44 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platen_tool {
+
+// The sub-commands, as bits, so that an option can belong to several.
+enum CommandBit : unsigned { kAdjust = 1, kCurve = 2, kInfo = 4 };
+
+// One option of the program. This table is the only place that lists them: the parser, --help and whatever is
+// generated from them (manual page, completions) read it.
+struct OptionSpec {
+    const char* name;      // without dashes
+    char letter;           // one-letter form, 0: none
+    const char* argument;  // its name in the help, null: a flag
+    const char* group;     // heading in the help
+    const char* help;      // null: shares the next option's line
+    unsigned commands;     // CommandBit
+};
+
+std::span<const OptionSpec> OptionTable();
+
+// One occurrence of an option, in the command line's order. Flags have an empty value.
+struct GivenOption {
+    std::string name;
+    std::string value;
+};
+
+struct ParsedArguments {
+    std::vector<GivenOption> options;
+    std::vector<std::string> operands;
+};
+
+// Splits the arguments of a sub-command (without program and sub-command) into options and operands. An unknown
+// option, or one without its argument, is an Error (kUsage).
+ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string>& arguments);
+
+// The text of --help: usage lines, then the sub-command's options in groups.
+std::string HelpText(CommandBit command);
+
+}  // namespace platen_tool

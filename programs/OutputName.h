@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platen_tool {
+
+// The -o argument: a plain file name, or a template.
+//   %s            the input's name without folder and ending ("stdin" for standard input)
+//   %d, %03d      the page's number in its input, from 1; without %s counting on over all inputs
+//   %%            a percent sign
+class OutputName {
+  public:
+    // Any other percent sign is an Error (kUsage).
+    explicit OutputName(std::string_view text);
+
+    bool HasName() const {
+        return hasName_;
+    }
+    bool HasPage() const {
+        return hasPage_;
+    }
+    std::string Make(std::string_view input, unsigned long page) const;
+
+  private:
+    struct Piece {
+        enum Kind { kText, kName, kPage } kind;
+        std::string text;     // kText
+        unsigned digits = 0;  // kPage: at least that many, filled with zeros
+    };
+
+    void Append(Piece::Kind kind, std::string text, unsigned digits);
+
+    std::vector<Piece> pieces_;
+    bool hasName_ = false;
+    bool hasPage_ = false;
+};
+
+// Whether one template serves several inputs; an Error (kUsage) where two of them would write the same file.
+void CheckOutputName(const OutputName& name, const std::vector<std::string>& inputs);
+
+}  // namespace platen_tool

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace platen_tool {
+
+// The whole program but for its process: `arguments` without the program's name; the exit code.
+int RunProgram(const std::vector<std::string>& arguments);
+
+}  // namespace platen_tool

@@ -1,0 +1,74 @@
+#include <algorithm>
+#include <cctype>
+
+#include "programs/Error.h"
+#include "programs/LineWriter.h"
+#include "programs/io/Writers.h"
+
+namespace platen_tool {
+
+namespace {
+
+std::string Ending(const std::string& path) {
+    const std::size_t dot = path.rfind('.');
+    if (dot == std::string::npos || path.find('/', dot) != std::string::npos) {
+        return {};
+    }
+    std::string ending = path.substr(dot + 1);
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+    return ending;
+}
+
+Container ChooseContainer(const std::string& path, const WriteOptions& options) {
+    if (options.container) {
+        return *options.container;
+    }
+    if (path == "-") {
+        return options.inputContainer;
+    }
+    const auto named = ContainerFromPath(path);
+    if (!named) {
+        throw Error(
+            ExitCode::kUsage,
+            "the output's name doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do");
+    }
+    return *named;
+}
+
+}  // namespace
+
+std::optional<Container> ContainerFromPath(const std::string& path) {
+    const std::string ending = Ending(path);
+    if (ending == "png") {
+        return Container::kPng;
+    }
+    if (ending == "tif" || ending == "tiff") {
+        return Container::kTiff;
+    }
+    if (ending == "jpg" || ending == "jpeg") {
+        return Container::kJpeg;
+    }
+    if (ending == "pbm" || ending == "pgm" || ending == "ppm" || ending == "pnm" || ending == "pam") {
+        return Container::kPnm;
+    }
+    return std::nullopt;
+}
+
+std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options) {
+    const Container container = ChooseContainer(path, options);
+    auto file = std::make_unique<OutputFile>(path, options.force, options.sync);
+    switch (container) {
+        case Container::kTiff:
+            return MakeTiffWriter(std::move(file), options);
+        case Container::kPng:
+            return MakeSpoolingWriter(MakePngWriter(std::move(file), options), options.strictStream);
+        case Container::kJpeg:
+            return MakeSpoolingWriter(MakeJpegWriter(std::move(file), options), options.strictStream);
+        case Container::kPnm:
+            break;
+    }
+    return MakeSpoolingWriter(MakePnmWriter(std::move(file), Ending(path) == "pam"), options.strictStream);
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,237 @@
+#include "programs/io/OutputFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#include "programs/Error.h"
+
+namespace platen_tool {
+
+namespace {
+
+constexpr std::size_t kBufferBytes = 65536;
+
+// The temporary names, where a signal handler can find them. A slot belongs to the process whose id it holds, so
+// a forked child that is interrupted leaves its parent's files alone.
+struct PartialOutput {
+    std::atomic<bool> taken{false};
+    std::atomic<pid_t> owner{0};  // 0: no name in `path`
+    char path[PATH_MAX];
+};
+static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
+PartialOutput g_partialOutputs[16];
+
+// Between making a file and noting its name, or renaming it and forgetting the name, no signal may come in.
+class SignalsHeld {
+  public:
+    SignalsHeld() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
+    }
+    ~SignalsHeld() {
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+  private:
+    sigset_t before_;
+};
+
+int TakeSlot() {
+    int index = 0;
+    for (PartialOutput& slot : g_partialOutputs) {
+        if (!slot.taken.exchange(true)) {
+            return index;
+        }
+        ++index;
+    }
+    return -1;
+}
+
+void FreeSlot(int index) {
+    PartialOutput& slot = g_partialOutputs[static_cast<std::size_t>(index)];
+    slot.owner = 0;
+    slot.taken = false;
+}
+
+[[noreturn]] void FailWith(const std::string& what, int error) {
+    throw Error(ExitCode::kFailed, what + std::strerror(error));
+}
+
+// The file that a symbolic link stands for, so that the rename replaces the file and not the link.
+std::string Resolved(const std::string& path) {
+    char* real = realpath(path.c_str(), nullptr);
+    if (real == nullptr) {
+        return path;
+    }
+    std::string result(real);
+    std::free(real);
+    return result;
+}
+
+mode_t UsualMode() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+}  // namespace
+
+void RemovePartialOutputs() noexcept {
+    const int before = errno;
+    for (PartialOutput& slot : g_partialOutputs) {
+        if (slot.owner.load() == getpid()) {
+            unlink(slot.path);
+        }
+    }
+    errno = before;
+}
+
+OutputFile::OutputFile(const std::string& path, bool force, bool sync) : path_(path), sync_(sync) {
+    buffer_.reserve(kBufferBytes);
+    if (path == "-") {
+        descriptor_ = STDOUT_FILENO;
+        return;
+    }
+    struct stat status {};
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) {
+        throw Error(ExitCode::kFailed, "is a folder; the output must be a file");
+    }
+    if (exists && !S_ISREG(status.st_mode)) {
+        descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+        if (descriptor_ < 0) {
+            FailWith("can't be opened for writing: ", errno);
+        }
+        return;
+    }
+    if (exists && !force) {
+        throw Error(ExitCode::kFailed, "exists already; --force overwrites it");
+    }
+    path_ = Resolved(path);
+    OpenTemporary(exists, exists ? status.st_mode & 07777 : UsualMode());
+}
+
+void OutputFile::OpenTemporary(bool exists, unsigned mode) {
+    if (exists && access(path_.c_str(), W_OK) != 0) {
+        FailWith("can't be overwritten: ", errno);
+    }
+    const std::size_t slash = path_.rfind('/');
+    const std::size_t nameAt = slash == std::string::npos ? 0 : slash + 1;
+    // A long name is cut, since the temporary one may not be longer than a name can be.
+    temporaryPath_ = path_.substr(0, nameAt) + "." + path_.substr(nameAt, 200) + ".XXXXXX";
+    if (temporaryPath_.size() >= PATH_MAX) {
+        FailWith("can't be created: ", ENAMETOOLONG);
+    }
+    slot_ = TakeSlot();
+    if (slot_ < 0) {
+        throw Error(ExitCode::kFailed, "can't be created: too many outputs at once");
+    }
+    const SignalsHeld held;
+    descriptor_ = mkostemp(temporaryPath_.data(), O_CLOEXEC);
+    if (descriptor_ < 0) {
+        const int error = errno;
+        FreeSlot(slot_);
+        FailWith("can't be created: ", error);
+    }
+    PartialOutput& slot = g_partialOutputs[static_cast<std::size_t>(slot_)];
+    std::memcpy(slot.path, temporaryPath_.c_str(), temporaryPath_.size() + 1);
+    slot.owner = getpid();
+    temporary_ = true;
+    // A file system that knows no modes may refuse this; the file is then as private as it was made.
+    if (fchmod(descriptor_, mode) != 0) {
+        errno = 0;
+    }
+}
+
+OutputFile::~OutputFile() {
+    Discard();
+}
+
+void OutputFile::Discard() noexcept {
+    if (descriptor_ > STDERR_FILENO) {
+        close(descriptor_);
+    }
+    descriptor_ = -1;
+    if (temporary_) {
+        const SignalsHeld held;
+        unlink(temporaryPath_.c_str());
+        FreeSlot(slot_);
+        temporary_ = false;
+    }
+}
+
+bool OutputFile::Flush() noexcept {
+    std::size_t done = 0;
+    while (error_ == 0 && done < buffer_.size()) {
+        const ssize_t put = write(descriptor_, buffer_.data() + done, buffer_.size() - done);
+        if (put >= 0) {
+            done += static_cast<std::size_t>(put);
+        } else if (errno != EINTR) {
+            error_ = errno;
+        }
+    }
+    buffer_.clear();
+    return error_ == 0;
+}
+
+bool OutputFile::Write(const void* bytes, std::size_t count) noexcept {
+    const auto* in = static_cast<const std::uint8_t*>(bytes);
+    while (count != 0 && error_ == 0) {
+        const std::size_t room = kBufferBytes - buffer_.size();
+        const std::size_t part = count < room ? count : room;
+        buffer_.insert(buffer_.end(), in, in + part);  // within what was reserved, so it can't throw
+        in += part;
+        count -= part;
+        if (buffer_.size() == kBufferBytes) {
+            Flush();
+        }
+    }
+    return error_ == 0;
+}
+
+void OutputFile::CheckWriteError() const {
+    if (error_ == EPIPE) {
+        throw Error(ExitCode::kBrokenPipe, "nobody reads the output any more");
+    }
+    if (error_ != 0) {
+        FailWith("can't be written: ", error_);
+    }
+}
+
+void OutputFile::Commit() {
+    Flush();
+    CheckWriteError();
+    if (temporary_ && sync_ && fsync(descriptor_) != 0 && errno != EINVAL && errno != ENOTSUP) {
+        error_ = errno;
+        CheckWriteError();
+    }
+    // Standard output stays open for whoever else uses it; closing a copy still tells what a network disk says.
+    const int closing = descriptor_ == STDOUT_FILENO ? dup(descriptor_) : descriptor_;
+    descriptor_ = descriptor_ == STDOUT_FILENO ? STDOUT_FILENO : -1;
+    if (closing >= 0 && close(closing) != 0 && errno != EINTR) {
+        error_ = errno;
+        CheckWriteError();
+    }
+    if (!temporary_) {
+        return;
+    }
+    const SignalsHeld held;
+    if (rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
+        FailWith("can't be given its name: ", errno);
+    }
+    FreeSlot(slot_);
+    temporary_ = false;
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,141 @@
+#include "programs/io/TiffHandle.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "programs/io/Spool.h"
+
+namespace platen_tool {
+
+namespace {
+// What the codec may take in one piece; a compressed strip is read whole, so this bounds it.
+constexpr tmsize_t kMostBytesAtOnce = 256 << 20;
+}  // namespace
+
+TiffHandle::TiffHandle(int descriptor, std::uint64_t start) : descriptor_(descriptor), start_(start) {
+    Open("rhm");
+}
+
+TiffHandle::TiffHandle(int descriptor, OutputFile* output) : descriptor_(descriptor), output_(output) {
+    Open("wlm");
+}
+
+void TiffHandle::Open(const char* mode) {
+    TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+    if (options == nullptr) {
+        throw Error(ExitCode::kFailed, "out of memory");
+    }
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostBytesAtOnce);
+    TIFFOpenOptionsSetErrorHandlerExtR(options, OnError, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(options, OnWarning, this);
+    tiff_ =
+        TIFFClientOpenExt("TIFF", mode, this, OnRead, OnWrite, OnSeek, OnClose, OnSize, nullptr, nullptr, options);
+    TIFFOpenOptionsFree(options);
+    if (tiff_ == nullptr) {
+        if (output_ != nullptr) {
+            output_->CheckWriteError();
+        }
+        throw Error(ExitCode::kFailed, std::string("the TIFF can't be opened: ") + text_);
+    }
+}
+
+TiffHandle::~TiffHandle() {
+    closing_ = true;  // what an unfinished file would still get is not worth writing
+    if (tiff_ != nullptr) {
+        TIFFClose(tiff_);
+    }
+}
+
+void TiffHandle::Expect() {
+    complained_ = false;
+    text_[0] = '\0';
+}
+
+void TiffHandle::Check(bool succeeded, const char* what) {
+    if (succeeded && !complained_) {
+        return;
+    }
+    if (output_ != nullptr) {
+        output_->CheckWriteError();
+    }
+    throw Error(ExitCode::kFailed, std::string(what) + (text_[0] == '\0' ? "" : ": ") + text_);
+}
+
+void TiffHandle::Close() {
+    Expect();
+    TIFFClose(tiff_);
+    tiff_ = nullptr;
+    Check(true, "the TIFF can't be written");
+}
+
+// The first complaint names the cause, later ones its consequences.
+void TiffHandle::Keep(const char* format, std::va_list arguments) {
+    if (!complained_) {
+        std::vsnprintf(text_, sizeof text_, format, arguments);
+        complained_ = true;
+    }
+}
+
+int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
+    static_cast<TiffHandle*>(user)->Keep(format, arguments);
+    return 1;
+}
+
+int TiffHandle::OnWarning(TIFF*, void* user, const char* module, const char* format, std::va_list arguments) {
+    auto* self = static_cast<TiffHandle*>(user);
+    // An old way of LZW, which is read correctly all the same. What a writer is warned of is a matter of taste.
+    const bool harmless = module != nullptr && std::strcmp(module, "LZWPreDecode") == 0;
+    if (!harmless && self->output_ == nullptr) {
+        self->Keep(format, arguments);
+    }
+    return 1;
+}
+
+tmsize_t TiffHandle::OnRead(thandle_t user, void* bytes, tmsize_t count) {
+    auto* self = static_cast<TiffHandle*>(user);
+    const std::size_t got =
+        ReadFully(self->descriptor_, self->start_ + self->position_, bytes, static_cast<std::size_t>(count));
+    self->position_ += got;
+    return static_cast<tmsize_t>(got);
+}
+
+tmsize_t TiffHandle::OnWrite(thandle_t user, void* bytes, tmsize_t count) {
+    auto* self = static_cast<TiffHandle*>(user);
+    if (self->output_ == nullptr || self->closing_) {
+        return 0;
+    }
+    const int failure = WriteFully(self->descriptor_, self->position_, bytes, static_cast<std::size_t>(count));
+    if (failure != 0) {
+        self->output_->SetWriteError(failure);
+        return 0;
+    }
+    self->position_ += static_cast<std::uint64_t>(count);
+    return count;
+}
+
+std::uint64_t TiffHandle::OnSeek(thandle_t user, std::uint64_t offset, int whence) {
+    auto* self = static_cast<TiffHandle*>(user);
+    const std::uint64_t base = whence == SEEK_CUR ? self->position_ : whence == SEEK_END ? OnSize(user) : 0;
+    self->position_ = base + offset;
+    return self->position_;
+}
+
+std::uint64_t TiffHandle::OnSize(thandle_t user) {
+    auto* self = static_cast<TiffHandle*>(user);
+    struct stat status {};
+    if (fstat(self->descriptor_, &status) != 0) {
+        return 0;
+    }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    return size > self->start_ ? size - self->start_ : 0;
+}
+
+int TiffHandle::OnClose(thandle_t) {
+    return 0;
+}
+
+}  // namespace platen_tool

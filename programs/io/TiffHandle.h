@@ -1,0 +1,60 @@
+#pragma once
+
+#include <tiffio.h>
+
+#include <cstdarg>
+#include <cstdint>
+#include <string>
+
+#include "programs/Error.h"
+#include "programs/io/OutputFile.h"
+
+namespace platen_tool {
+
+// A TIFF opened on a descriptor, with messages kept instead of printed. Every handle has its own place in the
+// file, so several can read one descriptor. No memory mapping: what is read must count as memory once only.
+class TiffHandle {
+  public:
+    // For reading; the file begins at `start`. No directory is read yet.
+    TiffHandle(int descriptor, std::uint64_t start);
+    // For writing, little-endian on every machine, into an empty file. Failed writes are noted in `output`.
+    TiffHandle(int descriptor, OutputFile* output);
+    ~TiffHandle();
+    TiffHandle(const TiffHandle&) = delete;
+    TiffHandle& operator=(const TiffHandle&) = delete;
+
+    TIFF* Get() const {
+        return tiff_;
+    }
+
+    // Forgets messages. From Expect to Check, everything that the codec complains about makes Check throw, also
+    // what it only warns of: its fax decoders go on after the end of a cut-off strip.
+    void Expect();
+    void Check(bool succeeded, const char* what);
+
+    // Closes a written file, and checks that.
+    void Close();
+
+  private:
+    static int OnError(TIFF*, void* user, const char* module, const char* format, std::va_list arguments);
+    static int OnWarning(TIFF*, void* user, const char* module, const char* format, std::va_list arguments);
+    static tmsize_t OnRead(thandle_t user, void* bytes, tmsize_t count);
+    static tmsize_t OnWrite(thandle_t user, void* bytes, tmsize_t count);
+    static std::uint64_t OnSeek(thandle_t user, std::uint64_t offset, int whence);
+    static std::uint64_t OnSize(thandle_t user);
+    static int OnClose(thandle_t);
+
+    void Open(const char* mode);
+    void Keep(const char* format, std::va_list arguments);
+
+    TIFF* tiff_ = nullptr;
+    int descriptor_;
+    std::uint64_t start_ = 0;
+    std::uint64_t position_ = 0;
+    OutputFile* output_ = nullptr;
+    bool closing_ = false;
+    bool complained_ = false;
+    char text_[300] = "";
+};
+
+}  // namespace platen_tool

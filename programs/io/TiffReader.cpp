@@ -1,0 +1,170 @@
+#include <algorithm>
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+#include "programs/io/Readers.h"
+#include "programs/io/Samples.h"
+#include "programs/io/Spool.h"
+#include "programs/io/TiffDirectory.h"
+#include "programs/io/TiffPage.h"
+
+namespace platen_tool {
+
+namespace {
+
+constexpr std::size_t kMostPages = 65535;
+constexpr std::uint64_t kMostEntryBytes = 64 << 20;
+
+constexpr std::uint16_t kSubfileType = 254;
+constexpr std::uint16_t kImageWidth = 256;
+constexpr std::uint16_t kImageLength = 257;
+constexpr std::uint64_t kReducedOrMask = 1 | 4;
+
+class TiffReader : public LineReader {
+  public:
+    TiffReader(std::unique_ptr<InputFile> file, const ReadOptions& options)
+        : file_(std::move(file)),
+          limits_(options.limits),
+          directories_([this](std::uint64_t offset, void* bytes, std::size_t count) {
+              return ReadFully(source_.descriptor, source_.start + offset, bytes, count) == count;
+          }) {
+        if (file_->Seekable()) {
+            source_ = {file_->Descriptor(), file_->Start()};
+        } else {
+            SpoolAll(options.strictStream);
+        }
+        FindPages();
+        CheckDirectory(pages_[0]);
+        handle_.emplace(source_.descriptor, source_.start);
+        BeginPage(0);
+    }
+
+    Container FileContainer() const override {
+        return Container::kTiff;
+    }
+    const ImageInfo& Info() const override {
+        return info_;
+    }
+    std::uint32_t PageCount() const override {
+        return static_cast<std::uint32_t>(pages_.size());
+    }
+    int TiffCompression() const override {
+        return layout_.compression;
+    }
+    std::string Notice() const override {
+        const std::string spooled = spool_ ? "spooled to a temporary file: a TIFF can't be read from a pipe" : "";
+        const std::string layout = TiffLayoutNotice(layout_);
+        return spooled.empty() || layout.empty() ? spooled + layout : spooled + "; " + layout;
+    }
+
+    void ReadLine(std::uint8_t* line) override {
+        if (nextLine_ >= info_.height) {
+            throw Error(ExitCode::kFailed, "read behind the last line");
+        }
+        rows_->ReadLine(nextLine_++, line);
+    }
+
+    bool NextPage() override {
+        if (page_ + 1 >= pages_.size()) {
+            return false;
+        }
+        CheckDirectory(pages_[page_ + 1]);
+        BeginPage(page_ + 1);
+        return true;
+    }
+
+  private:
+    void SpoolAll(bool strictStream) {
+        if (strictStream) {
+            throw Error(ExitCode::kUnsupported,
+                        "a TIFF from a pipe must be spooled, which --strict-stream forbids; give it as a file");
+        }
+        spool_.emplace();
+        std::uint64_t at = 0;
+        const std::uint8_t* bytes = nullptr;
+        for (std::size_t count = file_->TakeBuffered(&bytes); count != 0; count = file_->TakeBuffered(&bytes)) {
+            spool_->WriteAt(at, bytes, count);
+            at += count;
+        }
+        file_->CheckReadError();
+        source_ = {spool_->Descriptor(), 0};
+    }
+
+    // Follows the chain of directories. Reduced copies and masks of another page are passed over.
+    void FindPages() {
+        const auto first = directories_.ReadHeader();
+        std::vector<std::uint64_t> all;
+        std::unordered_set<std::uint64_t> seen;
+        for (std::uint64_t at = first.value_or(0); at != 0;) {
+            const auto directory = directories_.ReadDirectory(at);
+            if (!directory || !seen.insert(at).second || seen.size() > kMostPages) {
+                throw Error(ExitCode::kFailed, "the TIFF is damaged: directory " + std::to_string(seen.size()) +
+                                                   " is cut off, goes in a circle or is too long");
+            }
+            all.push_back(at);
+            if ((directories_.Number(*directory, kSubfileType).value_or(0) & kReducedOrMask) == 0) {
+                pages_.push_back(at);
+            }
+            at = directory->next;
+        }
+        if (pages_.empty()) {
+            pages_ = all;
+        }
+        if (pages_.empty()) {
+            throw Error(ExitCode::kFailed, "the TIFF is damaged: it has no page");
+        }
+    }
+
+    // Refuses what is too large before the codec library looks at it.
+    void CheckDirectory(std::uint64_t at) {
+        directory_ = directories_.ReadDirectory(at).value_or(TiffDirectory{});
+        CheckSize(directories_.Number(directory_, kImageWidth).value_or(0),
+                  directories_.Number(directory_, kImageLength).value_or(0), limits_);
+        for (const TiffEntry& entry : directory_.entries) {
+            if (entry.Bytes() > kMostEntryBytes) {
+                throw Error(ExitCode::kFailed, "the TIFF's tag " + std::to_string(entry.tag) + " has " +
+                                                   std::to_string(entry.Bytes()) +
+                                                   " bytes; at most 64 MiB are allowed");
+            }
+        }
+    }
+
+    void BeginPage(std::size_t page) {
+        rows_.reset();
+        handle_->Expect();
+        if (TIFFSetSubDirectory(handle_->Get(), pages_[page]) == 0) {
+            handle_->Check(false, "the TIFF is damaged");
+        }
+        ImageInfo info;
+        layout_ = ReadTiffLayout(handle_->Get(), info);
+        CheckSize(info.width, info.height, limits_);
+        info.resolution = directories_.ReadResolution(directory_);
+        info_ = info;
+        rows_.emplace(*handle_, source_, layout_, info_);
+        nextLine_ = 0;
+        page_ = page;
+    }
+
+    std::unique_ptr<InputFile> file_;
+    Limits limits_;
+    TiffSource source_;
+    std::optional<Spool> spool_;
+    TiffDirectoryReader directories_;
+    TiffDirectory directory_;
+    std::vector<std::uint64_t> pages_;
+    std::optional<TiffHandle> handle_;
+    TiffLayout layout_;
+    ImageInfo info_;
+    std::optional<TiffPage> rows_;  // uses handle_, so it goes first
+    std::size_t page_ = 0;
+    std::uint32_t nextLine_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<LineReader> MakeTiffReader(std::unique_ptr<InputFile> file, const ReadOptions& options) {
+    return std::make_unique<TiffReader>(std::move(file), options);
+}
+
+}  // namespace platen_tool

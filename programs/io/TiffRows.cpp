@@ -1,0 +1,195 @@
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "programs/io/Spool.h"
+#include "programs/io/TiffPage.h"
+
+namespace platen_tool {
+
+namespace {
+
+constexpr std::uint64_t kMostTileRowBytes = 128 << 20;
+
+[[noreturn]] void Damaged(const char* what) {
+    throw Error(ExitCode::kFailed, std::string("the TIFF is damaged: ") + what);
+}
+
+// Without compression a row can be read from its place; so a strip of any size takes no memory.
+class PlainRows : public TiffRows {
+  public:
+    PlainRows(TIFF* tiff, const TiffSource& source, const TiffLayout& layout, const ImageInfo& info)
+        : tiff_(tiff), source_(source), height_(info.height), rowBytes_(TIFFScanlineSize64(tiff)) {
+        std::uint32_t rows = 0;
+        TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
+        rowsPerStrip_ = std::clamp<std::uint32_t>(rows, 1, height_);
+        stripsPerPlane_ = (height_ + rowsPerStrip_ - 1) / rowsPerStrip_;
+        std::uint16_t order = FILLORDER_MSB2LSB;
+        TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &order);
+        reversed_ = order == FILLORDER_LSB2MSB;
+        swapped_ = layout.bits == 16 && TIFFIsByteSwapped(tiff) != 0;
+        if (stripsPerPlane_ * static_cast<std::uint64_t>(layout.Planes()) > TIFFNumberOfStrips(tiff)) {
+            Damaged("strips are missing");
+        }
+    }
+
+    void ReadRow(std::uint32_t y, int plane, std::uint8_t* row) override {
+        const std::uint32_t strip = static_cast<std::uint32_t>(plane) * stripsPerPlane_ + y / rowsPerStrip_;
+        const std::uint32_t first = y - y % rowsPerStrip_;
+        const std::uint64_t rowsHere = std::min(rowsPerStrip_, height_ - first);
+        const std::uint64_t offset = TIFFGetStrileOffset(tiff_, strip);
+        if (TIFFGetStrileByteCount(tiff_, strip) < rowsHere * rowBytes_ || offset == 0 || offset > INT64_MAX / 2) {
+            Damaged("a strip is shorter than its rows");
+        }
+        const std::uint64_t at = source_.start + offset + (y - first) * rowBytes_;
+        const auto bytes = static_cast<std::size_t>(rowBytes_);
+        if (ReadFully(source_.descriptor, at, row, bytes) != bytes) {
+            Damaged("the file ends too early");
+        }
+        if (reversed_) {
+            TIFFReverseBits(row, static_cast<tmsize_t>(bytes));
+        }
+        if (swapped_) {
+            for (std::size_t i = 0; i + 1 < bytes; i += 2) {
+                std::swap(row[i], row[i + 1]);
+            }
+        }
+    }
+
+  private:
+    TIFF* tiff_;
+    TiffSource source_;
+    std::uint32_t height_;
+    std::uint64_t rowBytes_;
+    std::uint32_t rowsPerStrip_ = 1;
+    std::uint32_t stripsPerPlane_ = 1;
+    bool reversed_ = false;
+    bool swapped_ = false;
+};
+
+// Compressed strips. Going from plane to plane with one handle would decode each strip again for every row, so
+// each plane has a handle that only goes forward.
+class ScanlineRows : public TiffRows {
+  public:
+    ScanlineRows(TiffHandle& handle, const TiffSource& source, int planes) : first_(handle) {
+        for (int plane = 1; plane < planes; ++plane) {
+            others_.push_back(std::make_unique<TiffHandle>(source.descriptor, source.start));
+            TiffHandle& other = *others_.back();
+            other.Expect();
+            const int found = TIFFSetSubDirectory(other.Get(), TIFFCurrentDirOffset(handle.Get()));
+            if (found == 0) {
+                other.Check(false, "the TIFF is damaged");
+            }
+        }
+    }
+
+    void ReadRow(std::uint32_t y, int plane, std::uint8_t* row) override {
+        TiffHandle& handle = plane == 0 ? first_ : *others_[static_cast<std::size_t>(plane) - 1];
+        handle.Expect();
+        const int result = TIFFReadScanline(handle.Get(), row, y, static_cast<std::uint16_t>(plane));
+        handle.Check(result == 1, "the TIFF is damaged");
+    }
+
+  private:
+    TiffHandle& first_;
+    std::vector<std::unique_ptr<TiffHandle>> others_;
+};
+
+// Tiles: one row of them, of all planes, is held decoded.
+class TileRows : public TiffRows {
+  public:
+    TileRows(TiffHandle& handle, const TiffLayout& layout, const ImageInfo& info)
+        : handle_(handle), planes_(layout.Planes()) {
+        TIFFGetField(handle.Get(), TIFFTAG_TILEWIDTH, &tileWidth_);
+        TIFFGetField(handle.Get(), TIFFTAG_TILELENGTH, &tileHeight_);
+        if (tileWidth_ == 0 || tileHeight_ == 0) {
+            Damaged("tiles without a size");
+        }
+        across_ = (info.width - 1) / tileWidth_ + 1;
+        const auto pixelBits = static_cast<std::uint64_t>(layout.bits * (layout.separate ? 1 : layout.samples));
+        rowBytes_ = static_cast<std::size_t>((info.width * pixelBits + 7) / 8);
+        tileBytes_ = TIFFTileSize64(handle.Get());
+        tileRowBytes_ = TIFFTileRowSize64(handle.Get());
+        if (tileWidth_ * pixelBits % 8 != 0) {
+            throw Error(ExitCode::kUnsupported, "TIFF tiles whose rows end within a byte aren't supported");
+        }
+        const std::uint64_t tiles = std::uint64_t{across_} * static_cast<std::uint64_t>(planes_);
+        if (tileBytes_ == 0 || tileRowBytes_ == 0 || tileRowBytes_ * tileHeight_ > tileBytes_ ||
+            tileRowBytes_ < tileWidth_ * pixelBits / 8) {
+            Damaged("tiles of no sensible size");
+        }
+        if (tileBytes_ > kMostTileRowBytes || tiles * tileBytes_ > kMostTileRowBytes) {
+            throw Error(ExitCode::kFailed,
+                        "a row of the TIFF's tiles takes more than the 128 MiB that are allowed");
+        }
+        // Zeroed by the system when first touched, so that a small file can't fill much memory.
+        tiles_.reset(static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(tiles * tileBytes_), 1)));
+        if (tiles_ == nullptr) {
+            throw Error(ExitCode::kFailed, "out of memory");
+        }
+    }
+
+    void ReadRow(std::uint32_t y, int plane, std::uint8_t* row) override {
+        if (y / tileHeight_ != tileRow_) {
+            tileRow_ = y / tileHeight_;
+            ReadTiles(y);
+        }
+        std::size_t done = 0;
+        for (std::uint32_t i = 0; i < across_; ++i) {
+            const std::size_t part = std::min(static_cast<std::size_t>(tileRowBytes_), rowBytes_ - done);
+            std::memcpy(row + done, Tile(i, plane) + y % tileHeight_ * tileRowBytes_, part);
+            done += part;
+        }
+    }
+
+  private:
+    struct Free {
+        void operator()(std::uint8_t* bytes) const {
+            std::free(bytes);
+        }
+    };
+
+    std::uint8_t* Tile(std::uint32_t i, int plane) {
+        return tiles_.get() + (std::size_t{across_} * static_cast<std::size_t>(plane) + i) * tileBytes_;
+    }
+
+    void ReadTiles(std::uint32_t y) {
+        TIFF* tiff = handle_.Get();
+        for (int plane = 0; plane < planes_; ++plane) {
+            for (std::uint32_t i = 0; i < across_; ++i) {
+                const std::uint32_t number =
+                    TIFFComputeTile(tiff, i * tileWidth_, y, 0, static_cast<std::uint16_t>(plane));
+                handle_.Expect();
+                const auto got =
+                    TIFFReadEncodedTile(tiff, number, Tile(i, plane), static_cast<tmsize_t>(tileBytes_));
+                handle_.Check(got == static_cast<tmsize_t>(tileBytes_), "the TIFF is damaged");
+            }
+        }
+    }
+
+    TiffHandle& handle_;
+    int planes_;
+    std::uint32_t tileWidth_ = 0;
+    std::uint32_t tileHeight_ = 0;
+    std::uint32_t across_ = 0;
+    std::size_t rowBytes_ = 0;
+    std::uint64_t tileBytes_ = 0;
+    std::uint64_t tileRowBytes_ = 0;
+    std::unique_ptr<std::uint8_t, Free> tiles_;
+    std::uint32_t tileRow_ = UINT32_MAX;
+};
+
+}  // namespace
+
+std::unique_ptr<TiffRows> MakeTiffRows(TiffHandle& handle, const TiffSource& source, const TiffLayout& layout,
+                                       const ImageInfo& info) {
+    if (layout.tiled) {
+        return std::make_unique<TileRows>(handle, layout, info);
+    }
+    if (layout.compression == COMPRESSION_NONE) {
+        return std::make_unique<PlainRows>(handle.Get(), source, layout, info);
+    }
+    return std::make_unique<ScanlineRows>(handle, source, layout.Planes());
+}
+
+}  // namespace platen_tool

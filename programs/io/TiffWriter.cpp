@@ -1,0 +1,241 @@
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+#include "programs/io/Ratios.h"
+#include "programs/io/Samples.h"
+#include "programs/io/Spool.h"
+#include "programs/io/TiffDirectory.h"
+#include "programs/io/TiffHandle.h"
+#include "programs/io/Writers.h"
+
+namespace platen_tool {
+
+namespace {
+
+constexpr std::size_t kStripBytes = 256 << 10;  // about so much of a page is encoded at a time
+constexpr int kFullColourQuality = 90;
+
+bool Fits(int compression, const ImageInfo& info) {
+    switch (compression) {
+        case COMPRESSION_CCITTRLE:
+        case COMPRESSION_CCITTFAX3:
+        case COMPRESSION_CCITTFAX4:
+            return info.bitsPerSample == 1;
+        case COMPRESSION_JPEG:  // wants to know the height of its strips
+            return info.bitsPerSample == 8 && !info.HasAlpha() && info.height != 0;
+        case COMPRESSION_NONE:
+        case COMPRESSION_LZW:
+        case COMPRESSION_PACKBITS:
+        case COMPRESSION_DEFLATE:
+        case COMPRESSION_ADOBE_DEFLATE:
+        case COMPRESSION_LZMA:
+        case COMPRESSION_ZSTD:
+            return TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) != 0;
+        default:
+            return false;
+    }
+}
+
+bool TakesPredictor(int compression) {
+    return compression == COMPRESSION_LZW || compression == COMPRESSION_DEFLATE ||
+           compression == COMPRESSION_ADOBE_DEFLATE || compression == COMPRESSION_LZMA ||
+           compression == COMPRESSION_ZSTD;
+}
+
+class TiffWriter : public LineWriter {
+  public:
+    TiffWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options)
+        : file_(std::move(file)), wanted_(options.tiffCompression), quality_(options.jpegQuality) {
+        if (!file_->Seekable()) {
+            if (options.strictStream) {
+                throw Error(ExitCode::kUnsupported,
+                            "a TIFF to a pipe must be spooled, which --strict-stream forbids; write it to a file");
+            }
+            spool_.emplace();
+        }
+        handle_.emplace(Descriptor(), file_.get());
+    }
+
+    void BeginPage(const ImageInfo& info) override {
+        CheckLayout(info);
+        info_ = info;
+        linesWritten_ = 0;
+        compression_ = wanted_;
+        if (wanted_ == 0 || !Fits(wanted_, info)) {
+            compression_ = info.bitsPerSample == 1 ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW;
+            if (wanted_ != 0) {
+                notice_ = "TIFF compression " + std::to_string(wanted_) + " doesn't fit " + LayoutName(info) +
+                          "; " + (compression_ == COMPRESSION_LZW ? "LZW" : "Group 4") + " is used";
+            }
+        }
+        handle_->Expect();
+        SetLayout();
+        SetCompression();
+        SetMetadata();
+        handle_->Check(true, "the TIFF can't be written");
+        line_.resize(info.LineBytes());
+    }
+
+    void WriteLine(const std::uint8_t* line) override {
+        if ((info_.height != 0 && linesWritten_ >= info_.height) || linesWritten_ == UINT32_MAX) {
+            throw Error(ExitCode::kFailed, "more lines than the page was said to have");
+        }
+        // The codec works on the line in place, for the predictor and the byte order.
+        std::copy(line, line + line_.size(), line_.begin());
+        handle_->Expect();
+        const int result = TIFFWriteScanline(handle_->Get(), line_.data(), linesWritten_, 0);
+        handle_->Check(result == 1, "the TIFF can't be written");
+        ++linesWritten_;
+    }
+
+    void EndPage() override {
+        if (linesWritten_ == 0 || (info_.height != 0 && linesWritten_ != info_.height)) {
+            throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");
+        }
+        handle_->Expect();
+        const int result = TIFFWriteDirectory(handle_->Get());
+        handle_->Check(result == 1, "the TIFF can't be written");
+        StoreExactResolution();
+    }
+
+    void Commit() override {
+        handle_->Close();
+        if (spool_) {
+            CopySpool();
+        }
+        file_->Commit();
+    }
+
+    std::string Notice() const override {
+        const std::string spooled = spool_ ? "spooled to a temporary file: a TIFF can't be written to a pipe" : "";
+        return spooled.empty() || notice_.empty() ? spooled + notice_ : spooled + "; " + notice_;
+    }
+
+  private:
+    int Descriptor() const {
+        return spool_ ? spool_->Descriptor() : file_->Descriptor();
+    }
+
+    void SetLayout() {
+        TIFF* tiff = handle_->Get();
+        TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, info_.width);
+        if (info_.height != 0) {
+            TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, info_.height);
+        }
+        TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, info_.bitsPerSample);
+        TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, info_.samplesPerPixel);
+        TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+        int photometric = info_.ColourSamples() == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
+        if (info_.bitsPerSample == 1) {
+            photometric = PHOTOMETRIC_MINISWHITE;
+        } else if (photometric == PHOTOMETRIC_RGB && compression_ == COMPRESSION_JPEG) {
+            photometric = PHOTOMETRIC_YCBCR;
+        }
+        TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, photometric);
+        if (info_.HasAlpha()) {
+            const std::uint16_t kind = EXTRASAMPLE_UNASSALPHA;
+            TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
+        }
+        const std::size_t rows = std::max<std::size_t>(1, kStripBytes / info_.LineBytes());
+        const std::size_t whole = (rows + 15) / 16 * 16;  // JPEG encodes up to 16 rows together
+        const std::size_t most = info_.height == 0 ? whole : info_.height;
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(std::min(whole, most)));
+    }
+
+    void SetCompression() {
+        TIFF* tiff = handle_->Get();
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression_);
+        if (compression_ == COMPRESSION_JPEG) {
+            TIFFSetField(tiff, TIFFTAG_JPEGQUALITY, quality_);
+            if (info_.samplesPerPixel == 3) {
+                TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+                const int factor = quality_ >= kFullColourQuality ? 1 : 2;
+                TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, factor, factor);
+            }
+        } else if (TakesPredictor(compression_) && info_.bitsPerSample >= 8) {
+            TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
+        }
+    }
+
+    void SetMetadata() {
+        TIFF* tiff = handle_->Get();
+        TIFFSetField(tiff, TIFFTAG_ORIENTATION, info_.orientation);
+        if (info_.resolution) {
+            TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+            TIFFSetField(tiff, TIFFTAG_XRESOLUTION, info_.resolution->x.Value());
+            TIFFSetField(tiff, TIFFTAG_YRESOLUTION, info_.resolution->y.Value());
+        }
+        if (!info_.iccProfile.empty()) {
+            TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(info_.iccProfile.size()),
+                         info_.iccProfile.data());
+        }
+    }
+
+    // The codec library takes resolutions as floats, which rounds them; the ratios are put in their place here.
+    void StoreExactResolution() {
+        TiffDirectoryReader reader([this](std::uint64_t offset, void* bytes, std::size_t count) {
+            return ReadFully(Descriptor(), offset, bytes, count) == count;
+        });
+        const std::uint64_t first = reader.ReadHeader().value_or(0);
+        const auto before = lastDirectory_ == 0 ? std::nullopt : reader.ReadDirectory(lastDirectory_);
+        const std::uint64_t at = before ? before->next : first;
+        const auto directory = reader.ReadDirectory(at);
+        if (!directory) {
+            throw Error(ExitCode::kFailed, "the TIFF can't be written: its directory can't be read back");
+        }
+        lastDirectory_ = at;
+        if (info_.resolution) {
+            StoreRatio(directory->Find(TIFFTAG_XRESOLUTION), info_.resolution->x);
+            StoreRatio(directory->Find(TIFFTAG_YRESOLUTION), info_.resolution->y);
+        }
+    }
+
+    void StoreRatio(const TiffEntry* entry, const Ratio& ratio) {
+        if (entry == nullptr || entry->Bytes() != 8) {
+            return;
+        }
+        const Ratio small = Reduced(ratio, 0xFFFFFFFFu);
+        std::uint8_t bytes[8];
+        for (unsigned i = 0; i < 4; ++i) {
+            bytes[i] = static_cast<std::uint8_t>(small.numerator >> (8 * i));
+            bytes[i + 4] = static_cast<std::uint8_t>(small.denominator >> (8 * i));
+        }
+        const int failure = WriteFully(Descriptor(), entry->valueAt, bytes, sizeof bytes);
+        if (failure != 0) {
+            file_->SetWriteError(failure);
+            file_->CheckWriteError();
+        }
+    }
+
+    void CopySpool() {
+        std::vector<std::uint8_t> bytes(65536);
+        std::uint64_t at = 0;
+        for (std::size_t got = bytes.size(); got == bytes.size(); at += got) {
+            got = ReadFully(spool_->Descriptor(), at, bytes.data(), bytes.size());
+            if (!file_->Write(bytes.data(), got)) {
+                file_->CheckWriteError();
+            }
+        }
+    }
+
+    std::unique_ptr<OutputFile> file_;
+    int wanted_;
+    int quality_;
+    int compression_ = 0;
+    std::optional<Spool> spool_;
+    std::optional<TiffHandle> handle_;
+    ImageInfo info_;
+    std::string notice_;
+    std::vector<std::uint8_t> line_;
+    std::uint32_t linesWritten_ = 0;
+    std::uint64_t lastDirectory_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<LineWriter> MakeTiffWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options) {
+    return std::make_unique<TiffWriter>(std::move(file), options);
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,109 @@
+#include "LineFilters/HsvRow.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "Sources/Dispatch/Kernels.h"
+#include "support/GuardedBuffer.h"
+#include "support/Random.h"
+
+namespace {
+
+using platen_test::GuardedBuffer;
+using platen_test::Random;
+using Side = GuardedBuffer::Against;
+
+struct Setting {
+    std::int32_t hue;
+    std::int32_t saturation;
+    std::uint8_t lightness[256];
+};
+
+Setting RandomSetting(Random& random) {
+    Setting setting{};
+    setting.hue = random.OneIn(3) ? 0 : static_cast<std::int32_t>(random.Between(-180, 180));
+    setting.saturation = random.OneIn(3) ? 0 : static_cast<std::int32_t>(random.Between(-100, 100));
+    const bool identity = random.OneIn(2);
+    for (int i = 0; i < 256; ++i) {
+        setting.lightness[i] = identity ? static_cast<std::uint8_t>(i) : random.Byte();
+    }
+    return setting;
+}
+
+// Random, near grey (as scans are), or the corners of the cube.
+void Fill(Random& random, const GuardedBuffer& line) {
+    const int kind = static_cast<int>(random.Between(0, 2));
+    std::uint8_t grey = 0;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        grey = i % 3 == 0 ? random.Byte() : grey;
+        const auto near = static_cast<std::uint8_t>(grey / 2 + 32 + random.Between(0, 12));
+        line[i] = kind == 0   ? random.Byte()
+                  : kind == 1 ? near
+                              : static_cast<std::uint8_t>(random.OneIn(2) ? 255 : 0);
+    }
+}
+
+void ExpectEqualLines(Random& random, std::size_t width, Side side) {
+    const Setting setting = RandomSetting(random);
+    const GuardedBuffer source(3 * width, side);
+    const GuardedBuffer expected(3 * width, side);
+    const GuardedBuffer line(3 * width, side);
+    Fill(random, source);
+    if (width != 0) {
+        std::memcpy(expected.data(), source.data(), 3 * width);
+    }
+    platen::HsvRow_reference(expected.data(), width, setting.hue, setting.saturation, setting.lightness);
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        if (width != 0) {
+            std::memcpy(line.data(), source.data(), 3 * width);
+        }
+        variant->hsvRow(line.data(), width, setting.hue, setting.saturation, setting.lightness);
+        ASSERT_TRUE(width == 0 || std::memcmp(expected.data(), line.data(), 3 * width) == 0)
+            << variant->name << ", width " << width << ", hue " << setting.hue << ", saturation "
+            << setting.saturation;
+    }
+}
+
+TEST(HsvRow, EveryVariantEqualsReferenceAtWidths0To300) {
+    Random random(1);
+    for (std::size_t width = 0; width <= 300; ++width) {
+        ExpectEqualLines(random, width, Side::kPageBehind);
+        ExpectEqualLines(random, width, Side::kPageBefore);
+    }
+}
+
+TEST(HsvRow, EveryVariantEqualsReferenceAtLongWidthsAndEveryAlignment) {
+    Random random(2);
+    for (int i = 0; i < 400; ++i) {
+        ExpectEqualLines(random, static_cast<std::size_t>(random.Between(301, 3000)), Side::kPageBehind);
+    }
+}
+
+// Every setting on a few thousand colours; all colours with some settings are hsv_all_colours' work.
+TEST(HsvRow, EveryVariantEqualsReferenceForEveryHueAndEverySaturation) {
+    Random random(3);
+    Setting setting{};
+    for (int i = 0; i < 256; ++i) {
+        setting.lightness[i] = static_cast<std::uint8_t>(i);
+    }
+    const GuardedBuffer source(3 * 2048);
+    const GuardedBuffer expected(3 * 2048);
+    const GuardedBuffer line(3 * 2048);
+    for (std::int32_t number = 0; number < 361 + 201; ++number) {
+        const bool turns = number < 361;
+        setting.hue = turns ? number - 180 : 0;
+        setting.saturation = turns ? 0 : number - 461;
+        Fill(random, source);
+        std::memcpy(expected.data(), source.data(), source.size());
+        platen::HsvRow_reference(expected.data(), 2048, setting.hue, setting.saturation, setting.lightness);
+        for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+            std::memcpy(line.data(), source.data(), source.size());
+            variant->hsvRow(line.data(), 2048, setting.hue, setting.saturation, setting.lightness);
+            ASSERT_EQ(0, std::memcmp(expected.data(), line.data(), source.size()))
+                << variant->name << ", hue " << setting.hue << ", saturation " << setting.saturation;
+        }
+    }
+}
+
+}  // namespace

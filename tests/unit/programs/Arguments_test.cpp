@@ -1,0 +1,80 @@
+#include <algorithm>
+
+#include "Expect.h"
+#include "programs/OptionTable.h"
+
+namespace platen_tool {
+namespace {
+
+std::string Parsed(const std::vector<std::string>& words, CommandBit command = kAdjust) {
+    const ParsedArguments arguments = ParseArguments(command, words);
+    std::string text;
+    for (const GivenOption& option : arguments.options) {
+        text += option.name + "=" + option.value + " ";
+    }
+    for (const std::string& operand : arguments.operands) {
+        text += "[" + operand + "]";
+    }
+    return text;
+}
+
+TEST(Arguments, OptionsKeepTheOrderOfTheCommandLine) {
+    EXPECT_EQ(Parsed({"--contrast=1", "--brightness", "2", "--contrast=3", "in.png", "-o", "out.png", "-v"}),
+              "contrast=1 brightness=2 contrast=3 output=out.png verbose= [in.png]");
+}
+
+TEST(Arguments, NegativeNumbersAreValues) {
+    EXPECT_EQ(Parsed({"--brightness", "-20", "--balance-shadows", "-1,-2,-3", "a"}),
+              "brightness=-20 balance-shadows=-1,-2,-3 [a]");
+}
+
+TEST(Arguments, ADashIsAFileAndTwoDashesEndTheOptions) {
+    EXPECT_EQ(Parsed({"-", "-o", "-"}), "output=- [-]");
+    EXPECT_EQ(Parsed({"-v", "--", "-x.png", "--y.png"}), "verbose= [-x.png][--y.png]");
+}
+
+TEST(Arguments, OptionsMayStandBetweenAndAfterInputs) {
+    EXPECT_EQ(Parsed({"a", "--scale=2", "b", "-f", "c"}), "scale=2 force= [a][b][c]");
+}
+
+TEST(Arguments, UnknownOptionsAndMissingValuesAreErrors) {
+    EXPECT_EQ(UsageText([] { Parsed({"--sharpen=1", "a"}); }), "unknown option '--sharpen=1'; see platen --help");
+    EXPECT_EQ(UsageText([] { Parsed({"-x"}); }), "unknown option '-x'; see platen --help");
+    EXPECT_EQ(UsageText([] { Parsed({"a", "--scale"}); }), "--scale: needs a value");
+    EXPECT_EQ(UsageText([] { Parsed({"a", "-o"}); }), "--output: needs a value");
+    EXPECT_EQ(UsageText([] { Parsed({"--force=1", "a"}); }), "--force: takes no value");
+}
+
+TEST(Arguments, SubCommandsHaveTheirOwnOptions) {
+    EXPECT_EQ(Parsed({"--gamma=2", "--svg=a.svg"}, kCurve), "gamma=2 svg=a.svg ");
+    EXPECT_EQ(UsageText([] { Parsed({"--scale=2"}, kCurve); }), "unknown option '--scale=2'; see platen --help");
+    EXPECT_EQ(UsageText([] { Parsed({"--svg=a"}); }), "unknown option '--svg=a'; see platen --help");
+}
+
+TEST(Arguments, HelpNamesEveryOptionInUnderSixtyLines) {
+    const std::string help = HelpText(kAdjust);
+    EXPECT_LT(std::count(help.begin(), help.end(), '\n'), 60);
+    const std::string all = help + HelpText(kCurve) + HelpText(kInfo);
+    for (const OptionSpec& spec : OptionTable()) {
+        EXPECT_NE(all.find(std::string("--") + spec.name), std::string::npos) << spec.name;
+    }
+    std::size_t longest = 0;
+    for (std::size_t begin = 0; begin < help.size();) {
+        const std::size_t end = help.find('\n', begin);
+        longest = std::max(longest, end - begin);
+        begin = end + 1;
+    }
+    EXPECT_LE(longest, 100u);
+}
+
+TEST(Arguments, NoOptionIsListedTwice) {
+    for (const OptionSpec& a : OptionTable()) {
+        for (const OptionSpec& b : OptionTable()) {
+            EXPECT_TRUE(&a == &b || std::string(a.name) != b.name) << a.name;
+            EXPECT_TRUE(&a == &b || a.letter == 0 || a.letter != b.letter) << a.name;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace platen_tool

@@ -1,0 +1,174 @@
+#include "programs/PagePlan.h"
+
+#include "Expect.h"
+
+namespace platen_tool {
+namespace {
+
+Settings With(std::vector<std::string> words) {
+    words.insert(words.end(), {"in.png", "-o", "out.png"});
+    return MakeSettings(ParseArguments(kAdjust, words), {});
+}
+
+ImageInfo Page(int bits, int samples) {
+    ImageInfo info;
+    info.width = 100;
+    info.height = 50;
+    info.bitsPerSample = bits;
+    info.samplesPerPixel = samples;
+    info.resolution = Resolution{{300, 1}, {300, 1}};
+    info.iccProfile = {1, 2, 3};
+    info.orientation = 6;
+    return info;
+}
+
+std::string StepNames(const PagePlan& plan) {
+    static constexpr const char* kNames[] = {"1to8",    "16to8",     "8to16", "grey", "colour", "negative",
+                                             "flatten", "threshold", "tone",  "hsv",  "scale",  "sharpen"};
+    std::string text;
+    for (const PlannedStep& step : plan.steps) {
+        text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(step.kind)]);
+    }
+    return text;
+}
+
+std::string Steps(const std::vector<std::string>& words, int bits, int samples) {
+    const PagePlan plan = PlanPage(With(words), Page(bits, samples));
+    return StepNames(plan) + " -> " + std::to_string(plan.output.bitsPerSample) + "x" +
+           std::to_string(plan.output.samplesPerPixel);
+}
+
+std::string Refusal(const std::vector<std::string>& words, int bits, int samples) {
+    return ErrorText(ExitCode::kUnsupported, [&] { Steps(words, bits, samples); });
+}
+
+TEST(PagePlan, StagesRunInTheirUsualOrder) {
+    EXPECT_EQ(Steps({"--sharpness=1", "--scale=2", "--hue=5", "--gamma=2"}, 8, 3), "tone hsv scale sharpen -> 8x3");
+}
+
+TEST(PagePlan, OrderChangesThem) {
+    EXPECT_EQ(Steps({"--sharpness=1", "--scale=2", "--hue=5", "--gamma=2", "--order=sharpen,scale,hsv,tone"}, 8, 3),
+              "sharpen scale hsv tone -> 8x3");
+}
+
+TEST(PagePlan, NothingAskedIsNothingDone) {
+    for (const auto& [bits, samples] : {std::pair{1, 1}, {8, 1}, {8, 2}, {8, 3}, {8, 4}, {16, 1}, {16, 4}}) {
+        EXPECT_EQ(Steps({}, bits, samples), " -> " + std::to_string(bits) + "x" + std::to_string(samples));
+    }
+}
+
+TEST(PagePlan, ScaleKeepsEveryLayout) {
+    for (const auto& [bits, samples] :
+         {std::pair{1, 1}, {8, 1}, {8, 2}, {8, 3}, {8, 4}, {16, 1}, {16, 2}, {16, 3}}) {
+        EXPECT_EQ(Steps({"--scale=50%"}, bits, samples),
+                  "scale -> " + std::to_string(bits) + "x" + std::to_string(samples));
+    }
+}
+
+TEST(PagePlan, SixteenBitsAreReducedForEightBitStagesAndThatIsToldUnlessAsked) {
+    const auto plan = [](const std::vector<std::string>& words) { return PlanPage(With(words), Page(16, 3)); };
+    EXPECT_EQ(StepNames(plan({"--gamma=2"})), "16to8 tone");
+    EXPECT_TRUE(plan({"--gamma=2"}).reducedTo8);
+    EXPECT_FALSE(plan({"--gamma=2", "--depth=8"}).reducedTo8);
+    EXPECT_FALSE(plan({"--scale=2"}).reducedTo8);
+    EXPECT_EQ(Steps({"--sharpness=1"}, 16, 1), "16to8 sharpen -> 8x1");
+    EXPECT_EQ(Steps({"--depth=16", "--scale=2"}, 8, 3), "8to16 scale -> 16x3");
+}
+
+TEST(PagePlan, BilevelPagesNeedAModeForTone) {
+    EXPECT_EQ(Refusal({"--gamma=2"}, 1, 1), "a bilevel page has no tones to work on; give --mode=gray");
+    EXPECT_EQ(Refusal({"--sharpness=1"}, 1, 1), "a bilevel page has no tones to work on; give --mode=gray");
+    EXPECT_EQ(Steps({"--gamma=2", "--mode=gray"}, 1, 1), "1to8 tone -> 8x1");
+    EXPECT_EQ(Steps({"--hue=2", "--mode=color"}, 1, 1), "1to8 colour hsv -> 8x3");
+    EXPECT_EQ(Steps({"--depth=16"}, 1, 1), "1to8 8to16 -> 16x1");
+    EXPECT_EQ(Steps({"--mode=lineart", "--scale=2"}, 1, 1), "scale -> 1x1");
+    EXPECT_EQ(Steps({"--negative"}, 1, 1), "negative -> 1x1");
+}
+
+TEST(PagePlan, ModesConvertFirstAndLineartLast) {
+    EXPECT_EQ(Steps({"--mode=gray", "--gamma=2"}, 8, 4), "grey tone -> 8x2");
+    EXPECT_EQ(Steps({"--mode=gray"}, 8, 1), " -> 8x1");
+    EXPECT_EQ(Steps({"--mode=color"}, 16, 2), "colour -> 16x4");
+    EXPECT_EQ(Steps({"--mode=lineart", "--gamma=2", "--scale=50%"}, 8, 3), "grey tone scale threshold -> 1x1");
+    EXPECT_EQ(Steps({"--depth=1", "--negative"}, 16, 4), "16to8 grey negative flatten threshold -> 1x1");
+}
+
+TEST(PagePlan, ColourOptionsNeedColour) {
+    EXPECT_EQ(Refusal({"--hue=2"}, 8, 1),
+              "--saturation, --hue and --lightness need a colour page; this one is grey");
+    EXPECT_EQ(Refusal({"--lightness=2"}, 8, 2),
+              "--saturation, --hue and --lightness need a colour page; this one is grey");
+    EXPECT_EQ(
+        Refusal({"--balance-midtones=0,0,1"}, 8, 1),
+        "--balance-shadows, --balance-midtones and --balance-highlights need a colour page; this one is grey");
+}
+
+TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
+    ImageInfo narrow = Page(8, 1);
+    narrow.width = 2;
+    ImageInfo flat = Page(8, 1);
+    flat.height = 1;
+    for (const ImageInfo& info : {narrow, flat}) {
+        const PagePlan plan = PlanPage(With({"--sharpness=2"}), info);
+        EXPECT_TRUE(plan.steps.empty());
+        EXPECT_EQ(plan.notices.size(), 1u);
+    }
+}
+
+TEST(PagePlan, TheSameSizeIsNotScaled) {
+    const PagePlan plan = PlanPage(With({"--scale=100%"}), Page(8, 3));
+    EXPECT_TRUE(plan.steps.empty());
+    EXPECT_EQ(plan.notices.size(), 1u);
+}
+
+TEST(PagePlan, UnknownHeightIsRefusedWhereItIsNeeded) {
+    ImageInfo info = Page(8, 3);
+    info.height = 0;
+    EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { PlanPage(With({"--scale=2"}), info); }),
+              "scaling needs to know the page's height before its last line");
+    EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { PlanPage(With({"--sharpness=2"}), info); }),
+              "the sharpness filter needs to know the page's height before its last line");
+    EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2"}), info)), "tone");
+}
+
+TEST(PagePlan, MetadataIsKeptUnlessItNoLongerFits) {
+    const PagePlan kept = PlanPage(With({"--gamma=2"}), Page(8, 3));
+    EXPECT_EQ(kept.output.iccProfile.size(), 3u);
+    EXPECT_EQ(kept.output.orientation, 6);
+    const PagePlan grey = PlanPage(With({"--mode=gray"}), Page(8, 3));
+    EXPECT_TRUE(grey.output.iccProfile.empty());
+    const PagePlan stripped = PlanPage(With({"--strip"}), Page(8, 3));
+    EXPECT_TRUE(stripped.output.iccProfile.empty());
+    EXPECT_EQ(stripped.output.orientation, 1);
+    EXPECT_EQ(stripped.output.resolution->x.numerator, 300u);
+}
+
+TEST(PagePlan, ResolutionsFollowTheirOptions) {
+    const PagePlan scaled = PlanPage(With({"--input-resolution=600", "--scale=50%"}), Page(8, 3));
+    EXPECT_EQ(scaled.output.resolution->x.numerator, 300u);
+    const PagePlan set = PlanPage(With({"--set-resolution=72", "--scale=50%"}), Page(8, 3));
+    EXPECT_EQ(set.output.resolution->x.numerator, 72u);
+    EXPECT_EQ(set.output.width, 50u);
+}
+
+TEST(PagePlan, ChainedStepsFitTogether) {
+    const PagePlan plan =
+        PlanPage(With({"--mode=lineart", "--gamma=2", "--scale=50%", "--sharpness=1"}), Page(16, 4));
+    ASSERT_FALSE(plan.steps.empty());
+    EXPECT_EQ(plan.steps.front().in.LineBytes(), plan.input.LineBytes());
+    for (std::size_t i = 1; i < plan.steps.size(); ++i) {
+        EXPECT_EQ(plan.steps[i].in.LineBytes(), plan.steps[i - 1].out.LineBytes());
+    }
+    EXPECT_EQ(plan.steps.back().out.LineBytes(), plan.output.LineBytes());
+    EXPECT_GT(ExpectedMemory(plan), plan.steps[0].memory);
+}
+
+TEST(PagePlan, TextNamesSizeLayoutAndResolution) {
+    EXPECT_EQ(PageText(Page(8, 4)), "100 x 50, 8-bit RGB and alpha, 300 dpi");
+    ImageInfo info = Page(1, 1);
+    info.resolution.reset();
+    EXPECT_EQ(PageText(info), "100 x 50, bilevel, no resolution");
+}
+
+}  // namespace
+}  // namespace platen_tool
