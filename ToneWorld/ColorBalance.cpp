@@ -51,7 +51,12 @@ double Shift(Range range, std::int32_t amount) {
     return steps > 0 ? steps : steps / 3.0;
 }
 
+// Without a shift the knots lie on the line y = x: both slopes are 1 and all second derivatives 0, without
+// rounding, so every entry is its own index and the table stays.
 void MapThroughSpline(std::uint8_t* table, double shift) {
+    if (shift == 0.0) {
+        return;
+    }
     const float middle = static_cast<float>(shift) + 127.0f;
     std::array<double, 3> x = {0.0, 127.0, 255.0};
     std::array<double, 3> y = {0.0, static_cast<double>(middle), 255.0};
@@ -96,7 +101,6 @@ std::int32_t ApplyColorBalance(_SToneOperation* op, _SToneCurve* curve) {
         if (AllZero(amounts[range])) {
             continue;
         }
-        // A channel whose own amount is 0 goes through the identity.
         MapThroughSpline(curve->redTable, Shift(range, amounts[range][0]));
         MapThroughSpline(curve->greenTable, Shift(range, amounts[range][1]));
         MapThroughSpline(curve->blueTable, Shift(range, amounts[range][2]));

@@ -5,7 +5,6 @@
 #include <numeric>
 
 #include "Sources/Support/Truncate.h"
-#include "ToneWorld/Spline.h"
 #include "ToneWorld/SplineSolve.h"
 
 namespace platen {
@@ -56,15 +55,13 @@ MasterCurve SplineMaster(const ControlPoints& points) {
     const ControlPoint& last = points[4];
     const bool whole = Span(points) == 255.0f;
     MasterCurve master;
-    for (std::size_t i = 0; i < master.size(); ++i) {
+    SplineLevels(x.data(), y.data(), z.data(), kKnots, master.data());
+    for (std::size_t i = 0; i < master.size() && !whole; ++i) {
         const auto level = static_cast<float>(i);
-        if (!whole && level <= first.x) {
+        if (level <= first.x) {
             master[i] = Level(first.y);
-        } else if (!whole && last.x <= level) {
+        } else if (last.x <= level) {
             master[i] = Level(last.y);
-        } else {
-            const long value = GetSplineCurves(kKnots, static_cast<double>(level), x.data(), y.data(), z.data());
-            master[i] = static_cast<std::uint8_t>(std::clamp(value, 0L, 255L));
         }
     }
     return master;

@@ -32,14 +32,50 @@ long FindInterval(long n, double t, const double* x) {
     return low == 0 ? 0 : low - 1;
 }
 
-std::int32_t Evaluate(long n, double t, const double* x, const double* y, const double* z) {
-    const long i = FindInterval(n, t, x);
+double Value(double t, const double* x, const double* y, const double* z, long i) {
     const double w = x[i + 1] - x[i];
     const double s = t - x[i];
     const double a = (Quotient((z[i + 1] - z[i]) * s, w) + z[i] * 3.0) * s;
     const double b = Quotient(y[i + 1] - y[i], w) - (2 * z[i] + z[i + 1]) * w;
-    const double value = (a + b) * s + y[i];
+    return (a + b) * s + y[i];
+}
+
+std::int32_t Evaluate(long n, double t, const double* x, const double* y, const double* z) {
+    const double value = Value(t, x, y, z, FindInterval(n, t, x));
     return platen::Truncate<std::int32_t>(value < 0.0 ? 0.0 : value);
+}
+
+// False for knots that are no numbers.
+bool KnotsRise(const double* x, long n) {
+    for (long i = 0; i + 1 < n; ++i) {
+        if (!(x[i] < x[i + 1])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Clipped before it is cut, which gives the same; what is no number gives 0.
+std::uint8_t Level(double value) {
+    const double positive = value > 0.0 ? value : 0.0;
+    return static_cast<std::uint8_t>(static_cast<std::int32_t>(positive < 255.0 ? positive : 255.0));
+}
+
+// The levels from `begin` to before `end` by interval i, which has a width: Value's operations in Value's order,
+// those without t taken out of the loop.
+void FillLevels(std::uint8_t* levels, int begin, int end, const double* x, const double* y, const double* z,
+                long i) {
+    const double left = x[i];
+    const double bottom = y[i];
+    const double w = x[i + 1] - x[i];
+    const double bend = z[i + 1] - z[i];
+    const double start = z[i] * 3.0;
+    const double b = (y[i + 1] - y[i]) / w - (2 * z[i] + z[i + 1]) * w;
+    for (int t = begin; t < end; ++t) {
+        const double s = t - left;
+        const double a = (bend * s / w + start) * s;
+        levels[t] = Level((a + b) * s + bottom);
+    }
 }
 
 }  // namespace
@@ -70,6 +106,24 @@ void SolveSpline(const double* x, const double* y, double* z, long n) {
     }
 }
 
+// Where the knots rise the bisection finds the interval whose right end is the first knot that is not below t; the
+// first and the last interval go on outward.
+void SplineLevels(const double* x, const double* y, const double* z, long n, std::uint8_t* levels) {
+    if (!KnotsRise(x, n)) {
+        for (int t = 0; t < 256; ++t) {
+            levels[t] = Level(Value(t, x, y, z, FindInterval(n, t, x)));
+        }
+        return;
+    }
+    int begin = 0;
+    for (long i = 0; i + 1 < n; ++i) {
+        const bool isLast = i + 2 == n;
+        const int end = isLast || x[i + 1] >= 255.0 ? 256 : Truncate<int>(std::floor(x[i + 1])) + 1;
+        FillLevels(levels, begin, end, x, y, z, i);
+        begin = std::max(begin, end);
+    }
+}
+
 }  // namespace platen
 
 void splineCreation(double* x, double* y, double* z, long n, unsigned long* table) {
@@ -77,9 +131,9 @@ void splineCreation(double* x, double* y, double* z, long n, unsigned long* tabl
         return;
     }
     platen::SolveSpline(x, y, z, n);
-    for (int i = 0; i < 256; ++i) {
-        table[i] = static_cast<unsigned long>(std::clamp(GetSpline(n, i, x, y, z), 0L, 255L));
-    }
+    std::array<std::uint8_t, 256> levels;
+    platen::SplineLevels(x, y, z, n, levels.data());
+    std::copy(levels.begin(), levels.end(), table);
 }
 
 long GetSpline(long n, double t, double* x, double* y, double* z) {

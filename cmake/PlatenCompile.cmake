@@ -29,6 +29,22 @@ if(PLATEN_COVERAGE)
   add_link_options(--coverage)
 endif()
 
+# The folders of the tree and of the build leave no trace in what is built: the same sources give the same bytes
+# (scripts/check-reproducible). Coverage reports need the folders.
+if(NOT PLATEN_COVERAGE)
+  add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+endif()
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+# Hardening of optimised builds; tests/abi/hardening_test.sh looks at what came of it.
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$" AND NOT PLATEN_SANITIZE AND NOT PLATEN_COVERAGE)
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+  if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
+    add_compile_options(-fcf-protection=full)
+  endif()
+endif()
+
 if(PLATEN_LIBFUZZER)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

@@ -6,6 +6,7 @@
 
 #include "LineFilters/Hsv.h"
 #include "Producer.h"
+#include "Variants.h"
 #include "tests/support/HsvTranscription.h"
 
 namespace {
@@ -78,9 +79,7 @@ void CompareParts(Producer& producer) {
     GetHSLValue(producer.Take<double>(), producer.Take<double>(), producer.Take<double>());
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int RunInput(const std::uint8_t* data, std::size_t size) {
     Producer producer(data, size);
     _SHsvParam param = TakeRecord(producer);
     void* handle = nullptr;
@@ -97,4 +96,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         CompareParts(producer);
     }
     return 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    return platen_fuzz::RunWithEachVariant(RunInput, data, size);
 }

@@ -8,6 +8,7 @@
 
 #include "Producer.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
+#include "Variants.h"
 
 namespace {
 
@@ -109,9 +110,7 @@ void Stream(PX_Zoom& zoom, const Request& r, Producer& input) {
     }
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int RunInput(const std::uint8_t* data, std::size_t size) {
     Producer input(data, size);
     PX_Zoom zoom;
     for (int round = 0; round < 2; ++round) {
@@ -132,4 +131,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         zoom.Close();
     }
     return 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    return platen_fuzz::RunWithEachVariant(RunInput, data, size);
 }

@@ -7,6 +7,7 @@
 
 #include "Producer.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
+#include "Variants.h"
 #include "tests/unit/PX_Zoom/ZoomModel.h"
 
 namespace {
@@ -110,12 +111,14 @@ class Session {
     std::size_t read_ = 0;
 };
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int RunInput(const std::uint8_t* data, std::size_t size) {
     Producer input(data, size);
     constexpr int kFormats[] = {1, 8, 16, 24, 32, 48, 64};
-    const auto side = [&input] { return 1 + input.Take<std::uint8_t>() % 24; };
+    // Mostly small; now and then long enough for the kernels' inner loops.
+    const auto side = [&input] {
+        const int byte = input.Take<std::uint8_t>();
+        return byte < 224 ? 1 + byte % 24 : 1 + (byte - 224) * 12;
+    };
     ZoomCase c{};
     c.format = kFormats[input.Take<std::uint8_t>() % 7];
     c.dstWidth = side();
@@ -132,4 +135,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     session.Finish();
     return 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    return platen_fuzz::RunWithEachVariant(RunInput, data, size);
 }

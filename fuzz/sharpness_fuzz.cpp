@@ -10,6 +10,7 @@
 #include "LineFilters/SharpContext.h"
 #include "LineFilters/Sharpness.h"
 #include "Producer.h"
+#include "Variants.h"
 #include "tests/support/SharpTranscription.h"
 
 namespace {
@@ -177,9 +178,7 @@ void RunCalls(void** handle, const _SSharpParam& param, Producer& producer) {
     }
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int RunInput(const std::uint8_t* data, std::size_t size) {
     Producer producer(data, size);
     _SSharpParam param = TakeRecord(producer);
     void* handle = nullptr;
@@ -196,4 +195,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     DisposeSharpness(handle);
     return 0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    return platen_fuzz::RunWithEachVariant(RunInput, data, size);
 }

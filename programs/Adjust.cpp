@@ -130,7 +130,7 @@ ExitCode ReportFailure(const std::string& name) {
     try {
         throw;
     } catch (const Error& error) {
-        if (error.Code() != ExitCode::kBrokenPipe) {
+        if (error.what()[0] != '\0' && error.Code() != ExitCode::kBrokenPipe) {
             PrintMessage(prefix + error.what());
         }
         return error.Code();

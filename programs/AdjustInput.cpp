@@ -3,12 +3,15 @@
 #include <unistd.h>
 
 #include <memory>
+#include <optional>
 
 #include "programs/Error.h"
 #include "programs/LineSink.h"
 #include "programs/LineWriter.h"
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
+#include "programs/SpooledPage.h"
+#include "programs/Threads.h"
 
 namespace platen_tool {
 
@@ -34,12 +37,13 @@ bool ShowProgress(const Settings& settings) {
 
 class InputRun {
   public:
-    InputRun(const Settings& settings, const OutputName& name, const std::string& input, unsigned long& nextPage)
+    InputRun(const Settings& settings, const OutputName& name, const std::string& input,
+             std::unique_ptr<LineReader> reader, unsigned long& nextPage)
         : settings_(settings),
           name_(name),
           input_(input),
           nextPage_(nextPage),
-          reader_(OpenReader(input, settings.read)),
+          reader_(std::move(reader)),
           progress_(ShowProgress(settings), input),
           begin_(Now()) {}
 
@@ -94,7 +98,14 @@ class InputRun {
     }
 
     void AdjustPage(unsigned long page) {
-        const PagePlan plan = PlanPage(settings_, reader_->Info());
+        ImageInfo info = reader_->Info();
+        std::optional<SpooledPage> spooled;
+        if (info.height == 0 && settings_.NeedsHeight()) {
+            spooled.emplace(*reader_, settings_.read.strictStream);
+            info.height = spooled->Height();
+            Tell("spooled to a temporary file: the page's height wasn't known at first");
+        }
+        const PagePlan plan = PlanPage(settings_, info);
         for (const std::string& notice : plan.notices) {
             Tell(notice);
         }
@@ -103,8 +114,10 @@ class InputRun {
         WriterSink sink(*writer_);
         Pipeline pipeline(plan, sink);
         std::vector<std::uint8_t> line(plan.input.LineBytes());
-        for (std::uint32_t y = 0; y < plan.input.height; ++y) {
-            reader_->ReadLine(line.data());
+        for (std::uint32_t y = 0; plan.input.height == 0 || y < plan.input.height; ++y) {
+            if (!(spooled ? spooled->ReadLine(line.data()) : ReadLine(plan.input, line.data()))) {
+                break;
+            }
             if (settings_.stats) {
                 statistics_.Add(plan.input, line.data());
             }
@@ -119,6 +132,21 @@ class InputRun {
         }
     }
 
+    // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
+    // was read before is written first: had that failed, it came first.
+    bool ReadLine(const ImageInfo& info, std::uint8_t* line) {
+        try {
+            if (info.height == 0) {
+                return reader_->ReadLineOrEnd(line);
+            }
+            reader_->ReadLine(line);
+            return true;
+        } catch (...) {
+            writer_->Settle();
+            throw;
+        }
+    }
+
     void OpenPage(const PagePlan& plan) {
         if (writer_ == nullptr) {
             WriteOptions options;
@@ -130,7 +158,7 @@ class InputRun {
             const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
-            writer_ = OpenWriter(name_.Make(input_, nextPage_), options);
+            writer_ = WithThread(OpenWriter(name_.Make(input_, nextPage_), options), settings_);
         }
         ++nextPage_;
         writer_->BeginPage(plan.output);
@@ -168,7 +196,12 @@ class InputRun {
 
 void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
                  unsigned long& nextPage) {
-    InputRun(settings, name, input, nextPage).Run();
+    AdjustPages(settings, name, input, WithThread(OpenReader(input, settings.read), input, settings), nextPage);
+}
+
+void AdjustPages(const Settings& settings, const OutputName& name, const std::string& input,
+                 std::unique_ptr<LineReader> reader, unsigned long& nextPage) {
+    InputRun(settings, name, input, std::move(reader), nextPage).Run();
 }
 
 }  // namespace platen_tool

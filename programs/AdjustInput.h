@@ -1,7 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
+#include "programs/LineReader.h"
 #include "programs/OutputName.h"
 #include "programs/Settings.h"
 
@@ -12,8 +14,13 @@ namespace platen_tool {
 void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
                  unsigned long& nextPage);
 
+// The same for pages that come from elsewhere: `input` is what they are called.
+void AdjustPages(const Settings& settings, const OutputName& name, const std::string& input,
+                 std::unique_ptr<LineReader> reader, unsigned long& nextPage);
+
 // --dry-run: what AdjustInput would do, in words.
 std::string DescribeInput(const Settings& settings, const OutputName& name, const std::string& input,
                           unsigned long& nextPage);
+std::string DescribePage(const Settings& settings, const ImageInfo& page);
 
 }  // namespace platen_tool

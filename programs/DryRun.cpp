@@ -42,6 +42,15 @@ std::string CurveRows(const ToneTables& tables) {
            Row("", "blue  " + KeyPoints(tables.blue));
 }
 
+void SkipLines(LineReader& reader) {
+    std::vector<std::uint8_t> line(reader.Info().LineBytes());
+    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
+        reader.ReadLine(line.data());
+    }
+}
+
+}  // namespace
+
 std::string DescribePage(const Settings& settings, const ImageInfo& page) {
     const PagePlan plan = PlanPage(settings, page);
     std::string text = Row("input", PageText(plan.input));
@@ -58,15 +67,6 @@ std::string DescribePage(const Settings& settings, const ImageInfo& page) {
     const std::size_t megabytes = (ExpectedMemory(plan) + 999'999) / 1'000'000;
     return text + Row("memory", "about " + std::to_string(megabytes) + " MB at most");
 }
-
-void SkipLines(LineReader& reader) {
-    std::vector<std::uint8_t> line(reader.Info().LineBytes());
-    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
-        reader.ReadLine(line.data());
-    }
-}
-
-}  // namespace
 
 std::string DescribeInput(const Settings& settings, const OutputName& name, const std::string& input,
                           unsigned long& nextPage) {

@@ -24,7 +24,8 @@ struct ReadOptions {
 };
 
 // Reads an image file line by line, from the top; no whole image is held. Every failure is an Error: a damaged
-// or truncated file never passes for a whole one.
+// or truncated file never passes for a whole one. ReadLine may run on another thread than the rest: it changes
+// nothing that the const functions look at.
 //
 //   auto reader = OpenReader("scan.tif", {});
 //   do {
@@ -40,8 +41,14 @@ class LineReader {
     virtual const ImageInfo& Info() const = 0;
 
     // Reads the next line into Info().LineBytes() bytes, in the form that ImageInfo describes. Called at most
-    // Info().height times a page.
+    // Info().height times a page; where that is 0, ReadLineOrEnd is called instead.
     virtual void ReadLine(std::uint8_t* line) = 0;
+
+    // Where the height isn't known (0): reads the next line, or gives false after the last one.
+    virtual bool ReadLineOrEnd(std::uint8_t* line) {
+        ReadLine(line);
+        return true;
+    }
 
     // After the last line of the page: goes to the next page and returns true, or checks that the file ends
     // as it should and returns false.

@@ -40,6 +40,9 @@ class LineWriter {
     // Takes the next line, in the form that ImageInfo describes.
     virtual void WriteLine(const std::uint8_t* line) = 0;
 
+    // Returns when all lines taken so far are written. Only writers that put that off have something to do here.
+    virtual void Settle() {}
+
     // Ends the page; fewer lines than BeginPage announced is an Error.
     virtual void EndPage() = 0;
 

@@ -15,9 +15,11 @@ constexpr const char* kReport = "Reports";
 constexpr const char* kCurveGroup = "platen curve";
 constexpr const char* kInfoGroup = "platen info";
 constexpr const char* kPresetGroup = "Presets: options kept in a file";
+constexpr const char* kScanGroup = "platen scan";
 
-constexpr unsigned kToneUsers = kAdjust | kCurve;
-constexpr unsigned kEvery = kAdjust | kCurve | kInfo | kPresets;
+constexpr unsigned kPageUsers = kAdjust | kScan;
+constexpr unsigned kToneUsers = kPageUsers | kCurve;
+constexpr unsigned kEvery = kToneUsers | kInfo | kPresets;
 
 constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kTone, nullptr, kToneUsers},
@@ -31,52 +33,58 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"balance-midtones", 0, "R,G,B", kTone, "the same for the midtones", kToneUsers},
     {"balance-highlights", 0, "R,G,B", kTone, "the same for the highlights", kToneUsers},
 
-    {"saturation", 0, "N", kColour, "-100..100 percent; RGB only", kAdjust},
-    {"hue", 0, "N", kColour, "-180..180 degrees; RGB only", kAdjust},
-    {"lightness", 0, "N", kColour, "-100..100 percent; RGB only", kAdjust},
-    {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kAdjust},
-    {"order", 0, "LIST", kColour, "the stages' order; usual: tone,hsv,scale,sharpen", kAdjust},
+    {"saturation", 0, "N", kColour, "-100..100 percent; RGB only", kPageUsers},
+    {"hue", 0, "N", kColour, "-180..180 degrees; RGB only", kPageUsers},
+    {"lightness", 0, "N", kColour, "-100..100 percent; RGB only", kPageUsers},
+    {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kPageUsers},
+    {"order", 0, "LIST", kColour, "the stages' order; usual: tone,hsv,scale,sharpen", kPageUsers},
 
-    {"mode", 0, "MODE", kPixels, "lineart, gray or color", kAdjust},
-    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kAdjust},
-    {"threshold", 0, "N", kPixels, "0..100 percent; darker becomes black in lineart (50)", kAdjust},
-    {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kAdjust},
+    {"mode", 0, "MODE", kPixels, "lineart, gray or color", kPageUsers},
+    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kPageUsers},
+    {"threshold", 0, "N", kPixels, "0..100 percent; darker becomes black in lineart (50)", kPageUsers},
+    {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers},
 
-    {"scale", 0, "S", kSize, "50% or 0.5", kAdjust},
-    {"size", 0, "WxH", kSize, "exactly that many pixels", kAdjust},
-    {"width", 0, "N", kSize, nullptr, kAdjust},
-    {"height", 0, "N", kSize, "one alone keeps the proportions", kAdjust},
-    {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kAdjust},
-    {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kAdjust},
-    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kAdjust},
-    {"shrink-only", 0, nullptr, kSize, "never enlarge", kAdjust},
+    {"scale", 0, "S", kSize, "50% or 0.5", kPageUsers},
+    {"size", 0, "WxH", kSize, "exactly that many pixels", kPageUsers},
+    {"width", 0, "N", kSize, nullptr, kPageUsers},
+    {"height", 0, "N", kSize, "one alone keeps the proportions", kPageUsers},
+    {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kPageUsers},
+    {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kPageUsers},
+    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kPageUsers},
+    {"shrink-only", 0, nullptr, kSize, "never enlarge", kPageUsers},
 
     {"preset", 0, "NAME|FILE", kPresetGroup, "act as if its options stood here", kToneUsers},
     {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers},
 
-    {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kAdjust},
-    {"format", 0, "NAME", kOutput, "png, tiff, jpeg or pnm, whatever FILE ends in", kAdjust},
-    {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kAdjust},
+    {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kPageUsers},
+    {"format", 0, "NAME", kOutput, "png, tiff, jpeg or pnm, whatever FILE ends in", kPageUsers},
+    {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers},
     {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
+    {"threads", 0, "N", kOutput, "1, or 3: read, adjust and write a page at the same time", kAdjust},
     {"keep-going", 'k', nullptr, kOutput, "go on with the next input after an error", kAdjust},
     {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers},
-    {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kAdjust},
-    {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kAdjust | kInfo},
-    {"max-side", 0, "N", kOutput, nullptr, kAdjust | kInfo},
-    {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kAdjust | kInfo},
+    {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kPageUsers},
+    {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo},
+    {"max-side", 0, "N", kOutput, nullptr, kPageUsers | kInfo},
+    {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kPageUsers | kInfo},
 
-    {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kAdjust},
-    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels, speed, memory", kAdjust},
-    {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kAdjust},
-    {"progress", 0, nullptr, kReport, nullptr, kAdjust},
-    {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kAdjust},
+    {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kPageUsers},
+    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels, speed, memory", kPageUsers},
+    {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers},
+    {"progress", 0, nullptr, kReport, nullptr, kPageUsers},
+    {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kPageUsers},
     {"verbose", 'v', nullptr, kReport, "say more", kEvery},
     {"version", 0, nullptr, kReport, nullptr, kEvery},
     {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery},
 
     {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve},
     {"table", 0, "FORM", kCurveGroup, "print it: plain, c, csv, or sane (one list for a gamma option)", kCurve},
+
+    {"device", 'd', "NAME", kScanGroup, "the scanner; else what SANE_DEFAULT_DEVICE names", kScan},
+    {"list-devices", 'L', nullptr, kScanGroup, "print the scanners that are there", kScan},
+    {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan},
+    {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (1)", kScan},
 
     {"json", 0, nullptr, kInfoGroup, "print JSON", kInfo},
 });
@@ -97,6 +105,7 @@ std::string HelpText(CommandBit command) {
     constexpr std::size_t kHelpColumn = 32;
     std::string text =
         "platen [OPTION...] [INPUT...] -o OUTPUT      adjust and scale scanned pages, line by line\n"
+        "platen scan -d DEVICE [OPTION...] -o OUTPUT                  see platen scan --help\n"
         "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]    see platen curve --help\n"
         "platen info [--json] FILE...                                 see platen info --help\n"
         "platen presets [list | show NAME | check FILE...]\n"

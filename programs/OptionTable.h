@@ -8,7 +8,7 @@
 namespace platen_tool {
 
 // The sub-commands, as bits, so that an option can belong to several.
-enum CommandBit : unsigned { kAdjust = 1, kCurve = 2, kInfo = 4, kPresets = 8 };
+enum CommandBit : unsigned { kAdjust = 1, kCurve = 2, kInfo = 4, kPresets = 8, kScan = 16 };
 
 // One option of the program. This table is the only place that lists them: the parser, --help and whatever is
 // generated from them (manual page, completions) read it.

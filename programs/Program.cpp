@@ -10,6 +10,7 @@
 #include "programs/InfoCommand.h"
 #include "programs/PresetsCommand.h"
 #include "programs/Report.h"
+#include "programs/ScanCommand.h"
 #include "programs/Settings.h"
 #include "programs/Signals.h"
 
@@ -33,6 +34,8 @@ CommandBit TakeCommand(std::vector<std::string>& arguments) {
         command = kInfo;
     } else if (!arguments.empty() && arguments.front() == "presets") {
         command = kPresets;
+    } else if (!arguments.empty() && arguments.front() == "scan") {
+        command = kScan;
     }
     if (command != kAdjust) {
         arguments.erase(arguments.begin());
@@ -71,6 +74,9 @@ ExitCode Run(std::vector<std::string> words) {
         return RunInfo(arguments);
     }
     const Terminals terminals{isatty(STDIN_FILENO) != 0, isatty(STDOUT_FILENO) != 0};
+    if (command == kScan) {
+        return RunScan(MakeScanSettings(arguments, terminals));
+    }
     return RunAdjust(MakeSettings(arguments, terminals));
 }
 

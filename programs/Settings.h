@@ -72,6 +72,7 @@ struct Settings {
     int quality = 92;
     std::optional<PageRange> pages;
     int jobs = 1;
+    int threads = 0;  // 1 or 3 for each job; 0: 3 where the page and the machine are large enough
     bool keepGoing = false;
     bool force = false;
     ReadOptions read;
@@ -85,6 +86,11 @@ struct Settings {
     // Whether a stage was asked for that works on 8-bit samples only.
     bool NeedsEightBits() const {
         return !tone.empty() || hsv.Any() || sharpness != 0;
+    }
+
+    // Whether a stage was asked for that must know the page's height before its last line.
+    bool NeedsHeight() const {
+        return size.Any() || sharpness != 0;
     }
 };
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 
 #include "programs/io/OutputFile.h"
@@ -15,6 +16,9 @@ namespace {
 std::atomic<pid_t> workers[kMostWorkers];
 static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler reads it");
 
+std::atomic<InterruptHook> interruptHook{nullptr};
+static_assert(std::atomic<InterruptHook>::is_always_lock_free, "a signal handler reads it");
+
 void Replace(pid_t from, pid_t to) {
     for (auto& worker : workers) {
         if (worker == from) {
@@ -25,6 +29,12 @@ void Replace(pid_t from, pid_t to) {
 }
 
 void Interrupted(int number) {
+    const int before = errno;
+    const InterruptHook hook = interruptHook;
+    if (hook != nullptr && hook(number)) {
+        errno = before;
+        return;
+    }
     for (const auto& worker : workers) {
         const pid_t id = worker;
         if (id > 0) {
@@ -49,6 +59,10 @@ void InstallSignalHandlers() {
         }
     }
     std::signal(SIGPIPE, SIG_IGN);
+}
+
+void SetInterruptHook(InterruptHook hook) {
+    interruptHook = hook;
 }
 
 void NoteWorker(pid_t worker) {

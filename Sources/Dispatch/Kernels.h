@@ -4,6 +4,9 @@
 
 #include "LineFilters/HsvRow.h"
 #include "LineFilters/SharpRow.h"
+#include "Sources/PX_Zoom/BilevelLine.h"
+#include "Sources/PX_Zoom/HorzPass.h"
+#include "Sources/PX_Zoom/VertPass.h"
 
 // The row kernels in use. A variant is a complete table: every entry is its best function for the job, and every
 // entry gives the bytes of the reference's. Not installed; nothing here leaves the library.
@@ -14,6 +17,11 @@ struct KernelTable {
     const char* name;  // "reference", "baseline", "avx2", "avx512"
     SharpRowFn sharpRow;
     HsvRowFn hsvRow;
+    ExpandHorzU8Fn expandHorzU8;
+    ExpandHorzU16Fn expandHorzU16;
+    const VertKernels* vert;
+    UnpackBitsFn unpackBits;
+    PackBitsFn packBits;
 };
 
 // The table in use: valid before any constructor has run, and the best for this processor from the library's load

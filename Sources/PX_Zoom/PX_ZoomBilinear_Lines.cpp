@@ -1,3 +1,6 @@
+#include <type_traits>
+
+#include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/Geometry.h"
 #include "Sources/PX_Zoom/LineKernels.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
@@ -5,36 +8,100 @@
 // The passes as members: each hands its kernel what the object holds. Work lines arrive as A*, but hold 32-bit
 // whole numbers, except for the accumulator. Without samples nothing is touched, vertCursor included.
 
+namespace {
+
+const platen::VertKernels& Vert() {
+    return *platen::Kernels().vert;
+}
+
+void Add(std::uint32_t* acc, const std::uint32_t* line, std::int32_t weight, std::size_t count) {
+    Vert().addU32(acc, line, weight, count);
+}
+
+void Add(double* acc, const std::uint32_t* line, std::int32_t weight, std::size_t count) {
+    Vert().addF64(acc, line, weight, count);
+}
+
+void Reduce(std::uint8_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count) {
+    Vert().reduceU32ToU8(out, acc, weightSum, count);
+}
+
+void Reduce(std::uint16_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count) {
+    Vert().reduceU32ToU16(out, acc, weightSum, count);
+}
+
+void Reduce(std::uint8_t* out, const double* acc, std::int32_t weightSum, std::size_t count) {
+    Vert().reduceF64ToU8(out, acc, weightSum, count);
+}
+
+void Reduce(std::uint16_t* out, const double* acc, std::int32_t weightSum, std::size_t count) {
+    Vert().reduceF64ToU16(out, acc, weightSum, count);
+}
+
+constexpr auto ExpandKernel(const std::uint32_t*, const std::uint8_t*) {
+    return &platen::VertKernels::expandU32ToU8;
+}
+
+constexpr auto ExpandKernel(const std::uint32_t*, const std::uint16_t*) {
+    return &platen::VertKernels::expandU32ToU16;
+}
+
+constexpr auto ExpandKernel(const double*, const std::uint8_t*) {
+    return &platen::VertKernels::expandF64ToU8;
+}
+
+constexpr auto ExpandKernel(const double*, const std::uint16_t*) {
+    return &platen::VertKernels::expandF64ToU16;
+}
+
+void Copy(std::uint8_t* out, const std::uint32_t* line, std::size_t count) {
+    Vert().equalToU8(out, line, count);
+}
+
+void Copy(std::uint16_t* out, const std::uint32_t* line, std::size_t count) {
+    Vert().equalToU16(out, line, count);
+}
+
+}  // namespace
+
 template <class A, class S>
 void PX_ZoomBilinear::Expand_Horz(A* out, S* src) {
     const platen::HorzPass pass = {horzParam, dstWidth, srcWidth, platen::SamplesPerPixel(bitsPerPixel)};
-    platen::reference::ExpandHorz<A>(reinterpret_cast<std::uint32_t*>(out), src, pass);
+    auto* numbers = reinterpret_cast<std::uint32_t*>(out);
+    if constexpr (std::is_same_v<A, double>) {
+        platen::reference::ExpandHorz<double>(numbers, src, pass);
+    } else if constexpr (sizeof(S) == 1) {
+        platen::Kernels().expandHorzU8(numbers, src, pass);
+    } else {
+        platen::Kernels().expandHorzU16(numbers, src, pass);
+    }
 }
 
 template <class A>
 void PX_ZoomBilinear::Add_ReduceVert(A* acc, void* line, int weight) {
-    platen::reference::AddReduceVert(acc, static_cast<const std::uint32_t*>(line), weight,
-                                     platen::DstSamples(*this));
+    Add(acc, static_cast<const std::uint32_t*>(line), weight, platen::DstSamples(*this));
 }
 
 template <class S, class A>
 void PX_ZoomBilinear::Reduce_Vert(S* out, A* acc) {
     if (const std::size_t count = platen::DstSamples(*this); count != 0) {
-        platen::reference::ReduceVert(out, acc, vertCursor->weightSum, count);
+        Reduce(out, acc, vertCursor->weightSum, count);
     }
 }
 
 template <class S, class A>
 void PX_ZoomBilinear::Expand_Vert(S* out, A* upper, A* lower) {
     if (const std::size_t count = platen::DstSamples(*this); count != 0) {
-        platen::reference::ExpandVert<A>(out, reinterpret_cast<const std::uint32_t*>(upper),
-                                         reinterpret_cast<const std::uint32_t*>(lower), *vertCursor, count);
+        const platen::VertWeights weights = {vertCursor->startWeight, vertCursor->endWeight, vertCursor->weightSum};
+        const auto kernel = Vert().*ExpandKernel(upper, out);
+        kernel(out, reinterpret_cast<const std::uint32_t*>(upper), reinterpret_cast<const std::uint32_t*>(lower),
+               weights, count);
     }
 }
 
 template <class S>
 void PX_ZoomBilinear::Equal_Vert(S* out, std::uint32_t* line) {
-    platen::reference::EqualVert(out, line, platen::DstSamples(*this));
+    Copy(out, line, platen::DstSamples(*this));
 }
 
 template void PX_ZoomBilinear::Expand_Horz(std::uint32_t*, std::uint8_t*);

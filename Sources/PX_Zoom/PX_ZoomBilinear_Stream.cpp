@@ -1,7 +1,5 @@
-#include <cstring>
-
+#include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/Geometry.h"
-#include "Sources/PX_Zoom/LineKernels.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "Sources/PX_Zoom/Status.h"
 
@@ -73,6 +71,19 @@ int LineWeight(const PX_ZoomBilinear& zoom) {
     return zoom.srcLineIndex > record.wholeEnd ? record.endWeight : zoom.dstHeight;
 }
 
+// Makes the newest line the first of a sum. This is the accumulator cleared, and the line added: what the buffer
+// has behind the accumulators is zero since Open, and no pass of a reduction writes there.
+void StartSum(PX_ZoomBilinear& zoom) {
+    const platen::VertKernels& kernels = *platen::Kernels().vert;
+    const auto* const line = Whole(zoom.workLine[1]);
+    const std::size_t count = platen::DstSamples(zoom);
+    if (zoom.vertDouble == 1) {
+        kernels.setF64(static_cast<double*>(zoom.workLine[0]), line, LineWeight(zoom), count);
+    } else {
+        kernels.setU32(Whole(zoom.workLine[0]), line, LineWeight(zoom), count);
+    }
+}
+
 // Adds the newest line to the destination line being built; completes that where it is its last.
 void AccumulateLine(PX_ZoomBilinear& zoom, void* source) {
     const PX_Zoom2_Param& record = *zoom.vertCursor;
@@ -80,9 +91,8 @@ void AccumulateLine(PX_ZoomBilinear& zoom, void* source) {
         HorizontalPass(zoom, zoom.workLine[1], source);
     }
     if (zoom.srcLineIndex == record.start) {
-        std::memset(zoom.workLine[0], 0, static_cast<std::size_t>(platen::WorkBufferBytes(zoom)));
-    }
-    if (zoom.vertDouble == 1) {
+        StartSum(zoom);
+    } else if (zoom.vertDouble == 1) {
         zoom.Add_ReduceVert(static_cast<double*>(zoom.workLine[0]), zoom.workLine[1], LineWeight(zoom));
     } else {
         zoom.Add_ReduceVert(Whole(zoom.workLine[0]), zoom.workLine[1], LineWeight(zoom));
@@ -147,7 +157,7 @@ int PX_ZoomBilinear::Send(void* line) {
     }
     void* const source = pixelFormat == 1 ? bilevelLine : line;
     if (resendLine == 0 && pixelFormat == 1) {
-        platen::reference::UnpackBits(bilevelLine, static_cast<const std::uint8_t*>(line), srcWidth);
+        platen::Kernels().unpackBits(bilevelLine, static_cast<const std::uint8_t*>(line), srcWidth);
     }
     if (Reduces(*this)) {
         AccumulateLine(*this, source);
@@ -171,7 +181,7 @@ int PX_ZoomBilinear::Read(void* line) {
         VerticalPass<std::uint8_t>(*this, pixelFormat == 1 ? bilevelLine : line);
     }
     if (pixelFormat == 1) {
-        platen::reference::PackBits(static_cast<std::uint8_t*>(line), bilevelLine, dstWidth);
+        platen::Kernels().packBits(static_cast<std::uint8_t*>(line), bilevelLine, dstWidth);
     }
     ++vertCursor;
     --linesReady;

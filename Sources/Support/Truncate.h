@@ -3,6 +3,16 @@
 #include <concepts>
 #include <limits>
 
+// The results are those of plain IEEE arithmetic: every operation rounded once, to its own type, in the order
+// written.
+#if defined(__FAST_MATH__) || defined(__ASSOCIATIVE_MATH__) || defined(__RECIPROCAL_MATH__) || \
+    (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__ != 0)
+#error "platen: -ffast-math and its parts change results"
+#endif
+#if !defined(__FLT_EVAL_METHOD__) || __FLT_EVAL_METHOD__ != 0
+#error "platen: float and double must be computed in their own precision; on 32-bit x86: -msse2 -mfpmath=sse"
+#endif
+
 namespace platen {
 
 // Truncates toward zero, saturates at the ends of Integer, and gives 0 for a value that is not a number: the

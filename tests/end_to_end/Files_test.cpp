@@ -91,6 +91,53 @@ TEST_F(Files, PagesGoTogetherApartOrInPart) {
     EXPECT_EQ(folder.Listing().find("one.png"), std::string::npos);
 }
 
+TEST_F(Files, ThreadsGiveTheSameFilesAsOneThread) {
+    WriteFile(folder.File("a.ppm"), PnmPage(301, 211, true));
+    Do({"a.ppm", "-o", "a.png"});
+    Do({"a.ppm", "--depth=16", "-o", "a.tif"});
+    Do({"a.ppm", "-o", "a.jpg"});
+    Do({"a.ppm", "--mode=lineart", "-o", "a.pbm"});
+    for (const std::string from : {"a.ppm", "a.png", "a.tif", "a.jpg", "a.pbm"}) {
+        for (const std::string to : {"png", "tif", "jpg", "pnm"}) {
+            for (const std::string scale : {"--scale=50%", "--scale=2.5"}) {
+                if (from == "a.pbm" && to == "jpg") {
+                    continue;  // JPEG has no bilevel pages
+                }
+                const bool wide = from == "a.tif" && to == "jpg";  // nor 16-bit ones
+                const std::string depth = wide ? "--depth=8" : "--strip";
+                Do({from, scale, depth, "--threads=1", "-f", "-o", "one." + to});
+                Do({from, scale, depth, "--threads=3", "-f", "-o", "three." + to});
+                EXPECT_TRUE(ReadFile(folder.File("one." + to)) == ReadFile(folder.File("three." + to)))
+                    << from << to << scale;
+            }
+        }
+    }
+}
+
+TEST_F(Files, ThreadsChangeNoErrorOfADamagedFile) {
+    WriteFile(folder.File("a.ppm"), PnmPage(301, 211, true));
+    for (const std::string kind : {"png", "tif", "jpg", "ppm"}) {
+        Do({"a.ppm", "-f", "-o", "whole." + kind});
+        const std::string bytes = ReadFile(folder.File("whole." + kind));
+        for (const std::size_t tenths : {3, 6, 9}) {
+            // A TIFF's directory is at its end, so there the samples are damaged instead.
+            const std::size_t at = bytes.size() * tenths / 10;
+            const std::string end = kind == "tif" ? std::string(500, '\xFF') + bytes.substr(at + 500) : "";
+            WriteFile(folder.File("cut." + kind), bytes.substr(0, at) + end);
+            const Outcome one = Run({"cut." + kind, "--scale=50%", "--threads=1", "-o", "out.png"});
+            const Outcome three = Run({"cut." + kind, "--scale=50%", "--threads=3", "-o", "out.png"});
+            EXPECT_EQ(one.code, 1) << kind << tenths;
+            EXPECT_EQ(three.code, 1) << kind << tenths;
+            EXPECT_EQ(one.err, three.err);
+            EXPECT_EQ(folder.Listing().find("out.png"), std::string::npos) << folder.Listing();
+            // What couldn't be written came before what couldn't be read.
+            const Outcome full =
+                Run({"cut." + kind, "--threads=3", "--scale=5", "-o", "/dev/full", "--format=pnm"});
+            EXPECT_NE(full.err.find("No space left on device"), std::string::npos) << kind << full.err;
+        }
+    }
+}
+
 TEST_F(Files, JobsGiveTheSameFilesAsOneProcess) {
     std::vector<std::string> words = {"--gamma=1.5", "--saturation=20", "--sharpness=1", "-o", "one-%s.ppm"};
     for (int i = 0; i < 6; ++i) {

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <thread>
 
 #include "Spawn.h"
@@ -95,6 +96,22 @@ TEST(Pipes, AClosedPipeIsQuiet) {
     EXPECT_EQ(curve.err, "");
 }
 
+// The page is large enough for threads of its own, and comes from a file and from a pipe.
+TEST(Pipes, AClosedPipeIsQuietWithThreads) {
+    Folder folder;
+    const std::string page = PnmPage(1000, 700, true);
+    WriteFile(folder.File("a.ppm"), page);
+    for (const std::string& input : {folder.File("a.ppm"), std::string("-")}) {
+        Streams streams = Input(input == "-" ? page : std::string());
+        streams.closeOutput = true;
+        for (const char* format : {"png", "tiff", "jpeg", "pnm"}) {
+            const Outcome outcome = Spawn({input, "--threads=3", std::string("--format=") + format}, streams);
+            EXPECT_EQ(outcome.code, 141) << format;
+            EXPECT_EQ(outcome.err, "") << format;
+        }
+    }
+}
+
 // Waits until the program has begun its output; false after ten seconds.
 bool WaitForFile(const Folder& folder) {
     for (int i = 0; i < 1000; ++i) {
@@ -109,7 +126,7 @@ bool WaitForFile(const Folder& folder) {
 TEST(Pipes, AnInterruptLeavesNoFile) {
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         Folder folder;
-        RunningProgram program({"-", "-o", folder.File("out.ppm")});
+        RunningProgram program({"-", "--threads=3", "-o", folder.File("out.ppm")});
         program.Write(PnmPage(30, 20, true).substr(0, 1000));  // more lines are to come
         ASSERT_TRUE(WaitForFile(folder));
         program.Signal(number);
@@ -125,7 +142,8 @@ TEST(Pipes, AnInterruptReachesTheWorkers) {
     // The second input is standard input, which never ends.
     RunningProgram program({folder.File("a.ppm"), "-", "-o", out.File("%s.ppm"), "--jobs=2"});
     program.Write(PnmPage(30, 20, true).substr(0, 1000));
-    for (int i = 0; i < 1000 && out.Listing().find("a.ppm") == std::string::npos; ++i) {
+    // Under its own name, not the temporary one: the first input is done.
+    for (int i = 0; i < 1000 && !std::filesystem::exists(out.File("a.ppm")); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     for (int i = 0; i < 1000 && out.Listing() == "a.ppm"; ++i) {

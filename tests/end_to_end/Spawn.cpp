@@ -29,15 +29,15 @@ int ExitCodeOf(int status) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-[[noreturn]] void Execute(const std::vector<std::string>& arguments) {
-    std::vector<std::string> words = {PLATEN_PROGRAM};
+[[noreturn]] void Execute(const std::vector<std::string>& arguments, const std::string& program = {}) {
+    std::vector<std::string> words = {program.empty() ? PLATEN_PROGRAM : program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
-    execv(PLATEN_PROGRAM, pointers.data());
+    execvp(pointers[0], pointers.data());
     _exit(127);
 }
 
@@ -132,7 +132,7 @@ Outcome Spawn(const std::vector<std::string>& arguments, const Streams& streams)
         dup2(input.end[0], 0);
         dup2(outputFile >= 0 ? outputFile : output.end[1], 1);
         dup2(error.end[1], 2);
-        Execute(arguments);
+        Execute(arguments, streams.program);
     }
     close(input.end[0]);
     close(output.end[1]);

@@ -21,6 +21,7 @@ struct Streams {
     std::string outputFile;    // standard output goes there
     bool closeOutput = false;  // nobody reads standard output
     std::string folder;        // working folder
+    std::string program;       // another one than the built program, found in PATH; exit code 127 where it is not
 };
 
 // Runs the built program with the arguments, to its end.
@@ -36,6 +37,9 @@ class RunningProgram {
 
     void Write(const std::string& bytes) const;
     void Signal(int number) const;
+    pid_t Id() const {
+        return process_;
+    }
     int Wait();  // as Outcome::code
 
   private:

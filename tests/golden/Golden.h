@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "support/Checksum.h"
+#include "support/ForcedVariant.h"
 
 namespace platen_test {
 
@@ -69,6 +70,7 @@ inline int RunOneGoldenCase(const char* argument, GoldenCase run) {
 // The body of main().
 inline int GoldenMain(int argc, char** argv, const char* name, std::uint64_t cases, std::uint64_t expected,
                       GoldenCase run) {
+    ForceVariantFromEnvironment();
     const bool list = argc > 1 && std::strcmp(argv[1], "list") == 0;
     if (argc > 1 && !list) {
         return RunOneGoldenCase(argv[1], run);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <set>
 #include <string>
 
@@ -29,6 +30,10 @@ void CountingHsvRow(std::uint8_t*, std::size_t, std::int32_t, std::int32_t, cons
 }
 
 TEST(Dispatch, TheBestAvailableVariantIsInUseFromTheStart) {
+    if (const char* forced = std::getenv("PLATEN_TEST_KERNELS")) {
+        EXPECT_STREQ(forced, platen::Kernels().name);
+        return;
+    }
     EXPECT_EQ(platen::AvailableKernels().back(), &platen::Kernels());
 }
 
@@ -43,6 +48,11 @@ TEST(Dispatch, NamesAreDistinctAndTablesComplete) {
         EXPECT_TRUE(names.insert(variant->name).second) << variant->name;
         EXPECT_NE(nullptr, variant->sharpRow) << variant->name;
         EXPECT_NE(nullptr, variant->hsvRow) << variant->name;
+        EXPECT_NE(nullptr, variant->expandHorzU8) << variant->name;
+        EXPECT_NE(nullptr, variant->expandHorzU16) << variant->name;
+        EXPECT_NE(nullptr, variant->vert) << variant->name;
+        EXPECT_NE(nullptr, variant->unpackBits) << variant->name;
+        EXPECT_NE(nullptr, variant->packBits) << variant->name;
     }
 }
 

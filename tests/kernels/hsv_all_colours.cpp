@@ -119,11 +119,11 @@ std::uint64_t ComparePlane(const Job& job, int red, std::atomic<bool>& printed) 
 
 std::uint64_t CompareAll(const Job& job, int stride, int firstPlane) {
     std::atomic<int> next{firstPlane % stride};
-    std::atomic<std::uint64_t> different{0};
+    std::atomic<std::size_t> different{0};  // of 64 bits, it would need a library on some processors
     std::atomic<bool> printed{false};
     const auto work = [&] {
         for (int red = next.fetch_add(stride); red < 256; red = next.fetch_add(stride)) {
-            different += ComparePlane(job, red, printed);
+            different += static_cast<std::size_t>(ComparePlane(job, red, printed));
         }
     };
     std::vector<std::thread> threads;

@@ -242,6 +242,39 @@ TEST(PX_ZoomBilinearStream, QuotientsAreCut) {
     EXPECT_EQ(254, line[0]);
 }
 
+// The work line's buffer after the first source line of a destination line: its weighted samples, then zeros.
+template <class A>
+void ExpectSumAndZeros(const PX_ZoomBilinear& zoom, const std::array<A, 3>& sums) {
+    std::vector<std::uint8_t> expected(zoom.workLineBytes, 0);
+    std::memcpy(expected.data(), sums.data(), sizeof sums);
+    const auto* bytes = static_cast<const std::uint8_t*>(zoom.workLine[0]);
+    EXPECT_EQ(expected, std::vector<std::uint8_t>(bytes, bytes + zoom.workLineBytes));
+}
+
+TEST(PX_ZoomBilinearStream, AFirstLineLeavesNothingOfTheSumBefore) {
+    for (const int useDouble : {0, 1}) {
+        PX_ZoomBilinear zoom;
+        ASSERT_EQ(0, zoom.Open(3, 2, 3, 5, 8, 2));  // the third line serves both destination lines
+        zoom.vertDouble = useDouble;
+        std::array<std::uint8_t, 3> line = {200, 100, 50};
+        ASSERT_EQ(0, zoom.Send(line.data()));
+        for (int destination = 0; destination < 2; ++destination) {
+            const std::uint32_t weight = destination == 0 ? 2 : 1;
+            if (useDouble == 1) {
+                ExpectSumAndZeros<double>(zoom, {200.0 * weight, 100.0 * weight, 50.0 * weight});
+            } else {
+                ExpectSumAndZeros<std::uint32_t>(zoom, {200 * weight, 100 * weight, 50 * weight});
+            }
+            while (zoom.CheckData() == 0) {
+                ASSERT_EQ(0, zoom.Send(line.data()));
+            }
+            std::array<std::uint8_t, 3> out{};
+            ASSERT_EQ(0, zoom.Read(out.data()));
+            EXPECT_EQ(line, out);
+        }
+    }
+}
+
 TEST(PX_ZoomBilinearStream, ReopeningStartsANewImage) {
     PX_ZoomBilinear zoom;
     std::uint8_t line[4] = {200, 200, 200, 200};

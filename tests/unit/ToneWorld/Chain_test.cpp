@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <iterator>
 #include <memory>
@@ -8,7 +9,11 @@
 
 #include "ToneFixture.h"
 #include "ToneWorld/BrightnessContrast.h"
+#include "ToneWorld/ColorBalance.h"
+#include "ToneWorld/Curves.h"
 #include "ToneWorld/Level.h"
+#include "support/ColorBalanceTranscription.h"
+#include "support/CurvesTranscription.h"
 #include "support/Random.h"
 
 // Worlds of one to six operations with random settings, valid and not, against the plain rules applied one after
@@ -67,13 +72,75 @@ struct LevelLink : Link {
     }
 };
 
+struct ColorBalanceLink : Link {
+    platen_test::ColorBalanceSetting settings;
+
+    explicit ColorBalanceLink(Random& random) {
+        static constexpr const char* kKeys[3][3] = {
+            {"cbsR", "cbsG", "cbsB"}, {"cbmR", "cbmG", "cbmB"}, {"cbhR", "cbhG", "cbhB"}};
+        operation = std::make_unique<Operation>(SetupColorBalanceOperation);
+        for (std::size_t group = 0; group < 3; ++group) {
+            const bool left = random.OneIn(3);
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                const std::int64_t amount =
+                    random.OneIn(60) ? random.Between(-103, 103) : random.Between(-100, 100);
+                settings.amounts[group][channel] = left ? 0 : static_cast<std::int32_t>(amount);
+                operation->Set(kKeys[group][channel], settings.amounts[group][channel]);
+            }
+        }
+    }
+    void ApplyPlain(int depth, plain::Tables& tables) const override {
+        platen_test::TranscribedColorBalance(settings, depth, tables.t[0], tables.t[1], tables.t[2]);
+    }
+    void Describe(std::ostream& stream) const override {
+        stream << "CoBa";
+        for (const auto& group : settings.amounts) {
+            stream << ' ' << group[0] << ',' << group[1] << ',' << group[2];
+        }
+        stream << '\n';
+    }
+};
+
+struct CurvesLink : Link {
+    platen_test::CurvesSetting settings;
+
+    explicit CurvesLink(Random& random) {
+        static constexpr const char* kKeys[5] = {"cuP1", "cuP2", "cuP3", "cuP4", "cuP5"};
+        settings.kind = static_cast<std::int32_t>(random.OneIn(20) ? 4 : random.Between(0, 3));
+        settings.strength = static_cast<std::int32_t>(random.Between(-100, 100));
+        for (std::size_t k = 0; k < 5; ++k) {
+            const auto low = static_cast<std::int64_t>(4 * k);
+            settings.points[k] = {static_cast<float>(random.Between(low, low + 239)),
+                                  static_cast<float>(random.Between(0, 255))};
+        }
+        std::sort(settings.points.begin(), settings.points.end());
+        operation = std::make_unique<Operation>(SetupCurvesOperation);
+        operation->Set("curV", settings.strength);
+        operation->Set("curS", settings.kind);
+        for (std::size_t k = 0; k < 5; ++k) {
+            operation->Set(kKeys[k], settings.points[k]);
+        }
+    }
+    void ApplyPlain(int depth, plain::Tables& tables) const override {
+        platen_test::TranscribedCurves(settings, depth, tables.t[0], tables.t[1], tables.t[2]);
+    }
+    void Describe(std::ostream& stream) const override {
+        stream << "CuRv " << settings.kind << ' ' << settings.strength;
+        for (const auto& point : settings.points) {
+            stream << ' ' << point[0] << ',' << point[1];
+        }
+        stream << '\n';
+    }
+};
+
 using MakeLink = std::unique_ptr<Link> (*)(Random&);
 template <class T>
 std::unique_ptr<Link> Make(Random& random) {
     return std::make_unique<T>(random);
 }
 // Every operation that chains are made of.
-constexpr MakeLink kMakers[] = {Make<BrightnessContrastLink>, Make<LevelLink>};
+constexpr MakeLink kMakers[] = {Make<BrightnessContrastLink>, Make<LevelLink>, Make<ColorBalanceLink>,
+                                Make<CurvesLink>};
 
 TEST(Chain, RandomChainsEqualThePlainRules) {
     Random random(6);

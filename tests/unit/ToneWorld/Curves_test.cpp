@@ -300,7 +300,9 @@ CurvesSetting RandomSetting(platen_test::Random& random) {
         std::sort(setting.points.begin(), setting.points.end());  // the ranges overlap, so most stay valid
     }
     if (random.OneIn(20)) {
-        float& coordinate = setting.points[random.Next() % 5][random.Next() % 2];
+        float& coordinate =
+            setting
+                .points[static_cast<std::size_t>(random.Next() % 5u)][static_cast<std::size_t>(random.Next() % 2u)];
         coordinate = random.OneIn(2) ? kNotANumber : coordinate + (random.OneIn(2) ? 256.0f : -256.0f);
     }
     return setting;

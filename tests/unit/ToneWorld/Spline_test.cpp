@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -262,6 +263,57 @@ TEST(Spline, BothEvaluatorsEqualTheTranscriptionWithAnyCoefficients) {
         const std::int64_t value = expected.At(t);
         ASSERT_EQ(GetSpline(knots, t, given.x.data(), given.y.data(), given.z.data()), value) << round;
         ASSERT_EQ(GetSplineCurves(knots, t, given.x.data(), given.y.data(), given.z.data()), value) << round;
+    }
+}
+
+// A knot of any kind: in its place, a copy of the one before, out of order, beyond the table, no number.
+double AnyKnot(platen_test::Random& random, double before) {
+    switch (random.Between(0, 9)) {
+        case 0:
+            return before;
+        case 1:
+            return random.Fraction() * 700 - 200;
+        case 2:
+            return std::floor(before);
+        case 3:
+            return random.OneIn(20) ? kNotANumber : before + 1e-300;
+        case 4:
+            return random.OneIn(20) ? kInfinity : before + 255;
+        case 5:
+            return std::floor(before) + 1;
+        default:
+            return before + random.Fraction() * 60;
+    }
+}
+
+TEST(Spline, TableIsTheEvaluationsOneByOne) {
+    platen_test::Random random(2);
+    int rising = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::vector<double> x(static_cast<std::size_t>(random.Between(3, 8)));
+        std::vector<double> y(x.size());
+        const bool rises = random.OneIn(2);
+        double knot = random.OneIn(2) ? 0.0 : random.Fraction() * 300 - 100;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            x[i] = knot;
+            y[i] = random.OneIn(3) ? x[i] : random.Fraction() * 400 - 70;
+            knot = rises ? knot + 0.25 + random.Fraction() * 90 : AnyKnot(random, knot);
+        }
+        Spline spline(x, y);
+        for (std::size_t t = 0; t < 256; ++t) {
+            const long value = spline.At(static_cast<double>(t));
+            ASSERT_EQ(static_cast<unsigned long>(std::min(value, 255L)), spline.table[t]) << round << " at " << t;
+        }
+        rising += rises ? 1 : 0;
+    }
+    EXPECT_GT(rising, 5000);
+}
+
+// What color balance leaves out for a channel of amount 0.
+TEST(Spline, KnotsOnTheDiagonalGiveTheIdentity) {
+    const Spline spline({0, 127, 255}, {0, 127, 255});
+    for (std::size_t t = 0; t < 256; ++t) {
+        EXPECT_EQ(t, spline.table[t]);
     }
 }
 

@@ -33,6 +33,7 @@ TEST(Settings, EveryValueArrives) {
                                  "--quality=50",
                                  "--page=2-5",
                                  "--jobs=3",
+                                 "--threads=1",
                                  "-k",
                                  "-f",
                                  "--strip",
@@ -59,6 +60,7 @@ TEST(Settings, EveryValueArrives) {
     EXPECT_EQ(s.pages->first, 2u);
     EXPECT_EQ(s.pages->last, 5u);
     EXPECT_EQ(s.jobs, 3);
+    EXPECT_EQ(s.threads, 1);
     EXPECT_TRUE(s.keepGoing && s.force && s.strip && s.read.strictStream && s.dryRun && s.stats && s.verbose);
     EXPECT_EQ(s.read.limits.maxSide, 9u);
     EXPECT_EQ(s.read.limits.maxPixels, 99u);
@@ -102,6 +104,7 @@ TEST(Settings, WrongValuesAreNamed) {
     EXPECT_EQ(Refusal({"--threshold=101"}), "--threshold: '101' is out of range; allowed are 0 to 100");
     EXPECT_EQ(Refusal({"--quality=0"}), "--quality: '0' is out of range; allowed are 1 to 100");
     EXPECT_EQ(Refusal({"--jobs=0"}), "--jobs: '0' is out of range; allowed are 1 to 256");
+    EXPECT_EQ(Refusal({"--threads=2"}), "--threads: '2' is none of 1, 3");
 }
 
 TEST(Settings, OrderNamesTheStagesInUse) {

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Bilevel lines, packed eight pixels a byte with the first one in the top bit, and as one byte a pixel. Not
+// installed. Addresses are of any kind, buffers don't overlap, and exactly ceil(width / 8) bytes of `bits` and
+// `width` of `bytes` are touched; none where `width` is 0 or less.
+
+namespace platen {
+
+// A set bit becomes 255, a clear one 0.
+using UnpackBitsFn = void (*)(std::uint8_t* bytes, const std::uint8_t* bits, std::int32_t width);
+
+// A byte of 128 or more becomes a set bit; the last byte's unused bits are 0.
+using PackBitsFn = void (*)(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
+
+void UnpackBits_baseline(std::uint8_t* bytes, const std::uint8_t* bits, std::int32_t width);
+void UnpackBits_avx2(std::uint8_t* bytes, const std::uint8_t* bits, std::int32_t width);
+void UnpackBits_avx512(std::uint8_t* bytes, const std::uint8_t* bits, std::int32_t width);
+
+void PackBits_baseline(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
+void PackBits_avx2(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
+void PackBits_avx512(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
+
+}  // namespace platen

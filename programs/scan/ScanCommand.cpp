@@ -1,0 +1,160 @@
+#include "programs/ScanCommand.h"
+
+#include <sys/stat.h>
+
+#include "programs/Adjust.h"
+#include "programs/AdjustInput.h"
+#include "programs/CurvePlot.h"
+#include "programs/LineWriter.h"
+#include "programs/OutputName.h"
+#include "programs/PagePlan.h"
+#include "programs/Report.h"
+#include "programs/scan/ScanDevice.h"
+#include "programs/scan/ScanFrame.h"
+#include "programs/scan/ScanInterrupt.h"
+#include "programs/scan/ScanReader.h"
+
+namespace platen_tool {
+
+namespace {
+
+// Tones are worked on at 8 bits and a threshold of one's own wants greys: then the device isn't asked for lines
+// in black and white, the program makes them.
+bool DeviceMayThreshold(const ScanSettings& settings) {
+    return !settings.page.NeedsEightBits() && !settings.thresholdGiven;
+}
+
+void SetMode(const ScanSettings& settings, ScanDevice& device, PixelMode mode) {
+    if (mode == PixelMode::kLineart && !DeviceMayThreshold(settings)) {
+        mode = PixelMode::kGray;
+    }
+    device.SetMode(mode);
+}
+
+void SetDepth(const ScanSettings& settings, ScanDevice& device, const std::string& value) {
+    if (value == "1") {
+        SetMode(settings, device, PixelMode::kLineart);
+    } else {
+        device.SetDepth(std::stoi(value));
+    }
+}
+
+void Configure(const ScanSettings& settings, ScanDevice& device) {
+    for (const DeviceRequest& request : settings.requests) {
+        switch (request.kind) {
+            case DeviceRequest::kSet:
+                device.Set("--set " + request.name, request.name, request.value);
+                break;
+            case DeviceRequest::kMode:
+                SetMode(settings, device, *settings.page.pixels.mode);
+                break;
+            case DeviceRequest::kDepth:
+                SetDepth(settings, device, request.value);
+                break;
+            case DeviceRequest::kResolution:
+                device.SetResolution(request.value);
+                break;
+        }
+    }
+}
+
+// Nothing would ever end such a scan.
+void RefuseEndless(const ScanSettings& settings, const ScanDevice& device) {
+    const std::string source = device.CurrentText("source").value_or("");
+    if (!settings.pages && source.starts_with("Flatbed")) {
+        throw Error(ExitCode::kUsage, "--pages=all: the source is '" + source +
+                                          "', which is never empty; --set source=NAME chooses the feeder");
+    }
+}
+
+ImageInfo ExpectedPage(const ScanDevice& device) {
+    ImageInfo info = PageInfo(device.Parameters());
+    info.resolution = device.CurrentResolution();
+    return info;
+}
+
+// What would fail after the scan had better fail before it.
+void CheckBefore(const ScanSettings& settings, const ScanDevice& device, const OutputName& name) {
+    const Settings& page = settings.page;
+    const ImageInfo expected = ExpectedPage(device);
+    if (expected.height != 0 || !page.NeedsHeight()) {
+        PlanPage(page, expected);
+    }
+    const std::string path = name.Make("", 1);
+    struct stat status {};
+    if (path != "-" && !page.force && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+        throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
+    }
+    if (path != "-" && !page.format && !ContainerFromPath(path)) {
+        throw Error(ExitCode::kUsage, "-o: '" + path +
+                                          "' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm "
+                                          "and .pam do, or --format");
+    }
+}
+
+void Describe(const ScanSettings& settings, const ScanDevice& device, const OutputName& name) {
+    const std::string path = name.Make("", 1);
+    const std::string head = settings.device + ", page 1" + (path.empty() ? "" : ", to " + path) + "\n";
+    PrintOutput(head + DescribePage(settings.page, ExpectedPage(device)));
+}
+
+void Scan(const ScanSettings& settings, ScanDevice& device) {
+    const OutputName name(settings.page.output);
+    Configure(settings, device);
+    RefuseEndless(settings, device);
+    if (settings.page.dryRun) {
+        Describe(settings, device, name);
+        return;
+    }
+    CheckBefore(settings, device, name);
+    if (settings.page.plot) {
+        WriteCurvePlot(*settings.page.plot, settings.page.tone, settings.page.force);
+    }
+    unsigned long nextPage = 1;
+    AdjustPages(settings.page, name, settings.device, MakeScanReader(device, settings.pages, settings.page.read),
+                nextPage);
+    if (settings.pages && nextPage <= *settings.pages) {
+        PrintMessage(settings.device + ": the feeder was empty after " + std::to_string(nextPage - 1) + " of " +
+                     std::to_string(*settings.pages) + " pages");
+    }
+}
+
+// Wrong options are about the command line, everything else about the device.
+ExitCode Report(const ScanSettings& settings) {
+    try {
+        throw;
+    } catch (const Error& error) {
+        return ReportFailure(error.Code() == ExitCode::kUsage ? "" : settings.device);
+    } catch (...) {
+        return ReportFailure(settings.device);
+    }
+}
+
+ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device) {
+    try {
+        Scan(settings, device);
+        return ExitCode::kDone;
+    } catch (...) {
+        return Report(settings);
+    }
+}
+
+}  // namespace
+
+ExitCode RunScan(const ScanSettings& settings) {
+    if (settings.listDevices) {
+        PrintOutput(SaneSession().ListDevices());
+        return ExitCode::kDone;
+    }
+    try {
+        const SaneSession session;
+        ScanDevice device(settings.device);
+        const ExitCode code = ScanAndReport(settings, device);
+        LimitLeaving(code);
+        return code;
+    } catch (...) {
+        return Report(settings);
+    }
+}
+
+}  // namespace platen_tool

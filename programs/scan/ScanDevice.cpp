@@ -1,0 +1,292 @@
+#include "programs/scan/ScanDevice.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "programs/Error.h"
+#include "programs/Geometry.h"
+#include "programs/Numbers.h"
+#include "programs/Report.h"
+#include "programs/scan/OptionValue.h"
+#include "programs/scan/SaneLibrary.h"
+#include "programs/scan/ScanInterrupt.h"
+
+namespace platen_tool {
+
+namespace {
+
+std::string Lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return text;
+}
+
+// How backends call the three modes. The earlier word counts more; a name that begins with it more than one that
+// only has it inside.
+const std::vector<const char*>& ModeWords(PixelMode mode) {
+    static const std::vector<const char*> kLineart = {"lineart",       "line art", "binary",
+                                                      "black & white", "bitmap",   "monochrome"};
+    static const std::vector<const char*> kGray = {"gray", "grey"};
+    static const std::vector<const char*> kColor = {"color", "colour", "rgb"};
+    return mode == PixelMode::kLineart ? kLineart : mode == PixelMode::kGray ? kGray : kColor;
+}
+
+std::optional<std::string> MatchMode(const SANE_Option_Descriptor& option, PixelMode mode) {
+    if (option.type != SANE_TYPE_STRING || option.constraint_type != SANE_CONSTRAINT_STRING_LIST) {
+        return std::nullopt;
+    }
+    for (const bool inside : {false, true}) {
+        for (const std::string word : ModeWords(mode)) {
+            for (const SANE_String_Const* entry = option.constraint.string_list; *entry != nullptr; ++entry) {
+                const std::size_t at = Lower(*entry).find(word);
+                if (at == 0 || (inside && at != std::string::npos)) {
+                    return *entry;
+                }
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+Ratio DpiRatio(double dpi) {
+    // Fixed-point values of 1/65536 that stand for a decimal number with few digits become that.
+    const double thousandths = std::round(dpi * 1000.0);
+    return ScaleRatio({static_cast<std::uint64_t>(std::max(thousandths, 1.0)), 1000}, 1, 1);
+}
+
+}  // namespace
+
+void FailDevice(const std::string& what, SANE_Status status) {
+    CheckInterrupt();
+    throw Error(ExitCode::kDevice, what + ": " + Sane().statusText(status));
+}
+
+SaneSession::SaneSession() {
+    SANE_Int version = 0;
+    const SANE_Status status = Sane().init(&version, nullptr);
+    if (status != SANE_STATUS_GOOD) {
+        FailDevice("SANE can't be started", status);
+    }
+}
+
+SaneSession::~SaneSession() {
+    Sane().exit();
+}
+
+std::string SaneSession::ListDevices() const {
+    const SANE_Device** devices = nullptr;
+    const SANE_Status status = Sane().getDevices(&devices, SANE_FALSE);
+    if (status != SANE_STATUS_GOOD) {
+        FailDevice("the devices can't be listed", status);
+    }
+    std::string text;
+    for (; devices != nullptr && *devices != nullptr; ++devices) {
+        const SANE_Device& device = **devices;
+        text += std::string(device.name) + "  " + device.vendor + " " + device.model + " (" + device.type + ")\n";
+    }
+    return text;
+}
+
+ScanDevice::ScanDevice(const std::string& name) {
+    const SANE_Status status = Sane().open(name.c_str(), &handle_);
+    if (status != SANE_STATUS_GOOD) {
+        FailDevice("can't be opened", status);
+    }
+    WatchInterrupts(handle_);
+}
+
+ScanDevice::~ScanDevice() {
+    Sane().cancel(handle_);
+    WatchInterrupts(nullptr);
+    Sane().close(handle_);
+}
+
+ScanDevice::Found ScanDevice::Find(const std::string& name) const {
+    SANE_Int count = 0;
+    if (Sane().controlOption(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr) != SANE_STATUS_GOOD) {
+        return {};
+    }
+    for (SANE_Int i = 1; i < count; ++i) {
+        const SANE_Option_Descriptor* option = Sane().getOptionDescriptor(handle_, i);
+        if (option != nullptr && option->name != nullptr && option->type != SANE_TYPE_GROUP &&
+            option->name == name) {
+            return {i, option};
+        }
+    }
+    return {};
+}
+
+ScanDevice::Found ScanDevice::FindUsable(const std::string& name) const {
+    const Found found = Find(name);
+    const bool usable = found.option != nullptr && SANE_OPTION_IS_ACTIVE(found.option->cap) &&
+                        SANE_OPTION_IS_SETTABLE(found.option->cap);
+    return usable ? found : Found{};
+}
+
+std::string ScanDevice::OptionNames() const {
+    std::string text;
+    SANE_Int count = 0;
+    Sane().controlOption(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr);
+    for (SANE_Int i = 1; i < count; ++i) {
+        const SANE_Option_Descriptor* option = Sane().getOptionDescriptor(handle_, i);
+        if (option != nullptr && option->name != nullptr && option->name[0] != '\0' &&
+            option->type != SANE_TYPE_GROUP && SANE_OPTION_IS_ACTIVE(option->cap)) {
+            text += (text.empty() ? "" : ", ") + std::string(option->name);
+        }
+    }
+    return text;
+}
+
+void ScanDevice::Set(const std::string& label, const std::string& name, const std::string& value) {
+    const Found found = Find(name);
+    if (found.option == nullptr) {
+        throw Error(ExitCode::kUsage, label + ": the device has no such option; it has " + OptionNames());
+    }
+    if (!SANE_OPTION_IS_ACTIVE(found.option->cap)) {
+        throw Error(ExitCode::kUsage,
+                    label + ": is inactive as the device is set now; another option has to switch it on before");
+    }
+    if (!SANE_OPTION_IS_SETTABLE(found.option->cap)) {
+        throw Error(ExitCode::kUsage, label + ": can be read only");
+    }
+    OptionValue parsed = ParseOptionValue(label, *found.option, value);
+    const bool single = parsed.action == SANE_ACTION_SET_VALUE && parsed.words.size() == 1;
+    SANE_Int info = 0;
+    const SANE_Status status =
+        Sane().controlOption(handle_, found.index, parsed.action,
+                             parsed.action == SANE_ACTION_SET_AUTO ? nullptr : parsed.Data(), &info);
+    if (status != SANE_STATUS_GOOD) {
+        FailDevice(label + ": the device refused '" + value + "'", status);
+    }
+    if ((info & SANE_INFO_INEXACT) != 0 && single) {
+        TellInexact(label, name, value);
+    }
+}
+
+void ScanDevice::TellInexact(const std::string& label, const std::string& name, const std::string& value) const {
+    const auto now = CurrentNumber(name);
+    if (now) {
+        PrintMessage(label + ": the device made " + NumberText(std::round(*now * 1000.0) / 1000.0) + " of " +
+                     value);
+    }
+}
+
+bool ScanDevice::SetMode(PixelMode mode) {
+    const Found found = FindUsable("mode");
+    const auto name = found.option != nullptr ? MatchMode(*found.option, mode) : std::nullopt;
+    if (name) {
+        Set("--mode", "mode", *name);
+        return true;
+    }
+    // No mode of that name; a grey one with 1 bit is the same.
+    return mode == PixelMode::kLineart && SetMode(PixelMode::kGray) && SetDepth(1);
+}
+
+bool ScanDevice::SetDepth(int depth) {
+    const Found found = FindUsable("depth");
+    if (found.option == nullptr || found.option->type != SANE_TYPE_INT) {
+        return false;
+    }
+    try {
+        Set("--depth", "depth", std::to_string(depth));
+    } catch (const Error& error) {
+        if (error.Code() != ExitCode::kUsage) {
+            throw;
+        }
+        return false;  // a depth that it lacks
+    }
+    return true;
+}
+
+void ScanDevice::SetResolution(const std::string& value) {
+    const auto parts = SplitText(value, 'x');
+    const std::string x(parts.front());
+    const std::string y(parts.back());
+    if (FindUsable("resolution").option != nullptr && x == y) {
+        Set("--resolution", "resolution", x);
+        // Where the axes have options of their own, these may have stayed as they were.
+        if (FindUsable("y-resolution").option != nullptr && FindUsable("x-resolution").option == nullptr) {
+            Set("--resolution", "y-resolution", y);
+        }
+        return;
+    }
+    const char* first = FindUsable("x-resolution").option != nullptr ? "x-resolution" : "resolution";
+    if (FindUsable(first).option == nullptr) {
+        throw Error(ExitCode::kUsage,
+                    "--resolution: the device has no such option; --scale changes the size afterwards, and "
+                    "--input-resolution says what the pages have");
+    }
+    if (FindUsable("y-resolution").option == nullptr) {
+        throw Error(ExitCode::kUsage, "--resolution: '" + value + "': the device has one resolution for both axes");
+    }
+    Set("--resolution", first, x);
+    Set("--resolution", "y-resolution", y);
+}
+
+std::optional<double> ScanDevice::CurrentNumber(const std::string& name) const {
+    const Found found = Find(name);
+    if (found.option == nullptr || !SANE_OPTION_IS_ACTIVE(found.option->cap) ||
+        (found.option->cap & SANE_CAP_SOFT_DETECT) == 0 || WordCount(*found.option) != 1) {
+        return std::nullopt;
+    }
+    SANE_Word word = 0;
+    if (Sane().controlOption(handle_, found.index, SANE_ACTION_GET_VALUE, &word, nullptr) != SANE_STATUS_GOOD) {
+        return std::nullopt;
+    }
+    return WordNumber(*found.option, word);
+}
+
+std::optional<std::string> ScanDevice::CurrentText(const std::string& name) const {
+    const Found found = Find(name);
+    if (found.option == nullptr || found.option->type != SANE_TYPE_STRING || found.option->size <= 0 ||
+        !SANE_OPTION_IS_ACTIVE(found.option->cap)) {
+        return std::nullopt;
+    }
+    std::vector<char> text(static_cast<std::size_t>(found.option->size) + 1);
+    if (Sane().controlOption(handle_, found.index, SANE_ACTION_GET_VALUE, text.data(), nullptr) !=
+        SANE_STATUS_GOOD) {
+        return std::nullopt;
+    }
+    return std::string(text.data());
+}
+
+std::optional<Resolution> ScanDevice::CurrentResolution() const {
+    const auto both = CurrentNumber("resolution");
+    const auto x = CurrentNumber("x-resolution");
+    const auto y = CurrentNumber("y-resolution");
+    const auto first = x ? x : both;
+    const auto second = y ? y : both ? both : x;
+    if (!first || !second || *first <= 0.0 || *second <= 0.0) {
+        return std::nullopt;
+    }
+    return Resolution{DpiRatio(*first), DpiRatio(*second)};
+}
+
+SANE_Status ScanDevice::Start() {
+    const DeviceCall call;
+    return Sane().start(handle_);
+}
+
+SANE_Parameters ScanDevice::Parameters() const {
+    SANE_Parameters parameters{};
+    const SANE_Status status = Sane().getParameters(handle_, &parameters);
+    if (status != SANE_STATUS_GOOD) {
+        FailDevice("the page's size can't be had", status);
+    }
+    return parameters;
+}
+
+SANE_Status ScanDevice::Read(SANE_Byte* bytes, std::size_t room, std::size_t& count) {
+    SANE_Int length = 0;
+    SANE_Status status = SANE_STATUS_GOOD;
+    {
+        const DeviceCall call;
+        status = Sane().read(handle_, bytes, static_cast<SANE_Int>(room), &length);
+    }
+    CheckInterrupt();
+    count = status == SANE_STATUS_GOOD && length > 0 ? std::min(static_cast<std::size_t>(length), room) : 0;
+    return status;
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,108 @@
+#include "programs/scan/ScanFrame.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "programs/Error.h"
+#include "programs/scan/SaneLibrary.h"
+
+namespace platen_tool {
+
+namespace {
+
+constexpr std::size_t kBufferBytes = 65536;
+
+std::size_t NeededBytes(const SANE_Parameters& p) {
+    const std::size_t samples = p.format == SANE_FRAME_RGB ? 3 : 1;
+    const auto width = static_cast<std::size_t>(p.pixels_per_line);
+    return p.depth == 1 ? (width + 7) / 8 * samples : width * samples * static_cast<std::size_t>(p.depth) / 8;
+}
+
+}  // namespace
+
+ImageInfo PageInfo(const SANE_Parameters& p) {
+    const bool known = p.format == SANE_FRAME_GRAY || p.format == SANE_FRAME_RGB || p.format == SANE_FRAME_RED ||
+                       p.format == SANE_FRAME_GREEN || p.format == SANE_FRAME_BLUE;
+    if (!known) {
+        throw Error(ExitCode::kUnsupported,
+                    "the device sends frames that are neither grey nor red, green and blue");
+    }
+    if (p.depth != 1 && p.depth != 8 && p.depth != 16) {
+        throw Error(ExitCode::kUnsupported,
+                    "the device sends " + std::to_string(p.depth) + " bits a sample; 1, 8 and 16 can be worked on");
+    }
+    if (p.pixels_per_line <= 0 || p.bytes_per_line <= 0 ||
+        static_cast<std::size_t>(p.bytes_per_line) < NeededBytes(p)) {
+        throw Error(ExitCode::kDevice, "the device announces lines of " + std::to_string(p.pixels_per_line) +
+                                           " pixels in " + std::to_string(p.bytes_per_line) + " bytes");
+    }
+    const bool colour = p.format != SANE_FRAME_GRAY;
+    ImageInfo info;
+    info.width = static_cast<std::uint32_t>(p.pixels_per_line);
+    info.height = p.lines > 0 ? static_cast<std::uint32_t>(p.lines) : 0;
+    info.samplesPerPixel = colour ? 3 : 1;
+    info.bitsPerSample = colour && p.depth == 1 ? 8 : p.depth;
+    return info;
+}
+
+ScanFrame::ScanFrame(ScanDevice& device) : device_(device), parameters_(device.Parameters()) {
+    PageInfo(parameters_);
+    buffer_.resize(kBufferBytes);
+    line_.resize(static_cast<std::size_t>(parameters_.bytes_per_line));
+}
+
+// False at the frame's end.
+bool ScanFrame::Fill() {
+    constexpr useconds_t kPause = 1000;
+    begin_ = 0;
+    end_ = 0;
+    while (!ended_ && end_ == 0) {
+        const SANE_Status status = device_.Read(buffer_.data(), buffer_.size(), end_);
+        if (status == SANE_STATUS_EOF) {
+            ended_ = true;
+        } else if (status == SANE_STATUS_NO_DOCS && !any_) {
+            throw Error(ExitCode::kNoDocuments, Sane().statusText(status));
+        } else if (status != SANE_STATUS_GOOD) {
+            FailDevice("the scan failed", status);
+        } else if (end_ == 0) {
+            usleep(kPause);  // the device had nothing yet
+        }
+    }
+    any_ = any_ || end_ > 0;
+    return end_ > 0;
+}
+
+const std::uint8_t* ScanFrame::ReadLine() {
+    if (Height() != 0 && lines_ == Height()) {
+        return nullptr;
+    }
+    std::size_t have = 0;
+    while (have < line_.size()) {
+        if (begin_ == end_ && !Fill()) {
+            break;
+        }
+        const std::size_t part = std::min(line_.size() - have, end_ - begin_);
+        std::memcpy(&line_[have], &buffer_[begin_], part);
+        begin_ += part;
+        have += part;
+    }
+    if (have == line_.size()) {
+        ++lines_;
+        return line_.data();
+    }
+    if (have > 0 || Height() != 0) {
+        throw Error(ExitCode::kDevice, "the device ended the page within line " + std::to_string(lines_ + 1) +
+                                           (Height() != 0 ? " of " + std::to_string(Height()) : std::string()));
+    }
+    return nullptr;
+}
+
+void ScanFrame::Drain() {
+    while (!ended_) {
+        Fill();
+    }
+}
+
+}  // namespace platen_tool

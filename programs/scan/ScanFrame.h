@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "programs/scan/ScanDevice.h"
+
+namespace platen_tool {
+
+// One frame of a device's page, as whole lines of the device's own form: the bytes come in pieces of any size.
+class ScanFrame {
+  public:
+    // The frame that the device has just started; a form that the program doesn't know is an Error (kUnsupported).
+    explicit ScanFrame(ScanDevice& device);
+
+    SANE_Frame Format() const {
+        return parameters_.format;
+    }
+    std::uint32_t Width() const {
+        return static_cast<std::uint32_t>(parameters_.pixels_per_line);
+    }
+    std::uint32_t Height() const {  // 0: not known
+        return parameters_.lines > 0 ? static_cast<std::uint32_t>(parameters_.lines) : 0;
+    }
+    int Depth() const {
+        return parameters_.depth;
+    }
+    std::size_t LineBytes() const {
+        return line_.size();
+    }
+    bool AnyByte() const {
+        return any_;
+    }
+
+    // The next line, null after the last one. Where the device stops within a line, or short of the height that it
+    // announced, that is an Error (kDevice).
+    const std::uint8_t* ReadLine();
+
+    // Reads what is left, which SANE wants done before the next frame.
+    void Drain();
+
+  private:
+    bool Fill();
+
+    ScanDevice& device_;
+    SANE_Parameters parameters_;
+    std::vector<std::uint8_t> buffer_;
+    std::size_t begin_ = 0;
+    std::size_t end_ = 0;
+    std::vector<std::uint8_t> line_;
+    std::uint32_t lines_ = 0;
+    bool any_ = false;
+    bool ended_ = false;
+};
+
+// What a page of these parameters looks like to the program. Heights that aren't known are 0.
+ImageInfo PageInfo(const SANE_Parameters& parameters);
+
+}  // namespace platen_tool

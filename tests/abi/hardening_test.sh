@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# hardening_test.sh FILE COMMANDS PROCESSOR: the built library or program has what the hardening flags promise, and
+# every compile command of COMMANDS (compile_commands.json) carries them.
+set -euo pipefail
+file=$1 commands=$2 processor=$3
+status=0
+fail() {
+    echo "$file: $1"
+    status=1
+}
+
+segments=$(readelf -lW "$file")
+grep -q ' GNU_RELRO ' <<<"$segments" || fail "no segment becomes read-only after relocation"
+grep -Eq ' GNU_STACK .* RW +' <<<"$segments" || fail "the stack is executable"
+if grep -Eq ' LOAD .* RWE ' <<<"$segments"; then
+    fail "a segment is writable and executable"
+fi
+dynamic=$(readelf -dW "$file")
+grep -Eq 'BIND_NOW|FLAGS.* NOW' <<<"$dynamic" || fail "symbols are bound late"
+header=$(readelf -hW "$file")
+grep -Eq 'Type: +DYN' <<<"$header" || fail "not position-independent"
+if [[ $processor =~ ^(x86_64|AMD64)$ ]]; then
+    notes=$(readelf -nW "$file")
+    grep -Eq 'IBT.*SHSTK' <<<"$notes" || fail "not marked for control-flow enforcement"
+fi
+symbols=$(readelf --dyn-syms -W "$file")
+grep -q '__stack_chk_fail' <<<"$symbols" || fail "no function guards its stack"
+
+# _FORTIFY_SOURCE leaves a trace only where the compiler can't prove a size, so the flag itself is asked for.
+total=$(grep -c '"command":' "$commands")
+for flag in -D_FORTIFY_SOURCE=2 -fstack-protector-strong; do
+    with=$(grep '"command":' "$commands" | grep -c -e " $flag ")
+    [[ $with -eq $total ]] || fail "$with of $total compile commands have $flag"
+done
+[[ $total -ge 10 ]] || fail "only $total compile commands"
+exit "$status"

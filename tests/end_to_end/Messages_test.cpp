@@ -1,0 +1,205 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <tuple>
+
+#include "Spawn.h"
+
+// What is said about files that can't be read or written, and the exit code that goes with it.
+
+namespace platen_test {
+namespace {
+
+struct Case {
+    std::string input;
+    int code;
+    std::string message;
+};
+
+class Messages : public testing::Test {
+  protected:
+    Outcome Feed(const std::string& input, const std::vector<std::string>& options = {}) const {
+        std::vector<std::string> words = {"-", "-o", "never.png"};
+        words.insert(words.end(), options.begin(), options.end());
+        Streams streams;
+        streams.input = input;
+        streams.folder = folder.Path();
+        return Spawn(words, streams);
+    }
+
+    void ExpectAll(const std::vector<Case>& cases) const {
+        for (const Case& c : cases) {
+            const Outcome outcome = Feed(c.input);
+            EXPECT_EQ(outcome.code, c.code) << c.message;
+            EXPECT_EQ(outcome.err, "platen: -: " + c.message + "\n");
+            EXPECT_EQ(folder.Listing(), "");
+        }
+    }
+
+    std::string Made(const std::string& format) const {
+        Streams streams;
+        streams.input = PnmPage(40, 30, true);
+        return Spawn({"--format=" + format}, streams).out;
+    }
+
+    Folder folder;
+};
+
+std::string Big(std::uint32_t value, int bytes) {
+    std::string text;
+    for (int i = bytes - 1; i >= 0; --i) {
+        text += static_cast<char>(value >> 8 * i & 255);
+    }
+    return text;
+}
+
+// A TIFF of one uncompressed strip whose directory has these tags in front of, or instead of, the usual ones.
+std::string Tiff(const std::vector<std::pair<int, std::uint32_t>>& changes, const std::string& pixels = "pixels") {
+    std::vector<std::pair<int, std::uint32_t>> tags = {{256, 3}, {257, 2}, {258, 8}, {259, 1}, {262, 1},
+                                                       {273, 8}, {277, 1}, {278, 2}, {279, 6}};
+    for (const auto& [tag, value] : changes) {
+        bool there = false;
+        for (auto& [oldTag, oldValue] : tags) {
+            if (oldTag == tag) {
+                oldValue = value;
+                there = true;
+            }
+        }
+        if (!there) {
+            tags.emplace_back(tag, value);
+        }
+    }
+    std::string file = "MM" + Big(42, 2) + Big(static_cast<std::uint32_t>(8 + pixels.size()), 4) + pixels;
+    file += Big(static_cast<std::uint32_t>(tags.size()), 2);
+    for (const auto& [tag, value] : tags) {
+        file += Big(static_cast<std::uint32_t>(tag), 2) + Big(4, 2) + Big(1, 4) + Big(value, 4);
+    }
+    return file + Big(0, 4);
+}
+
+TEST_F(Messages, OfPnmHeaders) {
+    const std::string damaged = "the PNM is damaged: ";
+    ExpectAll(
+        {{"", 1, "the file is empty"},
+         {"no image", 1, "not an image that can be read; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM can"},
+         {"P5 9", 1, damaged + "the file ends too early"},
+         {"P5 3 3 255\n1234", 1, damaged + "the file ends in line 2 of 3"},
+         {"P5 0 3 255\n", 1, "the page is empty: 0 x 3 pixels"},
+         {"P5 70000 3 255\n", 1, "the page is too large: 70000 x 3 pixels; allowed are 65535 on a side"},
+         {"P5 60000 60000 255\n", 1,
+          "the page is too large: 60000 x 60000 pixels; allowed are 268435456 pixels in all"},
+         {"P1 2 2 0 1 2 0", 1, damaged + "a sample of the bitmap is neither 0 nor 1"},
+         {"P5 1 1 255\nxjunk", 1, damaged + "the bytes behind the last page aren't a page"},
+         {"P7 \nWIDTH 1\n", 1, damaged + "P7 must stand alone on its line"},
+         {"P7\n" + std::string(5000, 'W') + "\n", 1, damaged + "a line of the header is longer than 4096 bytes"},
+         {"P7\nCOLOUR 1\n", 1, damaged + "unknown line in the PAM header: COLOUR"},
+         {"P5 1 1 99999\n", 1, damaged + "maxval 99999; 1 to 65535 are allowed"}});
+}
+
+TEST_F(Messages, OfPamHeaders) {
+    const auto pam = [](const std::string& lines) {
+        return "P7\nWIDTH 1\nHEIGHT 1\n" + lines + "ENDHDR\nabcdefgh";
+    };
+    for (const auto& [lines, part] : std::vector<std::pair<std::string, std::string>>{
+             {"MAXVAL 255\n", "the PAM header has no "},
+             {"DEPTH 1\nMAXVAL 255\nTUPLTYPE CMYK\n", "PAM tuple type "},
+             {"DEPTH 7\nMAXVAL 255\n", "a PAM of "},
+             {"DEPTH 2\nMAXVAL 255\nTUPLTYPE RGB\n", " doesn't fit tuple type "},
+             {"DEPTH 1\nMAXVAL 255\nTUPLTYPE BLACKANDWHITE\n", "tuple type BLACKANDWHITE needs maxval 1"},
+             {"TUPLTYPE A\nTUPLTYPE A\nTUPLTYPE A\nTUPLTYPE A\nTUPLTYPE A\n",
+              "TUPLTYPE comes more than four times"},
+             {"DEPTH x\n", " is not a number that is allowed: "},
+             {"DEPTH 1\nMAXVAL 9\nTUPLTYPE GRAYSCALE\n", " is larger than the maxval "}}) {
+        const Outcome outcome = Feed(pam(lines));
+        EXPECT_TRUE(outcome.code == 1 || outcome.code == 3) << lines;
+        EXPECT_NE(outcome.err.find(part), std::string::npos) << lines << outcome.err;
+        EXPECT_EQ(folder.Listing(), "");
+    }
+}
+
+TEST_F(Messages, OfDamagedFiles) {
+    for (const auto& [format, part] : {std::pair{"png", "the PNG is damaged: the file ends too early"},
+                                       {"jpeg", "the file ends too early"},
+                                       {"tiff", "the TIFF is damaged: "}}) {
+        const std::string bytes = Made(format);
+        ASSERT_GT(bytes.size(), 200u);
+        const Outcome outcome = Feed(bytes.substr(0, bytes.size() / 2));
+        EXPECT_EQ(outcome.code, 1) << format;
+        EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+    }
+    std::string png = Made("png");
+    png[png.size() / 2] = static_cast<char>(png[png.size() / 2] ^ 0x55);
+    EXPECT_NE(Feed(png).err.find("the PNG is damaged: "), std::string::npos);
+    std::string jpeg = Made("jpeg");
+    jpeg[3] = '\x01';  // its first segment is none
+    EXPECT_NE(Feed(jpeg).err.find("JPEG"), std::string::npos);
+}
+
+TEST_F(Messages, OfTiffDirectories) {
+    EXPECT_EQ(Feed(Tiff({}), {"-f"}).code, 0);
+    unlink(folder.File("never.png").c_str());
+    for (const auto& [changes, code, part] :
+         std::vector<std::tuple<std::vector<std::pair<int, std::uint32_t>>, int, std::string>>{
+             {{{259, 34712}}, 3, "the TIFF's compression 34712 isn't supported"},
+             {{{262, 5}, {277, 4}}, 3, "the TIFF is "},
+             {{{262, 2}, {277, 1}}, 1, " samples a pixel where its colours need "},
+             {{{258, 7}}, 3, "the TIFF has "},
+             {{{273, 4000}}, 1, "the TIFF is damaged: "},
+             {{{256, 0}}, 1, "the page is empty: 0 x 2 pixels"}}) {
+        const Outcome outcome = Feed(Tiff(changes));
+        EXPECT_EQ(outcome.code, code) << part << outcome.err;
+        EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+        EXPECT_EQ(folder.Listing(), "");
+    }
+    EXPECT_NE(Feed(std::string("MM\0*\0\0\0\0", 8)).err.find("the TIFF is damaged: it has no page"),
+              std::string::npos);
+    EXPECT_NE(Feed(std::string("MM\0*\0\0\x40\0", 8)).err.find("is cut off, goes in a circle or is too long"),
+              std::string::npos);
+}
+
+TEST_F(Messages, OfInputsThatAreNoFiles) {
+    Streams streams;
+    streams.folder = folder.Path();
+    EXPECT_EQ(Spawn({".", "-o", "x.png"}, streams).err, "platen: .: is a folder, not an image file\n");
+    EXPECT_EQ(Spawn({"none.png", "-o", "x.png"}, streams).err,
+              "platen: none.png: can't be opened: No such file or directory\n");
+}
+
+TEST_F(Messages, OfOutputsThatCannotBe) {
+    WriteFile(folder.File("a.ppm"), PnmPage(9, 9, true));
+    mkdir(folder.File("sub.png").c_str(), 0700);
+    const std::string before = folder.Listing();
+    const auto say = [&](const std::string& output, const std::vector<std::string>& options = {}) {
+        std::vector<std::string> words = {"a.ppm", "-o", output};
+        words.insert(words.end(), options.begin(), options.end());
+        Streams streams;
+        streams.folder = folder.Path();
+        const Outcome outcome = Spawn(words, streams);
+        EXPECT_EQ(folder.Listing(), before) << output;
+        return std::to_string(outcome.code) + " " + outcome.err;
+    };
+    EXPECT_EQ(say("sub.png"), "1 platen: a.ppm: is a folder; the output must be a file\n");
+    EXPECT_EQ(say("none/x.png"), "1 platen: a.ppm: can't be created: No such file or directory\n");
+    EXPECT_EQ(say(std::string(260, 'x') + ".png"),
+              "1 platen: a.ppm: can't be given its name: File name too long\n");
+    EXPECT_EQ(say("a.ppm"), "1 platen: a.ppm: exists already; --force overwrites it\n");
+    EXPECT_EQ(
+        say("x"),
+        "2 platen: a.ppm: the output's name doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm "
+        "and .pam do\n");
+    EXPECT_EQ(say("x.jpg", {"--depth=16"}).substr(0, 35), "3 platen: a.ppm: JPEG can't hold 16");
+}
+
+TEST_F(Messages, OfTemporaryFilesThatCannotBe) {
+    setenv("TMPDIR", "/nowhere", 1);
+    const Outcome outcome = Feed(std::string("II*\0....", 8));
+    unsetenv("TMPDIR");
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "platen: -: no temporary file can be made: No such file or directory\n");
+}
+
+}  // namespace
+}  // namespace platen_test

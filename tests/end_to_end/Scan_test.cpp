@@ -1,0 +1,368 @@
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <thread>
+
+#include "SaneTest.h"
+#include "Sources/PX_Zoom/PX_Zoom.h"
+
+namespace platen_test {
+namespace {
+
+using Words = std::vector<std::string>;
+
+Words Set(const Words& values) {
+    Words words;
+    for (const std::string& value : values) {
+        words.insert(words.end(), {"--set", value});
+    }
+    return words;
+}
+
+// scanimage passes on what the device has in the bits behind a line's last pixel.
+std::string WithoutPadding(std::string bits, std::size_t width) {
+    const std::size_t lineBytes = (width + 7) / 8;
+    for (std::size_t at = lineBytes - 1; at < bits.size(); at += lineBytes) {
+        bits[at] = static_cast<char>(bits[at] & (0xFF00 >> width % 8));
+    }
+    return bits;
+}
+
+class ScanDevice : public SaneTest {
+  protected:
+    // The samples that a scan to standard output gives.
+    std::string ScanPixels(const Words& arguments) const {
+        const Outcome outcome = RunScan(kPattern + arguments + Words{"-o", "-"});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        return PnmPixels(outcome.out);
+    }
+
+    void ExpectError(const Words& arguments, int code, const std::string& message) const {
+        const std::string before = folder.Listing();
+        const Outcome outcome = RunScan(arguments + Words{"-o", "never.png"});
+        EXPECT_EQ(outcome.code, code) << outcome.err;
+        EXPECT_EQ(outcome.err, "platen: " + message + "\n");
+        EXPECT_EQ(folder.Listing(), before);
+    }
+};
+
+TEST_F(ScanDevice, ListsTheDevices) {
+    const Outcome outcome = Run({"scan", "-L"});
+    EXPECT_EQ(outcome.out,
+              "test:0  Noname frontend-tester (virtual device)\ntest:1  Noname frontend-tester (virtual device)\n");
+    EXPECT_EQ(outcome.code, 0);
+}
+
+TEST_F(ScanDevice, PagesEqualThoseOfAnotherProgram) {
+    if (ScanImage({}).empty()) {
+        GTEST_SKIP() << "no scanimage here";
+    }
+    for (const char* mode : {"Gray", "Color"}) {
+        for (const char* depth : {"1", "8", "16"}) {
+            if (mode == std::string("Color") && depth == std::string("1")) {
+                continue;  // scanimage gives up on it
+            }
+            const std::string theirs =
+                ScanImage({"--mode", mode, "--depth", depth, "--test-picture", "Color pattern"});
+            ASSERT_FALSE(theirs.empty()) << mode << depth;
+            const std::string ours = ScanPixels(Set({std::string("mode=") + mode, std::string("depth=") + depth}));
+            EXPECT_TRUE(ours == (depth == std::string("1") ? WithoutPadding(theirs, 157) : theirs))
+                << mode << depth;
+        }
+    }
+}
+
+TEST_F(ScanDevice, ColourAtOneBitBecomesBytes) {
+    for (const auto& [picture, level] : {std::pair{"Solid black", 0}, {"Solid white", 255}}) {
+        const Words options = Set({"mode=Color", "depth=1", std::string("test-picture=") + picture});
+        const std::string pixels = PnmPixels(RunScan(options + Words{"-o", "-"}).out);
+        EXPECT_TRUE(Same(pixels, std::string(157 * 196 * 3, static_cast<char>(level)))) << picture;
+    }
+    const std::string pattern = ScanPixels(Set({"mode=Color", "depth=1"}));
+    EXPECT_EQ(pattern.size(), std::size_t{157 * 196 * 3});
+    EXPECT_TRUE(Same(ScanPixels(Set({"mode=Color", "depth=1", "three-pass=yes"})), pattern));
+    const auto black = std::count(pattern.begin(), pattern.end(), '\0');
+    EXPECT_GT(black, 1000);
+    EXPECT_EQ(std::count(pattern.begin(), pattern.end(), '\xFF') + black, 157 * 196 * 3);
+}
+
+TEST_F(ScanDevice, ThreePassesMakeOnePage) {
+    for (const char* depth : {"depth=8", "depth=16"}) {
+        const std::string whole = ScanPixels(Set({"mode=Color", depth}));
+        ASSERT_FALSE(whole.empty());
+        for (const char* order : {"RGB", "RBG", "GBR", "GRB", "BRG", "BGR"}) {
+            EXPECT_EQ(
+                ScanPixels(Set({"mode=Color", depth, "three-pass=yes", std::string("three-pass-order=") + order,
+                                "read-limit=yes", "read-limit-size=1000"})),
+                whole)
+                << depth << order;
+        }
+    }
+    ExpectError(Set({"mode=Color", "three-pass=yes"}) + Words{"--strict-stream"}, 3,
+                "test: the device makes three passes over a page; --strict-stream forbids spooling");
+}
+
+TEST_F(ScanDevice, ShortReadsLostPixelsAndFuzzyParametersMakeNoDifference) {
+    const std::string whole = ScanPixels(Set({"mode=Color"}));
+    for (const char* size : {"1", "7", "470", "65536"}) {
+        EXPECT_TRUE(
+            Same(ScanPixels(Set({"mode=Color", "read-limit=yes", std::string("read-limit-size=") + size})), whole));
+    }
+    EXPECT_TRUE(
+        Same(ScanPixels(Set({"mode=Color", "fuzzy-parameters=yes", "non-blocking=yes", "select-fd=yes"})), whole));
+    EXPECT_TRUE(Same(ScanPixels(Set({"mode=Color", "read-delay=yes", "read-delay-duration=1000"})), whole));
+    // Lines are padded with what the device lost: of it nothing may come out.
+    DoScan(kPattern + Set({"mode=Color", "ppl-loss=3"}) + Words{"-o", "lost.ppm"});
+    EXPECT_EQ(Info("lost.ppm"), "lost.ppm: PNM\n  page 1: 154 x 196, 8-bit RGB, no resolution\n");
+}
+
+TEST_F(ScanDevice, UnknownHeightsGoIntoEveryFormat) {
+    const Words hand = kPattern + Set({"hand-scanner=yes"});
+    for (const char* name : {"hand.pgm", "hand.png", "hand.tif"}) {
+        DoScan(hand + Words{"-o", name});
+        EXPECT_NE(Info(name).find("page 1: 216 x 334, 8-bit grey"), std::string::npos) << Info(name);
+    }
+    EXPECT_EQ(Run({"hand.png", "-o", "png.pgm"}).code, 0);
+    EXPECT_EQ(Run({"hand.tif", "-o", "tif.pgm"}).code, 0);
+    EXPECT_TRUE(Same(PnmPixels(ReadFile(folder.File("png.pgm"))), PnmPixels(ReadFile(folder.File("hand.pgm")))));
+    EXPECT_TRUE(Same(PnmPixels(ReadFile(folder.File("tif.pgm"))), PnmPixels(ReadFile(folder.File("hand.pgm")))));
+    DoScan(hand + Words{"-o", "strict.tif", "--strict-stream"});
+    ExpectError(hand + Words{"--strict-stream"}, 3,
+                "test: the page's height isn't known and this format wants it first; --strict-stream forbids "
+                "spooling, TIFF to a file needs none");
+    const std::string before = folder.Listing();
+    EXPECT_EQ(RunScan(hand + Words{"--strict-stream", "--scale=50%", "-o", "never.tif"}).code, 3);
+    EXPECT_EQ(folder.Listing(), before);
+}
+
+TEST_F(ScanDevice, UnknownHeightsAreScaledAndSharpened) {
+    const Words hand = kPattern + Set({"hand-scanner=yes"});
+    DoScan(hand + Words{"-o", "plain.pgm"});
+    for (const Words& options : {Words{"--scale=50%"}, Words{"--sharpness=2"}, Words{"--width=500", "--gamma=2"}}) {
+        EXPECT_EQ(Run(Words{"plain.pgm", "-f", "-o", "later.pgm"} + options).code, 0);
+        DoScan(hand + Words{"-f", "-o", "at-once.pgm"} + options);
+        EXPECT_TRUE(Same(ReadFile(folder.File("at-once.pgm")), ReadFile(folder.File("later.pgm")))) << options.front();
+    }
+    const Outcome told = RunScan(hand + Words{"-v", "--scale=50%", "-o", "told.pgm"});
+    EXPECT_EQ(told.err, "platen: test: spooled to a temporary file: the page's height wasn't known at first\n");
+}
+
+const char* const kFeeder = "source=Automatic Document Feeder";
+
+TEST_F(ScanDevice, TheFeederGivesNumberedFilesUntilItIsEmpty) {
+    DoScan(Set({kFeeder}) + Words{"--pages=all", "-o", "p%03d.pgm"});
+    EXPECT_EQ(folder.Listing(),
+              "p001.pgm p002.pgm p003.pgm p004.pgm p005.pgm p006.pgm p007.pgm p008.pgm p009.pgm p010.pgm");
+    EXPECT_EQ(PnmPixels(ReadFile(folder.File("p010.pgm"))).size(), std::size_t{157 * 196});
+}
+
+TEST_F(ScanDevice, TheFeederFillsOneTiff) {
+    DoScan(Set({kFeeder}) + Words{"--pages=3", "-o", "three.tif", "--scale=50%"});
+    const std::string info = Info("three.tif");
+    EXPECT_NE(info.find("page 3: 79 x 98"), std::string::npos) << info;
+    EXPECT_EQ(info.find("page 4"), std::string::npos);
+    const Outcome twelve = RunScan(Set({kFeeder}) + Words{"--pages=12", "-o", "ten.tif"});
+    EXPECT_EQ(twelve.code, 0);
+    EXPECT_EQ(twelve.err, "platen: test: the feeder was empty after 10 of 12 pages\n");
+    EXPECT_EQ(RunScan({"--pages=2", "-o", "flat%d.pgm"}).code, 0);  // the same page twice
+    ExpectError({"--pages=2"}, 3, "test: a PNG holds one page; TIFF and PNM hold several");
+    ExpectError({"--pages=all"}, 2,
+                "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder");
+}
+
+TEST_F(ScanDevice, EveryStatusHasItsCodeAndSanesWords) {
+    const std::pair<const char*, const char*> statuses[] = {
+        {"UNSUPPORTED", "Operation not supported"},
+        {"CANCELLED", "Operation was canceled"},
+        {"DEVICE_BUSY", "Device busy"},
+        {"INVAL", "Invalid argument"},
+        {"JAMMED", "Document feeder jammed"},
+        {"COVER_OPEN", "Scanner cover is open"},
+        {"IO_ERROR", "Error during device I/O"},
+        {"NO_MEM", "Out of memory"},
+        {"ACCESS_DENIED", "Access to resource has been denied"}};
+    for (const auto& [status, words] : statuses) {
+        ExpectError(Set({std::string("read-return-value=SANE_STATUS_") + status}), 4,
+                    std::string("test: the scan failed: ") + words);
+    }
+    ExpectError(Set({"read-return-value=SANE_STATUS_NO_DOCS"}), 5, "test: Document feeder out of documents");
+    ExpectError(Set({"read-return-value=SANE_STATUS_EOF"}), 4,
+                "test: the device ended the page within line 1 of 196");
+    const Outcome absent = Run({"scan", "-d", "nowhere:7", "-o", "never.png"});
+    EXPECT_EQ(absent.code, 4);
+    EXPECT_EQ(absent.err, "platen: nowhere:7: can't be opened: Invalid argument\n");
+}
+
+TEST_F(ScanDevice, AnInterruptCancelsTheDeviceAndLeavesNoFile) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        RunningProgram program({"scan", "-d", "test", "--set", "read-delay=yes", "--set",
+                                "read-delay-duration=200000", "--resolution=600", "-o", folder.File("out.png")});
+        for (int i = 0; i < 1000 && folder.Listing().empty(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        ASSERT_NE(folder.Listing(), "");
+        // The device may set a signal's handler back until it has sent its first bytes.
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        program.Signal(number);
+        EXPECT_EQ(program.Wait(), 128 + number);
+        EXPECT_EQ(folder.Listing(), "");
+    }
+}
+
+TEST_F(ScanDevice, WrongOptionsNameWhatIsAllowed) {
+    ExpectError(Set({"depth=7"}), 2, "--set depth: '7' is out of range; allowed are 1, 8, 16");
+    ExpectError(Set({"depth=x"}), 2, "--set depth: 'x' is no number that it takes; allowed are 1, 8, 16");
+    ExpectError(Set({"resolution=5000"}), 2,
+                "--set resolution: '5000' is out of range; allowed are 1 to 1200 dpi in steps of 1");
+    ExpectError({"--resolution=5000"}, 2,
+                "--resolution: '5000' is out of range; allowed are 1 to 1200 dpi in steps of 1");
+    ExpectError({"--resolution=100x200"}, 2,
+                "--resolution: '100x200': the device has one resolution for both axes");
+    ExpectError(Set({"mode=Sepia"}), 2, "--set mode: 'Sepia' is none of Gray, Color");
+    ExpectError(Set({"read-limit=maybe"}), 2, "--set read-limit: 'maybe' is neither yes nor no");
+    ExpectError(
+        Set({"three-pass=yes"}), 2,
+        "--set three-pass: is inactive as the device is set now; another option has to switch it on before");
+    ExpectError(Set({"=1"}), 2, "--set: '=1' is not NAME=VALUE");
+    ExpectError({"--pages=0"}, 2, "--pages: '0' is out of range; allowed are 1 to 1000000");
+    ExpectError({"--pages=some"}, 2, "--pages: 'some' is not a whole number from 1 to 1000000");
+    ExpectError({"--resolution=1x2x3"}, 2, "--resolution: '1x2x3' is not DPI or XxY");
+    ExpectError({"file.png"}, 2, "scan: takes no file, but 'file.png' is there; -d names the scanner");
+    const Outcome unknown = RunScan(Set({"speed=1"}) + Words{"-o", "x.png"});
+    EXPECT_EQ(unknown.code, 2);
+    EXPECT_EQ(unknown.err.find("platen: --set speed: the device has no such option; it has mode, depth, "), 0u);
+    EXPECT_EQ(Run({"scan", "-o", "x.png"}).err,
+              "platen: scan: no device; say -d NAME, and platen scan -L lists them\n");
+    EXPECT_EQ(RunScan({"-o", "%s.png"}).err,
+              "platen: -o: %s is an input file's name, and a scan has none; %d and %03d number the pages\n");
+    EXPECT_EQ(RunScan({"-o", "page"}).code, 2);
+    EXPECT_EQ(folder.Listing(), "");
+}
+
+TEST_F(ScanDevice, ReadOnlyOptionsStayAsTheyAre) {
+    const Outcome outcome =
+        RunScan(Set({"enable-test-options=yes", "bool-soft-detect=yes"}) + Words{"-o", "x.png"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.err, "platen: --set bool-soft-detect: can be read only\n");
+}
+
+TEST_F(ScanDevice, OptionsOfEveryTypeAreTaken) {
+    const Words all =
+        Set({"enable-test-options=yes", "bool-soft-select-soft-detect-auto=auto", "int=-5",
+             "int-constraint-range=6", "int-constraint-word-list=17", "int-constraint-array=1,2,3,4,5,6",
+             "fixed=-1.25", "fixed-constraint-word-list=12.1", "fixed-constraint-range=-42.17", "string=anything",
+             "string-constraint-string-list=Second entry"});
+    DoScan(all + Words{"-o", "x.png"});
+    const Outcome inexact = RunScan(Set({"enable-test-options=yes", "int-inexact=7"}) + Words{"-o", "y.png"});
+    EXPECT_EQ(inexact.err, "platen: --set int-inexact: the device made 8 of 7\n");
+    ExpectError(Set({"enable-test-options=yes", "int-constraint-array=1,2"}), 2,
+                "--set int-constraint-array: has 2 values; the device wants 6, each whole numbers mm");
+    ExpectError(Set({"enable-test-options=yes", "button=1"}), 2, "--set button: is a button and takes no value");
+}
+
+TEST_F(ScanDevice, StepsActAsOnAFile) {
+    DoScan(kPattern + Words{"--mode=color", "-o", "plain.ppm"});
+    const Words steps = {"--brightness=10", "--curve-gamma=20", "--saturation=30",
+                         "--scale=50%",     "--sharpness=1",    "--negative"};
+    DoScan(kPattern + Words{"--mode=color", "-o", "at-once.ppm"} + steps);
+    EXPECT_EQ(Run(Words{"plain.ppm", "-o", "later.ppm"} + steps).code, 0);
+    EXPECT_TRUE(Same(ReadFile(folder.File("at-once.ppm")), ReadFile(folder.File("later.ppm"))));
+    EXPECT_NE(ReadFile(folder.File("at-once.ppm")), ReadFile(folder.File("plain.ppm")));
+}
+
+TEST_F(ScanDevice, ModeDepthAndResolutionAreTheDevices) {
+    const auto page = [&](const Words& options) {
+        DoScan(kPattern + options + Words{"-f", "-o", "x.tif"});
+        return Info("x.tif");
+    };
+    EXPECT_NE(page({"--mode=color", "--resolution=100"}).find("314 x 393, 8-bit RGB, 100 dpi"), std::string::npos);
+    EXPECT_NE(page({"--mode=gray", "--depth=16"}).find("16-bit grey, 50 dpi"), std::string::npos);
+    EXPECT_NE(page({"--resolution=100", "--scale=50%"}).find("157 x 197, 8-bit grey, "), std::string::npos);
+    // Black and white is the device's own, unless greys are needed for what is to be done.
+    EXPECT_NE(page({"--mode=lineart"}).find("bilevel, 50 dpi, CCITT G4"), std::string::npos);
+    DoScan(kPattern + Words{"-f", "--mode=lineart", "-o", "own.pbm"});
+    EXPECT_TRUE(Same(PnmPixels(ReadFile(folder.File("own.pbm"))), ScanPixels(Set({"depth=1"}))));
+    DoScan(kPattern + Words{"-f", "--depth=1", "--threshold=20", "--gamma=2", "-o", "ours.pbm"});
+    DoScan(kPattern + Words{"-f", "-o", "grey.pgm"});
+    EXPECT_EQ(Run({"grey.pgm", "--depth=1", "--threshold=20", "--gamma=2", "-o", "later.pbm"}).code, 0);
+    EXPECT_TRUE(Same(ReadFile(folder.File("ours.pbm")), ReadFile(folder.File("later.pbm"))));
+}
+
+TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
+    WriteFile(folder.File("there.png"), "kept");
+    const Outcome there = RunScan({"-o", "there.png"});
+    EXPECT_EQ(there.code, 1);
+    EXPECT_EQ(there.err, "platen: test: there.png: exists already; --force overwrites it\n");
+    EXPECT_EQ(ReadFile(folder.File("there.png")), "kept");
+    ExpectError({"--hue=10"}, 3, "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    ExpectError({"--max-side=100"}, 1, "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side");
+}
+
+TEST_F(ScanDevice, DryRunsScanNothing) {
+    const Outcome outcome = RunScan(
+        {"-n", "--resolution=300", "--gamma=2", "--set", "read-return-value=SANE_STATUS_IO_ERROR", "-o", "x.png"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(outcome.out.find("test, page 1, to x.png\n  input     944 x 1181, 8-bit grey, 300 dpi\n"), 0u)
+        << outcome.out;
+    EXPECT_EQ(folder.Listing(), "");
+}
+
+TEST_F(ScanDevice, FullDisksAndClosedPipesEndIt) {
+    Streams full;
+    full.outputFile = "/dev/full";
+    const Words words = {"scan", "-d", "test", "--resolution=600", "-o", "-"};
+    const Outcome refused = Run(words, full);
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_EQ(refused.err, "platen: test: can't be written: No space left on device\n");
+    Streams closed;
+    closed.closeOutput = true;
+    const Outcome quiet = Run(words, closed);
+    EXPECT_EQ(quiet.code, 141);
+    EXPECT_EQ(quiet.err, "");
+}
+
+std::vector<std::uint16_t> Samples16(const std::string& bytes) {
+    std::vector<std::uint16_t> samples(bytes.size() / 2);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const auto high = static_cast<unsigned char>(bytes[2 * i]);
+        const auto low = static_cast<unsigned char>(bytes[2 * i + 1]);
+        samples[i] = static_cast<std::uint16_t>(high << 8 | low);
+    }
+    return samples;
+}
+
+// The library's scaler alone, on a whole page.
+std::vector<std::uint16_t> Scaled(std::vector<std::uint16_t> page, int width, int height, int toWidth, int toHeight,
+                                  int samples) {
+    PX_Zoom zoom;
+    EXPECT_EQ(zoom.Open(toWidth, toHeight, width, height, samples * 16, 2), 0);
+    std::vector<std::uint16_t> result;
+    std::vector<std::uint16_t> line(static_cast<std::size_t>(toWidth * samples));
+    for (int y = 0; y < height; ++y) {
+        EXPECT_EQ(zoom.Send(&page[static_cast<std::size_t>(y * width * samples)]), 0);
+        while (zoom.CheckData() > 0) {
+            EXPECT_EQ(zoom.Read(line.data()), 0);
+            result.insert(result.end(), line.begin(), line.end());
+        }
+    }
+    return result;
+}
+
+TEST_F(ScanDevice, SixteenBitPagesAreScaledAtSixteenBits) {
+    for (const auto& [mode, samples] : {std::pair{"mode=Gray", 1}, {"mode=Color", 3}}) {
+        const Words device = Set({mode, "depth=16"});
+        const auto page = Samples16(ScanPixels(device));
+        ASSERT_EQ(page.size(), static_cast<std::size_t>(157 * 196 * samples));
+        // There must be something in the low bytes that 8 bits would lose.
+        EXPECT_GT(std::count_if(page.begin(), page.end(), [](std::uint16_t v) { return v % 257 != 0; }), 1000);
+        for (const auto& [width, height] : {std::pair{79, 98}, {300, 200}, {40, 500}}) {
+            const std::string size = "--size=" + std::to_string(width) + "x" + std::to_string(height);
+            const auto scaled = Samples16(ScanPixels(device + Words{size}));
+            EXPECT_TRUE(Same(scaled, Scaled(page, 157, 196, width, height, samples))) << mode << size;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace platen_test
