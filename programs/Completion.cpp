@@ -31,8 +31,8 @@ struct Command {
     CommandBit bit;
 };
 
-constexpr std::array kCommands =
-    std::to_array<Command>({{"curve", kCurve}, {"info", kInfo}, {"presets", kPresets}, {"", kAdjust}});
+constexpr std::array kCommands = std::to_array<Command>(
+    {{"curve", kCurve}, {"info", kInfo}, {"presets", kPresets}, {"scan", kScan}, {"", kAdjust}});
 
 const char* ChoicesOf(const OptionSpec& spec) {
     for (const Choices& choices : kChoices) {
@@ -202,14 +202,14 @@ std::string ZshText() {
                 ZshOptions(command.bit);
         if (command.bit == kPresets) {
             text += " \\\n            '2:action:(list show check)' '*:preset:_platen_preset'";
-        } else if (command.bit != kCurve) {
+        } else if (command.bit != kCurve && command.bit != kScan) {
             text += " \\\n            '*:file:_files'";
         }
         text += " ;;\n";
     }
     return text +
            "    esac\n"
-           "    ((CURRENT == 2)) && compadd curve info presets\n"
+           "    ((CURRENT == 2)) && compadd curve info presets scan\n"
            "}\n"
            "_platen \"$@\"\n";
 }

@@ -258,8 +258,11 @@ TEST(Completions, BashOffersOptionsValuesAndSubCommands) {
 }
 
 TEST(Help, EachTextIsUnderSixtyLines) {
-    for (const std::vector<std::string>& words :
-         {std::vector<std::string>{"--help"}, {"curve", "--help"}, {"info", "--help"}, {"presets", "--help"}}) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"--help"},
+                                                  {"curve", "--help"},
+                                                  {"info", "--help"},
+                                                  {"presets", "--help"},
+                                                  {"scan", "--help"}}) {
         const std::string text = Spawn(words).out;
         EXPECT_LT(std::count(text.begin(), text.end(), '\n'), 60) << words.front();
         EXPECT_GT(std::count(text.begin(), text.end(), '\n'), 5) << words.front();

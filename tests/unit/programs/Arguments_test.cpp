@@ -52,13 +52,13 @@ TEST(Arguments, SubCommandsHaveTheirOwnOptions) {
 }
 
 TEST(Arguments, HelpNamesEveryOptionInUnderSixtyLines) {
-    for (const CommandBit command : {kCurve, kInfo, kPresets}) {
+    for (const CommandBit command : {kCurve, kInfo, kPresets, kScan}) {
         const std::string text = HelpText(command);
         EXPECT_LT(std::count(text.begin(), text.end(), '\n'), 60);
     }
     const std::string help = HelpText(kAdjust);
     EXPECT_LT(std::count(help.begin(), help.end(), '\n'), 60);
-    const std::string all = help + HelpText(kCurve) + HelpText(kInfo) + HelpText(kPresets);
+    const std::string all = help + HelpText(kCurve) + HelpText(kInfo) + HelpText(kPresets) + HelpText(kScan);
     for (const OptionSpec& spec : OptionTable()) {
         EXPECT_NE(all.find(std::string("--") + spec.name), std::string::npos) << spec.name;
     }
