@@ -143,6 +143,7 @@ class ScanReader : public LineReader {
         }
         const std::uint8_t* raw = frame_->ReadLine();
         if (raw == nullptr) {
+            CheckLines();
             return false;
         }
         CheckSize(info_.width, ++lines_, options_.limits);  // as long as the height isn't known
@@ -153,7 +154,6 @@ class ScanReader : public LineReader {
     bool NextPage() override {
         if (!passes_) {
             frame_->Drain();
-            CheckLines();
         }
         ++page_;
         if (pages_ && page_ > *pages_) {

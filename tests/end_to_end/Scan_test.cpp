@@ -142,7 +142,8 @@ TEST_F(ScanDevice, UnknownHeightsAreScaledAndSharpened) {
     for (const Words& options : {Words{"--scale=50%"}, Words{"--sharpness=2"}, Words{"--width=500", "--gamma=2"}}) {
         EXPECT_EQ(Run(Words{"plain.pgm", "-f", "-o", "later.pgm"} + options).code, 0);
         DoScan(hand + Words{"-f", "-o", "at-once.pgm"} + options);
-        EXPECT_TRUE(Same(ReadFile(folder.File("at-once.pgm")), ReadFile(folder.File("later.pgm")))) << options.front();
+        EXPECT_TRUE(Same(ReadFile(folder.File("at-once.pgm")), ReadFile(folder.File("later.pgm"))))
+            << options.front();
     }
     const Outcome told = RunScan(hand + Words{"-v", "--scale=50%", "-o", "told.pgm"});
     EXPECT_EQ(told.err, "platen: test: spooled to a temporary file: the page's height wasn't known at first\n");
