@@ -89,6 +89,12 @@ Settings HalfSize(const std::string& input, const std::string& output, int threa
     return settings;
 }
 
+// Seconds on the wall, and of processors, all threads together.
+struct Cost {
+    double clock;
+    double processor;
+};
+
 class Bench {
   public:
     Bench(const std::filesystem::path& folder, const Compression& compression, const Image& page)
@@ -108,10 +114,12 @@ class Bench {
     Bench(const Bench&) = delete;
     Bench& operator=(const Bench&) = delete;
 
-    double Seconds(int stage) {
+    Cost Measured(int stage) {
         const auto begin = std::chrono::steady_clock::now();
+        const double processor = ProcessorSeconds();
         Run(stage);
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        const std::chrono::duration<double> clock = std::chrono::steady_clock::now() - begin;
+        return {clock.count(), ProcessorSeconds() - processor};
     }
 
   private:
@@ -152,32 +160,37 @@ class Bench {
     std::vector<std::uint8_t> small_;
 };
 
-double Median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
+double Median(const std::vector<double>& values) {
+    std::vector<double> sorted = values;
+    std::sort(sorted.begin(), sorted.end());
+    return sorted[sorted.size() / 2];
 }
 
 double Least(const std::vector<double>& values) {
     return *std::min_element(values.begin(), values.end());
 }
 
-void Print(const char* name, const std::vector<double> (&seconds)[kStages]) {
-    const auto& [decode, adjust, encode, one, three] = seconds;
-    std::vector<double> ratios;
-    for (std::size_t i = 0; i < one.size(); ++i) {
-        ratios.push_back(three[i] / std::max(decode[i], encode[i]));
+// A row of milliseconds; what three threads gain, and what they need beside the slower codec stage.
+void PrintRow(const char* name, const char* what, const std::vector<double> (&seconds)[kStages],
+              double (*pick)(const std::vector<double>&)) {
+    double of[kStages];
+    std::printf("%-8s %-10s", name, what);
+    for (int stage = 0; stage < kStages; ++stage) {
+        of[stage] = pick(seconds[stage]);
+        std::printf(" %9.1f", of[stage] * 1e3);
     }
-    const auto row = [&](const char* what, double (*pick)(const std::vector<double>&)) {
-        std::printf("%-8s %-6s", name, what);
-        for (const auto& stage : seconds) {
-            std::printf(" %9.1f", pick(stage) * 1e3);
-        }
-    };
-    row("least", [](const std::vector<double>& v) { return Least(v); });
-    std::printf(" %8.2fx %9.2fx\n", Least(one) / Least(three),
-                Least(three) / std::max(Least(decode), Least(encode)));
-    row("median", [](const std::vector<double>& v) { return Median(v); });
-    std::printf(" %8.2fx %9.2fx\n", Median(one) / Median(three), Median(ratios));
+    std::printf(" %8.2fx %9.2fx\n", of[kOneThread] / of[kThreeThreads],
+                of[kThreeThreads] / std::max(of[kDecode], of[kEncode]));
+}
+
+// What two processors that nobody else uses could do at best: the least processor time of the longest stage, or
+// half of what three threads need in all.
+void PrintBound(const char* name, const std::vector<double> (&processor)[kStages]) {
+    const double codec = std::max(Least(processor[kDecode]), Least(processor[kEncode]));
+    const double longest = std::max(codec, Least(processor[kAdjust]));
+    const double bound = std::max(longest, Least(processor[kThreeThreads]) / 2);
+    std::printf("%-8s two free processors at best: %.1f, %.2fx the slower codec stage\n", name, bound * 1e3,
+                bound / codec);
 }
 
 void PrintLoad(const char* when) {
@@ -188,16 +201,16 @@ void PrintLoad(const char* when) {
 }
 
 int Main(int count, char** words) {
-    const Arguments arguments(count, words, "tool_threads [--rounds=N] [--folder=DIR]", {"rounds", "folder"});
-    const int rounds = arguments.Number("rounds", 9);
+    const Arguments arguments(count, words, "tool_threads [--rounds=N] [--folder=DIR]", {"--rounds", "--folder"});
+    const int rounds = arguments.Number("--rounds", 9);
     const bool memory = access("/dev/shm", W_OK) == 0;
     const std::string usual = memory ? "/dev/shm" : std::filesystem::temp_directory_path().string();
-    const std::filesystem::path folder = arguments.Has("folder") ? arguments.Text("folder") : usual;
+    const std::filesystem::path folder = arguments.Has("--folder") ? arguments.Text("--folder") : usual;
     PrintWarnings();
     std::printf("%s\n%s\n", CompilerAndFlags().c_str(), Processor().c_str());
     PrintLoad("before");
     std::printf("RGB %u x %u to one half, TIFF to TIFF, milliseconds, %d rounds\n", kWidth, kHeight, rounds);
-    std::printf("%-15s", "");
+    std::printf("%-19s", "");
     for (const char* name : kStageNames) {
         std::printf(" %9s", name);
     }
@@ -205,13 +218,19 @@ int Main(int count, char** words) {
     const Image page = MakePage(kWidth, kHeight, 24);
     for (const Compression& compression : kCompressions) {
         Bench bench(folder, compression, page);
-        std::vector<double> seconds[kStages];
+        std::vector<double> clock[kStages];
+        std::vector<double> processor[kStages];
         for (int round = 0; round < rounds; ++round) {
             for (int stage = 0; stage < kStages; ++stage) {
-                seconds[stage].push_back(bench.Seconds(stage));
+                const Cost cost = bench.Measured(stage);
+                clock[stage].push_back(cost.clock);
+                processor[stage].push_back(cost.processor);
             }
         }
-        Print(compression.name, seconds);
+        PrintRow(compression.name, "least", clock, Least);
+        PrintRow(compression.name, "median", clock, Median);
+        PrintRow(compression.name, "processor", processor, Least);
+        PrintBound(compression.name, processor);
         std::fflush(stdout);
     }
     PrintLoad("after");
