@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <algorithm>
 
 #include <fstream>
 #include <sstream>
@@ -76,9 +77,14 @@ TEST_F(Memory, ATenTimesTallerPageTakesHardlyMore) {
     WriteBilevel(folder.File("short.pbm"), kWidth, kHeight);
     WriteBilevel(folder.File("tall.pbm"), kWidth, 10 * kHeight);
     for (const char* ending : {"pbm", "tif", "png"}) {
+        // The least of three runs: how far the threads' rings fill is chance.
         const auto peak = [&](const std::string& page) {
-            return PeakMegabytes(
-                {folder.File(page + ".pbm"), "--scale=50%", "-o", folder.File(page + "2." + ending)});
+            double least = 1e9;
+            for (int run = 0; run < 3; ++run) {
+                least = std::min(least, PeakMegabytes({folder.File(page + ".pbm"), "--scale=50%", "--force", "-o",
+                                                       folder.File(page + "2." + ending)}));
+            }
+            return least;
         };
         EXPECT_LT(peak("tall"), peak("short") * 1.05) << ending;
     }
