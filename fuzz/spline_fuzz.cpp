@@ -48,7 +48,8 @@ void RefusesOtherNumbersOfKnots(long n) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Producer input(data, size);
     const auto style = input.Take<std::uint8_t>();
-    const long n = (style & 0x40) != 0 ? static_cast<long>(input.Between(-2, 70)) : static_cast<long>(input.Between(3, 6));
+    const long n =
+        (style & 0x40) != 0 ? static_cast<long>(input.Between(-2, 70)) : static_cast<long>(input.Between(3, 6));
     if (n < 3 || n > 64) {
         RefusesOtherNumbersOfKnots(n);
         return 0;
