@@ -60,7 +60,7 @@ std::int32_t TranscribedColorBalance(const ColorBalanceSetting& setting, std::in
         for (std::size_t channel = 0; channel < 3; ++channel) {
             const std::vector<std::int64_t> spline = TranscribedBalanceSpline(group, amounts[channel]);
             for (auto& entry : *tables[channel]) {
-                entry = static_cast<std::uint8_t>(spline[entry]);
+                entry = static_cast<std::uint8_t>(spline[static_cast<std::size_t>(entry)]);
             }
         }
     }

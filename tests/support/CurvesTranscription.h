@@ -143,7 +143,7 @@ std::int32_t TranscribedCurves(const CurvesSetting& setting, std::int32_t depth,
     const TranscribedMaster m = TranscribedCurvesMaster(setting);
     for (Table* table : {&red, &green, &blue}) {
         for (auto& entry : *table) {
-            entry = m[entry];
+            entry = m[static_cast<std::size_t>(entry)];
         }
     }
     return 0;
