@@ -37,7 +37,8 @@ endif()
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 # Hardening of optimised builds; tests/abi/hardening_test.sh looks at what came of it.
-if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$" AND NOT PLATEN_SANITIZE AND NOT PLATEN_COVERAGE)
+if(PLATEN_HARDENING AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$"
+    AND NOT PLATEN_SANITIZE AND NOT PLATEN_COVERAGE)
   add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
   add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
