@@ -119,7 +119,7 @@ TEST_F(Files, ThreadsChangeNoErrorOfADamagedFile) {
     for (const std::string kind : {"png", "tif", "jpg", "ppm"}) {
         Do({"a.ppm", "-f", "-o", "whole." + kind});
         const std::string bytes = ReadFile(folder.File("whole." + kind));
-        for (const std::size_t tenths : {3, 6, 9}) {
+        for (const std::size_t tenths : {3u, 6u, 9u}) {
             // A TIFF's directory is at its end, so there the samples are damaged instead.
             const std::size_t at = bytes.size() * tenths / 10;
             const std::string end = kind == "tif" ? std::string(500, '\xFF') + bytes.substr(at + 500) : "";

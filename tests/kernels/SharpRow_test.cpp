@@ -82,8 +82,8 @@ TEST(SharpRow, EveryVariantEqualsReferenceForKernelsFromElsewhere) {
         const bool anything = random.OneIn(4);
         const int changes = anything ? 10 : static_cast<int>(random.Between(1, 2));
         for (int c = 0; c < changes; ++c) {
-            kernel[anything ? c : random.Between(0, 9)] =
-                static_cast<std::int32_t>(random.OneIn(3) ? random.Next() : random.Between(-25, 25));
+            kernel[anything ? c : random.Between(0, 9)] = static_cast<std::int32_t>(
+                random.OneIn(3) ? static_cast<std::int64_t>(random.Next()) : random.Between(-25, 25));
         }
         Rows rows(3 * 70, Side::kPageBehind);
         rows.Fill(random, i % 2);
