@@ -20,11 +20,19 @@ std::size_t NeededBytes(const SANE_Parameters& p) {
     return p.depth == 1 ? (width + 7) / 8 * samples : width * samples * static_cast<std::size_t>(p.depth) / 8;
 }
 
+// Looked at as a number: a device may send what the enumeration doesn't have.
+bool IsKnownFormat(const SANE_Parameters& p) {
+    std::int32_t format = 0;
+    static_assert(sizeof format == sizeof p.format);
+    std::memcpy(&format, &p.format, sizeof format);
+    return format == SANE_FRAME_GRAY || format == SANE_FRAME_RGB || format == SANE_FRAME_RED ||
+           format == SANE_FRAME_GREEN || format == SANE_FRAME_BLUE;
+}
+
 }  // namespace
 
 ImageInfo PageInfo(const SANE_Parameters& p) {
-    const bool known = p.format == SANE_FRAME_GRAY || p.format == SANE_FRAME_RGB || p.format == SANE_FRAME_RED ||
-                       p.format == SANE_FRAME_GREEN || p.format == SANE_FRAME_BLUE;
+    const bool known = IsKnownFormat(p);
     if (!known) {
         throw Error(ExitCode::kUnsupported,
                     "the device sends frames that are neither grey nor red, green and blue");
