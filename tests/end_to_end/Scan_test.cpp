@@ -309,6 +309,48 @@ TEST_F(ScanDevice, DryRunsScanNothing) {
     EXPECT_EQ(folder.Listing(), "");
 }
 
+TEST_F(ScanDevice, DryRunsTellWhatIsKnownOfAnUnknownHeight) {
+    const Words hand = Set({"hand-scanner=yes"}) + Words{"-n", "-o", "x.png"};
+    const Outcome plain = RunScan(hand);
+    EXPECT_EQ(plain.code, 0) << plain.err;
+    EXPECT_NE(plain.out.find("  output    216 x ?, 8-bit grey, "), std::string::npos) << plain.out;
+    const Outcome scaled = RunScan(hand + Words{"--scale=50%", "--sharpness=1"});
+    EXPECT_EQ(scaled.code, 0) << scaled.err;
+    for (const char* part :
+         {"  input     216 x ?, 8-bit grey, ", "  scale     216 x ? to 108 x ?\n", "  sharpen   1\n",
+          "  note      the page's height isn't known before its last line: the page will be spooled to a temporary "
+          "file\n",
+          "  output    108 x ?, 8-bit grey, ", "  memory    about "}) {
+        EXPECT_NE(scaled.out.find(part), std::string::npos) << part << scaled.out;
+    }
+    // As the scan itself would answer.
+    const Outcome strict = RunScan(hand + Words{"--scale=50%", "--strict-stream"});
+    EXPECT_EQ(strict.code, 3);
+    EXPECT_EQ(strict.err,
+              "platen: test: the page's height isn't known, and scaling and sharpness need it; --strict-stream "
+              "forbids spooling\n");
+    EXPECT_EQ(folder.Listing(), "");
+}
+
+TEST_F(ScanDevice, PresetsActAsTheirOptions) {
+    WriteFile(folder.File("own.toml"), "sharpness = 1\n\n[[tone]]\nlevels = [20, 230]\n");
+    for (const auto& [preset, options] :
+         {std::pair<const char*, Words>{"own.toml", {"--levels=20,230", "--sharpness=1"}},
+          {"text-clean", {"--mode=gray", "--sharpness=1", "--levels=45,225,0.75"}},
+          {"fax-200", {"--mode=lineart", "--resolution=200", "--threshold=62", "--sharpness=1"}}}) {
+        DoScan(kPattern + Words{std::string("--preset=") + preset, "-f", "-o", "preset.tif"});
+        DoScan(kPattern + options + Words{"-f", "-o", "options.tif"});
+        EXPECT_TRUE(Same(ReadFile(folder.File("preset.tif")), ReadFile(folder.File("options.tif")))) << preset;
+        DoScan(kPattern + Words{"-f", "-o", "plain.tif"});
+        EXPECT_FALSE(Same(ReadFile(folder.File("preset.tif")), ReadFile(folder.File("plain.tif")))) << preset;
+    }
+    ExpectError({"--preset=nothing.toml"}, 1, "nothing.toml: No such file or directory");
+    WriteFile(folder.File("wrong.toml"), "sharpness = 1\nlevel = 3\n");
+    const Outcome wrong = RunScan({"--preset=wrong.toml", "-o", "x.png"});
+    EXPECT_EQ(wrong.code, 2);
+    EXPECT_EQ(wrong.err.find("platen: wrong.toml:2: "), 0u) << wrong.err;
+}
+
 TEST_F(ScanDevice, FullDisksAndClosedPipesEndIt) {
     Streams full;
     full.outputFile = "/dev/full";

@@ -131,6 +131,26 @@ TEST(PagePlan, UnknownHeightIsRefusedWhereItIsNeeded) {
     EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2"}), info)), "tone");
 }
 
+TEST(PagePlan, ADryRunPlansUnknownHeights) {
+    ImageInfo info = Page(8, 3);
+    info.height = 0;
+    const auto result = [&](const std::vector<std::string>& words) {
+        const PagePlan plan = PlanDryRun(With(words), info);
+        EXPECT_EQ(plan.notices.size(), 1u);
+        EXPECT_GT(ExpectedMemory(plan), 0u);
+        return plan.steps.back().text + ": " + PageText(plan.output);
+    };
+    EXPECT_EQ(result({"--scale=50%"}), "100 x ? to 50 x ?: 50 x ?, 8-bit RGB, 150 dpi");
+    EXPECT_EQ(result({"--resolution=600"}), "100 x ? to 200 x ?: 200 x ?, 8-bit RGB, 600 dpi");
+    EXPECT_EQ(result({"--width=25"}), "100 x ? to 25 x ?: 25 x ?, 8-bit RGB, 75 dpi");
+    EXPECT_EQ(result({"--height=25"}), "100 x ? to ? x 25: ? x 25, 8-bit RGB, no resolution");
+    EXPECT_EQ(result({"--size=30x25"}), "100 x ? to 30 x 25: 30 x 25, 8-bit RGB, no resolution");
+    EXPECT_EQ(result({"--size=30x25", "--shrink-only"}), "100 x ? to 30 x ?: 30 x ?, 8-bit RGB, no resolution");
+    EXPECT_EQ(result({"--scale=100%"}), "100 x ? to 100 x ?: 100 x ?, 8-bit RGB, 300 dpi");
+    EXPECT_EQ(result({"--height=25", "--sharpness=2"}), "2: ? x 25, 8-bit RGB, no resolution");
+    EXPECT_EQ(PlanDryRun(With({"--gamma=2"}), info).notices.size(), 0u);
+}
+
 TEST(PagePlan, MetadataIsKeptUnlessItNoLongerFits) {
     const PagePlan kept = PlanPage(With({"--gamma=2"}), Page(8, 3));
     EXPECT_EQ(kept.output.iccProfile.size(), 3u);
