@@ -90,8 +90,8 @@ TEST(Progress, AMessageGetsALineOfItsOwn) {
     {
         Progress progress(true, "a");
         progress.Line(2, 50, 100);
-        PrintMessage("hello");
-        PrintMessage("again");
+        PrintMessage({"hel", "lo"});
+        PrintMessage({"again"});
     }
     const std::string line = "a: page 2, line 50 of 100 (50 %)";
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
