@@ -61,10 +61,7 @@ class InputRun {
             ++page;
         } while (reader_->NextPage());
         if (!any) {
-            throw Error(
-                ExitCode::kFailed,
-                "--page: there " +
-                    std::string(page == 2 ? "is only 1 page" : "are only " + std::to_string(page - 1) + " pages"));
+            throw NoSuchPage(page - 1);
         }
         // Whatever can fail comes before the output's appearance.
         const std::string statistics = settings_.stats ? statistics_.Text(Now() - begin_) : "";
