@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 
 #include "Spawn.h"
@@ -75,6 +76,34 @@ TEST_F(Faults, ATemporaryFileThatCannotBeReadBack) {
     EXPECT_EQ(written.code, 1);
     EXPECT_EQ(written.err, "platen: a.ppm: the TIFF can't be written: its directory can't be read back\n");
     EXPECT_EQ(folder.Listing(), "a.ppm b.ppm in.tif");
+}
+
+// A page of one pixel is its own first pass, so the word in its header is all that interlacing changes.
+std::string Interlaced(std::string png) {
+    constexpr std::size_t kHeader = 8 + 4;  // its name, 13 bytes, their check sum
+    png[kHeader + 4 + 12] = 1;
+    std::uint32_t crc = 0xFFFFFFFFu;
+    for (std::size_t i = kHeader; i < kHeader + 17; ++i) {
+        crc ^= static_cast<unsigned char>(png[i]);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 1) != 0 ? crc >> 1 ^ 0xEDB88320u : crc >> 1;
+        }
+    }
+    for (std::size_t i = 0; i < 4; ++i) {
+        png[kHeader + 17 + i] = static_cast<char>(~crc >> (24 - 8 * i));
+    }
+    return png;
+}
+
+TEST_F(Faults, APassThatCannotBeReadBack) {
+    WriteFile(folder.File("dot.pgm"), "P5 1 1 255\nx");
+    EXPECT_EQ(Run("FAULT_NONE", "", {"dot.pgm", "-o", "dot.png"}).code, 0);
+    WriteFile(folder.File("laced.png"), Interlaced(ReadFile(folder.File("dot.png"))));
+    EXPECT_EQ(Run("FAULT_NONE", "", {"laced.png", "-o", "whole.pgm"}).code, 0);
+    EXPECT_EQ(ReadFile(folder.File("whole.pgm")), "P5\n1 1\n255\nx");
+    const Outcome outcome = Run("FAULT_PREAD", "1", {"laced.png", "-o", "never.pgm"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "platen: laced.png: the temporary file can't be read back\n");
 }
 
 TEST_F(Faults, WithoutThreadsTheWorkIsDoneAllTheSame) {

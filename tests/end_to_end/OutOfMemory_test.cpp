@@ -86,6 +86,13 @@ class OutOfMemory : public testing::Test {
     }
 };
 
+TEST_F(OutOfMemory, IsSaid) {
+    setenv("FAULT_ALLOCATION", "1", 1);
+    const Outcome outcome = Run({"page.ppm", "-o", "out.png"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "platen: out of memory\n");
+}
+
 TEST_F(OutOfMemory, PngThroughAllStages) {
     Make("in.png", {"--set-resolution=300"});
     Sweep({"in.png", "--levels=10,240", "--saturation=20", "--scale=50%", "--sharpness=1", "-o", "out.png"},

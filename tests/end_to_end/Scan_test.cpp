@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -99,6 +101,9 @@ TEST_F(ScanDevice, ThreePassesMakeOnePage) {
                 << depth << order;
         }
     }
+    EXPECT_EQ(RunScan(Set({"mode=Color", "three-pass=yes"}) + Words{"-v", "-f", "-o", "x.png"}).err,
+              "platen: test: spooled to temporary files: the device makes three passes\n");
+    unlink(folder.File("x.png").c_str());
     ExpectError(Set({"mode=Color", "three-pass=yes"}) + Words{"--strict-stream"}, 3,
                 "test: the device makes three passes over a page; --strict-stream forbids spooling");
 }
@@ -237,7 +242,16 @@ TEST_F(ScanDevice, WrongOptionsNameWhatIsAllowed) {
               "platen: scan: no device; say -d NAME, and platen scan -L lists them\n");
     EXPECT_EQ(RunScan({"-o", "%s.png"}).err,
               "platen: -o: %s is an input file's name, and a scan has none; %d and %03d number the pages\n");
-    EXPECT_EQ(RunScan({"-o", "page"}).code, 2);
+    const Outcome format = RunScan({"-o", "page"});
+    EXPECT_EQ(format.code, 2);
+    EXPECT_EQ(
+        format.err,
+        "platen: -o: 'page' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, or "
+        "--format\n");
+    WriteFile(configuration.File("long.txt"), std::string(4'000'010, '1'));
+    const std::string file = configuration.File("long.txt");
+    EXPECT_EQ(RunScan(Set({"gamma-table=@" + file}) + Words{"-o", "x.png"}).err,
+              "platen: --set gamma-table: '" + file + "' is too long for a list of numbers\n");
     EXPECT_EQ(folder.Listing(), "");
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "support/Random.h"
 
@@ -109,6 +111,27 @@ TEST(PageZoom, OtherFactorsTakeThePageWhole) {
         EXPECT_EQ(PageZoom::Records(from, to), std::max(from, to));
         for (const int format : {1, 8, 16, 32, 64}) {
             ExpectTheSame(Info(13, from, format), Info(7, to, format), format);
+        }
+    }
+}
+
+TEST(PageZoom, ALineTooManyIsRefused) {
+    for (const std::uint32_t height : {3u, 4u}) {  // whole, and in bands
+        PageZoom zoom;
+        const ImageInfo in = Info(4, 6, 8);
+        zoom.Open(in, Info(2, height == 3 ? 3 : 4, 8), 8);
+        std::uint8_t line[4] = {};
+        for (std::uint32_t y = 0; y < 6; ++y) {
+            zoom.Send(line);
+            while (zoom.Ready()) {
+                zoom.Read(line);
+            }
+        }
+        try {
+            zoom.Send(line);
+            ADD_FAILURE() << "taken";
+        } catch (const std::logic_error& error) {
+            EXPECT_STREQ(error.what(), "the scaler refused a line");
         }
     }
 }

@@ -29,6 +29,7 @@ TEST(Statistics, PercentilesAndLevelsOfAGreyRamp) {
     EXPECT_NE(text.find("grey           20    29    69   119   169   209   218\n"), std::string::npos) << text;
     EXPECT_NE(text.find("--levels=20,218\n"), std::string::npos) << text;
     EXPECT_NE(text.find("pages        1\nlines        1\n"), std::string::npos) << text;
+    EXPECT_NE(text.find(" MB/s\npeak memory  "), std::string::npos) << text;
 }
 
 TEST(Statistics, AlphaDoesNotCountAndChannelsAreApart) {

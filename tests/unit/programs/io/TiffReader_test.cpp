@@ -308,6 +308,8 @@ TEST(TiffReader, UnsupportedLayoutsAreNamed) {
            "the TIFF has signed or complex samples; unsigned ones of 1, 2, 4, 8 and 16 bits are supported");
     expect({.samples = 3, .photometric = PHOTOMETRIC_YCBCR}, "the TIFF is YCbCr that is not JPEG; bilevel");
     expect({.samples = 3, .photometric = PHOTOMETRIC_CIELAB}, "the TIFF is CIE L*a*b*; bilevel");
+    expect({.samples = 2, .photometric = PHOTOMETRIC_PALETTE},
+           "a palette TIFF of this layout isn't supported; one sample of up to 8 bits is");
     expect({.photometric = PHOTOMETRIC_MASK}, "the TIFF is a transparency mask; bilevel");
     expect({.photometric = 99}, "the TIFF is photometric interpretation 99; bilevel");
     expect({.samples = 17}, "the TIFF has 17 samples a pixel; 1 to 16 are supported");
