@@ -31,7 +31,8 @@ inline void ReadWholeFile(const std::uint8_t* data, std::size_t size, const std:
     }
     try {
         platen_tool::ReadOptions options;
-        options.limits = {4096, 1 << 18};
+        // Large enough for strips, tiles and passes of several kinds, and small enough to be read in a moment.
+        options.limits = {2048, 1 << 14};
         auto reader = platen_tool::OpenReader("/proc/self/fd/" + std::to_string(file), options);
         int pages = 0;
         do {

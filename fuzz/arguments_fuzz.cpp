@@ -62,8 +62,10 @@ void CheckPlan(const PagePlan& plan, const Settings& settings) {
 void Try(const std::vector<std::string>& words, const ImageInfo& page) {
     const Settings settings = MakeSettings(ParseArguments(kAdjust, words), {false, false});
     CheckOutputName(OutputName(settings.output), settings.inputs);
-    const std::string svg = CurveSvg(FoldToneSteps(settings.tone, 24), settings.tone);
-    Require(svg.ends_with("</svg>\n"));
+    if (settings.plot) {
+        const std::string svg = CurveSvg(FoldToneSteps(settings.tone, 24), settings.tone);
+        Require(svg.ends_with("</svg>\n"));
+    }
     CheckPlan(PlanPage(settings, page), settings);
 }
 

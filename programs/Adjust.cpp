@@ -91,7 +91,7 @@ class WorkerPool {
         }
         sigprocmask(SIG_SETMASK, &before, nullptr);
         if (worker < 0) {
-            PrintMessage(input + ": a process cannot be started: " + std::strerror(error));
+            PrintMessage({input, ": a process cannot be started: ", std::strerror(error)});
             Note(ExitCode::kFailed);
         }
     }
@@ -108,7 +108,7 @@ class WorkerPool {
         if (WIFEXITED(status)) {
             Note(static_cast<ExitCode>(WEXITSTATUS(status)));
         } else {
-            PrintMessage("a working process was ended by signal " + std::to_string(WTERMSIG(status)));
+            PrintMessage({"a working process was ended by signal ", std::to_string(WTERMSIG(status))});
             Note(ExitCode::kFailed);
         }
     }
@@ -125,19 +125,19 @@ class WorkerPool {
 
 }  // namespace
 
-ExitCode ReportFailure(const std::string& name) {
-    const std::string prefix = name.empty() ? "" : name + ": ";
+ExitCode ReportFailure(const std::string& name) noexcept {
+    const std::string_view colon = name.empty() ? "" : ": ";
     try {
         throw;
     } catch (const Error& error) {
         if (error.what()[0] != '\0' && error.Code() != ExitCode::kBrokenPipe) {
-            PrintMessage(prefix + error.what());
+            PrintMessage({name, colon, error.what()});
         }
         return error.Code();
     } catch (const std::bad_alloc&) {
-        PrintMessage(prefix + "out of memory");
+        PrintMessage({name, colon, "out of memory"});
     } catch (const std::exception& error) {
-        PrintMessage(prefix + "internal error: " + error.what());
+        PrintMessage({name, colon, "internal error: ", error.what()});
     }
     return ExitCode::kFailed;
 }

@@ -10,7 +10,7 @@ namespace platen_tool {
 ExitCode RunAdjust(const Settings& settings);
 
 // For a catch block: prints what went wrong with `name` (nothing for a closed pipe; empty: no file) and gives
-// the exit code.
-ExitCode ReportFailure(const std::string& name);
+// the exit code. Takes no memory: it may be that there is none.
+ExitCode ReportFailure(const std::string& name) noexcept;
 
 }  // namespace platen_tool

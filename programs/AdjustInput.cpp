@@ -61,15 +61,12 @@ class InputRun {
             ++page;
         } while (reader_->NextPage());
         if (!any) {
-            throw Error(
-                ExitCode::kFailed,
-                "--page: there " +
-                    std::string(page == 2 ? "is only 1 page" : "are only " + std::to_string(page - 1) + " pages"));
+            throw NoSuchPage(page - 1);
         }
+        // Whatever can fail comes before the output's appearance.
+        const std::string statistics = settings_.stats ? statistics_.Text(Now() - begin_) : "";
         CommitWriter();
-        if (settings_.stats) {
-            PrintStatistics();
-        }
+        PrintStatistics(statistics);
     }
 
   private:
@@ -79,13 +76,13 @@ class InputRun {
 
     void Tell(const std::string& notice) const {
         if (settings_.verbose && !notice.empty()) {
-            PrintMessage(input_ + ": " + notice);
+            PrintMessage({input_, ": ", notice});
         }
     }
 
     void TellReduction(const PagePlan& plan) {
         if (plan.reducedTo8 && !toldReduction_) {
-            PrintMessage(input_ + ": 16-bit samples are reduced to 8 bits");
+            PrintMessage({input_, ": 16-bit samples are reduced to 8 bits"});
             toldReduction_ = true;
         }
     }
@@ -171,11 +168,10 @@ class InputRun {
         }
     }
 
-    void PrintStatistics() const {
-        const std::string text = statistics_.Text(Now() - begin_);
+    void PrintStatistics(std::string_view text) const {
         for (std::size_t begin = 0; begin < text.size();) {
             const std::size_t end = text.find('\n', begin);
-            PrintMessage(input_ + ": " + text.substr(begin, end - begin));
+            PrintMessage({input_, ": ", text.substr(begin, end - begin)});
             begin = end + 1;
         }
     }

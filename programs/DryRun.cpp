@@ -1,5 +1,6 @@
 #include "programs/AdjustInput.h"
 #include "programs/PagePlan.h"
+#include "programs/SpooledPage.h"
 
 namespace platen_tool {
 
@@ -52,7 +53,10 @@ void SkipLines(LineReader& reader) {
 }  // namespace
 
 std::string DescribePage(const Settings& settings, const ImageInfo& page) {
-    const PagePlan plan = PlanPage(settings, page);
+    if (page.height == 0 && settings.NeedsHeight() && settings.read.strictStream) {
+        RefuseSpooling();
+    }
+    const PagePlan plan = PlanDryRun(settings, page);
     std::string text = Row("input", PageText(plan.input));
     for (const PlannedStep& step : plan.steps) {
         text += Row(StepName(step.kind), step.text);

@@ -64,7 +64,8 @@ Ratio ParseRatio(std::string_view option, std::string_view text) {
             continue;
         }
         if (c < '0' || c > '9' || ++digits > kMostDigits) {
-            Refuse(option, text, "is not a positive decimal number of at most nine digits");
+            ratio.numerator = 0;
+            break;
         }
         ratio.numerator = ratio.numerator * 10 + static_cast<std::uint64_t>(c - '0');
         ratio.denominator *= point ? 10 : 1;

@@ -5,6 +5,7 @@
 #include "programs/Error.h"
 #include "programs/Geometry.h"
 #include "programs/Numbers.h"
+#include "programs/PageZoom.h"
 
 namespace platen_tool {
 
@@ -14,9 +15,15 @@ namespace {
     throw Error(ExitCode::kUnsupported, text);
 }
 
+// A side that isn't known is 0.
+std::string SizeText(const ImageInfo& info) {
+    const auto side = [](std::uint32_t count) { return count == 0 ? "?" : std::to_string(count); };
+    return side(info.width) + " x " + side(info.height);
+}
+
 class Planner {
   public:
-    Planner(const Settings& settings, const ImageInfo& page) : settings_(settings) {
+    Planner(const Settings& settings, const ImageInfo& page, bool dryRun) : settings_(settings), dryRun_(dryRun) {
         plan_.input = page;
         if (settings.inputResolution) {
             plan_.input.resolution = settings.inputResolution;
@@ -144,19 +151,32 @@ class Planner {
             return;
         }
         RequireHeight("scaling");
-        const PageSize size = TargetSize(info_, settings_.size, settings_.read.limits);
         const ImageInfo before = info_;
+        const PageSize size =
+            info_.height == 0 ? SizeOfUnknownHeight() : TargetSize(info_, settings_.size, settings_.read.limits);
         info_.width = size.width;
         info_.height = size.height;
         info_.resolution = size.resolution;
-        if (size.width == before.width && size.height == before.height) {
+        if (size.width == before.width && size.height == before.height && size.height != 0) {
             plan_.notices.push_back("the page has its size already; nothing is scaled");
             return;
         }
-        Add(StepKind::kScale,
-            std::to_string(before.width) + " x " + std::to_string(before.height) + " to " +
-                std::to_string(size.width) + " x " + std::to_string(size.height),
-            ScalerMemory(before, info_));
+        Add(StepKind::kScale, SizeText(before) + " to " + SizeText(info_), ScalerMemory(before, info_));
+    }
+
+    // The page is taken for a square one. Sides that would follow the height are 0, as unknown as it is.
+    PageSize SizeOfUnknownHeight() const {
+        ImageInfo square = info_;
+        square.height = square.width;
+        const SizeSettings& wanted = settings_.size;
+        PageSize size = TargetSize(square, wanted, {UINT32_MAX, UINT64_MAX});
+        const bool heightGiven = !wanted.scale && !wanted.resolution && wanted.height != 0;
+        size.height = heightGiven && !wanted.shrinkOnly ? wanted.height : 0;
+        if (heightGiven) {
+            size.width = wanted.width == 0 ? 0 : size.width;
+            size.resolution.reset();
+        }
+        return size;
     }
 
     void PlanSharpen() {
@@ -164,7 +184,8 @@ class Planner {
             return;
         }
         RequireHeight("the sharpness filter");
-        if (info_.width < 3 || info_.height < 2) {
+        const bool narrow = info_.width != 0 && info_.width < 3;
+        if (narrow || (info_.height != 0 && info_.height < 2)) {
             plan_.notices.push_back(
                 "the page is less than three pixels wide or two lines high; it is not "
                 "sharpened or softened");
@@ -176,16 +197,25 @@ class Planner {
             6 * line + (info_.HasAlpha() ? 2 * std::size_t{info_.width} + info_.LineBytes() : 0));
     }
 
-    void RequireHeight(const char* what) const {
-        if (info_.height == 0) {
+    void RequireHeight(const char* what) {
+        if (plan_.input.height != 0) {
+            return;
+        }
+        if (!dryRun_) {
             Unsupported(std::string(what) + " needs to know the page's height before its last line");
+        }
+        if (plan_.notices.empty()) {
+            plan_.notices.push_back(
+                "the page's height isn't known before its last line: the page will be spooled to a temporary file");
         }
     }
 
-    // Work lines of accumulators, one record for each column and line, and the line given out.
-    static std::size_t ScalerMemory(const ImageInfo& in, const ImageInfo& out) {
-        const std::size_t width = std::max(in.width, out.width);
-        const std::size_t height = std::max(in.height, out.height);
+    // Work lines of accumulators, one record for each column and line held, and the line given out.
+    std::size_t ScalerMemory(const ImageInfo& in, const ImageInfo& out) const {
+        const std::size_t most = settings_.read.limits.maxSide;
+        const std::size_t width = out.width == 0 ? most : std::max(in.width, out.width);
+        const bool known = in.height != 0 && out.height != 0;
+        const std::size_t height = known ? PageZoom::Records(in.height, out.height) : most;
         const std::size_t bits = in.bitsPerSample == 1 ? 8 : static_cast<std::size_t>(in.bitsPerSample);
         const std::size_t pixel = bits * static_cast<std::size_t>(in.samplesPerPixel);
         constexpr std::size_t kRecord = 28;
@@ -206,6 +236,7 @@ class Planner {
     }
 
     const Settings& settings_;
+    const bool dryRun_;
     PagePlan plan_;
     ImageInfo info_;
 };
@@ -213,7 +244,11 @@ class Planner {
 }  // namespace
 
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page) {
-    return Planner(settings, page).Plan();
+    return Planner(settings, page, false).Plan();
+}
+
+PagePlan PlanDryRun(const Settings& settings, const ImageInfo& page) {
+    return Planner(settings, page, true).Plan();
 }
 
 std::size_t ExpectedMemory(const PagePlan& plan) {
@@ -229,8 +264,7 @@ std::size_t ExpectedMemory(const PagePlan& plan) {
 
 std::string PageText(const ImageInfo& info) {
     static constexpr const char* kLayouts[] = {"grey", "grey and alpha", "RGB", "RGB and alpha"};
-    const std::string height = info.height == 0 ? "?" : std::to_string(info.height);
-    std::string text = std::to_string(info.width) + " x " + height;
+    std::string text = SizeText(info);
     text += info.bitsPerSample == 1
                 ? std::string(", bilevel")
                 : ", " + std::to_string(info.bitsPerSample) + "-bit " + kLayouts[info.samplesPerPixel - 1];

@@ -50,6 +50,10 @@ struct PagePlan {
 // of --mode=lineart. An Error (kUnsupported) where the page lacks what an option needs.
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page);
 
+// The same for --dry-run, which has no lines to count: a stage that needs a height which isn't known is no error,
+// and sides that follow from it are 0.
+PagePlan PlanDryRun(const Settings& settings, const ImageInfo& page);
+
 // The bytes that the program is expected to take at its peak: code, codec buffers and the steps' lines.
 std::size_t ExpectedMemory(const PagePlan& plan);
 

@@ -1,9 +1,15 @@
 #include "programs/PresetSearch.h"
 
+#include <dirent.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <climits>
 #include <cstdlib>
-#include <filesystem>
 #include <map>
+#include <memory>
+#include <new>
 
 #include "programs/Error.h"
 #include "programs/Numbers.h"
@@ -11,8 +17,6 @@
 namespace platen_tool {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::string_view kEnding = ".toml";
 
@@ -33,16 +37,44 @@ void AddUserFolder(std::vector<std::string>& folders, const char* variable, cons
     }
 }
 
+// The folder above the program's own, empty where that can't be found out.
+std::string ProgramFolder() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string program(path, length > 0 ? static_cast<std::size_t>(length) : 0);
+    const std::string folder = program.substr(0, program.find_last_of('/') + 1);
+    return folder.size() < 2 ? "" : folder.substr(0, folder.find_last_of('/', folder.size() - 2));
+}
+
+struct CloseFolder {
+    void operator()(DIR* folder) const {
+        closedir(folder);
+    }
+};
+
+// The C++ library's way through a folder ends the program where memory is short.
+std::vector<std::string> NamesIn(const std::string& path) {
+    std::vector<std::string> names;
+    errno = 0;
+    const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+    if (folder == nullptr && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    while (const dirent* entry = folder != nullptr ? readdir(folder.get()) : nullptr) {
+        names.emplace_back(entry->d_name);
+    }
+    return names;
+}
+
 }  // namespace
 
 std::vector<std::string> PresetFolders() {
     std::vector<std::string> folders;
     AddUserFolder(folders, "XDG_CONFIG_HOME", "/.config");
     AddUserFolder(folders, "XDG_DATA_HOME", "/.local/share");
-    std::error_code error;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error);
-    if (!error) {
-        folders.push_back((program.parent_path().parent_path() / "share/platen/presets").string());
+    const std::string program = ProgramFolder();
+    if (!program.empty()) {
+        folders.push_back(program + "/share/platen/presets");
     }
     const char* listed = std::getenv("XDG_DATA_DIRS");
     const std::string list = listed != nullptr && listed[0] != '\0' ? listed : "/usr/local/share:/usr/share";
@@ -57,11 +89,9 @@ std::vector<std::string> PresetFolders() {
 std::vector<FoundPreset> FindAllPresets() {
     std::map<std::string, std::string> found;
     for (const std::string& folder : PresetFolders()) {
-        std::error_code error;
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-            const fs::path path = entry->path();
-            if (path.extension() == kEnding) {
-                found.emplace(path.stem().string(), path.string());
+        for (const std::string& file : NamesIn(folder)) {
+            if (file.size() > kEnding.size() && file.ends_with(kEnding)) {
+                found.emplace(file.substr(0, file.size() - kEnding.size()), folder + "/" + file);
             }
         }
     }

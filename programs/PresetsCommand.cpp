@@ -53,7 +53,7 @@ ExitCode ListPresets(bool verbose) {
             line.erase(line.find_last_not_of(' ') + 1);
             text += line + "\n" + (verbose ? "    " + found.path + "\n" : std::string());
         } catch (const Error& error) {
-            PrintMessage(error.what());
+            PrintMessage({error.what()});
             result = ExitCode::kFailed;
         }
     }
@@ -79,7 +79,7 @@ ExitCode CheckPresets(const std::vector<std::string>& paths) {
         try {
             CheckPreset(path);
         } catch (const Error& error) {
-            PrintMessage(error.what());
+            PrintMessage({error.what()});
             result = ExitCode::kFailed;
         }
     }

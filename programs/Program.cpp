@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <exception>
 
 #include "programs/Adjust.h"
 #include "programs/Completion.h"
@@ -13,6 +15,7 @@
 #include "programs/ScanCommand.h"
 #include "programs/Settings.h"
 #include "programs/Signals.h"
+#include "programs/io/OutputFile.h"
 
 namespace platen_tool {
 
@@ -80,15 +83,34 @@ ExitCode Run(std::vector<std::string> words) {
     return RunAdjust(MakeSettings(arguments, terminals));
 }
 
+// Reached where a function that promised to throw nothing found no memory; some of the libraries have such. The
+// program ends as from any other error.
+[[noreturn]] void EndFromTerminate() {
+    RemovePartialOutputs();
+    if (std::current_exception() != nullptr) {
+        _exit(static_cast<int>(ReportFailure("")));
+    }
+    std::abort();
+}
+
 }  // namespace
 
-int RunProgram(const std::vector<std::string>& arguments) {
+int RunProgram(int count, char** arguments) {
     try {
+        std::set_terminate(EndFromTerminate);
         InstallSignalHandlers();
-        return static_cast<int>(Run(arguments));
+        return static_cast<int>(Run({arguments, arguments + count}));
     } catch (...) {
         return static_cast<int>(ReportFailure(""));
     }
+}
+
+int RunProgram(const std::vector<std::string>& arguments) {
+    std::vector<char*> words;
+    for (const std::string& argument : arguments) {
+        words.push_back(const_cast<char*>(argument.c_str()));  // only read
+    }
+    return RunProgram(static_cast<int>(words.size()), words.data());
 }
 
 }  // namespace platen_tool

@@ -20,11 +20,43 @@ namespace {
 // Characters of the progress line that stands on standard error.
 std::size_t progressShown = 0;
 
-std::string ClearProgress() {
-    const std::string clear = progressShown > 0 ? "\r" + std::string(progressShown, ' ') + "\r" : std::string();
-    progressShown = 0;
-    return clear;
-}
+// Collects bytes for standard error and writes them together, so that lines of several processes don't mix; only
+// lines longer than the buffer are written in parts. Nothing can be done about a failure.
+class ErrorLine {
+  public:
+    void Put(char c) {
+        if (count_ == sizeof bytes_) {
+            Write();
+        }
+        bytes_[count_++] = c;
+    }
+    void Put(std::string_view text) {
+        std::for_each(text.begin(), text.end(), [this](char c) { Put(c); });
+    }
+    void ClearProgress() {
+        if (progressShown > 0) {
+            Put('\r');
+            for (; progressShown > 0; --progressShown) {
+                Put(' ');
+            }
+            Put('\r');
+        }
+    }
+    void Write() {
+        for (std::size_t done = 0; done < count_;) {
+            const ssize_t put = write(STDERR_FILENO, bytes_ + done, count_ - done);
+            if (put < 0 && errno != EINTR) {
+                break;
+            }
+            done += put < 0 ? 0 : static_cast<std::size_t>(put);
+        }
+        count_ = 0;
+    }
+
+  private:
+    char bytes_[4096];
+    std::size_t count_ = 0;
+};
 
 std::string FixedText(double value) {
     char text[40];
@@ -46,11 +78,15 @@ std::size_t WriteSome(int descriptor, std::string_view text) {
 
 }  // namespace
 
-void PrintMessage(std::string_view text) {
-    // One write, so that lines of several processes don't mix. Nothing can be done about a failure.
-    const std::string line = ClearProgress() + "platen: " + std::string(text) + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fflush(stderr);
+void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept {
+    ErrorLine line;
+    line.ClearProgress();
+    line.Put("platen: ");
+    for (const std::string_view piece : pieces) {
+        line.Put(piece);
+    }
+    line.Put('\n');
+    line.Write();
 }
 
 void PrintOutput(std::string_view text) {
@@ -151,8 +187,9 @@ std::string Statistics::Text(double seconds) const {
 Progress::Progress(bool on, std::string name) : on_(on), name_(std::move(name)) {}
 
 Progress::~Progress() {
-    std::fputs(ClearProgress().c_str(), stderr);
-    std::fflush(stderr);
+    ErrorLine line;
+    line.ClearProgress();
+    line.Write();
 }
 
 void Progress::Show(unsigned long page, std::uint32_t line, std::uint32_t height) {

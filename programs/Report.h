@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -9,9 +10,9 @@
 
 namespace platen_tool {
 
-// Prints "platen: TEXT" on standard error; the program's only way to say something there. A line of progress makes
-// room for it.
-void PrintMessage(std::string_view text);
+// Prints "platen: " and the pieces on standard error; the program's only way to say something there. A line of
+// progress makes room for it. Takes no memory.
+void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept;
 
 // Writes all of the text to standard output and checks that it got there: an Error (kFailed), or (kBrokenPipe)
 // where nobody reads.

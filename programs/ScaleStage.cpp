@@ -1,52 +1,35 @@
 #include <algorithm>
 #include <cstring>
-#include <new>
-#include <stdexcept>
 
-#include "Sources/PX_Zoom/PX_Zoom.h"
 #include "programs/LineSink.h"
+#include "programs/PageZoom.h"
 
 namespace platen_tool {
 
 namespace {
-
-void OpenZoom(PX_Zoom& zoom, const ImageInfo& in, const ImageInfo& out, int bitsPerPixel) {
-    constexpr int kBilinear = 2;
-    const int status = zoom.Open(static_cast<int>(out.width), static_cast<int>(out.height),
-                                 static_cast<int>(in.width), static_cast<int>(in.height), bitsPerPixel, kBilinear);
-    if (status != 0) {
-        throw std::bad_alloc();  // sizes and format are valid
-    }
-}
-
-void Check(int status) {
-    if (status != 0) {
-        throw std::logic_error("the scaler refused a line");
-    }
-}
 
 // All samples of a pixel in one scaler.
 class ScaleSink : public LineSink {
   public:
     ScaleSink(const PlannedStep& step, LineSink& next)
         : line_(step.out.LineBytes()), linesLeft_(step.out.height), next_(next) {
-        OpenZoom(zoom_, step.in, step.out, step.in.bitsPerSample * step.in.samplesPerPixel);
+        zoom_.Open(step.in, step.out, step.in.bitsPerSample * step.in.samplesPerPixel);
     }
 
     void Take(std::uint8_t* line) override {
         if (linesLeft_ == 0) {
             return;
         }
-        Check(zoom_.Send(line));
-        while (linesLeft_ > 0 && zoom_.CheckData() > 0) {
-            Check(zoom_.Read(line_.data()));
+        zoom_.Send(line);
+        while (linesLeft_ > 0 && zoom_.Ready()) {
+            zoom_.Read(line_.data());
             --linesLeft_;
             next_.Take(line_.data());
         }
     }
 
   private:
-    PX_Zoom zoom_;
+    PageZoom zoom_;
     std::vector<std::uint8_t> line_;
     std::uint32_t linesLeft_;
     LineSink& next_;
@@ -69,8 +52,8 @@ class PlanesScaleSink : public LineSink {
           line_(step.out.LineBytes()),
           linesLeft_(step.out.height),
           next_(next) {
-        for (PX_Zoom& zoom : zooms_) {
-            OpenZoom(zoom, step.in, step.out, step.in.bitsPerSample);
+        for (PageZoom& zoom : zooms_) {
+            zoom.Open(step.in, step.out, step.in.bitsPerSample);
         }
     }
 
@@ -82,9 +65,9 @@ class PlanesScaleSink : public LineSink {
             for (std::size_t x = 0; x < inWidth_; ++x) {
                 std::memcpy(&plane_[x * sampleBytes_], line + (x * samples_ + s) * sampleBytes_, sampleBytes_);
             }
-            Check(zooms_[s].Send(plane_.data()));
+            zooms_[s].Send(plane_.data());
         }
-        while (linesLeft_ > 0 && zooms_[0].CheckData() > 0) {
+        while (linesLeft_ > 0 && zooms_[0].Ready()) {
             ReadPlanes();
             --linesLeft_;
             next_.Take(line_.data());
@@ -94,7 +77,7 @@ class PlanesScaleSink : public LineSink {
   private:
     void ReadPlanes() {
         for (std::size_t s = 0; s < samples_; ++s) {
-            Check(zooms_[s].Read(plane_.data()));
+            zooms_[s].Read(plane_.data());
             for (std::size_t x = 0; x < outWidth_; ++x) {
                 std::memcpy(&line_[(x * samples_ + s) * sampleBytes_], &plane_[x * sampleBytes_], sampleBytes_);
             }
@@ -105,7 +88,7 @@ class PlanesScaleSink : public LineSink {
     const std::size_t sampleBytes_;
     const std::size_t inWidth_;
     const std::size_t outWidth_;
-    std::vector<PX_Zoom> zooms_;
+    std::vector<PageZoom> zooms_;
     std::vector<std::uint8_t> plane_;
     std::vector<std::uint8_t> line_;
     std::uint32_t linesLeft_;

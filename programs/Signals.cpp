@@ -58,7 +58,9 @@ void InstallSignalHandlers() {
             sigaction(number, &action, nullptr);
         }
     }
+    // A write that finds no reader, or goes beyond the limit on a file's size, fails with an error instead.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void SetInterruptHook(InterruptHook hook) {

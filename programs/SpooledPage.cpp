@@ -6,11 +6,15 @@
 
 namespace platen_tool {
 
+void RefuseSpooling() {
+    throw Error(
+        ExitCode::kUnsupported,
+        "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids spooling");
+}
+
 SpooledPage::SpooledPage(LineReader& reader, bool strictStream) : lineBytes_(reader.Info().LineBytes()) {
     if (strictStream) {
-        throw Error(ExitCode::kUnsupported,
-                    "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
-                    "spooling");
+        RefuseSpooling();
     }
     std::vector<std::uint8_t> line(lineBytes_);
     while (reader.ReadLineOrEnd(line.data())) {

@@ -5,6 +5,9 @@
 
 namespace platen_tool {
 
+// The Error (kUnsupported) where --strict-stream forbids what follows.
+[[noreturn]] void RefuseSpooling();
+
 // A page whose height isn't known before its last line, for steps that must know it: its lines are moved to a
 // temporary file first and read from there.
 class SpooledPage {

@@ -1,5 +1,5 @@
 #include "programs/Program.h"
 
 int main(int count, char** words) {
-    return platen_tool::RunProgram(std::vector<std::string>(words + (count > 0 ? 1 : 0), words + count));
+    return platen_tool::RunProgram(count > 0 ? count - 1 : 0, words + (count > 0 ? 1 : 0));
 }

@@ -50,13 +50,12 @@ std::string ReadLineOfText(InputFile& file) {
 
 std::uint32_t NumberFromText(const InputFile& file, const std::string& key, const std::string& text) {
     std::uint64_t value = 0;
+    bool valid = !text.empty();
     for (const char digit : text) {
-        if (digit < '0' || digit > '9' || value > UINT32_MAX) {
-            Damaged(file, key + " is not a number that is allowed: " + text.substr(0, 20));
-        }
-        value = value * 10 + static_cast<std::uint64_t>(digit - '0');
+        valid = valid && digit >= '0' && digit <= '9' && value <= UINT32_MAX;
+        value = valid ? value * 10 + static_cast<std::uint64_t>(digit - '0') : value;
     }
-    if (text.empty() || value > UINT32_MAX) {
+    if (!valid || value > UINT32_MAX) {
         Damaged(file, key + " is not a number that is allowed: " + text.substr(0, 20));
     }
     return static_cast<std::uint32_t>(value);

@@ -1,11 +1,14 @@
 #include "programs/io/TiffHandle.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <new>
 
 #include "programs/io/Spool.h"
 
@@ -14,6 +17,17 @@ namespace platen_tool {
 namespace {
 // What the codec may take in one piece; a compressed strip is read whole, so this bounds it.
 constexpr tmsize_t kMostBytesAtOnce = 256 << 20;
+
+// Without memory for its table of fields the codec looks into that table all the same. There is no way back through
+// it, so the program ends here, by its terminate handler.
+[[noreturn]] void EndWithoutMemory() {
+    try {
+        throw std::bad_alloc();
+    } catch (...) {
+        std::terminate();
+    }
+}
+
 }  // namespace
 
 TiffHandle::TiffHandle(int descriptor, std::uint64_t start) : descriptor_(descriptor), start_(start) {
@@ -44,8 +58,8 @@ void TiffHandle::Open(const char* mode) {
 }
 
 TiffHandle::~TiffHandle() {
-    closing_ = true;  // what an unfinished file would still get is not worth writing
     if (tiff_ != nullptr) {
+        TIFFSetMode(tiff_, O_RDONLY);  // what an unfinished file would still get is not written, and not even made
         TIFFClose(tiff_);
     }
 }
@@ -81,7 +95,11 @@ void TiffHandle::Keep(const char* format, std::va_list arguments) {
 }
 
 int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
-    static_cast<TiffHandle*>(user)->Keep(format, arguments);
+    auto* self = static_cast<TiffHandle*>(user);
+    self->Keep(format, arguments);
+    if (std::strstr(self->text_, "fields array") != nullptr) {
+        EndWithoutMemory();
+    }
     return 1;
 }
 
@@ -105,7 +123,7 @@ tmsize_t TiffHandle::OnRead(thandle_t user, void* bytes, tmsize_t count) {
 
 tmsize_t TiffHandle::OnWrite(thandle_t user, void* bytes, tmsize_t count) {
     auto* self = static_cast<TiffHandle*>(user);
-    if (self->output_ == nullptr || self->closing_) {
+    if (self->output_ == nullptr) {
         return 0;
     }
     const int failure = WriteFully(self->descriptor_, self->position_, bytes, static_cast<std::size_t>(count));

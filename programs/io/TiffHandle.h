@@ -52,7 +52,6 @@ class TiffHandle {
     std::uint64_t start_ = 0;
     std::uint64_t position_ = 0;
     OutputFile* output_ = nullptr;
-    bool closing_ = false;
     bool complained_ = false;
     char text_[300] = "";
 };

@@ -64,11 +64,9 @@ void CheckCompression(const TiffLayout& layout) {
 
 void ReadPalette(TIFF* tiff, TiffLayout& layout) {
     std::uint16_t* maps[3] = {};
-    if (layout.bits > 8 || layout.samples != 1) {
+    if (layout.bits > 8 || layout.samples != 1 ||
+        TIFFGetField(tiff, TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]) == 0) {
         Unsupported("a palette TIFF of this layout isn't supported; one sample of up to 8 bits is");
-    }
-    if (TIFFGetField(tiff, TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]) == 0) {
-        throw Error(ExitCode::kFailed, "the TIFF is damaged: a palette image without its palette");
     }
     const std::size_t entries = std::size_t{1} << layout.bits;
     std::uint16_t most = 0;

@@ -28,9 +28,6 @@ class PlainRows : public TiffRows {
         TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &order);
         reversed_ = order == FILLORDER_LSB2MSB;
         swapped_ = layout.bits == 16 && TIFFIsByteSwapped(tiff) != 0;
-        if (stripsPerPlane_ * static_cast<std::uint64_t>(layout.Planes()) > TIFFNumberOfStrips(tiff)) {
-            Damaged("strips are missing");
-        }
     }
 
     void ReadRow(std::uint32_t y, int plane, std::uint8_t* row) override {
@@ -102,23 +99,21 @@ class TileRows : public TiffRows {
         : handle_(handle), planes_(layout.Planes()) {
         TIFFGetField(handle.Get(), TIFFTAG_TILEWIDTH, &tileWidth_);
         TIFFGetField(handle.Get(), TIFFTAG_TILELENGTH, &tileHeight_);
-        if (tileWidth_ == 0 || tileHeight_ == 0) {
-            Damaged("tiles without a size");
+        tileBytes_ = TIFFTileSize64(handle.Get());
+        tileRowBytes_ = TIFFTileRowSize64(handle.Get());
+        if (tileWidth_ == 0 || tileHeight_ == 0 || tileBytes_ == 0 || tileRowBytes_ == 0) {
+            Damaged("tiles of no sensible size");
         }
         across_ = (info.width - 1) / tileWidth_ + 1;
         const auto pixelBits = static_cast<std::uint64_t>(layout.bits * (layout.separate ? 1 : layout.samples));
         rowBytes_ = static_cast<std::size_t>((info.width * pixelBits + 7) / 8);
-        tileBytes_ = TIFFTileSize64(handle.Get());
-        tileRowBytes_ = TIFFTileRowSize64(handle.Get());
         if (tileWidth_ * pixelBits % 8 != 0) {
             throw Error(ExitCode::kUnsupported, "TIFF tiles whose rows end within a byte aren't supported");
         }
         const std::uint64_t tiles = std::uint64_t{across_} * static_cast<std::uint64_t>(planes_);
-        if (tileBytes_ == 0 || tileRowBytes_ == 0 || tileRowBytes_ * tileHeight_ > tileBytes_ ||
-            tileRowBytes_ < tileWidth_ * pixelBits / 8) {
-            Damaged("tiles of no sensible size");
-        }
-        if (tileBytes_ > kMostTileRowBytes || tiles * tileBytes_ > kMostTileRowBytes) {
+        const bool consistent =
+            tileRowBytes_ * tileHeight_ <= tileBytes_ && tileRowBytes_ >= tileWidth_ * pixelBits / 8;
+        if (!consistent || tileBytes_ > kMostTileRowBytes || tiles * tileBytes_ > kMostTileRowBytes) {
             throw Error(ExitCode::kFailed,
                         "a row of the TIFF's tiles takes more than the 128 MiB that are allowed");
         }

@@ -114,8 +114,8 @@ void Scan(const ScanSettings& settings, ScanDevice& device) {
     AdjustPages(settings.page, name, settings.device, MakeScanReader(device, settings.pages, settings.page.read),
                 nextPage);
     if (settings.pages && nextPage <= *settings.pages) {
-        PrintMessage(settings.device + ": the feeder was empty after " + std::to_string(nextPage - 1) + " of " +
-                     std::to_string(*settings.pages) + " pages");
+        PrintMessage({settings.device, ": the feeder was empty after ", std::to_string(nextPage - 1), " of ",
+                      std::to_string(*settings.pages), " pages"});
     }
 }
 

@@ -167,8 +167,7 @@ void ScanDevice::Set(const std::string& label, const std::string& name, const st
 void ScanDevice::TellInexact(const std::string& label, const std::string& name, const std::string& value) const {
     const auto now = CurrentNumber(name);
     if (now) {
-        PrintMessage(label + ": the device made " + NumberText(std::round(*now * 1000.0) / 1000.0) + " of " +
-                     value);
+        PrintMessage({label, ": the device made ", NumberText(std::round(*now * 1000.0) / 1000.0), " of ", value});
     }
 }
 

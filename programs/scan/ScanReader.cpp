@@ -129,7 +129,7 @@ class ScanReader : public LineReader {
 
     void ReadLine(std::uint8_t* line) override {
         if (!ReadLineOrEnd(line)) {
-            throw Error(ExitCode::kDevice, "the device ended the page too early");
+            throw Error(ExitCode::kDevice, "read behind the last line");
         }
     }
 

@@ -24,6 +24,10 @@ SANE_Option_Descriptor Options(SANE_Int index) {
     option.size = sizeof(SANE_Word);
     option.type = SANE_TYPE_INT;
     option.cap = SANE_CAP_SOFT_DETECT | (index == 0 ? 0 : SANE_CAP_SOFT_SELECT);
+    if (Fault() == "no resolution" && (index == 1 || index == 2)) {
+        option.name = "resolute";
+        return option;
+    }
     option.name = index == 0 ? "" : index == 1 ? "x-resolution" : index == 2 ? "y-resolution" : "stubborn";
     return option;
 }

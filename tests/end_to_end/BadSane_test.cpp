@@ -67,6 +67,20 @@ TEST_F(BadSane, ADeviceWithTwoResolutionsIsAskedForBoth) {
         << Spawn({"info", folder.File("never.png")}).out;
 }
 
+TEST_F(BadSane, ADeviceWithoutAResolutionIsNotAskedForOne) {
+    Expect("no resolution", 2,
+           "--resolution: the device has no such option; --scale changes the size afterwards, and "
+           "--input-resolution says what the pages have",
+           {"--resolution=300"});
+}
+
+TEST_F(BadSane, ALibraryThatLacksAFunctionIsNamed) {
+    setenv("LD_LIBRARY_PATH", PLATEN_LACKING_SANE, 1);
+    const Outcome outcome = Spawn({"scan", "-L"});
+    EXPECT_EQ(outcome.code, 3);
+    EXPECT_EQ(outcome.err.find("platen: SANE's library lacks sane_"), 0u) << outcome.err;
+}
+
 TEST_F(BadSane, ALibraryThatIsNoneIsNamed) {
     Folder libraries;
     WriteFile(libraries.File("libsane.so.1"), "no library");

@@ -176,7 +176,7 @@ TEST_F(Files, DryRunsSayWhatWouldHappenAndWriteNothing) {
     for (const char* part :
          {"a.ppm, page 1, to x.png\n", "input     60 x 40, 8-bit RGB, 300 dpi\n", "tone      brightness 10\n",
           "0:12 32:44", "hsv       saturation 5, hue 0, lightness 0\n", "scale     60 x 40 to 30 x 20\n",
-          "sharpen   1\n", "output    30 x 20, 8-bit RGB, 150 dpi\n", "memory    about "}) {
+          "sharpen   1\n", "output    30 x 20, 8-bit RGB, 150 dpi\n", "memory    about ", " MB at most\n"}) {
         at = outcome.out.find(part, at);
         ASSERT_NE(at, std::string::npos) << part << "\n" << outcome.out;
     }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -86,7 +88,7 @@ TEST_F(Messages, OfPnmHeaders) {
         {{"", 1, "the file is empty"},
          {"no image", 1, "not an image that can be read; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM can"},
          {"P5 9", 1, damaged + "the file ends too early"},
-         {"P5 3 3 255\n1234", 1, damaged + "the file ends in line 2 of 3"},
+         {"P5 3 3 255\n1234", 1, "the PNM is damaged: the file ends in line 2 of 3"},
          {"P5 0 3 255\n", 1, "the page is empty: 0 x 3 pixels"},
          {"P5 70000 3 255\n", 1, "the page is too large: 70000 x 3 pixels; allowed are 65535 on a side"},
          {"P5 60000 60000 255\n", 1,
@@ -148,6 +150,17 @@ TEST_F(Messages, OfTiffDirectories) {
              {{{262, 2}, {277, 1}}, 1, " samples a pixel where its colours need "},
              {{{258, 7}}, 3, "the TIFF has "},
              {{{273, 4000}}, 1, "the TIFF is damaged: "},
+             {{{259, 6}},
+              3,
+              "the TIFF's compression is the old kind of JPEG, which isn't supported; the new one is"},
+             {{{278, 1}}, 1, "the TIFF is damaged: a strip is shorter than its rows"},
+             {{{273, 150}}, 1, "the TIFF is damaged: the file ends too early"},
+             {{{258, 1}, {322, 20}, {323, 16}, {324, 8}, {325, 6}},
+              3,
+              "TIFF tiles whose rows end within a byte aren't supported"},
+             {{{322, 65536}, {323, 65536}, {324, 8}, {325, 6}},
+              1,
+              "a row of the TIFF's tiles takes more than the 128 MiB that are allowed"},
              {{{256, 0}}, 1, "the page is empty: 0 x 2 pixels"}}) {
         const Outcome outcome = Feed(Tiff(changes));
         EXPECT_EQ(outcome.code, code) << part << outcome.err;
@@ -158,6 +171,20 @@ TEST_F(Messages, OfTiffDirectories) {
               std::string::npos);
     EXPECT_NE(Feed(std::string("MM\0*\0\0\x40\0", 8)).err.find("is cut off, goes in a circle or is too long"),
               std::string::npos);
+}
+
+TEST_F(Messages, OfTiffTagsThatWouldFillTheMemory) {
+    std::string file = Tiff({{700, 8}});
+    const std::string entry = Big(700, 2) + Big(4, 2);
+    file.replace(file.find(entry) + entry.size(), 4, Big(0x20000000, 4));
+    const Outcome outcome = Feed(file);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "platen: -: the TIFF's tag 700 has 2147483648 bytes; at most 64 MiB are allowed\n");
+}
+
+TEST_F(Messages, OfTiffsThatComeThroughAPipe) {
+    EXPECT_EQ(Feed(Tiff({}), {"-v"}).err,
+              "platen: -: spooled to a temporary file: a TIFF can't be read from a pipe\n");
 }
 
 TEST_F(Messages, OfInputsThatAreNoFiles) {
@@ -191,6 +218,74 @@ TEST_F(Messages, OfOutputsThatCannotBe) {
         "2 platen: a.ppm: the output's name doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm "
         "and .pam do\n");
     EXPECT_EQ(say("x.jpg", {"--depth=16"}).substr(0, 35), "3 platen: a.ppm: JPEG can't hold 16");
+}
+
+TEST_F(Messages, OfOutputsThatCannotBeOpened) {
+    WriteFile(folder.File("a.ppm"), PnmPage(9, 9, true));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = folder.File("socket.png");
+    ASSERT_LT(path.size(), sizeof address.sun_path);
+    path.copy(address.sun_path, path.size());
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    const Outcome outcome = Spawn({folder.File("a.ppm"), "-o", path});
+    close(listener);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err,
+              "platen: " + folder.File("a.ppm") + ": can't be opened for writing: No such device or address\n");
+}
+
+// The owner of all files may write to every one of them, so the program runs as somebody else.
+TEST_F(Messages, OfOutputsThatBelongToOthers) {
+    WriteFile(folder.File("a.ppm"), PnmPage(9, 9, true));
+    WriteFile(folder.File("mine.png"), "kept");
+    chmod(folder.Path().c_str(), 0777);
+    chmod(folder.File("a.ppm").c_str(), 0644);
+    chmod(folder.File("mine.png").c_str(), 0444);
+    Streams streams;
+    streams.folder = folder.Path();
+    std::vector<std::string> words = {"a.ppm", "--force", "-o", "mine.png"};
+    if (getuid() == 0) {
+        streams.program = "setpriv";
+        words.insert(words.begin(), {"--reuid=65534", "--clear-groups", PLATEN_PROGRAM});
+        const Outcome there = Spawn({"--reuid=65534", "--clear-groups", PLATEN_PROGRAM, "--version"}, streams);
+        if (there.code != 0) {
+            GTEST_SKIP() << "nobody else can run the program here: " << there.err;
+        }
+    }
+    const Outcome outcome = Spawn(words, streams);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(outcome.err, "platen: a.ppm: can't be overwritten: Permission denied\n");
+    EXPECT_EQ(ReadFile(folder.File("mine.png")), "kept");
+    EXPECT_EQ(folder.Listing(), "a.ppm mine.png");
+}
+
+// A limit on the size of files stands for a disk that fills up.
+TEST_F(Messages, OfDisksThatFillUp) {
+    WriteFile(folder.File("a.ppm"), PnmPage(100, 400, true));
+    const auto limited = [&](const std::string& words) {
+        Streams streams;
+        streams.folder = folder.Path();
+        streams.program = "sh";
+        const Outcome outcome =
+            Spawn({"-c", std::string("cat a.ppm > /dev/null; ulimit -f 20; exec ") + PLATEN_PROGRAM + " " + words},
+                  streams);
+        return std::to_string(outcome.code) + " " + outcome.err;
+    };
+    for (const char* name : {"out.png", "out.tif", "out.jpg", "out.ppm"}) {
+        EXPECT_EQ(limited(std::string("a.ppm --quality=100 -o ") + name),
+                  "1 platen: a.ppm: can't be written: File too large\n");
+    }
+    const std::string spooled = "the temporary file can't be written: File too large\n";
+    Streams streams;
+    streams.folder = folder.Path();
+    ASSERT_EQ(Spawn({"a.ppm", "-o", "in.tif"}, streams).code, 0);
+    Streams shell = streams;
+    shell.program = "sh";
+    const std::string command = "cat in.tif | (ulimit -f 20; " + std::string(PLATEN_PROGRAM) + " - -o out.png)";
+    EXPECT_EQ(Spawn({"-c", command}, shell).err, "platen: -: " + spooled);
+    EXPECT_EQ(folder.Listing(), "a.ppm in.tif");
 }
 
 TEST_F(Messages, OfTemporaryFilesThatCannotBe) {

@@ -94,6 +94,16 @@ TEST_F(Metadata, IsKeptFromEveryContainerToEveryOther) {
     }
 }
 
+TEST_F(Metadata, InfoNamesIt) {
+    Streams streams;
+    streams.folder = folder.Path();
+    const std::string text = Spawn({"info", "in.tif"}, streams).out;
+    EXPECT_NE(
+        text.find(", ICC profile of " + std::to_string(SmallProfile(true).size()) + " bytes, orientation 6\n"),
+        std::string::npos)
+        << text;
+}
+
 TEST_F(Metadata, ResolutionFollowsTheSizeOnEveryWayToSayIt) {
     for (const std::string ending : kContainers) {
         const std::string name = "out." + ending;

@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -99,6 +101,9 @@ TEST_F(ScanDevice, ThreePassesMakeOnePage) {
                 << depth << order;
         }
     }
+    EXPECT_EQ(RunScan(Set({"mode=Color", "three-pass=yes"}) + Words{"-v", "-f", "-o", "x.png"}).err,
+              "platen: test: spooled to temporary files: the device makes three passes\n");
+    unlink(folder.File("x.png").c_str());
     ExpectError(Set({"mode=Color", "three-pass=yes"}) + Words{"--strict-stream"}, 3,
                 "test: the device makes three passes over a page; --strict-stream forbids spooling");
 }
@@ -237,7 +242,16 @@ TEST_F(ScanDevice, WrongOptionsNameWhatIsAllowed) {
               "platen: scan: no device; say -d NAME, and platen scan -L lists them\n");
     EXPECT_EQ(RunScan({"-o", "%s.png"}).err,
               "platen: -o: %s is an input file's name, and a scan has none; %d and %03d number the pages\n");
-    EXPECT_EQ(RunScan({"-o", "page"}).code, 2);
+    const Outcome format = RunScan({"-o", "page"});
+    EXPECT_EQ(format.code, 2);
+    EXPECT_EQ(
+        format.err,
+        "platen: -o: 'page' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, or "
+        "--format\n");
+    WriteFile(configuration.File("long.txt"), std::string(4'000'010, '1'));
+    const std::string file = configuration.File("long.txt");
+    EXPECT_EQ(RunScan(Set({"gamma-table=@" + file}) + Words{"-o", "x.png"}).err,
+              "platen: --set gamma-table: '" + file + "' is too long for a list of numbers\n");
     EXPECT_EQ(folder.Listing(), "");
 }
 
@@ -307,6 +321,48 @@ TEST_F(ScanDevice, DryRunsScanNothing) {
     EXPECT_EQ(outcome.out.find("test, page 1, to x.png\n  input     944 x 1181, 8-bit grey, 300 dpi\n"), 0u)
         << outcome.out;
     EXPECT_EQ(folder.Listing(), "");
+}
+
+TEST_F(ScanDevice, DryRunsTellWhatIsKnownOfAnUnknownHeight) {
+    const Words hand = Set({"hand-scanner=yes"}) + Words{"-n", "-o", "x.png"};
+    const Outcome plain = RunScan(hand);
+    EXPECT_EQ(plain.code, 0) << plain.err;
+    EXPECT_NE(plain.out.find("  output    216 x ?, 8-bit grey, "), std::string::npos) << plain.out;
+    const Outcome scaled = RunScan(hand + Words{"--scale=50%", "--sharpness=1"});
+    EXPECT_EQ(scaled.code, 0) << scaled.err;
+    for (const char* part :
+         {"  input     216 x ?, 8-bit grey, ", "  scale     216 x ? to 108 x ?\n", "  sharpen   1\n",
+          "  note      the page's height isn't known before its last line: the page will be spooled to a temporary "
+          "file\n",
+          "  output    108 x ?, 8-bit grey, ", "  memory    about "}) {
+        EXPECT_NE(scaled.out.find(part), std::string::npos) << part << scaled.out;
+    }
+    // As the scan itself would answer.
+    const Outcome strict = RunScan(hand + Words{"--scale=50%", "--strict-stream"});
+    EXPECT_EQ(strict.code, 3);
+    EXPECT_EQ(strict.err,
+              "platen: test: the page's height isn't known, and scaling and sharpness need it; --strict-stream "
+              "forbids spooling\n");
+    EXPECT_EQ(folder.Listing(), "");
+}
+
+TEST_F(ScanDevice, PresetsActAsTheirOptions) {
+    WriteFile(folder.File("own.toml"), "sharpness = 1\n\n[[tone]]\nlevels = [20, 230]\n");
+    for (const auto& [preset, options] :
+         {std::pair<const char*, Words>{"own.toml", {"--levels=20,230", "--sharpness=1"}},
+          {"text-clean", {"--mode=gray", "--sharpness=1", "--levels=45,225,0.75"}},
+          {"fax-200", {"--mode=lineart", "--resolution=200", "--threshold=62", "--sharpness=1"}}}) {
+        DoScan(kPattern + Words{std::string("--preset=") + preset, "-f", "-o", "preset.tif"});
+        DoScan(kPattern + options + Words{"-f", "-o", "options.tif"});
+        EXPECT_TRUE(Same(ReadFile(folder.File("preset.tif")), ReadFile(folder.File("options.tif")))) << preset;
+        DoScan(kPattern + Words{"-f", "-o", "plain.tif"});
+        EXPECT_FALSE(Same(ReadFile(folder.File("preset.tif")), ReadFile(folder.File("plain.tif")))) << preset;
+    }
+    ExpectError({"--preset=nothing.toml"}, 1, "nothing.toml: No such file or directory");
+    WriteFile(folder.File("wrong.toml"), "sharpness = 1\nlevel = 3\n");
+    const Outcome wrong = RunScan({"--preset=wrong.toml", "-o", "x.png"});
+    EXPECT_EQ(wrong.code, 2);
+    EXPECT_EQ(wrong.err.find("platen: wrong.toml:2: "), 0u) << wrong.err;
 }
 
 TEST_F(ScanDevice, FullDisksAndClosedPipesEndIt) {

@@ -69,6 +69,10 @@ TEST_F(Usage, InputsThatFailEndWith1) {
     Expect({"grey.pgm", "-o", "x.pgm", "--resolution=300"}, kFailed,
            "grey.pgm: --resolution: the file does not say what resolution it has; give --input-resolution");
     Expect({"grey.pgm", "-o", "x.pgm", "--page=2"}, kFailed, "grey.pgm: --page: there is only 1 page");
+    WriteFile(folder.File("two.pgm"), PnmPage(8, 8, false) + PnmPage(8, 8, false));
+    before = folder.Listing();
+    Expect({"two.pgm", "-o", "x.pgm", "--page=3-4"}, kFailed, "two.pgm: --page: there are only 2 pages");
+    Expect({"two.pgm", "-n", "--page=3-4"}, kFailed, "two.pgm: --page: there are only 2 pages");
     WriteFile(folder.File("short.pgm"), PnmPage(8, 8, false).substr(0, 40));
     before = folder.Listing();
     Streams streams;

@@ -57,6 +57,7 @@ TEST(CurveText, PlainAndCsvHoldEveryEntry) {
 TEST(CurveText, CHoldsThreeArrays) {
     const ToneTables tables = SomeTables();
     std::vector<int> numbers = NumbersIn(TableText(tables, TableForm::kC));
+    EXPECT_EQ(TableText(tables, TableForm::kC).find("static const unsigned char "), 0u);
     ASSERT_EQ(numbers.size(), 3u * 257u);
     for (std::size_t channel = 0; channel < 3; ++channel) {
         const ToneTable& table = channel == 0 ? tables.red : channel == 1 ? tables.green : tables.blue;

@@ -94,6 +94,7 @@ TEST(OptionValue, SwitchesButtonsAndHeadings) {
     const auto yes = Option(SANE_TYPE_BOOL);
     EXPECT_EQ(ParseOptionValue("", yes, "on").words[0], SANE_TRUE);
     EXPECT_EQ(ParseOptionValue("", yes, "no").words[0], SANE_FALSE);
+    EXPECT_EQ(AllowedText(yes), "yes or no");
     EXPECT_EQ(Refusal(yes, "1"), "--set thing: '1' is neither yes nor no");
     EXPECT_EQ(Refusal(yes, "auto"), "--set thing: 'auto' is neither yes nor no");
     auto automatic = yes;

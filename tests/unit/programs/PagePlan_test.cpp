@@ -111,14 +111,17 @@ TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
     for (const ImageInfo& info : {narrow, flat}) {
         const PagePlan plan = PlanPage(With({"--sharpness=2"}), info);
         EXPECT_TRUE(plan.steps.empty());
-        EXPECT_EQ(plan.notices.size(), 1u);
+        ASSERT_EQ(plan.notices.size(), 1u);
+        EXPECT_EQ(plan.notices[0],
+                  "the page is less than three pixels wide or two lines high; it is not sharpened or softened");
     }
 }
 
 TEST(PagePlan, TheSameSizeIsNotScaled) {
     const PagePlan plan = PlanPage(With({"--scale=100%"}), Page(8, 3));
     EXPECT_TRUE(plan.steps.empty());
-    EXPECT_EQ(plan.notices.size(), 1u);
+    ASSERT_EQ(plan.notices.size(), 1u);
+    EXPECT_EQ(plan.notices[0], "the page has its size already; nothing is scaled");
 }
 
 TEST(PagePlan, UnknownHeightIsRefusedWhereItIsNeeded) {
@@ -129,6 +132,42 @@ TEST(PagePlan, UnknownHeightIsRefusedWhereItIsNeeded) {
     EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { PlanPage(With({"--sharpness=2"}), info); }),
               "the sharpness filter needs to know the page's height before its last line");
     EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2"}), info)), "tone");
+}
+
+TEST(PagePlan, ConversionsAreNamed) {
+    const auto texts = [](const std::vector<std::string>& words, int bits, int samples) {
+        std::string text;
+        for (const PlannedStep& step : PlanPage(With(words), Page(bits, samples)).steps) {
+            text += (text.empty() ? "" : "; ") + step.text;
+        }
+        return text;
+    };
+    EXPECT_EQ(texts({"--mode=gray"}, 1, 1), "1 bit to 8 bits");
+    EXPECT_EQ(texts({"--depth=8"}, 16, 1), "16 bits to 8 bits");
+    EXPECT_EQ(texts({"--depth=16"}, 8, 1), "8 bits to 16 bits");
+    EXPECT_EQ(texts({"--mode=gray", "--negative"}, 8, 3), "colour to grey; negative");
+    EXPECT_EQ(texts({"--mode=color"}, 8, 1), "grey to colour");
+    EXPECT_EQ(texts({"--mode=lineart"}, 8, 2), "alpha over white; threshold 50 %");
+}
+
+TEST(PagePlan, ADryRunPlansUnknownHeights) {
+    ImageInfo info = Page(8, 3);
+    info.height = 0;
+    const auto result = [&](const std::vector<std::string>& words) {
+        const PagePlan plan = PlanDryRun(With(words), info);
+        EXPECT_EQ(plan.notices.size(), 1u);
+        EXPECT_GT(ExpectedMemory(plan), 0u);
+        return plan.steps.back().text + ": " + PageText(plan.output);
+    };
+    EXPECT_EQ(result({"--scale=50%"}), "100 x ? to 50 x ?: 50 x ?, 8-bit RGB, 150 dpi");
+    EXPECT_EQ(result({"--resolution=600"}), "100 x ? to 200 x ?: 200 x ?, 8-bit RGB, 600 dpi");
+    EXPECT_EQ(result({"--width=25"}), "100 x ? to 25 x ?: 25 x ?, 8-bit RGB, 75 dpi");
+    EXPECT_EQ(result({"--height=25"}), "100 x ? to ? x 25: ? x 25, 8-bit RGB, no resolution");
+    EXPECT_EQ(result({"--size=30x25"}), "100 x ? to 30 x 25: 30 x 25, 8-bit RGB, no resolution");
+    EXPECT_EQ(result({"--size=30x25", "--shrink-only"}), "100 x ? to 30 x ?: 30 x ?, 8-bit RGB, no resolution");
+    EXPECT_EQ(result({"--scale=100%"}), "100 x ? to 100 x ?: 100 x ?, 8-bit RGB, 300 dpi");
+    EXPECT_EQ(result({"--height=25", "--sharpness=2"}), "2: ? x 25, 8-bit RGB, no resolution");
+    EXPECT_EQ(PlanDryRun(With({"--gamma=2"}), info).notices.size(), 0u);
 }
 
 TEST(PagePlan, MetadataIsKeptUnlessItNoLongerFits) {
@@ -165,6 +204,7 @@ TEST(PagePlan, ChainedStepsFitTogether) {
 
 TEST(PagePlan, TextNamesSizeLayoutAndResolution) {
     EXPECT_EQ(PageText(Page(8, 4)), "100 x 50, 8-bit RGB and alpha, 300 dpi");
+    EXPECT_EQ(PageText(Page(16, 2)), "100 x 50, 16-bit grey and alpha, 300 dpi");
     ImageInfo info = Page(1, 1);
     info.resolution.reset();
     EXPECT_EQ(PageText(info), "100 x 50, bilevel, no resolution");

@@ -29,6 +29,7 @@ TEST(Statistics, PercentilesAndLevelsOfAGreyRamp) {
     EXPECT_NE(text.find("grey           20    29    69   119   169   209   218\n"), std::string::npos) << text;
     EXPECT_NE(text.find("--levels=20,218\n"), std::string::npos) << text;
     EXPECT_NE(text.find("pages        1\nlines        1\n"), std::string::npos) << text;
+    EXPECT_NE(text.find(" MB/s\npeak memory  "), std::string::npos) << text;
 }
 
 TEST(Statistics, AlphaDoesNotCountAndChannelsAreApart) {
@@ -90,8 +91,8 @@ TEST(Progress, AMessageGetsALineOfItsOwn) {
     {
         Progress progress(true, "a");
         progress.Line(2, 50, 100);
-        PrintMessage("hello");
-        PrintMessage("again");
+        PrintMessage({"hel", "lo"});
+        PrintMessage({"again"});
     }
     const std::string line = "a: page 2, line 50 of 100 (50 %)";
     EXPECT_EQ(testing::internal::GetCapturedStderr(),

@@ -172,7 +172,7 @@ TEST(OutputFile, AClosedPipeIsABrokenPipe) {
                 writer->EndPage();
                 writer->Commit();
             },
-            ExitCode::kBrokenPipe, "nobody reads");
+            ExitCode::kBrokenPipe, "nobody reads the output any more");
     }
     std::signal(SIGPIPE, before);
 }
@@ -185,9 +185,12 @@ TEST(OutputFile, ATiffToAPipeIsSpooledOrRefused) {
     const std::string path = "/proc/self/fd/" + std::to_string(fileno(pipe));
     WriteOptions options;
     options.container = platen_tool::Container::kTiff;
+    EXPECT_EQ(platen_tool::OpenWriter(path, options)->Notice(),
+              "spooled to a temporary file: a TIFF can't be written to a pipe");
     WritePages(path, {page, page}, options);
     options.strictStream = true;
-    ExpectError([&] { platen_tool::OpenWriter(path, options); }, ExitCode::kUnsupported, "--strict-stream");
+    ExpectError([&] { platen_tool::OpenWriter(path, options); }, ExitCode::kUnsupported,
+                "a TIFF to a pipe must be spooled, which --strict-stream forbids; write it to a file");
     pclose(pipe);
     ExpectSamePage(ReadPages(scratch / "copy.tif").at(1), page);
 }
@@ -250,7 +253,7 @@ TEST(OutputFile, TooManyAtOnceIsAnErrorAndSlotsComeBack) {
                 files.push_back(std::make_unique<OutputFile>(scratch / std::to_string(i), false, false));
             }
         };
-        ExpectError(open, ExitCode::kFailed, "too many");
+        ExpectError(open, ExitCode::kFailed, "can't be created: too many outputs at once");
         EXPECT_EQ(files.size(), 16u);
     }
     EXPECT_EQ(scratch.Files(), 0u);

@@ -71,8 +71,12 @@ TEST(PnmReader, PamTupleTypes) {
     EXPECT_EQ(Read(header(3, 255, "RGB") + "abcdef").info.samplesPerPixel, 3);
     EXPECT_EQ(Read(header(4, 255, "") + "abcdefgh").info.samplesPerPixel, 4);
     ExpectRefused(header(3, 255, "GRAYSCALE") + "abcdef", "tuple type");
-    ExpectRefused(header(1, 255, "HEAT") + "ab", "HEAT", ExitCode::kUnsupported);
-    ExpectRefused(header(5, 255, "") + "abcdefghij", "5 samples", ExitCode::kUnsupported);
+    ExpectRefused(
+        header(1, 255, "HEAT") + "ab",
+        "PAM tuple type HEAT isn't supported; BLACKANDWHITE, GRAYSCALE and RGB are, each with _ALPHA or without",
+        ExitCode::kUnsupported);
+    ExpectRefused(header(5, 255, "") + "abcdefghij", "a PAM of 5 samples a pixel isn't supported; 1 to 4 are",
+                  ExitCode::kUnsupported);
     ExpectRefused(header(1, 255, "BLACKANDWHITE") + "ab", "maxval 1");
     ExpectRefused("P7\nWIDTH 2\nHEIGHT 1\nMAXVAL 255\nENDHDR\nab", "DEPTH");
     ExpectRefused("P7\nWIDTH 2\nCOLOUR red\nENDHDR\nab", "COLOUR");
@@ -90,7 +94,7 @@ TEST(PnmReader, NumbersOutOfRangeAreRefused) {
     ExpectRefused("P5 -1 1 255\na", "width");
     ExpectRefused("P5 1x 1 255\na", "width");
     ExpectRefused("P2 1 1 100 101", "larger than 100");
-    ExpectRefused("P5 1 1 100\ne", "101 is larger");
+    ExpectRefused("P5 1 1 100\ne", "the PNM is damaged: sample 101 is larger than the maxval 100");
     ExpectRefused("P1 1 1 2", "neither 0 nor 1");
     ExpectRefused("P2 1 1 255 x", "not a number");
     ExpectRefused("P2 2 1 255 7", "too early");
