@@ -8,25 +8,33 @@
 namespace platen {
 namespace {
 
-// Replaces every byte by its entry: sixteen 16-entry shuffles, of which the one that a byte's high four bits choose
-// gives the entry and the others 0. A shuffle gives 0 where its index has the top bit set; adding 0x70 with
-// saturation sets it for every index above 15.
+// `bits`' top bits choose, byte by byte.
+__m256i Choose(__m256i ifClear, __m256i ifSet, __m256i bits) {
+    return _mm256_blendv_epi8(ifClear, ifSet, bits);
+}
+
+// Replaces every byte by its entry: sixteen 16-entry shuffles by the low four bits, of which the high four choose
+// one, a bit at a time. The choices go pair by pair as soon as two are there, so that the registers suffice.
 void LookUp(std::uint8_t* bytes, std::size_t count, const std::uint8_t* table) {
     __m256i part[16];
     for (int i = 0; i < 16; ++i) {
         part[i] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table + 16 * i)));
     }
-    const __m256i onlyLow = _mm256_set1_epi8(0x70);
+    const __m256i low = _mm256_set1_epi8(0x0F);
     std::size_t done = 0;
     for (; done + 32 <= count; done += 32) {
         auto* place = reinterpret_cast<__m256i*>(bytes + done);
-        const __m256i in = _mm256_loadu_si256(place);
-        __m256i out = _mm256_shuffle_epi8(part[0], _mm256_adds_epu8(in, onlyLow));
-        for (int i = 1; i < 16; ++i) {
-            const __m256i index = _mm256_xor_si256(in, _mm256_set1_epi8(static_cast<char>(16 * i)));
-            out = _mm256_or_si256(out, _mm256_shuffle_epi8(part[i], _mm256_adds_epu8(index, onlyLow)));
-        }
-        _mm256_storeu_si256(place, out);
+        const __m256i bit7 = _mm256_loadu_si256(place);
+        const __m256i index = _mm256_and_si256(bit7, low);
+        const __m256i bit6 = _mm256_slli_epi16(bit7, 1);
+        const __m256i bit5 = _mm256_slli_epi16(bit7, 2);
+        const __m256i bit4 = _mm256_slli_epi16(bit7, 3);
+        const auto two = [&](int i) {
+            return Choose(_mm256_shuffle_epi8(part[i], index), _mm256_shuffle_epi8(part[i + 1], index), bit4);
+        };
+        const auto four = [&](int i) { return Choose(two(i), two(i + 2), bit5); };
+        const auto eight = [&](int i) { return Choose(four(i), four(i + 4), bit6); };
+        _mm256_storeu_si256(place, Choose(eight(0), eight(8), bit7));
     }
     for (; done < count; ++done) {
         bytes[done] = table[bytes[done]];
@@ -37,6 +45,7 @@ void LookUp(std::uint8_t* bytes, std::size_t count, const std::uint8_t* table) {
 }  // namespace platen
 
 #include "LineFilters/HsvCollect_x86.inc"
+#include "LineFilters/HsvPlanes_avx2.inc"
 
 #define KERNEL_TARGET avx2
 #include "LineFilters/HsvRow_loop.inc"

@@ -27,12 +27,33 @@ struct SharpRowArgs {
 // row doubled too, so every partial sum lies within +-8160 and fits 16 bits. Kernels from elsewhere have no range.
 using SharpRowFn = void (*)(std::uint8_t* out, const SharpRowArgs& row);
 
-// The judge: plain, never tuned, always built, for any kernel.
+// A Put in mid-image: the ring of lines as it finds them, and the line that it brings.
+struct SharpPutArgs {
+    std::uint8_t* oldest;
+    std::uint8_t* previous;
+    std::uint8_t* newest;
+    const std::uint8_t* line;
+    std::size_t rowBytes;        // of each line; width x samples at least
+    const std::int32_t* kernel;  // as in SharpRowArgs, like the two below
+    std::size_t width;
+    std::size_t samples;
+};
+
+// Moves the ring on, rowBytes bytes each in this order: previous to oldest, newest to previous, line to newest.
+// Then finishes the line that is `previous` now into `out`, as SharpRowFn does with three rows. `out` overlaps no
+// other buffer. Whoever copies and filters in one pass has to see that the other four don't overlap either.
+using SharpPutFn = void (*)(std::uint8_t* out, const SharpPutArgs& put);
+
+// The judges: plain, never tuned, always built, for any kernel.
 void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row);
+void SharpPut_reference(std::uint8_t* out, const SharpPutArgs& put);
 
 // The same for one processor family each, see SharpRow_loop.inc.
 void SharpRow_baseline(std::uint8_t* out, const SharpRowArgs& row);
 void SharpRow_avx2(std::uint8_t* out, const SharpRowArgs& row);
 void SharpRow_avx512(std::uint8_t* out, const SharpRowArgs& row);
+void SharpPut_baseline(std::uint8_t* out, const SharpPutArgs& put);
+void SharpPut_avx2(std::uint8_t* out, const SharpPutArgs& put);
+void SharpPut_avx512(std::uint8_t* out, const SharpPutArgs& put);
 
 }  // namespace platen

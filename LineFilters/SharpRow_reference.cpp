@@ -1,6 +1,7 @@
 #include "LineFilters/SharpRow.h"
 
 #include <algorithm>
+#include <cstring>
 
 // The sharpness row, one statement per rule. Sums are modulo 2^32: a host may have put any words into the kernel.
 
@@ -58,6 +59,13 @@ void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row) {
             out[columns.centre + sample] = Result(Sum(row, columns, sample), row.kernel[9]);
         }
     }
+}
+
+void SharpPut_reference(std::uint8_t* out, const SharpPutArgs& put) {
+    std::memcpy(put.oldest, put.previous, put.rowBytes);
+    std::memcpy(put.previous, put.newest, put.rowBytes);
+    std::memcpy(put.newest, put.line, put.rowBytes);
+    SharpRow_reference(out, {put.oldest, put.previous, put.newest, put.kernel, put.width, put.samples, false});
 }
 
 }  // namespace platen

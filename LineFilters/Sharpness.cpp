@@ -83,15 +83,29 @@ void ShiftLines(SharpContext* context, const unsigned char* line) {
     std::memcpy(context->newestLine, line, rowBytes);
 }
 
-void FinishLine(std::uint8_t* out, const SharpContext* context, const std::int32_t* kernel, bool topEdge) {
+// Both at once, in mid-image.
+void ShiftAndFinish(SharpContext* context, const unsigned char* line, const std::int32_t* kernel) {
+    platen::SharpPutArgs put{};
+    put.oldest = context->oldestLine;
+    put.previous = context->previousLine;
+    put.newest = context->newestLine;
+    put.line = line;
+    put.rowBytes = context->param->rowBytes;
+    put.kernel = kernel;
+    put.width = context->param->width;
+    put.samples = context->param->bitsPerPixel / 8;
+    platen::Kernels().sharpPut(context->outLine1, put);
+}
+
+// The line in the middle by the top edge's rule: no row above.
+void FinishEdge(std::uint8_t* out, const SharpContext* context, const std::int32_t* kernel) {
     SharpRowArgs row{};
-    row.top = context->oldestLine;
     row.middle = context->previousLine;
     row.bottom = context->newestLine;
     row.kernel = kernel;
     row.width = context->param->width;
     row.samples = context->param->bitsPerPixel / 8;
-    row.topEdge = topEdge;
+    row.topEdge = true;
     platen::Kernels().sharpRow(out, row);
 }
 
@@ -133,18 +147,23 @@ std::int32_t ApplySharpFilterPutLine(void** handle, unsigned char* line) {
     }
     std::int32_t kernel[kKernelWords];
     std::memcpy(kernel, context->kernel, sizeof kernel);
-    ShiftLines(context, line);
     ++context->linesIn;
     if (context->linesIn == 1) {
+        ShiftLines(context, line);
         context->linesReady = 0;
         return kDone;
     }
     context->linesReady = 1;
-    FinishLine(context->outLine1, context, kernel, context->linesIn <= 2);
+    if (context->linesIn <= 2) {
+        ShiftLines(context, line);
+        FinishEdge(context->outLine1, context, kernel);
+    } else {
+        ShiftAndFinish(context, line, kernel);
+    }
     if (context->linesIn == context->param->height) {
         // outLine1 holds the last line but one already; the last is the top edge's rule on the last two rows.
         context->linesReady = 2;
-        FinishLine(context->outLine2, context, kernel, true);
+        FinishEdge(context->outLine2, context, kernel);
     }
     *handle = context;
     return kDone;

@@ -49,6 +49,36 @@ void RowCase(Report& report, int level, int bits) {
     report.Run(work);
 }
 
+const void* PutKernel(const KernelTable& table) {
+    return Address(table.sharpPut);
+}
+
+// Lines that stay in the cache, put one after the other into a ring of the bench's own.
+void PutCase(Report& report, int level, int bits) {
+    const std::string name = "sharp put " + std::to_string(bits) + " bit level " + std::to_string(level);
+    if (!report.Wants(name)) {
+        return;
+    }
+    const Image page = MakePage(kPageWidth, kHotLines, bits);
+    Image ring(kPageWidth, 4, bits);
+    const std::int32_t* kernel = nullptr;
+    for (const auto& entry : sfilterParamTable) {
+        kernel = entry[10] == level ? entry : kernel;
+    }
+    Case work;
+    work.name = name;
+    work.copyBytes = page.RowBytes();
+    work.samples = ring.Samples() / 4;
+    work.kernel = PutKernel;
+    int y = 0;
+    work.run = [&](const KernelTable& table) {
+        table.sharpPut(ring.Row(3), {ring.Row(0), ring.Row(1), ring.Row(2), page.Row(y), page.RowBytes(), kernel,
+                                     kPageWidth, static_cast<std::size_t>(bits) / 8});
+        y = (y + 1) % kHotLines;
+    };
+    report.Run(work);
+}
+
 void PageCase(Report& report, int level, int bits) {
     const std::string name = "sharp page " + std::to_string(bits) + " bit level " + std::to_string(level);
     if (!report.Wants(name)) {
@@ -72,6 +102,11 @@ void SharpCases(Report& report) {
     for (const int bits : {24, 8}) {
         for (const int level : kLevels) {
             RowCase(report, level, bits);
+        }
+    }
+    for (const int bits : {24, 8}) {
+        for (const int level : {-2, 1, 2}) {
+            PutCase(report, level, bits);
         }
     }
     for (const int bits : {24, 8}) {

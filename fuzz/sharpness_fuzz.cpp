@@ -28,7 +28,7 @@ _SSharpParam TakeRecord(Producer& producer) {
     _SSharpParam param{};
     param.level = static_cast<std::int32_t>(producer.Between(-3, 4));
     param.bitsPerPixel = producer.Flip() ? 24 : 8;
-    param.width = static_cast<std::uint32_t>(producer.Between(2, 70));
+    param.width = static_cast<std::uint32_t>(producer.Between(2, 150));
     param.height = static_cast<std::uint32_t>(producer.Between(0, 9));
     param.rowBytes =
         param.width * (param.bitsPerPixel / 8) + static_cast<std::uint32_t>(producer.Between(0, 7)) - 1;

@@ -16,6 +16,7 @@ namespace platen {
 struct KernelTable {
     const char* name;  // "reference", "baseline", "avx2", "avx512"
     SharpRowFn sharpRow;
+    SharpPutFn sharpPut;
     HsvRowFn hsvRow;
     ExpandHorzU8Fn expandHorzU8;
     ExpandHorzU16Fn expandHorzU16;

@@ -60,6 +60,10 @@ int fprintf(void*, const char*, ...) {
     return 0;
 }
 
+int __fprintf_chk(void*, int, const char*, ...) {
+    return 0;
+}
+
 void* stderr = nullptr;
 
 [[noreturn]] void abort() {
@@ -189,6 +193,36 @@ void CheckSharpness(const KernelTable& variant) {
                 platen::SharpRow_reference(expected, row);
                 variant.sharpRow(got, row);
                 tally.Compare(expected, got, bytes);
+            }
+        }
+    }
+}
+
+// Ring and finished line one behind the other, all compared.
+void CheckSharpnessPut(const KernelTable& variant) {
+    Tally tally{"sharpness put"};
+    Random random(6);
+    for (std::size_t width = 3; width < 400; width += width < 150 ? 1 : 37) {
+        for (const auto& kernel : sfilterParamTable) {
+            for (const std::size_t samples : {std::size_t{1}, std::size_t{3}}) {
+                const std::size_t bytes = width * samples + static_cast<std::size_t>(random.Between(0, 70));
+                const auto at = static_cast<std::size_t>(random.Between(0, 63));
+                const auto put = [&](std::uint8_t* all, platen::SharpPutFn function) {
+                    memcpy(all, first, bytes);
+                    memcpy(all + bytes, second, bytes);
+                    memcpy(all + 2 * bytes, third, bytes);
+                    memset(all + 3 * bytes, 0xA5, bytes + at);
+                    function(all + 3 * bytes + at,
+                             {all, all + bytes, all + 2 * bytes, expected, bytes, kernel, width, samples});
+                };
+                Fill(random, first, bytes);
+                Fill(random, second, bytes);
+                Fill(random, third, bytes);
+                Fill(random, expected, bytes);
+                std::uint8_t* judged = expected + kMost;
+                put(judged, platen::SharpPut_reference);
+                put(got, variant.sharpPut);
+                tally.Compare(judged, got, 4 * bytes + at);
             }
         }
     }
@@ -342,6 +376,7 @@ void Check() {
     Print(best.name);
     Print("\n");
     CheckSharpness(best);
+    CheckSharpnessPut(best);
     CheckHsv(best);
     CheckVertical(best);
     CheckBilevel(best);

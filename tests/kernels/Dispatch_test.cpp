@@ -47,6 +47,7 @@ TEST(Dispatch, NamesAreDistinctAndTablesComplete) {
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {
         EXPECT_TRUE(names.insert(variant->name).second) << variant->name;
         EXPECT_NE(nullptr, variant->sharpRow) << variant->name;
+        EXPECT_NE(nullptr, variant->sharpPut) << variant->name;
         EXPECT_NE(nullptr, variant->hsvRow) << variant->name;
         EXPECT_NE(nullptr, variant->expandHorzU8) << variant->name;
         EXPECT_NE(nullptr, variant->expandHorzU16) << variant->name;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 #include "Sources/Dispatch/Kernels.h"
 #include "support/GuardedBuffer.h"
@@ -102,6 +103,60 @@ TEST(HsvRow, EveryVariantEqualsReferenceForEveryHueAndEverySaturation) {
             variant->hsvRow(line.data(), 2048, setting.hue, setting.saturation, setting.lightness);
             ASSERT_EQ(0, std::memcmp(expected.data(), line.data(), source.size()))
                 << variant->name << ", hue " << setting.hue << ", saturation " << setting.saturation;
+        }
+    }
+}
+
+// Differences of largest and smallest channel for which some whole number of sixtieths isn't exact in doubles.
+std::vector<int> DifferencesWithInexactWays() {
+    std::vector<int> found;
+    for (int d = 1; d < 256; ++d) {
+        const double step = static_cast<double>(d) / 60.0;
+        bool inexact = false;
+        for (int degrees = 1; degrees <= 60; ++degrees) {
+            inexact = inexact || (degrees * d % 60 == 0 && degrees * step != degrees * d / 60);
+        }
+        if (inexact) {
+            found.push_back(d);
+        }
+    }
+    return found;
+}
+
+// Every pixel of the differences in question at some heights, in all six orders of its channels.
+std::vector<std::uint8_t> PixelsOf(const std::vector<int>& differences) {
+    static constexpr int kOrders[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
+    std::vector<std::uint8_t> pixels;
+    for (const int d : differences) {
+        for (int min = 0; min + d < 256; min += 37) {
+            for (int mid = min; mid <= min + d; ++mid) {
+                const int channels[3] = {min, mid, min + d};
+                for (const auto& order : kOrders) {
+                    for (const int channel : order) {
+                        pixels.push_back(static_cast<std::uint8_t>(channels[channel]));
+                    }
+                }
+            }
+        }
+    }
+    return pixels;
+}
+
+TEST(HsvRow, EveryVariantEqualsReferenceWhereTheWayOfAHueIsInexact) {
+    std::uint8_t identity[256];
+    for (int i = 0; i < 256; ++i) {
+        identity[i] = static_cast<std::uint8_t>(i);
+    }
+    const std::vector<int> differences = DifferencesWithInexactWays();
+    ASSERT_EQ(19u, differences.size());
+    const std::vector<std::uint8_t> source = PixelsOf(differences);
+    for (std::int32_t hue = -180; hue <= 180; ++hue) {
+        std::vector<std::uint8_t> expected = source;
+        platen::HsvRow_reference(expected.data(), expected.size() / 3, hue, 0, identity);
+        for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+            std::vector<std::uint8_t> line = source;
+            variant->hsvRow(line.data(), line.size() / 3, hue, 0, identity);
+            ASSERT_TRUE(expected == line) << variant->name << ", hue " << hue;
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 
 #include "LineFilters/Sharpness.h"
@@ -124,6 +125,155 @@ TEST(SharpRow, RowsMayBeOneAndTheSame) {
         for (const platen::KernelTable* variant : platen::AvailableKernels()) {
             variant->sharpRow(out.data(), args);
             EXPECT_EQ(0, std::memcmp(expected.data(), out.data(), 300)) << variant->name;
+        }
+    }
+}
+
+// ---- Put: the ring of lines and the finished line ----
+
+// The ring, the line that comes and the output line, each against a protected page or some bytes away from it.
+struct Ring {
+    GuardedBuffer oldest, previous, newest, line, out;
+
+    Ring(std::size_t bytes, Side side)
+        : oldest(bytes, side), previous(bytes, side), newest(bytes, side), line(bytes, side), out(bytes, side) {}
+
+    std::array<const GuardedBuffer*, 5> All() const {
+        return {&oldest, &previous, &newest, &line, &out};
+    }
+    void CopyFrom(const Ring& other) {
+        for (std::size_t i = 0; i < 5; ++i) {
+            std::memcpy(All()[i]->data(), other.All()[i]->data(), other.All()[i]->size());
+        }
+    }
+    void Fill(Random& random, int kind) {
+        for (const GuardedBuffer* buffer : All()) {
+            for (std::uint8_t& byte : buffer->bytes()) {
+                byte = kind == 0 ? random.Byte() : random.OneIn(2) ? 255 : 0;
+            }
+        }
+    }
+};
+
+struct PutCase {
+    const std::int32_t* kernel;
+    std::size_t width;
+    std::size_t samples;
+    std::size_t padding;
+    std::size_t offsets[5];  // of oldest, previous, newest, line, out in their buffers
+
+    std::size_t RowBytes() const {
+        return width * samples + padding;
+    }
+};
+
+void RunPut(platen::SharpPutFn put, const Ring& ring, const PutCase& with) {
+    const platen::SharpPutArgs args{ring.oldest.data() + with.offsets[0],
+                                    ring.previous.data() + with.offsets[1],
+                                    ring.newest.data() + with.offsets[2],
+                                    ring.line.data() + with.offsets[3],
+                                    with.RowBytes(),
+                                    with.kernel,
+                                    with.width,
+                                    with.samples};
+    put(ring.out.data() + with.offsets[4], args);
+}
+
+// All bytes of all buffers, so that nothing behind the pixels of `out` is written either.
+void ExpectEqualPuts(Random& random, const PutCase& with, std::size_t spare, Side side) {
+    const std::size_t bytes = with.RowBytes() + spare;
+    Ring source(bytes, side);
+    Ring expected(bytes, side);
+    Ring got(bytes, side);
+    source.Fill(random, random.OneIn(2) ? 1 : 0);
+    expected.CopyFrom(source);
+    RunPut(platen::SharpPut_reference, expected, with);
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        got.CopyFrom(source);
+        RunPut(variant->sharpPut, got, with);
+        for (std::size_t i = 0; i < 5; ++i) {
+            ASSERT_EQ(0, std::memcmp(expected.All()[i]->data(), got.All()[i]->data(), bytes))
+                << variant->name << ", width " << with.width << ", samples " << with.samples << ", padding "
+                << with.padding << ", buffer " << i;
+        }
+    }
+}
+
+TEST(SharpPut, ReferenceMovesTheRingOnAndFinishesTheMiddleLine) {
+    Random random(6);
+    Ring before(60, Side::kPageBehind);
+    Ring ring(60, Side::kPageBehind);
+    before.Fill(random, 0);
+    ring.CopyFrom(before);
+    const PutCase with{sfilterParamTable[3], 18, 3, 6, {}};
+    RunPut(platen::SharpPut_reference, ring, with);
+    EXPECT_EQ(0, std::memcmp(ring.oldest.data(), before.previous.data(), 60));
+    EXPECT_EQ(0, std::memcmp(ring.previous.data(), before.newest.data(), 60));
+    EXPECT_EQ(0, std::memcmp(ring.newest.data(), before.line.data(), 60));
+    GuardedBuffer expected(54);
+    platen::SharpRow_reference(expected.data(), {before.previous.data(), before.newest.data(), before.line.data(),
+                                                 with.kernel, 18, 3, false});
+    EXPECT_EQ(0, std::memcmp(ring.out.data(), expected.data(), 54));
+    EXPECT_EQ(0, std::memcmp(ring.out.data() + 54, before.out.data() + 54, 6));
+}
+
+TEST(SharpPut, EveryVariantEqualsReferenceAtWidths3To300) {
+    Random random(7);
+    for (std::size_t width = 3; width <= 300; ++width) {
+        for (const std::size_t samples : {std::size_t{1}, std::size_t{3}}) {
+            for (const auto& kernel : sfilterParamTable) {
+                const auto padding = static_cast<std::size_t>(random.OneIn(3) ? random.Between(0, 150) : 0);
+                ExpectEqualPuts(random, {kernel, width, samples, padding, {}}, 0,
+                                random.OneIn(2) ? Side::kPageBefore : Side::kPageBehind);
+            }
+        }
+    }
+}
+
+TEST(SharpPut, EveryVariantEqualsReferenceAtEveryAlignment) {
+    Random random(8);
+    for (int i = 0; i < 800; ++i) {
+        PutCase with{};
+        with.kernel = sfilterParamTable[random.Between(0, 4)];
+        with.width =
+            static_cast<std::size_t>(random.OneIn(4) ? random.Between(301, 3000) : random.Between(60, 200));
+        with.samples = random.OneIn(2) ? 1 : 3;
+        with.padding = static_cast<std::size_t>(random.OneIn(2) ? random.Between(1, 100) : 0);
+        for (std::size_t& offset : with.offsets) {
+            offset = static_cast<std::size_t>(random.Between(0, 64));
+        }
+        with.offsets[4] = static_cast<std::size_t>(i % 64);
+        ExpectEqualPuts(random, with, 64, random.OneIn(2) ? Side::kPageBefore : Side::kPageBehind);
+    }
+}
+
+// What a host may make of it: lines of the ring that are one and the same, a line of the ring that is put again.
+TEST(SharpPut, EveryVariantEqualsReferenceForBuffersThatAreOneAndTheSame) {
+    constexpr std::size_t kBytes = 620;
+    Random random(9);
+    std::uint8_t source[5][kBytes];
+    std::uint8_t expected[5][kBytes];
+    std::uint8_t got[5][kBytes];
+    for (int i = 0; i < 300; ++i) {
+        for (auto& row : source) {
+            for (std::uint8_t& byte : row) {
+                byte = random.Byte();
+            }
+        }
+        std::size_t place[4];  // of oldest, previous, newest and line
+        for (std::size_t& row : place) {
+            row = static_cast<std::size_t>(random.Between(0, 3));
+        }
+        const auto width = static_cast<std::size_t>(random.Between(3, 200));
+        const auto run = [&](platen::SharpPutFn put, std::uint8_t(&rows)[5][kBytes]) {
+            std::memcpy(rows, source, sizeof source);
+            put(rows[4], {rows[place[0]], rows[place[1]], rows[place[2]], rows[place[3]], 3 * width + 7,
+                          sfilterParamTable[i % 5], width, 3});
+        };
+        run(platen::SharpPut_reference, expected);
+        for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+            run(variant->sharpPut, got);
+            ASSERT_EQ(0, std::memcmp(expected, got, sizeof got)) << variant->name << ", width " << width;
         }
     }
 }
