@@ -33,7 +33,7 @@ struct Request {
 
 int Size(Producer& input) {
     const auto kind = input.Take<std::uint8_t>();
-    if (kind == 0 && input.IsOneIn(512)) {  // such an axis takes long
+    if (kind == 0 && input.IsOneIn(4096)) {  // such an axis takes long
         return static_cast<int>(input.Between(65530, kMost));
     }
     switch (kind % 8) {
@@ -59,7 +59,7 @@ Request TakeRequest(Producer& input) {
     r.srcWidth = Size(input);
     r.srcHeight = Size(input);
     // Lines of negative widths take half a gigabyte, and time.
-    if (r.dstWidth < 0 && r.srcWidth < 0 && !input.IsOneIn(512)) {
+    if (r.dstWidth < 0 && r.srcWidth < 0 && !input.IsOneIn(4096)) {
         r.srcWidth = 7;
     }
     return r;

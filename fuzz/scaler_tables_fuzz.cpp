@@ -20,7 +20,7 @@ void Check(bool right) {
 // Mostly few, since many take long.
 int Count(platen_fuzz::Producer& input) {
     const auto kind = input.Take<std::uint8_t>();
-    if (kind == 0 && input.IsOneIn(512)) {
+    if (kind == 0 && input.IsOneIn(4096)) {
         return static_cast<int>(input.Between(1, 70000));
     }
     return static_cast<int>(input.Between(1, kind % 32 == 1 ? 300 : 40));
