@@ -73,7 +73,10 @@ int Settle(const Request& r) {
 }
 
 bool KnownFormat(int format) {
-    return PX_Zoom_BitsPerSample(format) != 0;
+    const int samples = PX_Zoom_SamplePerPixel(format);
+    const int bits = PX_Zoom_BitsPerSample(format);
+    Check(samples * bits == (samples == 0 ? 0 : format) && (samples == 0) == (bits == 0));
+    return bits != 0;
 }
 
 int ExpectedStatus(const Request& r, int method) {
