@@ -7,8 +7,8 @@
 //
 // The sums are all pairs of a centre (0 to 255) and what lies around it: a cross' arms (0 to 1020) or the box's
 // eight (0 to 2040); with and without a row above; and all pairs at the left and right edge. The reference is held
-// against the pairs, the variants against the reference in every byte. Exit: 0 equal, 1 different, 2 wrong
-// arguments.
+// against the pairs, the variants against the reference in every byte, alone and by the public calls. Exit: 0
+// equal, 1 different, 2 wrong arguments.
 
 #include <algorithm>
 #include <cstdint>
@@ -17,6 +17,7 @@
 #include <cstring>
 #include <vector>
 
+#include "LineFilters/SharpContext.h"
 #include "LineFilters/SharpRow.h"
 #include "LineFilters/Sharpness.h"
 #include "Sources/Dispatch/Kernels.h"
@@ -99,6 +100,33 @@ void CompareVariants(Rows& rows, const Kernel& kernel, bool topEdge, const std::
     }
 }
 
+// The same line by the public calls.
+void CompareStream(Rows& rows, const Kernel& kernel, bool topEdge, const std::vector<std::uint8_t>& expected,
+                   Totals& totals) {
+    _SSharpParam param{1, 8, static_cast<std::uint32_t>(rows.width), 9, static_cast<std::uint32_t>(rows.width)};
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        platen::UseKernels(*variant);
+        void* handle = nullptr;
+        if (SetupSharp(&param, &handle) != 0) {
+            std::printf("the filter wasn't set up\n");
+            ++totals.different;
+            return;
+        }
+        std::memcpy(static_cast<platen::SharpContext*>(handle)->kernel, kernel.words, sizeof kernel.words);
+        if (!topEdge) {
+            ApplySharpFilterPutLine(&handle, rows.top.data());
+        }
+        ApplySharpFilterPutLine(&handle, rows.middle.data());
+        ApplySharpFilterPutLine(&handle, rows.bottom.data());
+        ApplySharpFilterGetLine(&handle, rows.out.data());
+        DisposeSharpness(handle);
+        if (rows.out != expected) {
+            std::printf("%s differs from the reference in a stream\n", variant->name);
+            ++totals.different;
+        }
+    }
+}
+
 // All pairs in rows of many, the first neighbourhood `shift` pixels from the left.
 void Interior(const Kernel& kernel, bool topEdge, bool even, std::size_t shift, Totals& totals) {
     const int pairs = (kernel.Most() + 1) * 256;
@@ -117,6 +145,7 @@ void Interior(const Kernel& kernel, bool topEdge, bool even, std::size_t shift, 
         }
         totals.sums += static_cast<std::uint64_t>(behind - first);
         CompareVariants(rows, kernel, topEdge, expected, totals);
+        CompareStream(rows, kernel, topEdge, expected, totals);
     }
 }
 
