@@ -14,6 +14,9 @@ if(PLATEN_SANITIZE STREQUAL "asan-ubsan")
   add_compile_options(-fsanitize=address,undefined,float-cast-overflow,float-divide-by-zero
     -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
+elseif(PLATEN_SANITIZE STREQUAL "ubsan")
+  add_compile_options(-fsanitize=undefined,float-cast-overflow,float-divide-by-zero -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=undefined)
 elseif(PLATEN_SANITIZE STREQUAL "tsan")
   add_compile_options(-fsanitize=thread)
   add_link_options(-fsanitize=thread)
@@ -21,7 +24,7 @@ elseif(PLATEN_SANITIZE STREQUAL "msan")
   add_compile_options(-fsanitize=memory -fsanitize-memory-track-origins -fno-omit-frame-pointer)
   add_link_options(-fsanitize=memory)
 elseif(NOT PLATEN_SANITIZE STREQUAL "")
-  message(FATAL_ERROR "PLATEN_SANITIZE is '${PLATEN_SANITIZE}'; allowed: asan-ubsan, tsan, msan, or empty")
+  message(FATAL_ERROR "PLATEN_SANITIZE is '${PLATEN_SANITIZE}'; allowed: asan-ubsan, ubsan, tsan, msan, or empty")
 endif()
 
 if(PLATEN_COVERAGE)
@@ -48,6 +51,9 @@ endif()
 
 if(PLATEN_LIBFUZZER)
   add_compile_options(-fsanitize=fuzzer-no-link)
+  if(PLATEN_SANITIZE STREQUAL "ubsan")  # many runs are what this build is for; following comparisons halves them
+    add_compile_options(-fno-sanitize-coverage=trace-cmp)
+  endif()
 endif()
 
 # Warnings for one target.

@@ -1,13 +1,14 @@
 // The scaler's stream: any image and any order of calls against the whole-image model.
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "Producer.h"
+#include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "Variants.h"
 #include "tests/unit/PX_Zoom/ZoomModel.h"
 
 namespace {
@@ -34,14 +35,24 @@ ZoomImage TakeImage(const ZoomCase& c, Producer& input) {
     return image;
 }
 
+// What every variant is to do, and what must come of it.
+struct Plan {
+    ZoomCase size;
+    std::uint8_t calls[96];
+    ZoomImage source;
+    ZoomImage want;
+    std::int32_t horzDouble;
+    std::int32_t vertDouble;
+};
+
 class Session {
   public:
-    Session(const ZoomCase& c, Producer& input)
-        : case_(c), source_(TakeImage(c, input)), want_(ModelScale(c, source_)) {
+    explicit Session(const Plan& plan) : case_(plan.size), source_(plan.source), want_(plan.want) {
+        const ZoomCase& c = plan.size;
         Check(zoom_.Open(c.dstWidth, c.dstHeight, c.srcWidth, c.srcHeight, c.format, 2) == 0);
         auto& bilinear = static_cast<PX_ZoomBilinear&>(*zoom_.zoom);
-        bilinear.horzDouble |= input.Flip() ? 1 : 0;
-        bilinear.vertDouble |= input.Flip() ? 1 : 0;
+        bilinear.horzDouble |= plan.horzDouble;
+        bilinear.vertDouble |= plan.vertDouble;
     }
 
     // One call; most of the time the one that carries on.
@@ -104,20 +115,19 @@ class Session {
     }
 
     ZoomCase case_;
-    ZoomImage source_;
-    ZoomImage want_;
+    const ZoomImage& source_;
+    const ZoomImage& want_;
     PX_Zoom zoom_;
     std::size_t sent_ = 0;
     std::size_t read_ = 0;
 };
 
-int RunInput(const std::uint8_t* data, std::size_t size) {
-    Producer input(data, size);
+// Mostly small; now and then long enough for the kernels' inner loops, but not on both axes.
+ZoomCase TakeCase(Producer& input) {
     constexpr int kFormats[] = {1, 8, 16, 24, 32, 48, 64};
-    // Mostly small; now and then long enough for the kernels' inner loops.
     const auto side = [&input] {
         const int byte = input.Take<std::uint8_t>();
-        return byte < 224 ? 1 + byte % 24 : 1 + (byte - 224) * 12;
+        return byte < 248 ? 1 + byte % 24 : 1 + (byte - 247) * 45;
     };
     ZoomCase c{};
     c.format = kFormats[input.Take<std::uint8_t>() % 7];
@@ -125,20 +135,37 @@ int RunInput(const std::uint8_t* data, std::size_t size) {
     c.dstHeight = side();
     c.srcWidth = side();
     c.srcHeight = side();
-    std::uint8_t calls[96];
-    input.Fill(calls, sizeof calls);
-    Session session(c, input);
-    for (const std::uint8_t call : calls) {
+    if (std::max(c.dstWidth, c.srcWidth) > 24) {
+        c.dstHeight = 1 + c.dstHeight % 8;
+        c.srcHeight = 1 + c.srcHeight % 8;
+    }
+    return c;
+}
+
+void Run(const Plan& plan) {
+    Session session(plan);
+    for (const std::uint8_t call : plan.calls) {
         if (!session.Finished()) {
             session.Step(call);
         }
     }
     session.Finish();
-    return 0;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    return platen_fuzz::RunWithEachVariant(RunInput, data, size);
+    Producer input(data, size);
+    Plan plan{};
+    plan.size = TakeCase(input);
+    input.Fill(plan.calls, sizeof plan.calls);
+    plan.source = TakeImage(plan.size, input);
+    plan.want = ModelScale(plan.size, plan.source);
+    plan.horzDouble = input.Flip() ? 1 : 0;
+    plan.vertDouble = input.Flip() ? 1 : 0;
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        platen::UseKernels(*variant);
+        Run(plan);
+    }
+    return 0;
 }

@@ -16,6 +16,7 @@ using platen::KernelTable;
 using platen_fuzz::Producer;
 
 constexpr std::int64_t kMost = 300;
+constexpr std::int64_t kUsual = 48;  // a few vectors; more takes longer
 
 void Require(bool condition) {
     if (!condition) {
@@ -44,6 +45,11 @@ class Line {
     std::unique_ptr<unsigned char[]> bytes_;
 };
 
+std::size_t TakeCount(Producer& producer) {
+    const std::int64_t number = producer.Between(0, 16 * kMost - 1);
+    return static_cast<std::size_t>(1 + (number < kMost ? number : number % kUsual));
+}
+
 struct Input {
     std::size_t count;
     std::size_t shift;
@@ -54,7 +60,7 @@ struct Input {
     Line<double> doubles;
 
     explicit Input(Producer& producer)
-        : count(static_cast<std::size_t>(producer.Between(1, kMost))),
+        : count(TakeCount(producer)),
           shift(producer.Flip() ? 1 : 0),
           weight(producer.Take<std::int32_t>()),
           weights{},

@@ -22,6 +22,8 @@ constexpr std::uint32_t kLeVe = 0x4C655665;
 constexpr std::uint32_t kKeys[] = {0x62726954, 0x636F6E54, 0x694D696E, 0x694D6964,
                                    0x694D6178, 0x6F4D696E, 0x6F4D6178, 0x6E6F6E65};
 
+constexpr int kMostCurves = 8;  // they take most of the time
+
 struct Property {
     std::uint32_t key;
     Bytes value;
@@ -97,13 +99,13 @@ class Walk {
             case 8:
                 return Find(AnyWorld());
             case 9:
-                return Duplicate(AnyWorld());
+                return curves_++ < kMostCurves ? Duplicate(AnyWorld()) : DropWorld();
             case 10:
                 return SetAllOf(AnyOperation());
             case 11:
                 return DropWorld();
             default:
-                return MakeCurve(AnyWorld());
+                return curves_++ < kMostCurves ? MakeCurve(AnyWorld()) : Find(AnyWorld());
         }
     }
 
@@ -306,6 +308,7 @@ class Walk {
     }
 
     Producer& input_;
+    int curves_ = 0;
     std::vector<std::unique_ptr<World>> worlds_;
     std::vector<std::unique_ptr<Operation>> operations_;
 };

@@ -4,6 +4,8 @@
 //   hsv_all_colours HUE SATURATION LIGHTNESS [...]     all 2^24 colours for each setting given
 //   hsv_all_colours --settings N [--stride S]          N settings spread over the ranges; S > 1 takes every S-th
 //                                                      plane of equal red, in turn with the settings' numbers
+//   hsv_all_colours --every-hue | --every-saturation   all 360 of the one, or all 200 of the other, alone
+//   hsv_all_colours --part K/N ...                     of the settings the K-th, the K+N-th and so on, K from 1
 //   hsv_all_colours --variant NAME ...                 that variant only
 //
 // Work is shared out to as many threads as there are processors. Exit: 0 equal, 1 different, 2 wrong arguments.
@@ -36,6 +38,8 @@ struct Setting {
 
 struct Options {
     std::vector<Setting> settings;
+    std::size_t part = 1;
+    std::size_t parts = 1;
     int stride = 1;
     std::vector<const platen::KernelTable*> variants;
 };
@@ -177,6 +181,26 @@ bool AddVariant(const std::string& name, Options& options) {
     return false;
 }
 
+bool AddEvery(const std::string& argument, Options& options) {
+    const bool hue = argument == "--every-hue";
+    if (!hue && argument != "--every-saturation") {
+        return false;
+    }
+    const int most = hue ? 180 : 100;
+    for (int value = -most; value <= most; ++value) {
+        if (value != 0) {
+            options.settings.push_back(hue ? Setting{value, 0, 0} : Setting{0, value, 0});
+        }
+    }
+    return true;
+}
+
+bool ParsePart(const char* text, Options& options) {
+    char end = 0;
+    return std::sscanf(text, "%zu/%zu%c", &options.part, &options.parts, &end) == 2 && options.part >= 1 &&
+           options.part <= options.parts;
+}
+
 bool ParseOptions(int argc, char** argv, Options& options) {
     int wanted = 0;
     std::vector<int> numbers;
@@ -192,6 +216,12 @@ bool ParseOptions(int argc, char** argv, Options& options) {
                 return false;
             }
             (argument == "--stride" ? options.stride : wanted) = number;
+        } else if (argument == "--part") {
+            if (++i == argc || !ParsePart(argv[i], options)) {
+                return false;
+            }
+        } else if (AddEvery(argument, options)) {
+            continue;
         } else if (ParseNumber(argv[i], number)) {
             numbers.push_back(number);
         } else {
@@ -217,17 +247,20 @@ int main(int argc, char** argv) {
     Options options;
     if (!ParseOptions(argc, argv, options)) {
         std::fprintf(stderr,
-                     "usage: hsv_all_colours [--variant NAME] [--settings N] [--stride S] "
-                     "[HUE SATURATION LIGHTNESS]...\n");
+                     "usage: hsv_all_colours [--variant NAME] [--settings N] [--stride S] [--every-hue] "
+                     "[--every-saturation] [--part K/N] [HUE SATURATION LIGHTNESS]...\n");
         return 2;
     }
     for (const platen::KernelTable* variant : options.variants) {
         std::printf("%s%s", variant->name, variant == options.variants.back() ? "\n" : ", ");
     }
     bool equal = true;
-    int number = 0;
-    for (const Setting& setting : options.settings) {
-        equal = RunSetting(setting, options, number++) && equal;
+    std::size_t settings = 0;
+    for (std::size_t i = options.part - 1; i < options.settings.size(); i += options.parts) {
+        equal = RunSetting(options.settings[i], options, static_cast<int>(i)) && equal;
+        std::fflush(stdout);
+        ++settings;
     }
+    std::printf("%zu settings: %s\n", settings, equal ? "no difference" : "DIFFERENT");
     return equal ? 0 : 1;
 }

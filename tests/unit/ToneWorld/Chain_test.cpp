@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 #include <sstream>
+#include <thread>
 #include <vector>
 
 #include "ToneFixture.h"
@@ -142,9 +143,10 @@ std::unique_ptr<Link> Make(Random& random) {
 constexpr MakeLink kMakers[] = {Make<BrightnessContrastLink>, Make<LevelLink>, Make<ColorBalanceLink>,
                                 Make<CurvesLink>};
 
-TEST(Chain, RandomChainsEqualThePlainRules) {
-    Random random(6);
-    for (int round = 0; round < 20000; ++round) {
+// One world after the other, each held against the plain rules; stops at the first that differs.
+void CompareChains(std::uint64_t seed, int rounds) {
+    Random random(seed);
+    for (int round = 0; round < rounds; ++round) {
         const World world;
         const std::int32_t depth = random.OneIn(10) ? 16 : random.OneIn(2) ? 8 : 24;
         plain::Tables expected = plain::Tables::Identity();
@@ -167,6 +169,16 @@ TEST(Chain, RandomChainsEqualThePlainRules) {
         ASSERT_EQ(curve.tables, again.tables);
         DisposeToneWorld(copy, 1);
     }
+}
+
+TEST(Chain, RandomChainsEqualThePlainRules) {
+    CompareChains(6, 20000);
+}
+
+TEST(ToneWorldThreads, WorldsOnTwoThreads) {
+    std::thread other([] { CompareChains(7, 500); });
+    CompareChains(8, 500);
+    other.join();
 }
 
 }  // namespace
