@@ -37,6 +37,7 @@ int ExitCodeOf(int status) {
         pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
+    std::signal(SIGINT, SIG_DFL);  // ignored where a shell runs the tests in the background
     execvp(pointers[0], pointers.data());
     _exit(127);
 }
