@@ -56,11 +56,9 @@ bool InRange(std::int32_t amount) {
 }  // namespace
 
 std::int32_t SetupBrightnessContrastOperation(_SToneOperation* op) {
-    if (op == nullptr) {
-        return platen::kToneNullOperation;
-    }
-    if (platen::BeginSetup(op, kType, ApplyBrightnessContrast) != platen::kToneDone) {
-        return platen::kToneOutOfMemory;
+    const std::int32_t status = platen::BeginSetup(op, kType, ApplyBrightnessContrast);
+    if (status != platen::kToneDone) {
+        return status;
     }
     platen::AddDefault(op, kBrightness, std::int32_t{0});
     platen::AddDefault(op, kContrast, std::int32_t{0});

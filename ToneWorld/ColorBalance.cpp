@@ -40,13 +40,11 @@ bool AllZero(const Amounts& amounts) {
 // How far the middle of a channel moves.
 double Shift(Range range, std::int32_t amount) {
     const double steps = platen::Truncate<std::int32_t>(amount * 1.27);
-    switch (range) {
-        case kShadows:
-            return steps > 0 ? steps / 3.0 : steps;
-        case kMidtones:
-            return (steps / 3.0) + (steps / 3.0);
-        case kHighlights:
-            break;
+    if (range == kShadows) {
+        return steps > 0 ? steps / 3.0 : steps;
+    }
+    if (range == kMidtones) {
+        return (steps / 3.0) + (steps / 3.0);
     }
     return steps > 0 ? steps : steps / 3.0;
 }
@@ -69,11 +67,9 @@ void MapThroughSpline(std::uint8_t* table, double shift) {
 }  // namespace
 
 std::int32_t SetupColorBalanceOperation(_SToneOperation* op) {
-    if (op == nullptr) {
-        return platen::kToneNullOperation;
-    }
-    if (platen::BeginSetup(op, kType, ApplyColorBalance) != platen::kToneDone) {
-        return platen::kToneOutOfMemory;
+    const std::int32_t status = platen::BeginSetup(op, kType, ApplyColorBalance);
+    if (status != platen::kToneDone) {
+        return status;
     }
     for (const auto& keys : kAmountKeys) {
         for (const std::uint32_t key : keys) {

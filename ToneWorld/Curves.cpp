@@ -81,11 +81,9 @@ void RememberSpline(const _SToneOperation* op) {
 }  // namespace
 
 std::int32_t SetupCurvesOperation(_SToneOperation* op) {
-    if (op == nullptr) {
-        return platen::kToneNullOperation;
-    }
-    if (platen::BeginSetup(op, kType, ApplyCurves) != platen::kToneDone) {
-        return platen::kToneOutOfMemory;
+    const std::int32_t status = platen::BeginSetup(op, kType, ApplyCurves);
+    if (status != platen::kToneDone) {
+        return status;
     }
     platen::AddDefault(op, kStrength, std::int32_t{0});
     platen::AddDefault(op, kKind, std::int32_t{kSpline});

@@ -148,11 +148,9 @@ double platen::GammaOfEffectiveMidTone(double effective) {
 }
 
 std::int32_t SetupLevelOperation(_SToneOperation* op) {
-    if (op == nullptr) {
-        return platen::kToneNullOperation;
-    }
-    if (platen::BeginSetup(op, kType, ApplyLevel) != platen::kToneDone) {
-        return platen::kToneOutOfMemory;
+    const std::int32_t status = platen::BeginSetup(op, kType, ApplyLevel);
+    if (status != platen::kToneDone) {
+        return status;
     }
     platen::AddDefault(op, kInputMin, std::uint32_t{0});
     platen::AddDefault(op, kMidTone, 0.0);

@@ -35,8 +35,8 @@ T PropertyOr(const _SToneOperation* op, std::uint32_t key, T fallback) {
     return fallback;
 }
 
-// Stamps type and apply function and creates the empty property list, as every set-up function begins. What
-// `properties` pointed to before is overwritten, not freed.
+// Stamps type and apply function and creates the empty property list, as every set-up function begins; gives the
+// status that it ends with if that isn't kToneDone. What `properties` pointed to before is overwritten, not freed.
 std::int32_t BeginSetup(_SToneOperation* op, std::uint32_t type, _SToneApplyFunction apply);
 
 // Adds a property with its default.

@@ -54,6 +54,9 @@ void ReadProperty(const _SToneOperation* op, std::uint32_t key, void* destinatio
 }
 
 std::int32_t BeginSetup(_SToneOperation* op, std::uint32_t type, _SToneApplyFunction apply) {
+    if (op == nullptr) {
+        return kToneNullOperation;
+    }
     op->type = type;
     op->apply = apply;
     op->properties = new std::list<_SPropertyData>;

@@ -27,9 +27,15 @@ elseif(NOT PLATEN_SANITIZE STREQUAL "")
   message(FATAL_ERROR "PLATEN_SANITIZE is '${PLATEN_SANITIZE}'; allowed: asan-ubsan, ubsan, tsan, msan, or empty")
 endif()
 
+# Clang's counters, which know the source's regions and branches (GCC's count the compiler's exception edges too).
+# They lie in the profile's file itself (%c in LLVM_PROFILE_FILE), so that an abort, a signal and _exit lose none.
+# Threads and processes share them, so they count atomically. The tests are instrumented too, since the linker takes one copy of an inline function for all objects.
 if(PLATEN_COVERAGE)
-  add_compile_options(--coverage -O0)
-  add_link_options(--coverage)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "platen: PLATEN_COVERAGE needs Clang")
+  endif()
+  add_compile_options(-O1 -g0 -fprofile-update=atomic -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
+  add_link_options(-fprofile-instr-generate)
 endif()
 
 # The folders of the tree and of the build leave no trace in what is built: the same sources give the same bytes

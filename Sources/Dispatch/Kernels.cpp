@@ -1,5 +1,6 @@
 #include "Sources/Dispatch/Kernels.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -49,16 +50,14 @@ constexpr KernelTable kAvx512 = {"avx512",      SharpRow_avx512,     SharpPut_av
 
 constexpr std::array<const KernelTable*, 4> kAll = {&kReference, &kBaseline, &kAvx2, &kAvx512};
 
-// How many of kAll this processor, and the operating system's saving of its registers, can run.
+// How many of kAll this processor, and the operating system's saving of its registers, can run. Without VBMI's byte
+// shuffles the AVX2 kernels are better than the AVX-512 ones.
 std::size_t CountAvailable() {
     __builtin_cpu_init();
-    if (!__builtin_cpu_supports("avx2")) {
-        return 2;
-    }
-    // Without VBMI's byte shuffles the AVX2 kernels are the better ones.
-    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
-    return avx512 ? 4 : 3;
+    const std::array avx512 = {__builtin_cpu_supports("avx512f") != 0, __builtin_cpu_supports("avx512bw") != 0,
+                               __builtin_cpu_supports("avx512vl") != 0, __builtin_cpu_supports("avx512vbmi") != 0};
+    const bool all = std::find(avx512.begin(), avx512.end(), false) == avx512.end();
+    return CountUsable(__builtin_cpu_supports("avx2") != 0, all);
 }
 
 #else

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <span>
 
 #include "LineFilters/HsvRow.h"
@@ -24,6 +25,11 @@ struct KernelTable {
     UnpackBitsFn unpackBits;
     PackBitsFn packBits;
 };
+
+// How many of the variants an x86-64 processor runs, the plainest first, with these instruction sets.
+constexpr std::size_t CountUsable(bool avx2, bool avx512) {
+    return avx2 ? (avx512 ? 4 : 3) : 2;
+}
 
 // The table in use: valid before any constructor has run, and the best for this processor from the library's load
 // on. The library reads no environment, so another variant is chosen by a call only.

@@ -37,6 +37,9 @@ int ExitCodeOf(int status) {
         pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
+    for (const int number : {SIGINT, SIGHUP}) {
+        std::signal(number, SIG_DFL);  // ignored where the tests run in the background or with nohup
+    }
     execvp(pointers[0], pointers.data());
     _exit(127);
 }

@@ -42,6 +42,13 @@ TEST(Dispatch, TheReferenceIsAlwaysThereAndFirst) {
     EXPECT_STREQ("reference", platen::AvailableKernels().front()->name);
 }
 
+TEST(Dispatch, TheInstructionSetsDecideHowManyVariantsAreUsable) {
+    EXPECT_EQ(2u, platen::CountUsable(false, false));
+    EXPECT_EQ(2u, platen::CountUsable(false, true)) << "the variants build on each other";
+    EXPECT_EQ(3u, platen::CountUsable(true, false));
+    EXPECT_EQ(4u, platen::CountUsable(true, true));
+}
+
 TEST(Dispatch, NamesAreDistinctAndTablesComplete) {
     std::set<std::string> names;
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {

@@ -214,6 +214,22 @@ TEST(HorzPass, EqualsReferenceAtHeavyWeights) {
     }
 }
 
+// Widths for which Open would choose doubles: the sums wrap as the reference's do.
+TEST(HorzPass, WeightsTooHeavyForTheVectorsWrapLikeTheReference) {
+    Random random(6);
+    for (const Shape& shape : {Shape{20000, 70000, 1}, Shape{32767, 90000, 3}, Shape{2, 200000, 4}}) {
+        for (const Content content : {Content::kMost, Content::kRandom}) {
+            Line<std::uint8_t> narrow(shape, AnySide(random), content, random);
+            Line<std::uint16_t> wide(shape, AnySide(random), content, random);
+            EXPECT_FALSE(narrow.Whole());
+            for (const KernelTable* kernels : platen::AvailableKernels()) {
+                EXPECT_TRUE(narrow.SameBy(*kernels));
+                EXPECT_TRUE(wide.SameBy(*kernels));
+            }
+        }
+    }
+}
+
 // Sources from every address of a vector on.
 template <class S>
 void ExpectSameAtEveryAddress(const Shape& shape, Random& random) {
@@ -284,6 +300,7 @@ TEST(HorzPass, NonsensicalSizesEqualReference) {
         kernels->expandHorzU8(out, reinterpret_cast<const std::uint8_t*>(line), {records, -3, 5, 3});
         kernels->expandHorzU16(out, line, {records, -3, -5, 1});
         kernels->expandHorzU16(out, line, {records, 4, 2, 0});
+        kernels->expandHorzU16(out, line, {records, 4, 4, 0});
         EXPECT_EQ(out[0], 7u) << kernels->name;
         kernels->expandHorzU16(out, line, {records, 3, -5, 1});
         EXPECT_EQ(out[2], 0u) << kernels->name;

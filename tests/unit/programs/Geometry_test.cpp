@@ -80,8 +80,13 @@ TEST(Geometry, LimitsHoldForTheResult) {
     EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { TargetSize(Page(100, 10, 0), settings, {}); }),
               "the result would have 100000 x 10000 pixels; allowed are 65535 a side and 268435456 in all "
               "(--max-side, --max-pixels)");
+    EXPECT_THROW(TargetSize(Page(10, 100, 0), settings, {}), Error);  // the other side
     settings.scale = 300.0;
     ErrorText(ExitCode::kUnsupported, [&] { TargetSize(Page(100, 100, 0), settings, {}); });
+}
+
+TEST(Geometry, WithoutAWishThePageKeepsItsSize) {
+    EXPECT_EQ(SizeText(TargetSize(Page(123, 45, 300), {}, {})), "123x45 300/1,300/1");
 }
 
 TEST(Geometry, RatiosCancelBeforeTheyMultiply) {
@@ -89,6 +94,8 @@ TEST(Geometry, RatiosCancelBeforeTheyMultiply) {
     EXPECT_EQ(ratio.numerator * 10000 / 2 * 65534, std::uint64_t{12795} * 254 / 2 * 65535 * ratio.denominator);
     const Ratio large = ScaleRatio({0xFFFFFFFFFFFFFFFF, 0xFFFFFFFFFFFFFFFE}, 3, 1);
     EXPECT_NEAR(large.Value(), 3.0, 1e-6);
+    const Ratio small = ScaleRatio({0xFFFFFFFFFFFFFFFE, 0xFFFFFFFFFFFFFFFF}, 1, 3);
+    EXPECT_NEAR(small.Value(), 1.0 / 3.0, 1e-6);
     const Ratio zero = ScaleRatio({0, 0}, 1, 2);
     EXPECT_EQ(zero.numerator, 0u);
 }
