@@ -1,9 +1,10 @@
-// The main function of the test programs of a mutation run. The mutants of a file are all in the program, each behind a
-// switch; every test runs in a process of its own, so that one that crashes or never ends does no harm.
+// The main function of the test programs of a mutation run. The mutants of a file are all in the program, each
+// behind a switch; every test runs in a process of its own, so that one that crashes or never ends does no harm.
 //
 //   tests measure LIST            runs every test that LIST, a file of names, doesn't hold; prints its name, its
 //                                 processor time in microseconds (-1: too long) and the mutants that it reaches
-//   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times; prints the
+//   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times; prints
+//   the
 //                                 number and the test that fails, crashes or takes ten times as long, or "-"
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -70,8 +71,8 @@ int Apart(const std::function<int()>& work, long& microseconds) {
     rusage usage;
     wait4(child, &status, 0, &usage);
     kill(-child, SIGKILL);
-    microseconds = (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000000 + usage.ru_utime.tv_usec +
-                   usage.ru_stime.tv_usec;
+    microseconds =
+        (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000000 + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
     return status;
 }
 
