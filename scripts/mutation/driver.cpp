@@ -1,11 +1,11 @@
 // The main function of the test programs of a mutation run. The mutants of a file are all in the program, each
 // behind a switch; every test runs in a process of its own, so that one that crashes or never ends does no harm.
 //
-//   tests measure LIST            runs every test that LIST, a file of names, doesn't hold; prints its name, its
-//                                 processor time in microseconds (-1: too long) and the mutants that it reaches
+//   tests measure LIST LIMIT      runs every test that LIST, a file of names, doesn't hold; prints its name, its
+//                                 processor time in microseconds (-1: over LIMIT) and the mutants that it reaches
 //   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times; prints
 //   the
-//                                 number and the test that fails, crashes or takes ten times as long, or "-"
+//                                 number and the test that fails, crashes or takes five times as long, or "-"
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -31,7 +31,6 @@ unsigned char* platen_reached = nullptr;  // a byte a mutant, while the tests ar
 namespace {
 
 constexpr int kMutants = 4096;
-constexpr long kQuick = 300000;
 constexpr unsigned kWall = 900;
 
 struct Shared {
@@ -88,7 +87,7 @@ std::vector<std::string> AllTests() {
     return names;
 }
 
-int Measure(const char* list) {
+int Measure(const char* list, long quick) {
     std::set<std::string> skipped;
     std::ifstream file(list);
     for (std::string name; std::getline(file, name);) {
@@ -103,7 +102,7 @@ int Measure(const char* list) {
         const int status = Apart(
             [&] {
                 platen_reached = shared->reached;
-                LimitProcessorTime(kQuick);
+                LimitProcessorTime(quick);
                 return Passes(test) ? 0 : 1;
             },
             microseconds);
@@ -143,7 +142,7 @@ int Judge(const char* plan) {
                 setenv("PLATEN_MUTANT", std::to_string(mutant).c_str(), 1);
                 for (std::size_t i = 0; i < tests.size(); ++i) {
                     shared->current = static_cast<int>(i);
-                    LimitProcessorTime(50000 + 10 * times[i]);
+                    LimitProcessorTime(30000 + 5 * times[i]);
                     if (!Passes(tests[i])) {
                         return 1;
                     }
@@ -174,5 +173,5 @@ int main(int argc, char** argv) {
     }
     void* memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     shared = static_cast<Shared*>(memory);
-    return std::strcmp(argv[1], "measure") == 0 ? Measure(argv[2]) : Judge(argv[2]);
+    return std::strcmp(argv[1], "measure") == 0 ? Measure(argv[2], std::atol(argv[3])) : Judge(argv[2]);
 }

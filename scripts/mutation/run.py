@@ -4,7 +4,7 @@
 Every mutant is one small change to one file: another operator, constant or boundary, a negated condition, a dropped
 statement or result. It's killed when a test of its area fails, crashes or takes far longer than it should. Most
 mutants of a file are compiled together, each behind a switch; the others alone. The tests that take at most 0.3 s
-judge, those that reach the mutant and the quickest first; with --slow the survivors meet the others and the golden
+(--quick) judge, those that reach the mutant and the quickest first; with --slow the survivors meet the others and the golden
 programs too. What survives is compiled alone in any case: if the compiler makes the same code of it as of the original,
 there is nothing that a test could see, and it's left out of the score, as is what doesn't compile.
 
@@ -120,11 +120,15 @@ class Programs:
             yield program
 
 
-def measure(program, area):
+def slow_tests(area, quick):
+    return f"{OUT}/slow_{area}_{quick}.txt"
+
+
+def measure(program, area, quick):
     """The quick tests, the quickest first: name, microseconds, mutants that they reach. The slow ones are kept."""
-    slow = f"{OUT}/slow_{area}.txt"
+    slow = slow_tests(area, quick)
     with open(slow, "a+"):
-        process = start([program, "measure", slow])
+        process = start([program, "measure", slow, str(int(quick * 1000000))])
     output, errors = process.communicate()
     if process.returncode:
         sys.exit(f"{program}: {errors}")
@@ -200,7 +204,7 @@ class File:
     def judge_all(self, wanted, verdict):
         switched, objects = self.switchable(wanted)
         program = self.programs.link(f"{self.folder}/tests", objects)
-        self.tests = measure(program, self.programs.area)
+        self.tests = measure(program, self.programs.area, self.options.quick)
         by_number = {self.numbers[m]: m for m in switched}
         plan = [(n, [t for t in self.tests if n in t[2]]) for n in by_number]
         alone = [m for m in wanted if m not in switched]
@@ -253,7 +257,7 @@ class File:
         for program in self.programs.link_golden(folder, objects):
             runs += [(program, [], v) for v in areas.golden_variants(self.path)]
         program = self.programs.link(f"{folder}/tests", objects)
-        slow = read(f"{OUT}/slow_{self.programs.area}.txt").split()
+        slow = read(slow_tests(self.programs.area, self.options.quick)).split()
         runs += [(program, [f"--gtest_filter={test}"], None) for test in slow if test not in areas.TOO_SLOW]
         for program, arguments, variant in runs:
             process = start([program, *arguments], variant)
@@ -306,12 +310,12 @@ def judge_file(path, options, results):
     source = Source(read(path))
     chosen = source.mutants
     if options.sample and len(chosen) > options.sample:
-        chosen = random.Random(path).sample(chosen, options.sample)
+        chosen = random.Random(path).sample(chosen, len(chosen))[: options.sample]  # a larger sample holds a smaller one
     if options.list:
         for m in chosen:
             print(f"{path}:{m.line}:{m.column}: {m.name}")
         return {}, []
-    tests = digest(str(options.slow), *[read(f) for f in sorted(areas.area_tests(areas.area_of(path)) + areas.SUPPORT)])
+    tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sorted(areas.area_tests(areas.area_of(path)) + areas.SUPPORT)])
     content = digest(path, source.text)
     keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in chosen}
     wanted = [m for m in chosen if not results.find(keys[m], tests)]
@@ -337,6 +341,7 @@ def main():
     parser.add_argument("--jobs", type=int, default=1)
     parser.add_argument("--sample", type=int, help="at most so many mutants a file, drawn with a fixed seed")
     parser.add_argument("--slow", action="store_true", help="survivors meet the slow tests and the golden programs")
+    parser.add_argument("--quick", type=float, default=0.3, help="the processor time of a quick test, in seconds")
     parser.add_argument("--keep-killed", action="store_true")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     options = parser.parse_args()

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
 #include "ToneFixture.h"
 #include "ToneWorld/Curves.h"
 #include "ToneWorld/Level.h"
+#include "ToneWorld/LevelGamma.h"
 #include "ToneWorld/MasterCurve.h"
 
 // Settings next to a limit or to a short cut, and operations that lack one property.
@@ -68,6 +70,29 @@ TEST(LevelBoundaries, EachMissingPropertyCountsAs0) {
         EXPECT_EQ(status, op.Apply(&curve)) << value.key;
         EXPECT_TRUE(curve.Holds(expected)) << value.key;
     }
+}
+
+double Input248(double midTone) {
+    const double gamma = platen::GammaOfEffectiveMidTone(platen::EffectiveMidTone(midTone));
+    return std::pow(248.0 / 247.0, 1.0 / gamma) * 255.0;
+}
+
+// The mid-tone that takes the entry behind the white point from above 256 to 256 is looked for by halving.
+TEST(LevelBoundaries, JustAboveTheScaleIs255) {
+    double above = 1.01;
+    double below = 1.99;
+    ASSERT_GT(Input248(above), 256.0);
+    ASSERT_LT(Input248(below), 256.0);
+    while (std::nextafter(above, below) != below) {
+        const double middle = above + (below - above) / 2;
+        (Input248(middle) >= 256.0 ? above : below) = middle;
+    }
+    EXPECT_NEAR(256.0, Input248(above), 1e-12);
+    const Operation op(SetupLevelOperation);
+    op.SetAll(plain::Level{0, above, 247, 0, 254});
+    Curve curve;
+    EXPECT_EQ(0, op.Apply(&curve));
+    EXPECT_EQ(254, curve.tables[0][248]);
 }
 
 TEST(CurvesBoundaries, StrengthsAtTheEndsAreTaken) {
