@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -9,6 +10,9 @@
 #include "ToneWorld/Level.h"
 #include "ToneWorld/LevelGamma.h"
 #include "ToneWorld/MasterCurve.h"
+#include "ToneWorld/Spline.h"
+#include "ToneWorld/SplineSolve.h"
+#include "support/GuardedBuffer.h"
 
 // Settings next to a limit or to a short cut, and operations that lack one property.
 
@@ -115,6 +119,29 @@ TEST(CurvesBoundaries, AMissingStrengthIsNone) {
     Curve curve;
     EXPECT_EQ(0, op.Apply(&curve));
     EXPECT_TRUE(curve.IsIdentity());
+}
+
+// Rising knots, some of them behind the table, and knots that don't rise.
+TEST(SplineLevelsBoundaries, WritesTheTablesEntriesOnly) {
+    double y[] = {0, 90, 120, 255};
+    for (const std::vector<double>& x : std::vector<std::vector<double>>{{0, 100, 200, 255},
+                                                                         {0, 300, 400, 500},
+                                                                         {-400, -300, 260, 270},
+                                                                         {0, 100, 100, 255},
+                                                                         {255, 200, 100, 0}}) {
+        double z[4];
+        platen::SolveSpline(x.data(), y, z, 4);
+        for (const auto side :
+             {platen_test::GuardedBuffer::Against::kPageBehind, platen_test::GuardedBuffer::Against::kPageBefore}) {
+            const platen_test::GuardedBuffer levels(256, side);
+            platen::SplineLevels(x.data(), y, z, 4, levels.data());
+            for (int t = 0; t < 256; ++t) {
+                std::vector<double> knots = x;
+                const long value = GetSpline(4, t, knots.data(), y, z);
+                EXPECT_EQ(std::min(value, 255L), levels[static_cast<std::size_t>(t)]) << t;
+            }
+        }
+    }
 }
 
 // Half the scale is no more special than any other part of it.
