@@ -142,7 +142,7 @@ int Judge(const char* plan) {
                 setenv("PLATEN_MUTANT", std::to_string(mutant).c_str(), 1);
                 for (std::size_t i = 0; i < tests.size(); ++i) {
                     shared->current = static_cast<int>(i);
-                    LimitProcessorTime(30000 + 5 * times[i]);
+                    LimitProcessorTime(20000 + 5 * times[i]);
                     if (!Passes(tests[i])) {
                         return 1;
                     }

@@ -14,6 +14,7 @@ do; --keep-killed lets the killed stay killed where tests were only added. Needs
 """
 
 import argparse
+import glob
 import hashlib
 import os
 import random
@@ -57,13 +58,30 @@ def write(path, text):
     return path
 
 
+def digest(*texts):
+    return hashlib.sha1("\0".join(texts).encode()).hexdigest()[:16]
+
+
+def system_headers(level, flags):
+    """A header with those of the system that the library uses, compiled with the same flags."""
+    header = f"{OUT}/system/{digest(level, *flags)}/all.h"
+    if not os.path.exists(header):
+        names = " ".join(read(f) for f in areas.library() + glob.glob("*/*.inc") + glob.glob("Sources/*/*.inc"))
+        vector = any(flag.startswith("-mavx") for flag in flags)
+        used = set(re.findall(r"^#include (<[a-z_]+(?:\.h)?>)", names, re.M))
+        used = sorted(name for name in used if vector or "mmintrin" not in name)
+        write(header, "".join(f"#include {name}\n" for name in used))
+        subprocess.run(["g++", level, *flags, "-x", "c++-header", header, "-o", header + ".gch"], check=True)
+    return header
+
+
 def compile_file(source, target, flags, tree=None, level="-O1"):
     """Compiles a file, or its changed copy below `tree`; gives the compiler's messages where that fails."""
     os.makedirs(os.path.dirname(target), exist_ok=True)
     if tree and os.path.exists(f"{tree}/{source}"):
         source = f"{tree}/{source}"
     include = ([f"-I{tree}"] if tree else []) + areas.INCLUDES
-    command = ["g++", level, *flags, *include, "-c", source, "-o", target]
+    command = ["g++", level, *flags, "-include", system_headers(level, flags), *include, "-c", source, "-o", target]
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     return result.stderr if result.returncode else None
 
@@ -81,11 +99,12 @@ def base_objects(sources):
     return {s: f"{BASE}/{found[s]}" for s in sources}
 
 
-def start(arguments, variant=None, mutant=0):
-    environment = dict(os.environ, PLATEN_MUTANT=str(mutant))
+def start(arguments, variant=None, low=True):
+    """Starts a program, with the lowest priority where it runs mutants: a run takes long."""
+    environment = dict(os.environ)
     if variant:
         environment["PLATEN_TEST_KERNELS"] = variant
-    return subprocess.Popen(["nice", "-n", "19", *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+    return subprocess.Popen([*(["nice", "-n", "19"] if low else []), *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                             env=environment, text=True, errors="replace", start_new_session=True)  # fmt: skip
 
 
@@ -128,7 +147,7 @@ def measure(program, area, quick):
     """The quick tests, the quickest first: name, microseconds, mutants that they reach. The slow ones are kept."""
     slow = slow_tests(area, quick)
     with open(slow, "a+"):
-        process = start([program, "measure", slow, str(int(quick * 1000000))])
+        process = start([program, "measure", slow, str(int(quick * 1000000))], low=False)
     output, errors = process.communicate()
     if process.returncode:
         sys.exit(f"{program}: {errors}")
@@ -229,7 +248,7 @@ class File:
         text = self.source.apply(mutant)
         same = True
         try:
-            for build in [[b] for b in self.builds] if self.path.endswith(".inc") else [self.builds]:
+            for build in [[b] for b in self.builds]:
                 objects, _ = self.changed_objects(text, name, build)
                 if objects is None:
                     return "invalid", "doesn't compile"
@@ -299,10 +318,6 @@ class Results:
         self.known[key] = (tests, state, detail)
         with open(self.path, "a") as file:
             file.write("\t".join([key, tests, state, detail, words]) + "\n")
-
-
-def digest(*texts):
-    return hashlib.sha1("\0".join(texts).encode()).hexdigest()[:16]
 
 
 def judge_file(path, options, results):
