@@ -1,0 +1,99 @@
+"""What is mutated, and which tests judge it."""
+
+import glob
+import re
+
+INCLUDES = ["-I.", "-Itests"]
+COMMON = ["-std=c++20", "-ffp-contract=off", "-fno-builtin-malloc", "-fno-trapping-math", "-w"]
+# What the sanitizer builds would find stops a mutant here too.
+CHECKS = ["-D_GLIBCXX_ASSERTIONS", "-fsanitize=bounds,shift,signed-integer-overflow,float-cast-overflow",
+          "-fsanitize-undefined-trap-on-error"]  # fmt: skip
+TARGETS = {"avx2": ["-mavx2", "-mpopcnt"]}
+TARGETS["avx512"] = ["-mpopcnt"] + ["-mavx512" + part for part in ("f", "bw", "vl", "dq", "vbmi")]
+SUPPORT = [f"tests/support/{name}.cpp" for name in
+           ("ForcedVariant", "AllocationLedger", "ForcedVariantForTests", "GuardedBuffer")]  # fmt: skip
+AT_LOAD = {"Sources/Dispatch/Kernels.cpp"}  # runs before a switch can be set
+TOO_SLOW = {"SharpnessImage.StreamEqualsWholeImageAtWidths3To300AndHeights1To40", "ColorBalance.RandomSettingsEqualTheTranscription",
+            "PX_ZoomBilinearImage.LinesOf16MillionColumns"}
+
+# Per area: the folders' sources, the tests' files, the golden programs. The zoom and line tests run the fastest
+# variant; their kernels are judged by the kernel tests, which take every variant, and then by each variant's golden.
+AREAS = {
+    "tone": {
+        "tests": ["tests/unit/ToneWorld/*_test.cpp", "tests/unit/Support/*_test.cpp"],
+        "golden": ["brightness_contrast", "level", "color_balance", "curves"],
+    },
+    "lines": {
+        "tests": ["tests/unit/LineFilters/*_test.cpp", "tests/kernels/[HS]*Row_test.cpp",
+                  "tests/kernels/Dispatch_test.cpp"],
+        "golden": ["hsv", "sharpness"],
+    },
+    "zoom": {
+        "tests": ["tests/unit/PX_Zoom/*_test.cpp", "tests/kernels/*Pass_test.cpp",
+                  "tests/kernels/BilevelLine_test.cpp", "tests/kernels/Dispatch_test.cpp"],
+        "golden": ["zoom"],
+    },
+}  # fmt: skip
+
+# The order of a run. The AVX-512 kernels need another processor: scripts/check-avx512.
+FILES = [
+    "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
+    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/*_reference.cpp", "LineFilters/[HS]*[!_]*.cpp", "LineFilters/*.h",
+    "LineFilters/*.inc", "Sources/PX_Zoom/*.cpp", "Sources/PX_Zoom/*.inc",
+]  # fmt: skip
+
+
+def library():
+    found = glob.glob("ToneWorld/*.cpp") + glob.glob("LineFilters/*.cpp") + glob.glob("Sources/*/*.cpp")
+    return sorted(found)
+
+
+def files():
+    found = []
+    for pattern in FILES:
+        found += [f for f in sorted(glob.glob(pattern)) if f not in found and "avx512" not in f]
+    return found
+
+
+def area_of(path):
+    if path.startswith(("ToneWorld/", "Sources/Support/")):
+        return "tone"
+    return "lines" if path.startswith("LineFilters/") else "zoom"
+
+
+def flags_of(path):
+    target = re.search(r"_(avx2|avx512)\.cpp$", path)
+    return COMMON + (TARGETS[target.group(1)] if target else [])
+
+
+def area_tests(area):
+    return sorted(test for pattern in AREAS[area]["tests"] for test in glob.glob(pattern))
+
+
+def golden_variants(path):
+    """The kernel variants that a file's mutants can show in."""
+    found = re.search(r"_(reference|baseline|avx2)\.", path)
+    if found:
+        return [found.group(1)]
+    return ["baseline", "avx2"] if path.endswith(".inc") else ["avx2"]
+
+
+def includes_of(path, cache={}):
+    """Every file of the tree that a file includes, in the end."""
+    if path not in cache:
+        cache[path] = set()
+        with open(path) as file:
+            for name in re.findall(r'^#include "([^"]+)"', file.read(), re.M):
+                if glob.glob(name):
+                    cache[path] |= {name} | includes_of(name)
+    return cache[path]
+
+
+def builds_of(path, tests):
+    """The sources whose objects a mutated file changes. Headers that tests include change those too."""
+    if path.endswith(".cpp"):
+        return [path]
+    users = [f for f in library() if path in includes_of(f) and "avx512" not in f]
+    if path == "Sources/Support/Truncate.h":
+        users += [t for t in tests if t.endswith("Truncate_test.cpp")]
+    return sorted(users, key=lambda f: "avx2" not in f)

@@ -1,0 +1,177 @@
+// The main function of the test programs of a mutation run. The mutants of a file are all in the program, each
+// behind a switch; every test runs in a process of its own, so that one that crashes or never ends does no harm.
+//
+//   tests measure LIST LIMIT      runs every test that LIST, a file of names, doesn't hold; prints its name, its
+//                                 processor time in microseconds (-1: over LIMIT) and the mutants that it reaches
+//   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times; prints
+//   the
+//                                 number and the test that fails, crashes or takes five times as long, or "-"
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+int platen_mutant = 0;
+unsigned char* platen_reached = nullptr;  // a byte a mutant, while the tests are measured
+
+namespace {
+
+constexpr int kMutants = 4096;
+constexpr unsigned kWall = 900;
+
+struct Shared {
+    unsigned char reached[kMutants];
+    int current;
+};
+Shared* shared;
+
+void LimitProcessorTime(long microseconds) {
+    itimerval limit = {};
+    limit.it_value.tv_sec = microseconds / 1000000;
+    limit.it_value.tv_usec = microseconds % 1000000;
+    setitimer(ITIMER_PROF, &limit, nullptr);
+}
+
+bool Passes(const std::string& test) {
+    GTEST_FLAG_SET(filter, test);
+    return RUN_ALL_TESTS() == 0;
+}
+
+// In a process of its own; gives its exit status and its processor time.
+int Apart(const std::function<int()>& work, long& microseconds) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        setpgid(0, 0);
+        alarm(kWall);
+        const rlimit memory = {rlim_t{4} << 30, rlim_t{4} << 30};
+        setrlimit(RLIMIT_AS, &memory);
+        const rlimit core = {0, 0};
+        setrlimit(RLIMIT_CORE, &core);
+        std::freopen("/dev/null", "w", stdout);
+        std::freopen("/dev/null", "w", stderr);
+        _exit(work());
+    }
+    int status = 0;
+    rusage usage;
+    wait4(child, &status, 0, &usage);
+    kill(-child, SIGKILL);
+    microseconds =
+        (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000000 + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
+    return status;
+}
+
+std::vector<std::string> AllTests() {
+    std::vector<std::string> names;
+    const testing::UnitTest& unit = *testing::UnitTest::GetInstance();
+    for (int s = 0; s < unit.total_test_suite_count(); ++s) {
+        const testing::TestSuite& suite = *unit.GetTestSuite(s);
+        for (int t = 0; t < suite.total_test_count(); ++t) {
+            names.push_back(std::string(suite.name()) + "." + suite.GetTestInfo(t)->name());
+        }
+    }
+    return names;
+}
+
+int Measure(const char* list, long quick) {
+    std::set<std::string> skipped;
+    std::ifstream file(list);
+    for (std::string name; std::getline(file, name);) {
+        skipped.insert(name);
+    }
+    for (const std::string& test : AllTests()) {
+        if (skipped.count(test) != 0) {
+            continue;
+        }
+        std::memset(shared->reached, 0, sizeof shared->reached);
+        long microseconds = 0;
+        const int status = Apart(
+            [&] {
+                platen_reached = shared->reached;
+                LimitProcessorTime(quick);
+                return Passes(test) ? 0 : 1;
+            },
+            microseconds);
+        const bool tooLong = WIFSIGNALED(status) && WTERMSIG(status) == SIGPROF;
+        if (status != 0 && !tooLong) {
+            std::cerr << test << " fails without a mutant\n";
+            return 1;
+        }
+        std::cout << test << ' ' << (tooLong ? -1 : microseconds);
+        for (int n = 0; n < kMutants; ++n) {
+            if (shared->reached[n] != 0) {
+                std::cout << ' ' << n;
+            }
+        }
+        std::cout << std::endl;
+    }
+    return 0;
+}
+
+int Judge(const char* plan) {
+    std::ifstream file(plan);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        int mutant = 0;
+        words >> mutant;
+        std::vector<std::string> tests;
+        std::vector<long> times;
+        std::string test;
+        for (long time = 0; words >> test >> time;) {
+            tests.push_back(test);
+            times.push_back(time);
+        }
+        long microseconds = 0;
+        const int status = Apart(
+            [&] {
+                platen_mutant = mutant;
+                setenv("PLATEN_MUTANT", std::to_string(mutant).c_str(), 1);
+                for (std::size_t i = 0; i < tests.size(); ++i) {
+                    shared->current = static_cast<int>(i);
+                    LimitProcessorTime(20000 + 5 * times[i]);
+                    if (!Passes(tests[i])) {
+                        return 1;
+                    }
+                }
+                return 0;
+            },
+            microseconds);
+        std::cout << mutant << ' ' << (status == 0 ? "-" : tests[static_cast<std::size_t>(shared->current)])
+                  << std::endl;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (const char* number = std::getenv("PLATEN_MUTANT")) {
+        platen_mutant = std::atoi(number);
+    }
+    const bool startedByTest = argc > 1 && std::strncmp(argv[argc - 1], "--gtest_internal", 16) == 0;
+    bool plain = startedByTest;
+    for (int i = 1; i < argc; ++i) {
+        plain = plain || std::strncmp(argv[i], "--gtest_", 8) == 0;
+    }
+    testing::InitGoogleTest(&argc, argv);
+    if (plain || argc < 3) {
+        return RUN_ALL_TESTS();
+    }
+    void* memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    shared = static_cast<Shared*>(memory);
+    return std::strcmp(argv[1], "measure") == 0 ? Measure(argv[2], std::atol(argv[3])) : Judge(argv[2]);
+}
