@@ -19,9 +19,9 @@ struct PlanRoom {
 // Gives what ExpandHorzU8Fn gives, or returns false with nothing written to `out`: where the room is too small, or
 // the records are none that the kernel has a plan for.
 //
-// A plan is known by its maker and the sizes, so another variant, or another size, makes its own. What else the
-// room holds is believed but not trusted: numbers of a plan that somebody has overwritten give other results, but
-// every byte read lies in the source line and the room, and every byte written in `out` and the room.
+// A plan is known by its maker, the records' address and the sizes; another variant, say, makes its own. What else
+// the room holds is believed but not trusted: numbers of a plan that somebody has overwritten give other results,
+// but every byte read lies in the source line and the room, and every byte written in `out` and the room.
 using ExpandHorzPlannedFn = bool (*)(std::uint32_t* out, const std::uint8_t* src, const HorzPass& pass,
                                      const PlanRoom& room);
 

@@ -55,17 +55,12 @@ void ScaleHorizontally(PX_ZoomBilinear& zoom, void* out, void* source) {
     }
 }
 
-// What workLine[1] has behind its numbers: no pass goes there, so a plan of the horizontal one may.
-platen::PlanRoom FreeRoom(const PX_ZoomBilinear& zoom) {
-    const std::size_t used = platen::DstSamples(zoom) * sizeof(std::uint32_t);
-    const std::size_t bytes = zoom.workLineBytes;
-    return {static_cast<unsigned char*>(zoom.workLine[1]) + used, bytes > used ? bytes - used : 0};
-}
-
+// The pass by a plan, where there is one.
 bool FollowsPlan(const PX_ZoomBilinear& zoom, void* out, const void* source) {
     const platen::HorzPass pass = platen::ColumnsOf(zoom);
-    return zoom.horzDouble != 1 && platen::Kernels().expandHorzPlanned(
-                                       Whole(out), static_cast<const std::uint8_t*>(source), pass, FreeRoom(zoom));
+    return zoom.horzDouble != 1 &&
+           platen::Kernels().expandHorzPlanned(Whole(out), static_cast<const std::uint8_t*>(source), pass,
+                                               platen::RoomOf(zoom));
 }
 
 void HorizontalPass(PX_ZoomBilinear& zoom, void* out, void* source) {
