@@ -9,4 +9,5 @@
 
 #define KERNEL_TARGET avx2
 #include "Sources/PX_Zoom/HorzPass_loop.inc"
+#include "Sources/PX_Zoom/HorzPlan_make.inc"
 #include "Sources/PX_Zoom/HorzPlan_ymm.inc"

@@ -152,8 +152,8 @@ TEST(HorzPlan, VariantsWithPlansAreThoseOfWideRegisters) {
 
 TEST(HorzPlan, EqualsReferenceAtAllSmallSizes) {
     Random random(1);
-    for (std::int32_t src = 1; src <= 56; ++src) {
-        for (std::int32_t dst = 1; dst <= 56; ++dst) {
+    for (std::int32_t src = 1; src <= 44; ++src) {
+        for (std::int32_t dst = 1; dst <= 44; ++dst) {
             for (const std::int32_t samples : {1, 3, 4}) {
                 ASSERT_NO_FATAL_FAILURE(ExpectRight({dst, src, samples}, random));
             }
@@ -178,6 +178,8 @@ TEST(HorzPlan, EqualsReferenceAtAllRatios) {
     for (std::int32_t tenths = 10; tenths <= 90; ++tenths) {
         for (const std::int32_t beside : {-1, 0, 1}) {
             ASSERT_NO_FATAL_FAILURE(ExpectRight({100, 10 * tenths + beside, 1}, random));
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({100, 10 * tenths + beside, 3}, random));
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({100, 10 * tenths + beside, 4}, random));
             ASSERT_NO_FATAL_FAILURE(ExpectRight({10 * tenths + beside, 100, 3}, random));
         }
     }
@@ -189,7 +191,9 @@ TEST(HorzPlan, EqualsReferenceAtHeavyWeights) {
     constexpr Shape kShapes[] = {{10000, 21840, 1}, {10001, 21845, 1}, {14000, 21846, 1}, {15000, 32000, 1},
                                  {4000, 21845, 1},  {3641, 21845, 1},  {3500, 24000, 1},  {21845, 2, 1},
                                  {21846, 20000, 1}, {21847, 16, 1},    {21846, 9000, 3},  {21846, 9000, 4},
-                                 {21847, 9000, 3},  {32768, 9000, 1},  {40000, 39999, 3}, {70000, 60000, 1}};
+                                 {21847, 9000, 3},  {14000, 21840, 3}, {10001, 21845, 4}, {6000, 21840, 3},
+                                 {14000, 21846, 3}, {14000, 30000, 4}, {9000, 30000, 3},  {32768, 9000, 1},
+                                 {40000, 39999, 3}, {70000, 60000, 1}};
     for (const Shape& shape : kShapes) {
         for (int i = 0; i < 4; ++i) {
             ASSERT_NO_FATAL_FAILURE(ExpectRight(shape, random));
@@ -203,9 +207,10 @@ TEST(HorzPlan, PagesAreScaledByPlans) {
     constexpr Shape kPlanned[] = {{1653, 2480, 1}, {1240, 2480, 1}, {992, 2480, 1},  {826, 2480, 1},
                                   {413, 2480, 1},  {2480, 4960, 1}, {3720, 2480, 1}, {4960, 2480, 1},
                                   {3720, 2480, 3}, {4960, 2480, 3}, {3720, 2480, 4}, {2481, 2480, 3},
-                                  {1654, 4961, 1}};
-    constexpr Shape kNot[] = {{2479, 2480, 1}, {300, 2480, 1}, {1240, 2480, 3}, {2480, 2480, 1},
-                              {2480, 1, 3},    {7, 20, 1},     {20, 5, 1},      {20, 12, 2}};
+                                  {1654, 4961, 1}, {1653, 2480, 3}, {1240, 2480, 3}, {992, 2480, 3},
+                                  {826, 2480, 3},  {2479, 2480, 3}, {1653, 2480, 4}, {992, 2480, 4}};
+    constexpr Shape kNot[] = {{2479, 2480, 1}, {300, 2480, 1}, {413, 2480, 3}, {826, 2480, 4}, {2480, 2480, 1},
+                              {2480, 1, 3},    {7, 20, 1},     {20, 5, 1},     {20, 12, 2}};
     for (const KernelTable* kernels : VariantsWithPlans()) {
         for (const Shape& shape : kPlanned) {
             Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
@@ -224,7 +229,8 @@ TEST(HorzPlan, PagesAreScaledByPlans) {
 TEST(HorzPlan, APlanServesWithoutRecords) {
     Random random(6);
     for (const KernelTable* kernels : VariantsWithPlans()) {
-        for (const Shape& shape : {Shape{800, 1200, 1}, Shape{300, 1500, 1}, Shape{900, 600, 3}}) {
+        for (const Shape& shape :
+             {Shape{800, 1200, 1}, Shape{300, 1500, 1}, Shape{900, 600, 3}, Shape{600, 2400, 1}}) {
             Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
             ASSERT_TRUE(line.Run(*kernels));
             const auto records = line.columns();
@@ -240,7 +246,7 @@ TEST(HorzPlan, APlanServesWithoutRecords) {
 TEST(HorzPlan, SmallRoomsAreRefused) {
     Random random(7);
     for (const KernelTable* kernels : platen::AvailableKernels()) {
-        for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 200, 1}, Shape{60, 40, 3}}) {
+        for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 200, 1}, Shape{40, 70, 3}, Shape{60, 40, 3}}) {
             for (std::size_t bytes = 0; bytes < 2000; bytes += bytes % 7 + 1) {
                 Line line(shape, bytes, AnySide(random), random);
                 ASSERT_TRUE(line.IsRightBy(*kernels)) << ", room of " << bytes;
@@ -254,7 +260,7 @@ TEST(HorzPlan, SmallRoomsAreRefused) {
 TEST(HorzPlan, EqualsReferenceAtEveryAddress) {
     Random random(8);
     for (const KernelTable* kernels : platen::AvailableKernels()) {
-        for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 200, 1}, Shape{60, 40, 3}}) {
+        for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 200, 1}, Shape{40, 70, 3}, Shape{60, 40, 3}}) {
             for (std::size_t shift = 0; shift < 64; ++shift) {
                 Line line(shape, 3000 + 4 * shift, Side::kPageBehind, random);
                 ASSERT_TRUE(line.IsRightBy(*kernels));
@@ -278,8 +284,8 @@ TEST(HorzPlan, EqualsReferenceAtEveryAddress) {
 // isn't one any more makes the plan anew.
 TEST(HorzPlan, OverwrittenPlansDoNoHarm) {
     Random random(9);
-    constexpr Shape kShapes[] = {{100, 150, 1}, {100, 200, 1}, {100, 330, 1}, {100, 580, 1},
-                                 {150, 100, 1}, {150, 100, 3}, {300, 200, 4}};
+    constexpr Shape kShapes[] = {{100, 150, 1}, {100, 200, 1}, {100, 330, 1}, {100, 580, 1}, {150, 100, 1},
+                                 {150, 100, 3}, {300, 200, 4}, {100, 150, 3}, {100, 330, 3}, {100, 250, 4}};
     for (const KernelTable* kernels : VariantsWithPlans()) {
         for (const Shape& shape : kShapes) {
             Line line(shape, RoomBytes(shape), AnySide(random), random);
@@ -312,16 +318,16 @@ TEST(HorzPlan, OverwrittenPlansDoNoHarm) {
 // Records that Open doesn't make: refused, or scaled as they say.
 TEST(HorzPlan, OtherRecordsAreRefusedOrRight) {
     Random random(10);
-    constexpr Shape kShapes[] = {{40, 60, 1}, {40, 230, 1}, {60, 40, 1}, {60, 40, 3}};
+    constexpr Shape kShapes[] = {{40, 60, 1}, {40, 230, 1}, {60, 40, 1}, {60, 40, 3}, {40, 60, 3}, {40, 90, 4}};
     for (const KernelTable* kernels : platen::AvailableKernels()) {
-        for (int round = 0; round < 4000; ++round) {
-            const Shape& shape = kShapes[round % 4];
+        for (int round = 0; round < 6000; ++round) {
+            const Shape& shape = kShapes[round % 6];
             Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
             PX_Zoom2_Param& record =
                 line.columns()[Size(static_cast<std::int32_t>(random.Between(0, shape.dst - 1)))];
             std::int32_t fields[7];
             std::memcpy(fields, &record, sizeof fields);
-            for (int i = 0; i <= round % 2; ++i) {
+            for (int i = 0; i <= round / 6 % 2; ++i) {
                 const auto step = static_cast<std::int32_t>(random.Between(-3, 3));
                 std::int32_t& field = fields[random.Between(0, 6)];
                 field = random.OneIn(3) ? static_cast<std::int32_t>(random.Next()) : field + step;
