@@ -60,6 +60,7 @@ class Report {
 // The cases, one function for each of the library's parts.
 void SharpCases(Report& report);
 void HsvCases(Report& report);
+void ZoomRowCases(Report& report);
 void ZoomCases(Report& report);
 void ToneCases(Report& report);
 

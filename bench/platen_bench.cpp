@@ -32,6 +32,7 @@ int main(int count, char** strings) {
     report.PrintHeader();
     SharpCases(report);
     HsvCases(report);
+    ZoomRowCases(report);
     ZoomCases(report);
     ToneCases(report);
     return 0;

@@ -17,6 +17,7 @@ constexpr KernelTable kReference = {"reference",
                                     HsvRow_reference,
                                     reference::ExpandHorz<std::uint32_t, std::uint8_t>,
                                     reference::ExpandHorz<std::uint32_t, std::uint16_t>,
+                                    ExpandHorzPlanned_none,
                                     &kVert_reference,
                                     reference::UnpackBits,
                                     reference::PackBits};
@@ -33,20 +34,41 @@ std::size_t CountAvailable() {
 
 #else
 
-constexpr KernelTable kBaseline = {"baseline",      SharpRow_baseline,     SharpPut_baseline,
-                                   HsvRow_baseline, ExpandHorzU8_baseline, ExpandHorzU16_baseline,
-                                   &kVert_baseline, UnpackBits_baseline,   PackBits_baseline};
+constexpr KernelTable kBaseline = {"baseline",
+                                   SharpRow_baseline,
+                                   SharpPut_baseline,
+                                   HsvRow_baseline,
+                                   ExpandHorzU8_baseline,
+                                   ExpandHorzU16_baseline,
+                                   ExpandHorzPlanned_none,
+                                   &kVert_baseline,
+                                   UnpackBits_baseline,
+                                   PackBits_baseline};
 
 constinit const KernelTable* inUse = &kBaseline;
 
 #if defined(__x86_64__)
 
-constexpr KernelTable kAvx2 = {"avx2",      SharpRow_avx2,     SharpPut_avx2,
-                               HsvRow_avx2, ExpandHorzU8_avx2, ExpandHorzU16_avx2,
-                               &kVert_avx2, UnpackBits_avx2,   PackBits_avx2};
-constexpr KernelTable kAvx512 = {"avx512",      SharpRow_avx512,     SharpPut_avx512,
-                                 HsvRow_avx512, ExpandHorzU8_avx512, ExpandHorzU16_avx512,
-                                 &kVert_avx512, UnpackBits_avx512,   PackBits_avx512};
+constexpr KernelTable kAvx2 = {"avx2",
+                               SharpRow_avx2,
+                               SharpPut_avx2,
+                               HsvRow_avx2,
+                               ExpandHorzU8_avx2,
+                               ExpandHorzU16_avx2,
+                               ExpandHorzPlanned_avx2,
+                               &kVert_avx2,
+                               UnpackBits_avx2,
+                               PackBits_avx2};
+constexpr KernelTable kAvx512 = {"avx512",
+                                 SharpRow_avx512,
+                                 SharpPut_avx512,
+                                 HsvRow_avx512,
+                                 ExpandHorzU8_avx512,
+                                 ExpandHorzU16_avx512,
+                                 ExpandHorzPlanned_avx512,
+                                 &kVert_avx512,
+                                 UnpackBits_avx512,
+                                 PackBits_avx512};
 
 constexpr std::array<const KernelTable*, 4> kAll = {&kReference, &kBaseline, &kAvx2, &kAvx512};
 

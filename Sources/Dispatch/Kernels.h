@@ -7,6 +7,7 @@
 #include "LineFilters/SharpRow.h"
 #include "Sources/PX_Zoom/BilevelLine.h"
 #include "Sources/PX_Zoom/HorzPass.h"
+#include "Sources/PX_Zoom/HorzPlan.h"
 #include "Sources/PX_Zoom/VertPass.h"
 
 // The row kernels in use. A variant is a complete table: every entry is its best function for the job, and every
@@ -21,6 +22,7 @@ struct KernelTable {
     HsvRowFn hsvRow;
     ExpandHorzU8Fn expandHorzU8;
     ExpandHorzU16Fn expandHorzU16;
+    ExpandHorzPlannedFn expandHorzPlanned;
     const VertKernels* vert;
     UnpackBitsFn unpackBits;
     PackBitsFn packBits;

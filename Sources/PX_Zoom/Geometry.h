@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Sources/PX_Zoom/HorzPlan.h"
+#include "Sources/PX_Zoom/LineKernels.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 
 // Counts that set-up and line pipeline share. All are made in 64 bits, since the fields' 32 would not hold them for
@@ -36,6 +38,18 @@ inline bool HasWideSamples(std::int32_t bitsPerPixel) {
 inline std::size_t DstSamples(const PX_ZoomBilinear& zoom) {
     return static_cast<std::size_t>(std::max(zoom.dstWidth, 0)) *
            static_cast<std::size_t>(SamplesPerPixel(zoom.bitsPerPixel));
+}
+
+// What the horizontal pass needs of a scaler.
+inline HorzPass ColumnsOf(const PX_ZoomBilinear& zoom) {
+    return {zoom.horzParam, zoom.dstWidth, zoom.srcWidth, SamplesPerPixel(zoom.bitsPerPixel)};
+}
+
+// What workLine[1] has behind its numbers: no pass goes there, so a plan of the horizontal one may.
+inline PlanRoom RoomOf(const PX_ZoomBilinear& zoom) {
+    const std::size_t used = DstSamples(zoom) * sizeof(std::uint32_t);
+    const std::size_t bytes = zoom.workLineBytes;
+    return {static_cast<unsigned char*>(zoom.workLine[1]) + used, bytes > used ? bytes - used : 0};
 }
 
 // Bytes of a work line's buffer: what the field says, or where its 29 bits lost some, what a line of doubles needs.

@@ -34,6 +34,12 @@ static_assert(offsetof(PX_Zoom2_Param, startWeight) == 4 && offsetof(PX_Zoom2_Pa
 // A source line first becomes a work line of whole numbers, one per destination sample (the horizontal pass); work
 // lines then become destination lines (the vertical pass).
 //
+// After Open the buffers are the scaler's: hosts may read horzParam, vertParam and the work lines, but should not
+// write to them. Behind the numbers of workLine[1] lies what Send keeps there: what the columns' records say, in
+// another form, so that they need not be read again for every line. A host that writes there gets other pixels,
+// never a crash, and records that are changed after the first line may not count. The passes as members always go
+// by the records.
+//
 // A source line that two destination lines share when the height is reduced is taken a second time inside Read, so
 // the caller sends every line once.
 class PLATEN_API PX_ZoomBilinear : public PX_Zoom {

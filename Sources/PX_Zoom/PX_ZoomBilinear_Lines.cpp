@@ -66,7 +66,7 @@ void Copy(std::uint16_t* out, const std::uint32_t* line, std::size_t count) {
 
 template <class A, class S>
 void PX_ZoomBilinear::Expand_Horz(A* out, S* src) {
-    const platen::HorzPass pass = {horzParam, dstWidth, srcWidth, platen::SamplesPerPixel(bitsPerPixel)};
+    const platen::HorzPass pass = platen::ColumnsOf(*this);
     auto* numbers = reinterpret_cast<std::uint32_t*>(out);
     if constexpr (std::is_same_v<A, double>) {
         platen::reference::ExpandHorz<double>(numbers, src, pass);

@@ -55,10 +55,18 @@ void ScaleHorizontally(PX_ZoomBilinear& zoom, void* out, void* source) {
     }
 }
 
+// The pass by a plan, where there is one.
+bool FollowsPlan(const PX_ZoomBilinear& zoom, void* out, const void* source) {
+    const platen::HorzPass pass = platen::ColumnsOf(zoom);
+    return zoom.horzDouble != 1 &&
+           platen::Kernels().expandHorzPlanned(Whole(out), static_cast<const std::uint8_t*>(source), pass,
+                                               platen::RoomOf(zoom));
+}
+
 void HorizontalPass(PX_ZoomBilinear& zoom, void* out, void* source) {
     if (platen::HasWideSamples(zoom.bitsPerPixel)) {
         ScaleHorizontally<std::uint16_t>(zoom, out, source);
-    } else {
+    } else if (!FollowsPlan(zoom, out, source)) {
         ScaleHorizontally<std::uint8_t>(zoom, out, source);
     }
 }

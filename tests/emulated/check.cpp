@@ -366,6 +366,34 @@ void CheckScaler(const KernelTable& variant) {
     }
 }
 
+// The horizontal pass by a plan, wherever the kernel has one: made for the first line, and used for the second.
+void CheckPlans(const KernelTable& variant) {
+    static constexpr std::int32_t kSamples[] = {1, 1, 3, 4};
+    alignas(64) static std::uint8_t memory[1u << 17];
+    static PX_Zoom2_Param columns[2000];
+    Tally tally{"planned lines"};
+    Random random(6);
+    PX_ZoomBilinear tables;
+    for (int round = 0; round < 400; ++round) {
+        const auto src = static_cast<std::int32_t>(random.Between(2, round % 2 == 0 ? 900 : 100));
+        const auto dst = static_cast<std::int32_t>(random.Between((src + 7) / 8, 2 * src));
+        const platen::HorzPass pass{columns, dst, src, kSamples[round % 4]};
+        if (dst < src) {
+            tables.Calc_ReducedParam(columns, dst, src);
+        } else {
+            tables.Calc_ExpandParam(columns, dst, src);
+        }
+        memset(memory, 0, sizeof memory);
+        for (int line = 0; line < 2; ++line) {
+            Fill(random, first, static_cast<std::size_t>(src * pass.samples));
+            if (variant.expandHorzPlanned(lineA, first, pass, {memory, sizeof memory})) {
+                platen::reference::ExpandHorz<std::uint32_t>(lineB, first, pass);
+                tally.Compare(lineB, lineA, static_cast<std::size_t>(dst * pass.samples) * sizeof *lineA);
+            }
+        }
+    }
+}
+
 }  // namespace
 
 void Check() {
@@ -380,6 +408,7 @@ void Check() {
     CheckHsv(best);
     CheckVertical(best);
     CheckBilevel(best);
+    CheckPlans(best);
     CheckScaler(best);
     Print("end\n  ");
 }

@@ -1,0 +1,360 @@
+#include "Sources/PX_Zoom/HorzPlan.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Sources/Dispatch/Kernels.h"
+#include "Sources/PX_Zoom/Geometry.h"
+#include "support/GuardedBuffer.h"
+#include "support/Random.h"
+
+// Every variant's pass by a plan against the reference. The line, the result and the plan's room lie against
+// protected pages, so whoever leaves them ends the test.
+
+namespace {
+
+using platen::HorzPass;
+using platen::KernelTable;
+using platen::PlanRoom;
+using platen_test::GuardedBuffer;
+using platen_test::Random;
+using Side = GuardedBuffer::Against;
+
+struct Shape {
+    std::int32_t dst;
+    std::int32_t src;
+    std::int32_t samples;
+};
+
+std::string Describe(const Shape& shape) {
+    return std::to_string(shape.src) + " to " + std::to_string(shape.dst) + ", " + std::to_string(shape.samples) +
+           " samples";
+}
+
+std::vector<const KernelTable*> VariantsWithPlans() {
+    std::vector<const KernelTable*> found;
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        if (kernels->expandHorzPlanned != platen::ExpandHorzPlanned_none) {
+            found.push_back(kernels);
+        }
+    }
+    return found;
+}
+
+std::size_t Size(std::int32_t value) {
+    return static_cast<std::size_t>(value);
+}
+
+// The room that Open leaves: a work line's buffer without its numbers.
+std::size_t RoomBytes(const Shape& shape) {
+    const std::size_t bytes = Size(std::max(shape.dst, shape.src)) * Size(8 * shape.samples + 7);
+    return bytes - Size(shape.dst * shape.samples) * sizeof(std::uint32_t);
+}
+
+// A line, its table and its room.
+class Line {
+  public:
+    Line(const Shape& shape, std::size_t roomBytes, Side side, Random& random)
+        : shape_(shape),
+          columns_(Size(shape.dst)),
+          src_(Size(shape.src * shape.samples), side),
+          out_(Size(shape.dst * shape.samples) * sizeof(std::uint32_t), side),
+          room_(roomBytes, side, 0) {
+        PX_ZoomBilinear zoom;
+        if (shape.src <= shape.dst) {
+            zoom.Calc_ExpandParam(columns_.data(), shape.dst, shape.src);
+        } else {
+            zoom.Calc_ReducedParam(columns_.data(), shape.dst, shape.src);
+        }
+        NewSource(random);
+    }
+
+    void NewSource(Random& random) {
+        const bool ends = random.OneIn(3);
+        for (std::uint8_t& sample : src_.bytes()) {
+            sample = ends ? static_cast<std::uint8_t>(random.OneIn(5) ? 0 : 255) : random.Byte();
+        }
+    }
+
+    bool Run(const KernelTable& kernels) {
+        std::fill(out_.bytes().begin(), out_.bytes().end(), kUntouched);
+        return kernels.expandHorzPlanned(Out(), src_.data(), Pass(), {room_.data(), room_.size()});
+    }
+
+    // The result is the reference's, or there is none.
+    ::testing::AssertionResult IsRight(bool planned) {
+        std::vector<std::uint32_t> expected(out_.size() / sizeof(std::uint32_t), 0);
+        std::memset(expected.data(), kUntouched, out_.size());
+        if (planned) {
+            platen::reference::ExpandHorz<std::uint32_t>(expected.data(), src_.data(), Pass());
+        }
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            if (Out()[i] != expected[i]) {
+                return ::testing::AssertionFailure()
+                       << Describe(shape_) << (planned ? "" : ", refused") << ": number " << i << " is " << Out()[i]
+                       << ", not " << expected[i];
+            }
+        }
+        return ::testing::AssertionSuccess();
+    }
+
+    ::testing::AssertionResult IsRightBy(const KernelTable& kernels) {
+        return IsRight(Run(kernels)) << ", " << kernels.name;
+    }
+
+    std::vector<PX_Zoom2_Param>& columns() {
+        return columns_;
+    }
+    GuardedBuffer& room() {
+        return room_;
+    }
+
+  private:
+    static constexpr std::uint8_t kUntouched = 0xA5;
+
+    HorzPass Pass() const {
+        return {columns_.data(), shape_.dst, shape_.src, shape_.samples};
+    }
+    std::uint32_t* Out() const {
+        return reinterpret_cast<std::uint32_t*>(out_.data());
+    }
+
+    Shape shape_;
+    std::vector<PX_Zoom2_Param> columns_;
+    GuardedBuffer src_;
+    GuardedBuffer out_;
+    GuardedBuffer room_;
+};
+
+Side AnySide(Random& random) {
+    return random.OneIn(2) ? Side::kPageBehind : Side::kPageBefore;
+}
+
+void ExpectRight(const Shape& shape, Random& random) {
+    Line line(shape, RoomBytes(shape), AnySide(random), random);
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        ASSERT_TRUE(line.IsRightBy(*kernels));  // makes the plan, where the last variant's isn't its own
+        line.NewSource(random);
+        ASSERT_TRUE(line.IsRightBy(*kernels));  // finds it
+    }
+}
+
+TEST(HorzPlan, VariantsWithPlansAreThoseOfWideRegisters) {
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        const bool wide = std::strncmp(kernels->name, "avx", 3) == 0;
+        EXPECT_EQ(wide, kernels->expandHorzPlanned != platen::ExpandHorzPlanned_none) << kernels->name;
+    }
+}
+
+TEST(HorzPlan, EqualsReferenceAtAllSmallSizes) {
+    Random random(1);
+    for (std::int32_t src = 1; src <= 44; ++src) {
+        for (std::int32_t dst = 1; dst <= 44; ++dst) {
+            for (const std::int32_t samples : {1, 3, 4}) {
+                ASSERT_NO_FATAL_FAILURE(ExpectRight({dst, src, samples}, random));
+            }
+        }
+    }
+}
+
+TEST(HorzPlan, EqualsReferenceAtRandomSizes) {
+    Random random(2);
+    for (int i = 0; i < 1500; ++i) {
+        const auto src = static_cast<std::int32_t>(random.Between(1, 3000));
+        const auto dst = static_cast<std::int32_t>(random.Between(1, 3000));
+        for (const std::int32_t samples : {1, 3, 4}) {
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({dst, src, samples}, random));
+        }
+    }
+}
+
+// Every whole ratio and those beside it, which have other numbers of taps.
+TEST(HorzPlan, EqualsReferenceAtAllRatios) {
+    Random random(3);
+    for (std::int32_t tenths = 10; tenths <= 90; ++tenths) {
+        for (const std::int32_t beside : {-1, 0, 1}) {
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({100, 10 * tenths + beside, 1}, random));
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({100, 10 * tenths + beside, 3}, random));
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({100, 10 * tenths + beside, 4}, random));
+            ASSERT_NO_FATAL_FAILURE(ExpectRight({10 * tenths + beside, 100, 3}, random));
+        }
+    }
+}
+
+// Divisors up to the largest that plans take, and those above.
+TEST(HorzPlan, EqualsReferenceAtHeavyWeights) {
+    Random random(4);
+    constexpr Shape kShapes[] = {{10000, 21840, 1}, {10001, 21845, 1}, {14000, 21846, 1}, {15000, 32000, 1},
+                                 {4000, 21845, 1},  {3641, 21845, 1},  {3500, 24000, 1},  {21845, 2, 1},
+                                 {21846, 20000, 1}, {21847, 16, 1},    {21846, 9000, 3},  {21846, 9000, 4},
+                                 {21847, 9000, 3},  {14000, 21840, 3}, {10001, 21845, 4}, {6000, 21840, 3},
+                                 {14000, 21846, 3}, {14000, 30000, 4}, {9000, 30000, 3},  {32768, 9000, 1},
+                                 {40000, 39999, 3}, {70000, 60000, 1}};
+    for (const Shape& shape : kShapes) {
+        for (int i = 0; i < 4; ++i) {
+            ASSERT_NO_FATAL_FAILURE(ExpectRight(shape, random));
+        }
+    }
+}
+
+// What pages need is planned indeed, in the room that there is; what is out of reach is not.
+TEST(HorzPlan, PagesAreScaledByPlans) {
+    Random random(5);
+    constexpr Shape kPlanned[] = {{1653, 2480, 1}, {1240, 2480, 1}, {992, 2480, 1},  {826, 2480, 1},
+                                  {413, 2480, 1},  {2480, 4960, 1}, {3720, 2480, 1}, {4960, 2480, 1},
+                                  {3720, 2480, 3}, {4960, 2480, 3}, {3720, 2480, 4}, {2481, 2480, 3},
+                                  {1654, 4961, 1}, {1653, 2480, 3}, {1240, 2480, 3}, {992, 2480, 3},
+                                  {826, 2480, 3},  {2479, 2480, 3}, {1653, 2480, 4}, {992, 2480, 4}};
+    constexpr Shape kNot[] = {{2479, 2480, 1}, {300, 2480, 1}, {413, 2480, 3}, {826, 2480, 4}, {2480, 2480, 1},
+                              {2480, 1, 3},    {7, 20, 1},     {20, 5, 1},     {20, 12, 2}};
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Shape& shape : kPlanned) {
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            EXPECT_TRUE(line.Run(*kernels)) << Describe(shape);
+            EXPECT_TRUE(line.IsRight(true));
+        }
+        for (const Shape& shape : kNot) {
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            EXPECT_FALSE(line.Run(*kernels)) << Describe(shape);
+            EXPECT_TRUE(line.IsRight(false));
+        }
+    }
+}
+
+// The records are needed for the first line only.
+TEST(HorzPlan, APlanServesWithoutRecords) {
+    Random random(6);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Shape& shape :
+             {Shape{800, 1200, 1}, Shape{300, 1500, 1}, Shape{900, 600, 3}, Shape{600, 2400, 1}}) {
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            ASSERT_TRUE(line.Run(*kernels));
+            const auto records = line.columns();
+            std::memset(line.columns().data(), 0x5A, records.size() * sizeof records[0]);
+            ASSERT_TRUE(line.Run(*kernels));
+            line.columns() = records;
+            ASSERT_TRUE(line.IsRight(true)) << kernels->name;
+        }
+    }
+}
+
+// The room's size is what counts, whatever it is.
+TEST(HorzPlan, SmallRoomsAreRefused) {
+    Random random(7);
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 200, 1}, Shape{40, 70, 3}, Shape{60, 40, 3}}) {
+            for (std::size_t bytes = 0; bytes < 2000; bytes += bytes % 7 + 1) {
+                Line line(shape, bytes, AnySide(random), random);
+                ASSERT_TRUE(line.IsRightBy(*kernels)) << ", room of " << bytes;
+                ASSERT_TRUE(line.IsRightBy(*kernels)) << ", room of " << bytes;
+            }
+        }
+    }
+}
+
+// A room and a line at every address.
+TEST(HorzPlan, EqualsReferenceAtEveryAddress) {
+    Random random(8);
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 200, 1}, Shape{40, 70, 3}, Shape{60, 40, 3}}) {
+            for (std::size_t shift = 0; shift < 64; ++shift) {
+                Line line(shape, 3000 + 4 * shift, Side::kPageBehind, random);
+                ASSERT_TRUE(line.IsRightBy(*kernels));
+                alignas(64) std::uint8_t memory[1024];
+                std::vector<std::uint32_t> out(180), expected(180);
+                for (std::uint8_t& sample : memory) {
+                    sample = random.Byte();
+                }
+                const HorzPass pass = {line.columns().data(), shape.dst, shape.src, shape.samples};
+                platen::reference::ExpandHorz<std::uint32_t>(expected.data(), memory + shift, pass);
+                if (kernels->expandHorzPlanned(out.data(), memory + shift, pass,
+                                               {line.room().data(), line.room().size()})) {
+                    ASSERT_EQ(out, expected) << kernels->name << " from address " << shift;
+                }
+            }
+        }
+    }
+}
+
+// A plan that somebody has written to: other numbers perhaps, but nothing else is touched or read. A header that
+// isn't one any more makes the plan anew.
+TEST(HorzPlan, OverwrittenPlansDoNoHarm) {
+    Random random(9);
+    constexpr Shape kShapes[] = {{100, 150, 1}, {100, 200, 1}, {100, 330, 1}, {100, 580, 1}, {150, 100, 1},
+                                 {150, 100, 3}, {300, 200, 4}, {100, 150, 3}, {100, 330, 3}, {100, 250, 4}};
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Shape& shape : kShapes) {
+            Line line(shape, RoomBytes(shape), AnySide(random), random);
+            ASSERT_TRUE(line.Run(*kernels)) << Describe(shape);
+            const std::vector<std::uint8_t> plan(line.room().bytes().begin(), line.room().bytes().end());
+            const auto address = reinterpret_cast<std::uintptr_t>(line.room().data());
+            const std::size_t header = -address & 63;
+            for (int round = 0; round < 50; ++round) {
+                for (std::size_t i = header + 64; i < plan.size(); ++i) {
+                    line.room()[i] = random.Byte();
+                }
+                ASSERT_TRUE(line.Run(*kernels));
+            }
+            for (std::size_t i = 0; i < 64; ++i) {
+                for (int value = 0; value < 256; ++value) {
+                    line.room()[header + i] = static_cast<std::uint8_t>(value);
+                    line.Run(*kernels);
+                }
+                std::memcpy(line.room().data(), plan.data(), plan.size());
+                ASSERT_TRUE(line.IsRightBy(*kernels));
+            }
+            for (std::uint8_t& byte : line.room().bytes()) {
+                byte = random.Byte();
+            }
+            ASSERT_TRUE(line.IsRightBy(*kernels)) << "made anew";
+        }
+    }
+}
+
+// Records that Open doesn't make: refused, or scaled as they say.
+TEST(HorzPlan, OtherRecordsAreRefusedOrRight) {
+    Random random(10);
+    constexpr Shape kShapes[] = {{40, 60, 1}, {40, 230, 1}, {60, 40, 1}, {60, 40, 3}, {40, 60, 3}, {40, 90, 4}};
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        for (int round = 0; round < 6000; ++round) {
+            const Shape& shape = kShapes[round % 6];
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            PX_Zoom2_Param& record =
+                line.columns()[Size(static_cast<std::int32_t>(random.Between(0, shape.dst - 1)))];
+            std::int32_t fields[7];
+            std::memcpy(fields, &record, sizeof fields);
+            for (int i = 0; i <= round / 6 % 2; ++i) {
+                const auto step = static_cast<std::int32_t>(random.Between(-3, 3));
+                std::int32_t& field = fields[random.Between(0, 6)];
+                field = random.OneIn(3) ? static_cast<std::int32_t>(random.Next()) : field + step;
+            }
+            std::memcpy(&record, fields, sizeof fields);
+            ASSERT_TRUE(line.IsRightBy(*kernels)) << ", round " << round;
+        }
+    }
+}
+
+TEST(HorzPlan, NonsensicalSizesAreRefused) {
+    const PX_Zoom2_Param records[64] = {};
+    const std::uint8_t line[256] = {};
+    std::vector<std::uint8_t> memory(4096);
+    std::uint32_t out[256] = {};
+    const PlanRoom room = {memory.data(), memory.size()};
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        for (const std::int32_t samples : {-1, 0, 1, 2, 3, 4, 5}) {
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, -20, 30, samples}, room));
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, 20, -30, samples}, room));
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, -20, -30, samples}, room));
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, 0, 30, samples}, room));
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, 20, 0, samples}, room));
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, 30, 20, samples}, {nullptr, 0}));
+            EXPECT_FALSE(kernels->expandHorzPlanned(out, line, {records, 30, 20, samples}, room)) << "zero records";
+        }
+    }
+}
+
+}  // namespace
