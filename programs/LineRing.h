@@ -21,9 +21,9 @@ namespace platen_tool {
 // Neither waits for ever for the other as long as the one ends with End and the other with Abandon or at the end.
 class LineRing {
   public:
-    static constexpr std::size_t kBatchBytes = 64 << 10;
+    static constexpr std::size_t kBatchBytes = 128 << 10;
     static constexpr std::size_t kBatchLines = 32;  // of short lines: there is more work in a byte of those
-    static constexpr std::size_t kBatches = 4;
+    static constexpr std::size_t kBatches = 8;
 
     explicit LineRing(std::size_t lineBytes, std::size_t batchBytes = kBatchBytes);
 

@@ -53,6 +53,9 @@ class TiffDirectoryReader {
     bool BigEndian() const {
         return bigEndian_;
     }
+    bool BigFile() const {
+        return bigFile_;
+    }
 
   private:
     std::uint64_t Decode(const std::uint8_t* bytes, std::size_t count) const;

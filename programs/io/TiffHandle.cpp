@@ -30,7 +30,8 @@ constexpr tmsize_t kMostBytesAtOnce = 256 << 20;
 
 }  // namespace
 
-TiffHandle::TiffHandle(int descriptor, std::uint64_t start) : descriptor_(descriptor), start_(start) {
+TiffHandle::TiffHandle(const TiffSource& source)
+    : descriptor_(source.descriptor), start_(source.start), disguise_(source.disguise) {
     Open("rhm");
 }
 
@@ -117,6 +118,9 @@ tmsize_t TiffHandle::OnRead(thandle_t user, void* bytes, tmsize_t count) {
     auto* self = static_cast<TiffHandle*>(user);
     const std::size_t got =
         ReadFully(self->descriptor_, self->start_ + self->position_, bytes, static_cast<std::size_t>(count));
+    if (self->disguise_ != nullptr) {
+        self->disguise_->Apply(self->position_, static_cast<std::uint8_t*>(bytes), got);
+    }
     self->position_ += got;
     return static_cast<tmsize_t>(got);
 }

@@ -8,15 +8,24 @@
 
 #include "programs/Error.h"
 #include "programs/io/OutputFile.h"
+#include "programs/io/TiffDisguise.h"
 
 namespace platen_tool {
+
+// Where a TIFF lies: a descriptor that can be read at any place, where the file begins in it, and what of the
+// current directory the codec library gets to see.
+struct TiffSource {
+    int descriptor = -1;
+    std::uint64_t start = 0;
+    const TiffDisguise* disguise = nullptr;
+};
 
 // A TIFF opened on a descriptor, with messages kept instead of printed. Every handle has its own place in the
 // file, so several can read one descriptor. No memory mapping: what is read must count as memory once only.
 class TiffHandle {
   public:
-    // For reading; the file begins at `start`. No directory is read yet.
-    TiffHandle(int descriptor, std::uint64_t start);
+    // For reading. No directory is read yet.
+    explicit TiffHandle(const TiffSource& source);
     // For writing, little-endian on every machine, into an empty file. Failed writes are noted in `output`.
     TiffHandle(int descriptor, OutputFile* output);
     ~TiffHandle();
@@ -50,6 +59,7 @@ class TiffHandle {
     TIFF* tiff_ = nullptr;
     int descriptor_;
     std::uint64_t start_ = 0;
+    const TiffDisguise* disguise_ = nullptr;
     std::uint64_t position_ = 0;
     OutputFile* output_ = nullptr;
     bool complained_ = false;

@@ -9,12 +9,6 @@
 
 namespace platen_tool {
 
-// Where a TIFF lies: a descriptor that can be read at any place, and where the file begins in it.
-struct TiffSource {
-    int descriptor = -1;
-    std::uint64_t start = 0;
-};
-
 // Gives the rows of one page as the file stores them, one plane at a time, from the top.
 class TiffRows {
   public:

@@ -30,13 +30,13 @@ class TiffReader : public LineReader {
               return ReadFully(source_.descriptor, source_.start + offset, bytes, count) == count;
           }) {
         if (file_->Seekable()) {
-            source_ = {file_->Descriptor(), file_->Start()};
+            source_ = {file_->Descriptor(), file_->Start(), &disguise_};
         } else {
             SpoolAll(options.strictStream);
         }
         FindPages();
         CheckDirectory(pages_[0]);
-        handle_.emplace(source_.descriptor, source_.start);
+        handle_.emplace(source_);
         BeginPage(0);
     }
 
@@ -88,7 +88,7 @@ class TiffReader : public LineReader {
             at += count;
         }
         file_->CheckReadError();
-        source_ = {spool_->Descriptor(), 0};
+        source_ = {spool_->Descriptor(), 0, &disguise_};
     }
 
     // Follows the chain of directories. Reduced copies and masks of another page are passed over.
@@ -116,18 +116,19 @@ class TiffReader : public LineReader {
         }
     }
 
-    // Refuses what is too large before the codec library looks at it.
+    // Refuses what is too large before the codec library looks at it, and hides from it what is not needed.
     void CheckDirectory(std::uint64_t at) {
         directory_ = directories_.ReadDirectory(at).value_or(TiffDirectory{});
         CheckSize(directories_.Number(directory_, kImageWidth).value_or(0),
                   directories_.Number(directory_, kImageLength).value_or(0), limits_);
         for (const TiffEntry& entry : directory_.entries) {
-            if (entry.Bytes() > kMostEntryBytes) {
+            if (TiffDisguise::Shows(entry.tag) && entry.Bytes() > kMostEntryBytes) {
                 throw Error(ExitCode::kFailed, "the TIFF's tag " + std::to_string(entry.tag) + " has " +
                                                    std::to_string(entry.Bytes()) +
                                                    " bytes; at most 64 MiB are allowed");
             }
         }
+        disguise_.Cover(directory_, directories_);
     }
 
     void BeginPage(std::size_t page) {
@@ -148,6 +149,7 @@ class TiffReader : public LineReader {
 
     std::unique_ptr<InputFile> file_;
     Limits limits_;
+    TiffDisguise disguise_;
     TiffSource source_;
     std::optional<Spool> spool_;
     TiffDirectoryReader directories_;

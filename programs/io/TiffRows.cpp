@@ -70,7 +70,7 @@ class ScanlineRows : public TiffRows {
   public:
     ScanlineRows(TiffHandle& handle, const TiffSource& source, int planes) : first_(handle) {
         for (int plane = 1; plane < planes; ++plane) {
-            others_.push_back(std::make_unique<TiffHandle>(source.descriptor, source.start));
+            others_.push_back(std::make_unique<TiffHandle>(source));
             TiffHandle& other = *others_.back();
             other.Expect();
             const int found = TIFFSetSubDirectory(other.Get(), TIFFCurrentDirOffset(handle.Get()));

@@ -335,7 +335,9 @@ TEST(ThreadedWriter, EndsAtAnyLine) {
 }
 
 // A writer that only takes as fast as it can keeps a reader from running far ahead.
-TEST(LineRing, HoldsFourBatchesAndNoMore) {
+TEST(LineRing, HoldsItsBatchesAndNoMore) {
+    constexpr int kHeld =
+        (2 + static_cast<int>(LineRing::kBatches)) * 10;  // two batches given back, all others full
     LineRing ring(100, 1000);
     std::atomic<int> put{0};
     std::thread putting([&] {
@@ -352,11 +354,11 @@ TEST(LineRing, HoldsFourBatchesAndNoMore) {
         EXPECT_EQ(*line, i);
         ring.Drop();
     }
-    while (put < 60) {
+    while (put < kHeld) {
         std::this_thread::yield();
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    EXPECT_EQ(put, 60);  // two batches given back, four full
+    EXPECT_EQ(put, kHeld);
     ring.Abandon();
     putting.join();
 }

@@ -1,6 +1,8 @@
 #include <tiffio.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "Pages.h"
@@ -385,6 +387,59 @@ TEST(TiffReader, ACircleOfDirectoriesIsAnError) {
     PutFile(scratch / "circle.tif", file.data(), file.size());
     ExpectError([&] { ReadPages(scratch / "circle.tif"); }, ExitCode::kFailed,
                 "the TIFF is damaged: directory 1 is cut off, goes in a circle or is too long");
+}
+
+// As many large fields as a directory can have, all with the same bytes of the file: the reader, its codec library
+// included, may not take memory for each.
+TEST(TiffReader, FieldsThatAreNotNeededAreNotRead) {
+    for (const bool bigEndian : {false, true}) {
+        constexpr std::uint32_t kFieldBytes = 8 << 20;
+        constexpr std::uint32_t kFields = 3000;
+        Bytes file = bigEndian ? Bytes{'M', 'M', 0, 42} : Bytes{'I', 'I', 42, 0};
+        const auto put = [&](std::uint32_t value, unsigned bytes) {
+            for (unsigned i = 0; i < bytes; ++i) {
+                file.push_back(static_cast<std::uint8_t>(value >> 8 * (bigEndian ? bytes - 1 - i : i)));
+            }
+        };
+        const auto entry = [&](std::uint32_t tag, std::uint32_t type, std::uint32_t count, std::uint32_t value) {
+            put(tag, 2);
+            put(type, 2);
+            put(count, 4);
+            put(value, 4);
+        };
+        put(16 + kFieldBytes, 4);
+        file.resize(16 + kFieldBytes, 7);
+        put(8 + kFields, 2);
+        for (const auto& [tag, value] : {std::pair{256u, 4u},
+                                         {257u, 2u},
+                                         {258u, 8u},
+                                         {259u, 1u},
+                                         {262u, 1u},
+                                         {273u, 8u},
+                                         {278u, 2u},
+                                         {279u, 8u}}) {
+            entry(tag, 4, 1, value);
+        }
+        for (std::uint32_t i = 0; i < kFields; ++i) {
+            entry(40000 + i, 7, kFieldBytes, 16);
+        }
+        put(0, 4);
+        const Scratch scratch;
+        PutFile(scratch / "page.tif", file.data(), file.size());
+        const pid_t child = fork();
+        if (child == 0) {
+            const rlimit limit{std::size_t{1} << 30, std::size_t{1} << 30};
+            setrlimit(RLIMIT_DATA, &limit);
+            try {
+                _exit(ReadPages(scratch / "page.tif").at(0).lines == Bytes(8, 7) ? 0 : 2);
+            } catch (...) {
+                _exit(1);
+            }
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0) << bigEndian;
+    }
 }
 
 TEST(TiffReader, APipeIsSpooledOrRefused) {
