@@ -93,7 +93,9 @@ def builds_of(path, tests):
     """The sources whose objects a mutated file changes. Headers that tests include change those too."""
     if path.endswith(".cpp"):
         return [path]
-    users = [f for f in library() if path in includes_of(f) and "avx512" not in f]
+    folder = {"tone": "ToneWorld/", "lines": "LineFilters/", "zoom": "Sources/PX_Zoom/"}[area_of(path)]
+    users = [f for f in library() if path in includes_of(f) and f.startswith(folder) and "avx512" not in f]
+    users = sorted(users, key=lambda f: "avx2" not in f)
     if path == "Sources/Support/Truncate.h":
-        users += [t for t in tests if t.endswith("Truncate_test.cpp")]
-    return sorted(users, key=lambda f: "avx2" not in f)
+        users = [t for t in tests if t.endswith("Truncate_test.cpp")] + users
+    return users
