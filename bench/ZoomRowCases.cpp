@@ -144,7 +144,7 @@ void BilevelCases(Report& report) {
 }  // namespace
 
 void ZoomRowCases(Report& report) {
-    for (const double factor : {1.5, 2.0, 2.5, 3.0, 6.0}) {
+    for (const double factor : {1.25, 1.5, 2.0, 2.5, 3.0, 6.0}) {
         HorzCase(report, 8, Reduced(kPageWidth, factor), kPageWidth, true);
         HorzCase(report, 8, Reduced(kPageWidth, factor), kPageWidth, false);
     }

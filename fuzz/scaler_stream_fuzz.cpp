@@ -8,6 +8,7 @@
 
 #include "Producer.h"
 #include "Sources/Dispatch/Kernels.h"
+#include "Sources/PX_Zoom/Geometry.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "tests/unit/PX_Zoom/ZoomModel.h"
 
@@ -58,7 +59,9 @@ class Session {
     // One call; most of the time the one that carries on.
     void Step(std::uint8_t choice) {
         const bool waits = zoom_.CheckData() != 0;
-        if (choice % 8 == 0) {
+        if (choice == 255) {
+            SpoilPlan();
+        } else if (choice % 8 == 0) {
             Refused(choice / 8);
         } else if (waits) {
             Read();
@@ -82,6 +85,12 @@ class Session {
     }
 
   private:
+    // A plan that is none any more is made again.
+    void SpoilPlan() {
+        const platen::PlanRoom room = platen::RoomOf(static_cast<const PX_ZoomBilinear&>(*zoom_.zoom));
+        std::memset(room.memory, 0x5A, room.bytes);
+    }
+
     void Send() {
         auto bytes = PackLine(case_, source_[sent_++]);
         Check(zoom_.Send(bytes.data()) == 0);

@@ -49,7 +49,10 @@ inline HorzPass ColumnsOf(const PX_ZoomBilinear& zoom) {
 inline PlanRoom RoomOf(const PX_ZoomBilinear& zoom) {
     const std::size_t used = DstSamples(zoom) * sizeof(std::uint32_t);
     const std::size_t bytes = zoom.workLineBytes;
-    return {static_cast<unsigned char*>(zoom.workLine[1]) + used, bytes > used ? bytes - used : 0};
+    if (bytes <= used) {
+        return {nullptr, 0};
+    }
+    return {static_cast<unsigned char*>(zoom.workLine[1]) + used, bytes - used};
 }
 
 // Bytes of a work line's buffer: what the field says, or where its 29 bits lost some, what a line of doubles needs.
