@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -77,6 +78,13 @@ class Line {
         const bool ends = random.OneIn(3);
         for (std::uint8_t& sample : src_.bytes()) {
             sample = ends ? static_cast<std::uint8_t>(random.OneIn(5) ? 0 : 255) : random.Byte();
+        }
+    }
+
+    // Samples that go back and forth between a number and the next.
+    void NewNeighbours(std::uint8_t low) {
+        for (std::size_t i = 0; i < src_.size(); ++i) {
+            src_[i] = static_cast<std::uint8_t>(low + i % 2);
         }
     }
 
@@ -197,6 +205,30 @@ TEST(HorzPlan, EqualsReferenceAtHeavyWeights) {
     for (const Shape& shape : kShapes) {
         for (int i = 0; i < 4; ++i) {
             ASSERT_NO_FATAL_FAILURE(ExpectRight(shape, random));
+        }
+    }
+}
+
+// The last numbers before a whole quotient, with the processor rounding in any direction. Enlarging pixels that
+// differ by one makes every remainder of the divisor.
+TEST(HorzPlan, QuotientsBesideWholeNumbersAreRightInAnyRounding) {
+    Random random(11);
+    const int before = std::fegetround();
+    for (const std::int32_t dst :
+         {25844, 25858, 21846, 21845, 21844, 16385, 16384, 13108, 8193, 4099, 1025, 257, 100}) {
+        for (const Shape& shape :
+             {Shape{dst, 17, 1}, Shape{dst / 2, dst / 4 * 3, 1}, Shape{dst / 2, dst / 4 * 3, 3}}) {
+            for (const int rounding : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+                Line line(shape, RoomBytes(shape), AnySide(random), random);
+                line.NewNeighbours(static_cast<std::uint8_t>(random.OneIn(2) ? 254 : random.Between(0, 254)));
+                for (const KernelTable* kernels : VariantsWithPlans()) {
+                    std::fesetround(rounding);
+                    const bool planned = line.Run(*kernels);
+                    std::fesetround(before);
+                    ASSERT_TRUE(planned || shape.dst > 21846) << Describe(shape);
+                    ASSERT_TRUE(line.IsRight(planned)) << kernels->name << ", rounding " << rounding;
+                }
+            }
         }
     }
 }
