@@ -1,4 +1,5 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <list>
 #include <map>
 
@@ -19,6 +20,17 @@ struct Bound {
 std::string ParserName(const OptionSpec& spec) {
     std::string name = std::string("--") + spec.name;
     return spec.letter != 0 ? std::string("-") + spec.letter + "," + name : name;
+}
+
+// Whether an argument could be this option. The parser need not know the others, and setting up each takes it
+// longer than all that it does with them.
+bool MayBeGiven(const OptionSpec& spec, const std::vector<std::string>& arguments) {
+    const std::string name = std::string("--") + spec.name;
+    return std::any_of(arguments.begin(), arguments.end(), [&](const std::string& word) {
+        const bool letters = spec.letter != 0 && word.size() > 1 && word[0] == '-' && word[1] != '-';
+        return word == name || word.starts_with(name + "=") ||
+               (letters && word.find(spec.letter, 1) != std::string::npos);
+    });
 }
 
 void RefuseLeftOvers(const CLI::App& app) {
@@ -49,7 +61,7 @@ ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string
     std::list<Bound> bound;
     std::map<const CLI::Option*, Bound*> byOption;
     for (const OptionSpec& spec : OptionTable()) {
-        if ((spec.commands & command) == 0) {
+        if ((spec.commands & command) == 0 || !MayBeGiven(spec, arguments)) {
             continue;
         }
         Bound& entry = bound.emplace_back();

@@ -389,12 +389,12 @@ TEST(TiffReader, ACircleOfDirectoriesIsAnError) {
                 "the TIFF is damaged: directory 1 is cut off, goes in a circle or is too long");
 }
 
-// As many large fields as a directory can have, all with the same bytes of the file: the reader, its codec library
-// included, may not take memory for each.
+// Many large fields, all with the same bytes of the file: the reader, its codec library included, may not take
+// memory for each.
 TEST(TiffReader, FieldsThatAreNotNeededAreNotRead) {
     for (const bool bigEndian : {false, true}) {
         constexpr std::uint32_t kFieldBytes = 8 << 20;
-        constexpr std::uint32_t kFields = 3000;
+        constexpr std::uint32_t kFields = 60;
         Bytes file = bigEndian ? Bytes{'M', 'M', 0, 42} : Bytes{'I', 'I', 42, 0};
         const auto put = [&](std::uint32_t value, unsigned bytes) {
             for (unsigned i = 0; i < bytes; ++i) {
@@ -428,13 +428,15 @@ TEST(TiffReader, FieldsThatAreNotNeededAreNotRead) {
         PutFile(scratch / "page.tif", file.data(), file.size());
         const pid_t child = fork();
         if (child == 0) {
-            const rlimit limit{std::size_t{1} << 30, std::size_t{1} << 30};
-            setrlimit(RLIMIT_DATA, &limit);
+            Bytes lines;
             try {
-                _exit(ReadPages(scratch / "page.tif").at(0).lines == Bytes(8, 7) ? 0 : 2);
+                lines = ReadPages(scratch / "page.tif").at(0).lines;
             } catch (...) {
                 _exit(1);
             }
+            rusage usage{};
+            getrusage(RUSAGE_SELF, &usage);
+            _exit(lines != Bytes(8, 7) ? 2 : usage.ru_maxrss > kFields * kFieldBytes / 1024 / 2 ? 3 : 0);
         }
         int status = 0;
         waitpid(child, &status, 0);
