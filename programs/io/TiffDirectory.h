@@ -50,6 +50,10 @@ class TiffDirectoryReader {
     std::optional<Ratio> Rational(const TiffDirectory& directory, std::uint16_t tag) const;
     std::optional<Resolution> ReadResolution(const TiffDirectory& directory) const;
 
+    bool BigEndian() const {
+        return bigEndian_;
+    }
+
   private:
     std::uint64_t Decode(const std::uint8_t* bytes, std::size_t count) const;
 
