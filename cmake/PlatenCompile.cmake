@@ -29,12 +29,12 @@ endif()
 
 # Clang's counters, which know the source's regions and branches (GCC's count the compiler's exception edges too).
 # They lie in the profile's file itself (%c in LLVM_PROFILE_FILE), so that an abort, a signal and _exit lose none.
-# Threads and processes share them, so they count atomically. The tests are instrumented too, since the linker takes one copy of an inline function for all objects.
+# The tests are instrumented too, since the linker takes one copy of an inline function for all objects.
 if(PLATEN_COVERAGE)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     message(FATAL_ERROR "platen: PLATEN_COVERAGE needs Clang")
   endif()
-  add_compile_options(-O1 -g0 -fprofile-update=atomic -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
+  add_compile_options(-O1 -g0 -fprofile-instr-generate -fcoverage-mapping "SHELL:-mllvm -runtime-counter-relocation")
   add_link_options(-fprofile-instr-generate)
 endif()
 

@@ -36,12 +36,7 @@ class InputFile {
     // Hands out all that is buffered, filling the buffer first where it is empty; 0 bytes at the end.
     std::size_t TakeBuffered(const std::uint8_t** bytes) noexcept;
 
-    // The errno of the read that failed, 0 where none did. A failed read looks like the end of the file.
-    int ReadError() const {
-        return error_;
-    }
-
-    // Throws when a read has failed.
+    // Throws when a read has failed, which looks like the end of the file otherwise.
     void CheckReadError() const;
 
     // Whether bytes can be read from any place with pread; pipes and terminals can't.

@@ -18,13 +18,6 @@ void InvertBits(std::uint8_t* line, std::uint32_t width) {
     ClearPadding(line, width);
 }
 
-void ExpandTo8(const std::uint8_t* packed, std::size_t count, int bits, std::uint8_t* out) {
-    const unsigned scale = 255u / ((1u << bits) - 1);  // 255, 85, 17 or 1: exact
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = static_cast<std::uint8_t>(PackedSample(packed, i, bits) * scale);
-    }
-}
-
 void CheckSize(std::uint64_t width, std::uint64_t height, const Limits& limits) {
     const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
     if (width == 0 || height == 0) {

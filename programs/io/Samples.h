@@ -24,9 +24,6 @@ inline unsigned PackedSample(const std::uint8_t* line, std::size_t index, int bi
     return (static_cast<unsigned>(line[bit / 8]) >> shift) & ((1u << bits) - 1);
 }
 
-// Spreads `count` samples of 1, 2, 4 or 8 bits to a byte each, 0 to 255.
-void ExpandTo8(const std::uint8_t* packed, std::size_t count, int bits, std::uint8_t* out);
-
 // Throws where a page is empty or larger than allowed. To be called before anything is allocated for it.
 void CheckSize(std::uint64_t width, std::uint64_t height, const Limits& limits);
 

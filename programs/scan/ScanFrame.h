@@ -28,9 +28,6 @@ class ScanFrame {
     std::size_t LineBytes() const {
         return line_.size();
     }
-    bool AnyByte() const {
-        return any_;
-    }
 
     // The next line, null after the last one. Where the device stops within a line, or short of the height that it
     // announced, that is an Error (kDevice).

@@ -1,0 +1,91 @@
+#include "programs/PresetsCommand.h"
+
+#include "Expect.h"
+#include "io/Pages.h"
+
+namespace platen_tool {
+namespace {
+
+class PresetsCommandTest : public testing::Test {
+  protected:
+    // The folded arguments, as "--name=value" and, where a step of its own begins, "|" before.
+    static std::string Expanded(const std::vector<std::string>& words) {
+        ParsedArguments arguments = ParseArguments(kAdjust, words);
+        ExpandPresets(arguments);
+        std::string text;
+        for (const GivenOption& option : arguments.options) {
+            text += (option.newStep ? "|" : "") + option.name + "=" + option.value + " ";
+        }
+        return text;
+    }
+
+    static std::string Shown(const std::vector<std::string>& words, ExitCode code = ExitCode::kDone) {
+        testing::internal::CaptureStdout();
+        const ExitCode result = RunPresets(ParseArguments(kPresets, words));
+        EXPECT_EQ(static_cast<int>(result), static_cast<int>(code));
+        return testing::internal::GetCapturedStdout();
+    }
+
+    std::string Put(const char* name, const std::string& text) const {
+        platen_test::PutFile(scratch_ / name, text);
+        return scratch_ / name;
+    }
+
+    platen_test::Scratch scratch_;
+};
+
+TEST_F(PresetsCommandTest, OptionsBehindAPresetBeginAStepOfTheirOwn) {
+    const std::string preset = Put("a.toml", "[[tone]]\nbrightness = 10\n");
+    EXPECT_EQ(Expanded({"--preset=" + preset, "--contrast=5", "--brightness=1"}),
+              "|brightness=10 |contrast=5 brightness=1 ");
+    EXPECT_EQ(Expanded({"--contrast=5", "--preset=" + preset, "--hue=3", "--contrast=6"}),
+              "contrast=5 |brightness=10 hue=3 |contrast=6 ");
+}
+
+TEST_F(PresetsCommandTest, ShowPrintsTheFileAndWithVerboseItsPlace) {
+    const std::string text = "[[tone]]\nbrightness = 10\n";
+    const std::string preset = Put("a.toml", text);
+    EXPECT_EQ(Shown({"show", preset}), text);
+    EXPECT_EQ(Shown({"show", preset, "--verbose"}), "# " + preset + "\n" + text);
+}
+
+TEST_F(PresetsCommandTest, CheckLooksAtEveryFile) {
+    const std::string good = Put("good.toml", "[[tone]]\nbrightness = 10\n");
+    const std::string bad = Put("bad.toml", "[[tone]]\nbrightness = 1000\n");
+    const std::string odd = Put("odd.toml", "[[tone]\n");
+    Shown({"check", good});
+    testing::internal::CaptureStderr();
+    Shown({"check", odd, good, bad}, ExitCode::kFailed);
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_NE(told.find(odd), std::string::npos) << told;
+    EXPECT_NE(told.find(bad), std::string::npos) << told;
+    EXPECT_EQ(told.find(good), std::string::npos) << told;
+}
+
+TEST_F(PresetsCommandTest, OtherWordsAreRefused) {
+    const std::vector<std::vector<std::string>> cases = {
+        {"show"}, {"show", "a", "b"}, {"check"}, {"list", "a"}, {"delete", "a"}};
+    for (const auto& words : cases) {
+        EXPECT_EQ(UsageText([&words] { RunPresets(ParseArguments(kPresets, words)); }),
+                  "presets: say list, show NAME or check FILE");
+    }
+}
+
+TEST_F(PresetsCommandTest, SavingIsAllWhereNothingElseIsAskedFor) {
+    const std::string file = scratch_ / "saved.toml";
+    const auto onlySaves = [&file](CommandBit command, std::vector<std::string> words) {
+        words.insert(words.end(), {"--gamma=2", "--save-preset=" + file, "--force"});
+        return SavePreset(command, ParseArguments(command, words));
+    };
+    EXPECT_TRUE(onlySaves(kCurve, {}));
+    EXPECT_FALSE(onlySaves(kCurve, {"--table=c"}));
+    EXPECT_FALSE(onlySaves(kCurve, {"--svg=a.svg"}));
+    EXPECT_TRUE(onlySaves(kAdjust, {}));
+    EXPECT_FALSE(onlySaves(kAdjust, {"a.png"}));
+    EXPECT_FALSE(onlySaves(kAdjust, {"-o", "a.png"}));
+    EXPECT_EQ(Expanded({"--preset=" + file}), "|gamma=2 ");
+    EXPECT_FALSE(SavePreset(kAdjust, ParseArguments(kAdjust, {"--gamma=2"})));
+}
+
+}  // namespace
+}  // namespace platen_tool
