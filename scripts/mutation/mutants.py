@@ -140,7 +140,7 @@ class Source:
         self.statements.append((start, end, block))
         if block != "body" or not text:
             return
-        value = re.search(r" = ", text)
+        value = re.search(r" =\s", text)
         if text.startswith("return "):
             self.units.append(Unit(start, end + 1, "return"))
         elif re.match(r"(?:static|constexpr|using|break|continue|case|constinit)\b", text):
