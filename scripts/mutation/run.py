@@ -319,8 +319,9 @@ class Results:
                 self.known[key] = (tests, state, detail)
 
     def find(self, key, tests):
+        """The verdict on a mutant by these tests; None stands for whatever tests there were."""
         found = self.known.get(key)
-        if found and (found[0] == tests or (self.keep_killed and found[1] != "survived")):
+        if found and (tests in (None, found[0]) or (self.keep_killed and found[1] != "survived")):
             return found[1:]
         return None
 
@@ -343,6 +344,9 @@ def judge_file(path, options, results):
     tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sorted(areas.area_tests(areas.area_of(path)) + areas.SUPPORT)])
     content = digest(path, source.text)
     keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in chosen}
+    if options.report:
+        tests = None
+        chosen = [m for m in chosen if results.find(keys[m], tests)]
     wanted = [m for m in chosen if not results.find(keys[m], tests)]
 
     def verdict(mutant, state, detail):
@@ -368,6 +372,7 @@ def main():
     parser.add_argument("--slow", action="store_true", help="survivors meet the slow tests and the golden programs")
     parser.add_argument("--quick", type=float, default=0.3, help="the processor time of a quick test, in seconds")
     parser.add_argument("--keep-killed", action="store_true")
+    parser.add_argument("--report", action="store_true", help="only what is judged already, by whatever tests")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     options = parser.parse_args()
     os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../.."))
