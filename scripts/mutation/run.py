@@ -335,18 +335,20 @@ def judge_file(path, options, results):
     """The number of mutants in each state, and those that survived, as survivors.txt names them."""
     source = Source(read(path))
     chosen = source.mutants
+    drawn = random.Random(path).sample(chosen, len(chosen))  # a larger sample holds a smaller one
     if options.sample and len(chosen) > options.sample:
-        chosen = random.Random(path).sample(chosen, len(chosen))[: options.sample]  # a larger sample holds a smaller one
+        chosen = drawn[: options.sample]
     if options.list:
         for m in chosen:
             print(f"{path}:{m.line}:{m.column}: {m.name}")
         return {}, []
     tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sorted(areas.area_tests(areas.area_of(path)) + areas.SUPPORT)])
     content = digest(path, source.text)
-    keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in chosen}
-    if options.report:
+    keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in drawn}
+    if options.report:  # the largest sample that is judged whole: survivors take longer, so a part has too few of them
         tests = None
-        chosen = [m for m in chosen if results.find(keys[m], tests)]
+        whole = [k for k in (20, 30, 60, len(drawn)) if all(results.find(keys[m], None) for m in drawn[:k])]
+        chosen = drawn[: max(whole, default=0)]
     wanted = [m for m in chosen if not results.find(keys[m], tests)]
 
     def verdict(mutant, state, detail):
@@ -372,7 +374,7 @@ def main():
     parser.add_argument("--slow", action="store_true", help="survivors meet the slow tests and the golden programs")
     parser.add_argument("--quick", type=float, default=0.3, help="the processor time of a quick test, in seconds")
     parser.add_argument("--keep-killed", action="store_true")
-    parser.add_argument("--report", action="store_true", help="only what is judged already, by whatever tests")
+    parser.add_argument("--report", action="store_true", help="only samples that are judged already, by whatever tests")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     options = parser.parse_args()
     os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../.."))
