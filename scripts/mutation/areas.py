@@ -16,23 +16,21 @@ AT_LOAD = {"Sources/Dispatch/Kernels.cpp"}  # runs before a switch can be set
 TOO_SLOW = {"SharpnessImage.StreamEqualsWholeImageAtWidths3To300AndHeights1To40", "ColorBalance.RandomSettingsEqualTheTranscription",
             "PX_ZoomBilinearImage.LinesOf16MillionColumns"}
 
-# Per area: the folders' sources, the tests' files, the golden programs. The zoom and line tests run the fastest
-# variant; their kernels are judged by the kernel tests, which take every variant, and then by each variant's golden.
+# Per area: the files, the tests' files, the golden programs. Kernels are judged by the tests that take every variant.
+UNIT, KERNELS = "tests/unit/", "tests/kernels/"
 AREAS = {
-    "tone": {
-        "tests": ["tests/unit/ToneWorld/*_test.cpp", "tests/unit/Support/*_test.cpp"],
-        "golden": ["brightness_contrast", "level", "color_balance", "curves"],
-    },
-    "lines": {
-        "tests": ["tests/unit/LineFilters/*_test.cpp", "tests/kernels/[HS]*Row_test.cpp",
-                  "tests/kernels/Dispatch_test.cpp"],
-        "golden": ["hsv", "sharpness"],
-    },
-    "zoom": {
-        "tests": ["tests/unit/PX_Zoom/*_test.cpp", "tests/kernels/*Pass_test.cpp",
-                  "tests/kernels/BilevelLine_test.cpp", "tests/kernels/Dispatch_test.cpp"],
-        "golden": ["zoom"],
-    },
+    "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
+             ["brightness_contrast", "level", "color_balance", "curves"]),
+    "hsv": ("LineFilters/Hsv", [UNIT + "LineFilters/Hsv*_test.cpp", KERNELS + "HsvRow_test.cpp"], ["hsv"]),
+    "sharpness": ("LineFilters/Sharp", [UNIT + "LineFilters/Sharp*_test.cpp", KERNELS + "SharpRow_test.cpp"],
+                  ["sharpness"]),
+    "dispatch": ("Sources/Dispatch/", [KERNELS + "*_test.cpp"], ["zoom", "hsv", "sharpness"]),
+    "bilevel": (".*/BilevelLine", [KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
+    "horizontal": (".*/HorzPass", [KERNELS + "HorzPass_test.cpp"], ["zoom"]),
+    "plans": (".*/HorzPlan", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp"], ["zoom"]),
+    "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp"], ["zoom"]),
+    "lines": (".*/LineKernels", [KERNELS + "*Pass_test.cpp", KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
+    "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
 
 # The order of a run. The AVX-512 kernels need another processor: scripts/check-avx512.
@@ -56,9 +54,7 @@ def files():
 
 
 def area_of(path):
-    if path.startswith(("ToneWorld/", "Sources/Support/")):
-        return "tone"
-    return "lines" if path.startswith("LineFilters/") else "zoom"
+    return next(area for area, (files, _, _) in AREAS.items() if re.match(files, path))
 
 
 def flags_of(path):
@@ -67,7 +63,7 @@ def flags_of(path):
 
 
 def area_tests(area):
-    return sorted(test for pattern in AREAS[area]["tests"] for test in glob.glob(pattern))
+    return sorted(test for pattern in AREAS[area][1] for test in glob.glob(pattern))
 
 
 def golden_variants(path):
@@ -93,7 +89,7 @@ def builds_of(path, tests):
     """The sources whose objects a mutated file changes. Headers that tests include change those too."""
     if path.endswith(".cpp"):
         return [path]
-    folder = {"tone": "ToneWorld/", "lines": "LineFilters/", "zoom": "Sources/PX_Zoom/"}[area_of(path)]
+    folder = "ToneWorld/" if area_of(path) == "tone" else re.match(r"(?:Sources/)?\w+/", path).group()
     users = [f for f in library() if path in includes_of(f) and f.startswith(folder) and "avx512" not in f]
     users = sorted(users, key=lambda f: "avx2" not in f)
     if path == "Sources/Support/Truncate.h":

@@ -29,6 +29,7 @@ NO_STATEMENT = re.compile(
     r"(?:const|constexpr|static|using|auto|struct|template|typename|alignas|friend|namespace|extern|inline|enum|class"
     r"|public|private|constinit|explicit|operator|return|break|continue|case|goto)\b"
 )
+DECLARATION = re.compile(r"[\w:]+(?:<[^;()]*>)?[&*]* \w+(?:\[[^\]]*\])*(?: =\s|[{(]|$)", re.M)
 ARRAY = re.compile(r"[\w:>]+[&*]* \w+((?:\[[^\]]*\])+)(?: = |;)")
 
 
@@ -140,7 +141,7 @@ class Source:
         self.statements.append((start, end, block))
         if block != "body" or not text:
             return
-        value = re.search(r" = ", text)
+        value = re.search(r" =\s", text)
         if text.startswith("return "):
             self.units.append(Unit(start, end + 1, "return"))
         elif re.match(r"(?:static|constexpr|using|break|continue|case|constinit)\b", text):
@@ -148,7 +149,7 @@ class Source:
         elif value and re.match(r"(?:\[\[\w+\]\] )?(?:const )?[\w:]+(?:<[^=;]*>)?[&*]*(?: const)?[&*]* (?:const )?"
                                 r"(?:__restrict )?(?:\w+|\[[\w, ]+\])$", text[: value.start()]):  # fmt: skip
             self.units.append(Unit(start + value.end(), end, "value"))
-        elif not NO_STATEMENT.match(text) and not re.match(r"[\w:]+(?:<[^;()]*>)?[&*]* \w+(?:\[.*\]|\{.*)?$", text):
+        elif not NO_STATEMENT.match(text) and not DECLARATION.match(text):
             self.units.append(Unit(start, end + 1, "statement"))
 
     def find_headers(self):

@@ -115,7 +115,7 @@ class Programs:
     def __init__(self, path):
         self.area = areas.area_of(path)
         self.tests = areas.area_tests(self.area)
-        self.golden = [f"tests/golden/golden_{g}.cpp" for g in areas.AREAS[self.area]["golden"]]
+        self.golden = [f"tests/golden/golden_{g}.cpp" for g in areas.AREAS[self.area][2]]
         self.objects = base_objects(areas.library() + self.tests + self.golden + areas.SUPPORT)
         self.switch, self.driver = f"{OUT}/switch.o", f"{OUT}/driver.o"
         for source, target in ((write(f"{OUT}/switch.cpp", SWITCH), self.switch), (DRIVER, self.driver)):
@@ -234,7 +234,8 @@ class File:
         program = self.programs.link(f"{self.folder}/tests", objects)
         self.tests = measure(program, self.programs.area, self.options.quick)
         by_number = {self.numbers[m]: m for m in switched}
-        plan = [(n, [t for t in self.tests if n in t[2]]) for n in by_number]
+        # What none reaches may still run in a process that a test starts.
+        plan = [(n, [t for t in self.tests if n in t[2]] or self.tests) for n in by_number]
         alone = [m for m in wanted if m not in switched]
         share = max(1, self.options.jobs)
 
@@ -318,8 +319,9 @@ class Results:
                 self.known[key] = (tests, state, detail)
 
     def find(self, key, tests):
+        """The verdict on a mutant by these tests; None stands for whatever tests there were."""
         found = self.known.get(key)
-        if found and (found[0] == tests or (self.keep_killed and found[1] != "survived")):
+        if found and (tests in (None, found[0]) or (self.keep_killed and found[1] != "survived")):
             return found[1:]
         return None
 
@@ -333,15 +335,20 @@ def judge_file(path, options, results):
     """The number of mutants in each state, and those that survived, as survivors.txt names them."""
     source = Source(read(path))
     chosen = source.mutants
+    drawn = random.Random(path).sample(chosen, len(chosen))  # a larger sample holds a smaller one
     if options.sample and len(chosen) > options.sample:
-        chosen = random.Random(path).sample(chosen, len(chosen))[: options.sample]  # a larger sample holds a smaller one
+        chosen = drawn[: options.sample]
     if options.list:
         for m in chosen:
             print(f"{path}:{m.line}:{m.column}: {m.name}")
         return {}, []
     tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sorted(areas.area_tests(areas.area_of(path)) + areas.SUPPORT)])
     content = digest(path, source.text)
-    keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in chosen}
+    keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in drawn}
+    if options.report:  # the largest sample that is judged whole: survivors take longer, so a part has too few of them
+        tests = None
+        whole = [k for k in (20, 30, 60, len(drawn)) if all(results.find(keys[m], None) for m in drawn[:k])]
+        chosen = drawn[: max(whole, default=0)]
     wanted = [m for m in chosen if not results.find(keys[m], tests)]
 
     def verdict(mutant, state, detail):
@@ -367,6 +374,7 @@ def main():
     parser.add_argument("--slow", action="store_true", help="survivors meet the slow tests and the golden programs")
     parser.add_argument("--quick", type=float, default=0.3, help="the processor time of a quick test, in seconds")
     parser.add_argument("--keep-killed", action="store_true")
+    parser.add_argument("--report", action="store_true", help="only samples that are judged already, by whatever tests")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     options = parser.parse_args()
     os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../.."))

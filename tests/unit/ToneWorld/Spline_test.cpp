@@ -246,6 +246,20 @@ TEST(Spline, EqualKnotsGiveADefinedTable) {
     ExpectEqualsTranscription({0, 127, -0.0}, {0, 127, 255});
 }
 
+TEST(Spline, OneKnotOutOfItsPlaceGivesADefinedTable) {
+    const std::vector<double> y = {10, 200, 90, 140};
+    for (const std::vector<double>& x : std::vector<std::vector<double>>{{200, 10, 150, 60},
+                                                                         {10, 200, 60, 150},
+                                                                         {100, 0, 200, 255},
+                                                                         {20, 20, 100, 255},
+                                                                         {0, 100, 255, 200},
+                                                                         {0, 100, 200, 200},
+                                                                         {-kInfinity, 0, 100, 255},
+                                                                         {0, 100, 255, kInfinity}}) {
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualsTranscription(x, y)) << x[0] << " " << x[1];
+    }
+}
+
 TEST(Spline, BothEvaluatorsEqualTheTranscriptionWithAnyCoefficients) {
     platen_test::Random random(6);
     for (int round = 0; round < 100000; ++round) {
