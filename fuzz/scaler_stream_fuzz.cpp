@@ -136,7 +136,7 @@ ZoomCase TakeCase(Producer& input) {
     constexpr int kFormats[] = {1, 8, 16, 24, 32, 48, 64};
     const auto side = [&input] {
         const int byte = input.Take<std::uint8_t>();
-        return byte < 248 ? 1 + byte % 24 : 1 + (byte - 247) * 45;
+        return byte < 224 ? 1 + byte % 24 : 1 + (byte - 224) * 12;
     };
     ZoomCase c{};
     c.format = kFormats[input.Take<std::uint8_t>() % 7];
@@ -145,8 +145,8 @@ ZoomCase TakeCase(Producer& input) {
     c.srcWidth = side();
     c.srcHeight = side();
     if (std::max(c.dstWidth, c.srcWidth) > 24) {
-        c.dstHeight = 1 + c.dstHeight % 8;
-        c.srcHeight = 1 + c.srcHeight % 8;
+        c.dstHeight = std::min(c.dstHeight, 8);
+        c.srcHeight = std::min(c.srcHeight, 8);
     }
     return c;
 }

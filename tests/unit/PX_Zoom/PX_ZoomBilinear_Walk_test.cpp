@@ -114,7 +114,12 @@ std::vector<std::uint8_t> Snapshot(const PX_Zoom& zoom, const PX_ZoomBilinear* b
     };
     append(&zoom, sizeof zoom);
     if (bilinear != nullptr && bilinear->vertParam != nullptr) {
-        append(bilinear, sizeof *bilinear);
+        // Not the gap between the numbers and the pointers, which nobody writes.
+        const auto* const begin = reinterpret_cast<const unsigned char*>(bilinear);
+        const auto* const numbersEnd = reinterpret_cast<const unsigned char*>(&bilinear->vertDouble + 1);
+        const auto* const pointers = reinterpret_cast<const unsigned char*>(&bilinear->workLine[0]);
+        append(begin, static_cast<std::size_t>(numbersEnd - begin));
+        append(pointers, static_cast<std::size_t>(begin + sizeof *bilinear - pointers));
         append(bilinear->workLine[0], bilinear->workLineBytes);
         append(bilinear->workLine[1], bilinear->workLineBytes);
         append(bilinear->bilevelLine, static_cast<std::size_t>(std::max(bilinear->dstWidth, bilinear->srcWidth)));
