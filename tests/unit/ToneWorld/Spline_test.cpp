@@ -260,6 +260,21 @@ TEST(Spline, OneKnotOutOfItsPlaceGivesADefinedTable) {
     }
 }
 
+// No pair rises: which interval the bisection ends in differs from the first one that reaches the level.
+TEST(Spline, FallingKnotsGiveADefinedTable) {
+    ExpectEqualsTranscription({255, 200, 150, 100, 0}, {0, 255, 40, 180, 90});
+    ExpectEqualsTranscription({240, 200, 150, 100, 60, 20}, {10, 0, 255, 40, 180, 90});
+}
+
+// The last row's zero is subtracted with the sign that its own width gives it.
+TEST(Spline, ZeroCoefficientsKeepTheirSign) {
+    constexpr double kLeast = std::numeric_limits<double>::denorm_min();
+    const std::vector<double> x = {100, 200, 50, 150};
+    const std::vector<double> y = {2 * kLeast, 2 * kLeast, kLeast, 0};
+    EXPECT_TRUE(Same(Spline(x, y).z[2], -0.0));
+    ExpectEqualsTranscription(x, y);
+}
+
 TEST(Spline, BothEvaluatorsEqualTheTranscriptionWithAnyCoefficients) {
     platen_test::Random random(6);
     for (int round = 0; round < 100000; ++round) {
