@@ -247,6 +247,16 @@ TEST(SharpPut, EveryVariantEqualsReferenceAtEveryAlignment) {
     }
 }
 
+// The output line's address decides where the steps begin; nothing in front of the ring's lines is read for that.
+TEST(SharpPut, EveryVariantReadsNothingInFrontOfTheLinesWhereverTheOutputLies) {
+    Random random(11);
+    for (std::size_t offset = 0; offset < 64; ++offset) {
+        PutCase with{sfilterParamTable[2 + offset % 3], 100, 3, 0, {}};
+        with.offsets[4] = offset;
+        ExpectEqualPuts(random, with, 64, Side::kPageBefore);
+    }
+}
+
 // What a host may make of it: lines of the ring that are one and the same, a line of the ring that is put again.
 TEST(SharpPut, EveryVariantEqualsReferenceForBuffersThatAreOneAndTheSame) {
     constexpr std::size_t kBytes = 620;
