@@ -179,6 +179,16 @@ TEST(HorzPass, EqualsReferenceAtAllSmallSizes) {
     }
 }
 
+// There is no column beside it that could be read.
+TEST(HorzPass, EqualsReferenceForSourcesOfOneColumn) {
+    Random random(7);
+    for (const std::int32_t dst : {1, 2, 3, 8, 33, 300}) {
+        for (const Side side : {Side::kPageBehind, Side::kPageBefore}) {
+            ASSERT_NO_FATAL_FAILURE(ExpectSameInAllFormats(dst, 1, side, Content::kRandom, random));
+        }
+    }
+}
+
 TEST(HorzPass, EqualsReferenceAtRandomSizes) {
     Random random(2);
     for (int i = 0; i < 400; ++i) {
