@@ -414,6 +414,20 @@ TEST(HorzPlan, RecordsOutOfStepAreRefusedOrRight) {
     }
 }
 
+// Enlarging takes two neighbours: none may begin with the line's last pixel.
+TEST(HorzPlan, EnlargingBehindTheLastPairIsRefused) {
+    Random random(14);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const std::int32_t samples : {1, 3, 4}) {
+            const Shape shape = {60, 40, samples};
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            line.columns().back().start = shape.src - 1;
+            EXPECT_FALSE(line.Run(*kernels)) << Describe(shape);
+            EXPECT_TRUE(line.IsRight(false)) << kernels->name;
+        }
+    }
+}
+
 // Every window would leave the line: all pixels are done by their records.
 TEST(HorzPlan, PixelsAllAtTheLinesEndAreRight) {
     Random random(13);
