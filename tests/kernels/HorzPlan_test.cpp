@@ -201,7 +201,8 @@ TEST(HorzPlan, EqualsReferenceAtHeavyWeights) {
                                  {3500, 24000, 1},  {21845, 2, 1},     {21846, 20000, 1}, {21847, 16, 1},
                                  {21846, 9000, 3},  {21846, 9000, 4},  {21847, 9000, 3},  {14000, 21840, 3},
                                  {10001, 21845, 4}, {6000, 21840, 3},  {14000, 21846, 3}, {14000, 30000, 4},
-                                 {9000, 30000, 3},  {32768, 9000, 1},  {40000, 39999, 3}, {70000, 60000, 1}};
+                                 {9000, 30000, 3},  {32768, 9000, 1},  {40000, 39999, 3}, {70000, 60000, 1},
+                                 {32767, 39999, 3}, {32768, 39999, 3}};
     for (const Shape& shape : kShapes) {
         for (int i = 0; i < 4; ++i) {
             ASSERT_NO_FATAL_FAILURE(ExpectRight(shape, random));
@@ -367,6 +368,75 @@ TEST(HorzPlan, OtherRecordsAreRefusedOrRight) {
             }
             std::memcpy(&record, fields, sizeof fields);
             ASSERT_TRUE(line.IsRightBy(*kernels)) << ", round " << round;
+        }
+    }
+}
+
+// A record whose numbers agree.
+PX_Zoom2_Param Record(const Shape& shape, std::int32_t start, std::int32_t wholes, std::int32_t endWeight) {
+    const std::int32_t startWeight = shape.dst / 2;
+    const std::int32_t wholeEnd = start + wholes;
+    return {start,
+            startWeight,
+            wholeEnd,
+            endWeight,
+            endWeight,
+            startWeight + wholes * shape.dst + endWeight,
+            wholeEnd + (endWeight != 0 ? 1 : 0)};
+}
+
+// Records that agree with themselves but not with their neighbours meet each of a plan's limits by itself.
+TEST(HorzPlan, RecordsOutOfStepAreRefusedOrRight) {
+    struct Case {
+        const char* what;
+        Shape shape;
+        std::int32_t column, start, wholes, endWeight;
+        bool planned;
+    };
+    constexpr Case kCases[] = {
+        {"as many taps as a window of four columns holds", {40, 120, 1}, 3, 9, 6, 0, true},
+        {"more taps than a plan has", {40, 120, 1}, 3, 9, 7, 0, false},
+        {"behind its window", {40, 120, 1}, 3, 20, 2, 0, false},
+        {"before its window", {40, 120, 1}, 5, 11, 2, 0, false},
+        {"a pixel as it should be", {40, 90, 3}, 5, 11, 1, 7, true},
+        {"a pixel before the one before it", {40, 90, 3}, 5, 8, 1, 7, false},
+        {"a pixel of too many", {40, 90, 3}, 5, 11, 3, 7, false},
+        {"a pixel of too few", {40, 90, 3}, 5, 11, 0, 7, false},
+    };
+    Random random(12);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Case& c : kCases) {
+            Line line(c.shape, RoomBytes(c.shape), Side::kPageBehind, random);
+            line.columns()[Size(c.column)] = Record(c.shape, c.start, c.wholes, c.endWeight);
+            ASSERT_EQ(line.Run(*kernels), c.planned) << c.what << ", " << kernels->name;
+            ASSERT_TRUE(line.IsRight(c.planned)) << c.what << ", " << kernels->name;
+        }
+    }
+}
+
+// Enlarging takes two neighbours: none may begin with the line's last pixel.
+TEST(HorzPlan, EnlargingBehindTheLastPairIsRefused) {
+    Random random(14);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const std::int32_t samples : {1, 3, 4}) {
+            const Shape shape = {60, 40, samples};
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            line.columns().back().start = shape.src - 1;
+            EXPECT_FALSE(line.Run(*kernels)) << Describe(shape);
+            EXPECT_TRUE(line.IsRight(false)) << kernels->name;
+        }
+    }
+}
+
+// Every window would leave the line: all pixels are done by their records.
+TEST(HorzPlan, PixelsAllAtTheLinesEndAreRight) {
+    Random random(13);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Shape& shape : {Shape{40, 60, 3}, Shape{40, 60, 4}, Shape{40, 90, 4}}) {
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            std::fill(line.columns().begin(), line.columns().end(), Record(shape, shape.src - 3, 1, 9));
+            ASSERT_TRUE(line.Run(*kernels)) << Describe(shape);
+            ASSERT_TRUE(line.IsRight(true)) << kernels->name;
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -317,6 +318,41 @@ TEST(SharpPut, EveryVariantEqualsReferenceForLinesThatOverlapALittle) {
                     run(variant->sharpPut, got);
                     ASSERT_EQ(expected, got) << variant->name << ", lines " << pair[0] << " and " << pair[1]
                                              << " share " << shared << " bytes, " << away << " apart";
+                }
+            }
+        }
+    }
+}
+
+// The finished line in the room behind the pixels of the line that comes, or so near before it that their rows
+// overlap: no sample is in two places.
+TEST(SharpPut, EveryVariantEqualsReferenceWhereOnlyPaddingOverlaps) {
+    constexpr std::size_t kPixels = 300;
+    constexpr std::size_t kRow = 2 * kPixels;
+    struct Memory {
+        std::uint8_t ring[3][kRow];
+        std::uint8_t both[kRow + kPixels];  // the line that comes and the finished one
+    };
+    Random random(10);
+    Memory source;
+    Memory expected;
+    Memory got;
+    for (const auto& kernel : sfilterParamTable) {
+        for (const std::size_t samples : {std::size_t{1}, std::size_t{3}}) {
+            for (const bool outFirst : {true, false}) {
+                std::generate_n(&source.ring[0][0], sizeof source.ring, [&] { return random.Byte(); });
+                std::generate_n(source.both, sizeof source.both, [&] { return random.Byte(); });
+                const auto run = [&](platen::SharpPutFn put, Memory& memory) {
+                    memory = source;
+                    put(memory.both + (outFirst ? 0 : kPixels),
+                        {memory.ring[0], memory.ring[1], memory.ring[2], memory.both + (outFirst ? kPixels : 0),
+                         kRow, kernel, kPixels / samples, samples});
+                };
+                run(platen::SharpPut_reference, expected);
+                for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+                    run(variant->sharpPut, got);
+                    ASSERT_EQ(0, std::memcmp(&expected, &got, sizeof got))
+                        << variant->name << ", samples " << samples << (outFirst ? ", before" : ", behind");
                 }
             }
         }

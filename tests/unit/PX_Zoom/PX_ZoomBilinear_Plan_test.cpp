@@ -163,6 +163,25 @@ TEST(PX_ZoomBilinearPlan, OverwrittenPlansOnlyChangePixels) {
     }
 }
 
+// The field says how much room there is: where it is none behind the numbers, nothing is written there.
+TEST(PX_ZoomBilinearPlan, WithoutRoomThereIsNoPlan) {
+    const KeepVariant keep;
+    Random random(605);
+    const ZoomCase c{200, 4, 300, 4, 8};
+    for (const KernelTable* variant : platen::AvailableKernels()) {
+        platen::UseKernels(*variant);
+        for (const std::uint32_t field : {0u, 799u, 800u}) {
+            ASSERT_NO_FATAL_FAILURE(ExpectRightLines(c, random, [&](PX_ZoomBilinear& zoom) {
+                zoom.workLineBytes = 300 * 15;
+                const Tail tail = TailOf(zoom, 1, c);
+                EXPECT_TRUE(std::all_of(tail.begin, tail.begin + tail.size, [](std::uint8_t b) { return b == 0; }))
+                    << variant->name << ", field " << field;
+                zoom.workLineBytes = field;
+            }));
+        }
+    }
+}
+
 // Open leaves the buffers zero, wherever a plan will come to lie.
 TEST(PX_ZoomBilinearPlan, WorkLinesAreZeroUntilTheFirstLine) {
     for (const auto& [dst, src] : {std::pair{1653, 2480}, std::pair{3720, 2480}}) {
