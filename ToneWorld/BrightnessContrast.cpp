@@ -16,13 +16,13 @@ constexpr std::uint32_t kContrast = platen::FourCharacterCode("conT");
 
 using Mapping = std::array<std::int32_t, 256>;
 
-// Table steps of an amount's magnitude: 100 is 127.
-std::int32_t Steps(std::int32_t magnitude) {
-    return Truncate<std::int32_t>(magnitude * 1.27);
+// An amount in table steps: 100 is 127, -100 is -127.
+std::int32_t Steps(std::int32_t amount) {
+    return Truncate<std::int32_t>(amount * 1.27);
 }
 
 Mapping BrightnessMapping(std::int32_t brightness) {
-    const std::int32_t shift = brightness > 0 ? Steps(brightness) : -Steps(-brightness);
+    const std::int32_t shift = Steps(brightness);
     Mapping mapping;
     for (std::int32_t i = 0; i < 256; ++i) {
         mapping[static_cast<std::size_t>(i)] = std::clamp(i + shift, 0, 255);
@@ -30,21 +30,22 @@ Mapping BrightnessMapping(std::int32_t brightness) {
     return mapping;
 }
 
+// What lies from k to 255 - k spread over the whole range.
 Mapping SpreadMapping(std::int32_t k) {
     const double scale = 255.0 / (255.0 - 2 * k);
     Mapping mapping;
     for (std::int32_t i = 0; i < 256; ++i) {
-        const double x = i <= k ? 0.0 : (i - k) * scale;
-        mapping[static_cast<std::size_t>(i)] = x < 255.0 ? Truncate<std::int32_t>(x) : 255;
+        mapping[static_cast<std::size_t>(i)] = std::clamp(Truncate<std::int32_t>((i - k) * scale), 0, 255);
     }
     return mapping;
 }
 
+// The other way: every result lies from k to 255 - k.
 Mapping SqueezeMapping(std::int32_t k) {
     const double scale = (255.0 - 2 * k) / 255.0;
     Mapping mapping;
     for (std::int32_t i = 0; i < 256; ++i) {
-        mapping[static_cast<std::size_t>(i)] = std::clamp(Truncate<std::int32_t>(i * scale + k), 0, 255);
+        mapping[static_cast<std::size_t>(i)] = Truncate<std::int32_t>(i * scale + k);
     }
     return mapping;
 }

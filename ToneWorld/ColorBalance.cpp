@@ -33,20 +33,18 @@ bool AllInRange(const Amounts& amounts) {
     return std::all_of(amounts.begin(), amounts.end(), InRange);
 }
 
-bool AllZero(const Amounts& amounts) {
-    return amounts == Amounts{};
-}
-
-// How far the middle of a channel moves.
+// How far the middle of a channel moves. Darkening the shadows and brightening the highlights act at full strength,
+// the opposite directions at a third.
 double Shift(Range range, std::int32_t amount) {
     const double steps = platen::Truncate<std::int32_t>(amount * 1.27);
+    const double third = steps / 3.0;
     if (range == kShadows) {
-        return steps > 0 ? steps / 3.0 : steps;
+        return std::min(steps, third);
     }
     if (range == kMidtones) {
-        return (steps / 3.0) + (steps / 3.0);
+        return third + third;
     }
-    return steps > 0 ? steps : steps / 3.0;
+    return std::max(steps, third);
 }
 
 // Without a shift the knots lie on the line y = x: both slopes are 1 and all second derivatives 0, without
@@ -94,9 +92,6 @@ std::int32_t ApplyColorBalance(_SToneOperation* op, _SToneCurve* curve) {
         return platen::kToneOutOfRange;
     }
     for (const Range range : {kShadows, kMidtones, kHighlights}) {
-        if (AllZero(amounts[range])) {
-            continue;
-        }
         MapThroughSpline(curve->redTable, Shift(range, amounts[range][0]));
         MapThroughSpline(curve->greenTable, Shift(range, amounts[range][1]));
         MapThroughSpline(curve->blueTable, Shift(range, amounts[range][2]));

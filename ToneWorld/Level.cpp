@@ -1,5 +1,6 @@
 #include "ToneWorld/Level.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -33,11 +34,8 @@ struct Settings {
     std::uint32_t OutputSpan() const {
         return outputMax - outputMin;
     }
-    bool InputIsNeutral() const {
-        return inputMin == 0 && midTone == 1.0 && inputMax == 255;
-    }
-    bool OutputIsNeutral() const {
-        return outputMin == 0 && outputMax == 255;
+    bool AreNeutral() const {
+        return midTone == 1.0 && InputSpan() == 255 && OutputSpan() == 255;
     }
 };
 
@@ -51,9 +49,9 @@ Settings ReadSettings(const _SToneOperation* op) {
     return s;
 }
 
-// Both ends in range and far enough apart. The span is a difference of unsigned values, compared as signed.
+// More than 7 apart, so that the low end is at most 247 and the high one above 7.
 bool RangeIsValid(std::uint32_t low, std::uint32_t high) {
-    return low <= 247 && high > 7 && high <= 255 && static_cast<std::int32_t>(high - low) > 7;
+    return high <= 255 && std::int64_t{high} - low > 7;
 }
 
 bool IsValid(const Settings& s) {
@@ -61,17 +59,9 @@ bool IsValid(const Settings& s) {
     return midToneIsValid && RangeIsValid(s.inputMin, s.inputMax) && RangeIsValid(s.outputMin, s.outputMax);
 }
 
-// Truncated, and 255 from there on. The comparison comes first: a power can be far above every integer's range.
+// Truncated, and 255 from there on.
 std::uint32_t Level(double x) {
-    return x > 255.0 ? 255 : Truncate<std::uint32_t>(x);
-}
-
-Mapping Identity() {
-    Mapping mapping;
-    for (std::uint32_t i = 0; i < 256; ++i) {
-        mapping[i] = i;
-    }
-    return mapping;
+    return std::min(Truncate<std::uint32_t>(x), 255u);
 }
 
 Mapping LinearInput(const Settings& s) {
@@ -88,23 +78,18 @@ Mapping GammaInput(const Settings& s) {
     const double exponent = 1.0 / gamma;
     const double span = s.InputSpan();
     Mapping mapping{};
-    for (std::uint32_t i = s.inputMin + 1; i < 256; ++i) {
+    for (std::uint32_t i = s.inputMin; i < 256; ++i) {
         mapping[i] = Level(std::pow((i - s.inputMin) / span, exponent) * 255.0);
     }
     return mapping;
 }
 
+// A neutral part of the settings has the scale 1.0 and gives the identity.
 Mapping InputMapping(const Settings& s) {
-    if (s.InputIsNeutral()) {
-        return Identity();
-    }
     return s.midTone == 1.0 ? LinearInput(s) : GammaInput(s);
 }
 
 Mapping OutputMapping(const Settings& s) {
-    if (s.OutputIsNeutral()) {
-        return Identity();
-    }
     const double scale = s.OutputSpan() / 255.0;
     Mapping mapping;
     for (std::uint32_t i = 0; i < 256; ++i) {
@@ -144,7 +129,7 @@ double platen::EffectiveMidTone(double midTone) {
 }
 
 double platen::GammaOfEffectiveMidTone(double effective) {
-    return std::tan(((effective * 127.0 + 0.0) / 256.0) * 3.141592 / 2.0);  // 3.141592 as it stands, not pi
+    return std::tan((effective * 127.0 / 256.0) * 3.141592 / 2.0);  // 3.141592 as it stands, not pi
 }
 
 std::int32_t SetupLevelOperation(_SToneOperation* op) {
@@ -168,7 +153,7 @@ std::int32_t ApplyLevel(_SToneOperation* op, _SToneCurve* curve) {
     if (!IsValid(settings)) {
         return platen::kToneOutOfRange;
     }
-    if (settings.InputIsNeutral() && settings.OutputIsNeutral()) {
+    if (settings.AreNeutral()) {
         return platen::kToneDone;
     }
     const Mapping input = InputMapping(settings);

@@ -83,8 +83,8 @@ void FillLevels(std::uint8_t* levels, int begin, int end, const double* x, const
 namespace platen {
 
 void SolveSpline(const double* x, const double* y, double* z, long n) {
-    std::array<double, kMaxSplineKnots - 1> width;
-    std::array<double, kMaxSplineKnots - 1> slope;  // from the front on replaced by the rows' pivots
+    std::array<double, kMaxSplineKnots> width;
+    std::array<double, kMaxSplineKnots> slope;  // from the front on replaced by the rows' pivots
     double* const h = width.data();
     double* const d = slope.data();
     z[0] = 0.0;

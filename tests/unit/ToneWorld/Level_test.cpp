@@ -105,6 +105,13 @@ TEST_F(Level, NeutralSettingChangesNothing) {
     EXPECT_TRUE(curve.IsIdentity());
 }
 
+TEST_F(Level, NeutralSettingLeavesTheTablesAlone) {
+    op.SetAll(kNeutral);
+    _SToneCurve withoutTables{};
+    withoutTables.depth = 24;
+    EXPECT_EQ(0, op.get()->apply(op.get(), &withoutTables));
+}
+
 TEST_F(Level, OutputMaximumScales) {
     EXPECT_EQ(0, Apply({0, 1.0, 255, 0, 200}));
     EXPECT_TRUE(curve.Is([](int i) { return i * 200 / 255; }));
