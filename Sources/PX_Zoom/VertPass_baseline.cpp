@@ -95,6 +95,10 @@ void StoreWords(std::uint16_t* out, V a, V b) {
 
 #else
 
+// Where a processor has no vectors GCC warns that functions of other compilers would take them elsewhere; all of
+// these are this file's own.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
 namespace platen {
 namespace {
 
