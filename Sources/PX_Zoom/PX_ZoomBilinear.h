@@ -62,9 +62,8 @@ class PLATEN_API PX_ZoomBilinear : public PX_Zoom {
     void Close() override;
 
     // Takes the next source line: ceil(srcWidth x bits per pixel / 8) bytes, read during the call only.
-    //   returns  0 done | 2 `line` is null and no resend is pending | 3 a destination line waits, all have been
-    //   read,
-    //            or not open
+    //   returns  0 done | 2 `line` is null and no resend is pending | 3 a destination line waits, all have
+    //            been read, or not open
     int Send(void* line) override;
 
     // Gives the next destination line: ceil(dstWidth x bits per pixel / 8) bytes; unused bits of a bilevel line's

@@ -3,9 +3,9 @@
 //
 //   tests measure LIST LIMIT      runs every test that LIST, a file of names, doesn't hold; prints its name, its
 //                                 processor time in microseconds (-1: over LIMIT) and the mutants that it reaches
-//   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times; prints
-//   the
-//                                 number and the test that fails, crashes or takes five times as long, or "-"
+//   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times;
+//                                 prints the number and the test that fails, crashes or takes five times as
+//                                 long, or "-"
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>

@@ -2,8 +2,8 @@
 // compares with the sum's own quotient.
 //
 //   sharp_all_sums            the five kernels of the table
-//   sharp_all_sums --all      those at every place in a vector, and every other cross that may have a path of its
-//   own
+//   sharp_all_sums --all      those at every place in a vector, and every other cross that may have a path
+//                             of its own
 //
 // The sums are all pairs of a centre (0 to 255) and what lies around it: a cross' arms (0 to 1020) or the box's
 // eight (0 to 2040); with and without a row above; and all pairs at the left and right edge. The reference is held
