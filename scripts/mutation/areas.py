@@ -1,6 +1,7 @@
 """What is mutated, and which tests judge it."""
 
 import glob
+import os
 import re
 
 INCLUDES = ["-I.", "-Itests"]
@@ -80,9 +81,17 @@ def includes_of(path, cache={}):
         cache[path] = set()
         with open(path) as file:
             for name in re.findall(r'^#include "([^"]+)"', file.read(), re.M):
-                if glob.glob(name):
-                    cache[path] |= {name} | includes_of(name)
+                places = [name, f"tests/{name}", os.path.normpath(f"{os.path.dirname(path)}/{name}")]
+                for found in [place for place in places if os.path.exists(place)][:1]:
+                    cache[path] |= {found} | includes_of(found)
     return cache[path]
+
+
+def judges_of(area):
+    """All files that decide whether a mutant of the area is killed: tests, golden programs, what they include."""
+    sources = area_tests(area) + [f"tests/golden/golden_{name}.cpp" for name in AREAS[area][2]] + SUPPORT
+    included = {f for source in sources for f in includes_of(source) if f.startswith("tests/")}
+    return sorted({*sources, *included})
 
 
 def builds_of(path, tests):

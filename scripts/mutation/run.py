@@ -117,12 +117,17 @@ class Programs:
         self.tests = areas.area_tests(self.area)
         self.golden = [f"tests/golden/golden_{g}.cpp" for g in areas.AREAS[self.area][2]]
         self.objects = base_objects(areas.library() + self.tests + self.golden + areas.SUPPORT)
-        self.switch, self.driver = f"{OUT}/switch.o", f"{OUT}/driver.o"
-        for source, target in ((write(f"{OUT}/switch.cpp", SWITCH), self.switch), (DRIVER, self.driver)):
-            stamp = digest(read(source))
-            if not os.path.exists(target) or not os.path.exists(target + stamp):
-                compile_file(source, target, areas.COMMON)
-                write(target + stamp, "")
+        self.switch = self.support(write(f"{OUT}/switch.cpp", SWITCH))
+        self.driver = self.support(DRIVER)
+
+    def support(self, source):
+        """The object of a source of the run's own, compiled once for each text."""
+        target = f"{OUT}/{digest(read(source))}.o"
+        if not os.path.exists(target):
+            errors = compile_file(source, target, areas.COMMON)
+            if errors:
+                sys.exit(errors)
+        return target
 
     def library(self, changed):
         """What is changed comes first: its inline functions win."""
@@ -135,12 +140,11 @@ class Programs:
         subprocess.run(["g++", *LINKER, *parts, "-o", program], check=True)
         return program
 
-    def link_golden(self, folder, changed):
-        for golden in self.golden:
-            parts = [*self.library(changed), self.switch, self.objects[golden], self.objects[areas.SUPPORT[0]]]
-            program = f"{folder}/{os.path.basename(golden)[:-4]}"
-            subprocess.run(["g++", *LINKER, *parts, "-o", program], check=True)
-            yield program
+    def link_golden(self, program, changed):
+        os.makedirs(os.path.dirname(program), exist_ok=True)
+        golden = next(g for g in self.golden if os.path.basename(g)[:-4] == os.path.basename(program))
+        parts = [*self.library(changed), self.switch, self.objects[golden], self.objects[areas.SUPPORT[0]]]
+        subprocess.run(["g++", *LINKER, *parts, "-o", program], check=True)
 
 
 def slow_tests(area, quick):
@@ -258,7 +262,7 @@ class File:
         text = self.source.apply(mutant)
         same = True
         try:
-            for build in [[b] for b in self.builds]:
+            for number, build in enumerate([b] for b in self.builds):
                 objects, _ = self.changed_objects(text, name, build)
                 if objects is None:
                     return "invalid", "doesn't compile"
@@ -273,7 +277,7 @@ class File:
                 if all(self.same(o, b, "-O2") for b, o in optimised.items()):
                     continue
                 same = False
-                killer = self.slow_killer(folder, objects) if self.options.slow else None
+                killer = self.slow_killer(f"{folder}/slow{number}", objects) if self.options.slow else None
                 if killer:
                     return "killed", killer
             return ("same", "the same code") if same else ("survived", "-")
@@ -282,22 +286,40 @@ class File:
 
     def slow_killer(self, folder, objects):
         """Without switches: the golden programs and the tests that aren't quick."""
-        runs = []
-        for program in self.programs.link_golden(folder, objects):
-            runs += [(program, [], v) for v in areas.golden_variants(self.path)]
-        program = self.programs.link(f"{folder}/tests", objects)
-        slow = read(slow_tests(self.programs.area, self.options.quick)).split()
-        runs += [(program, [f"--gtest_filter={test}"], None) for test in slow if test not in areas.TOO_SLOW]
-        for program, arguments, variant in runs:
-            process = start([program, *arguments], variant)
-            try:
-                process.communicate(timeout=600)
-            except subprocess.TimeoutExpired:
-                os.killpg(process.pid, 9)
-                process.communicate()
-            if process.returncode:
-                return arguments[0].split("=")[1] if arguments else os.path.basename(program)
+        for name, arguments, variant in self.slow_runs():
+            if self.ends_well(self.slow_program(folder, objects, name), arguments, variant) is False:
+                original = self.slow_program(f"{self.folder}/unchanged", {}, name)
+                if not self.ends_well(original, arguments, variant):
+                    sys.exit(f"{original} {arguments} fails without a mutant, or takes too long")
+                return arguments[0].split("=")[1] if arguments else name
         return None
+
+    def slow_runs(self):
+        """Program, arguments and kernel variant."""
+        for golden in self.programs.golden:
+            for variant in areas.golden_variants(self.path):
+                yield os.path.basename(golden)[:-4], [], variant
+        for test in read(slow_tests(self.programs.area, self.options.quick)).split():
+            if test not in areas.TOO_SLOW:
+                yield "tests", [f"--gtest_filter={test}"], None
+
+    def slow_program(self, folder, objects, name):
+        program = f"{folder}/{name}"
+        if not os.path.exists(program):
+            link = self.programs.link if name == "tests" else self.programs.link_golden
+            link(program, objects)
+        return program
+
+    def ends_well(self, program, arguments, variant):
+        """None where the clock ended it, which says nothing."""
+        process = start([program, *arguments], variant)
+        try:
+            process.communicate(timeout=600)
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, 9)
+            process.communicate()
+            return None
+        return process.returncode == 0
 
     def same(self, target, build, level):
         """Whether the object is the original's, compiled in the same way."""
@@ -342,7 +364,8 @@ def judge_file(path, options, results):
         for m in chosen:
             print(f"{path}:{m.line}:{m.column}: {m.name}")
         return {}, []
-    tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sorted(areas.area_tests(areas.area_of(path)) + areas.SUPPORT)])
+    judges = areas.judges_of(areas.area_of(path)) + [DRIVER]
+    tests = digest(str(options.slow), str(options.quick), *[read(f) for f in judges])
     content = digest(path, source.text)
     keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in drawn}
     if options.report:  # the largest sample that is judged whole: survivors take longer, so a part has too few of them
@@ -397,7 +420,7 @@ def main():
         print(f"killed: {100.0 * killed / valid:.2f} % of {valid}")
     for path, source, name in unexplained:
         print(f"not explained: {path}\n  {source}\n    {name}")
-    sys.exit(1 if unexplained or killed < 0.95 * valid else 0)
+    sys.exit(1 if unexplained or valid == 0 or killed < 0.95 * valid else 0)
 
 
 if __name__ == "__main__":
