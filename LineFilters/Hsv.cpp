@@ -1,5 +1,6 @@
 #include "LineFilters/Hsv.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdlib>
@@ -42,7 +43,7 @@ std::uint32_t LightnessEntry(int i, std::int32_t lightness) {
     const double factor = (255.0 - amount) / 255.0;
     const double scaled = static_cast<double>(i) * factor;
     const double value = lightness < 0 ? scaled : scaled + amount;
-    return value > 255.0 ? 255u : platen::Truncate<std::uint32_t>(value);
+    return std::min(platen::Truncate<std::uint32_t>(value), 255u);
 }
 
 void BuildLightnessTable(std::int32_t lightness) {

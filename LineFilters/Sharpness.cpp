@@ -32,10 +32,8 @@ bool IsValid(const _SSharpParam& param) {
     if (param.bitsPerPixel != 24 && param.bitsPerPixel != 8) {
         return false;
     }
-    if (param.width < 3 || param.height == 0 || param.rowBytes == 0) {
-        return false;
-    }
-    return std::uint64_t{param.width} * (param.bitsPerPixel / 8) <= param.rowBytes;
+    return param.width >= 3 && param.height != 0 &&
+           std::uint64_t{param.width} * (param.bitsPerPixel / 8) <= param.rowBytes;
 }
 
 void CopyKernel(std::int32_t* kernel, std::int32_t level) {

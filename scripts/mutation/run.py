@@ -269,7 +269,7 @@ class File:
                 if all(self.same(o, b, "-O1") for b, o in objects.items()):
                     continue
                 if not judged:
-                    program = self.programs.link(f"{folder}/tests", objects)
+                    program = self.programs.link(f"{folder}/quick/tests", objects)
                     killer = [test for _, test in judge(program, [(0, self.tests)])][0]
                     if killer != "-":
                         return "killed", killer

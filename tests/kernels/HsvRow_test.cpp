@@ -47,6 +47,8 @@ void Fill(Random& random, const GuardedBuffer& line) {
 
 void ExpectEqualLines(Random& random, std::size_t width, Side side) {
     const Setting setting = RandomSetting(random);
+    const GuardedBuffer lightness(sizeof setting.lightness, side);
+    std::memcpy(lightness.data(), setting.lightness, sizeof setting.lightness);
     const GuardedBuffer source(3 * width, side);
     const GuardedBuffer expected(3 * width, side);
     const GuardedBuffer line(3 * width, side);
@@ -54,12 +56,12 @@ void ExpectEqualLines(Random& random, std::size_t width, Side side) {
     if (width != 0) {
         std::memcpy(expected.data(), source.data(), 3 * width);
     }
-    platen::HsvRow_reference(expected.data(), width, setting.hue, setting.saturation, setting.lightness);
+    platen::HsvRow_reference(expected.data(), width, setting.hue, setting.saturation, lightness.data());
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {
         if (width != 0) {
             std::memcpy(line.data(), source.data(), 3 * width);
         }
-        variant->hsvRow(line.data(), width, setting.hue, setting.saturation, setting.lightness);
+        variant->hsvRow(line.data(), width, setting.hue, setting.saturation, lightness.data());
         ASSERT_TRUE(width == 0 || std::memcmp(expected.data(), line.data(), 3 * width) == 0)
             << variant->name << ", width " << width << ", hue " << setting.hue << ", saturation "
             << setting.saturation;
