@@ -30,6 +30,7 @@ AREAS = {
     "horizontal": (".*/HorzPass", [KERNELS + "HorzPass_test.cpp"], ["zoom"]),
     "plans": (".*/HorzPlan", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp"], ["zoom"]),
     "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp"], ["zoom"]),
+    "reciprocal": (".*/ReciprocalAbove", [KERNELS + "ReciprocalAbove_test.cpp", KERNELS + "VertPass_test.cpp"], ["zoom"]),
     "lines": (".*/LineKernels", [KERNELS + "*Pass_test.cpp", KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
     "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
@@ -101,6 +102,7 @@ def builds_of(path, tests):
     folder = "ToneWorld/" if area_of(path) == "tone" else re.match(r"(?:Sources/)?\w+/", path).group()
     users = [f for f in library() if path in includes_of(f) and f.startswith(folder) and "avx512" not in f]
     users = sorted(users, key=lambda f: "avx2" not in f)
-    if path == "Sources/Support/Truncate.h":
-        users = [t for t in tests if t.endswith("Truncate_test.cpp")] + users
+    if path.endswith(".inc") or path == "Sources/Support/Truncate.h":  # which a test of its own includes
+        name = os.path.basename(path).split(".")[0]
+        users = [t for t in tests if t.endswith(f"/{name}_test.cpp")] + users
     return users
