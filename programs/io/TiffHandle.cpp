@@ -96,7 +96,7 @@ void TiffHandle::Keep(const char* format, std::va_list arguments) {
 }
 
 int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
-    for (const char* list : {"fields array", "list of custom values"}) {
+    for (const char* list : {"fields array", "custom values"}) {
         if (std::strstr(format, list) != nullptr) {
             EndWithoutMemory();
         }
