@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -59,6 +60,8 @@ void Check(const Description& d, const OptionValue& value) {
     }
     if (option.type == SANE_TYPE_STRING) {
         Require(value.text.size() == static_cast<std::size_t>(option.size) && value.text.back() == '\0');
+        Require(option.constraint_type != SANE_CONSTRAINT_STRING_LIST ||
+                std::find(d.names.begin(), d.names.end(), value.text.data()) != d.names.end());
         return;
     }
     if (option.type != SANE_TYPE_INT && option.type != SANE_TYPE_FIXED) {
@@ -69,6 +72,8 @@ void Check(const Description& d, const OptionValue& value) {
     for (const SANE_Word word : value.words) {
         Require(option.constraint_type != SANE_CONSTRAINT_RANGE || d.range.min > d.range.max ||
                 (word >= d.range.min && word <= d.range.max));
+        Require(option.constraint_type != SANE_CONSTRAINT_WORD_LIST ||
+                std::find(d.words.begin() + 1, d.words.end(), word) != d.words.end());
     }
 }
 

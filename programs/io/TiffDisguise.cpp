@@ -19,6 +19,9 @@ constexpr std::uint16_t kShown[] = {
     338,   339, 347,                      // extra samples, their format, JPEG's tables
     512,   513, 514, 515, 517, 518, 519, 520, 521,  // the old kind of JPEG, to be refused as such
     529,   530, 531, 532,                           // YCbCr
+    32995,                                          // extra samples by an older name
+    32996,                                          // the samples' format by an older name
+    32997,                                          // slices, to be refused
     34675,                                          // ICC profile
     50674,                                          // LERC's parameters
 };

@@ -18,8 +18,8 @@ namespace {
 // What the codec may take in one piece; a compressed strip is read whole, so this bounds it.
 constexpr tmsize_t kMostBytesAtOnce = 256 << 20;
 
-// Without memory for its table of fields the codec looks into that table all the same. There is no way back through
-// it, so the program ends here, by its terminate handler.
+// Without memory for its table of fields, or for the list of values of fields that it doesn't know, the codec looks
+// into them all the same. There is no way back through it, so the program ends here, by its terminate handler.
 [[noreturn]] void EndWithoutMemory() {
     try {
         throw std::bad_alloc();
@@ -96,11 +96,12 @@ void TiffHandle::Keep(const char* format, std::va_list arguments) {
 }
 
 int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
-    auto* self = static_cast<TiffHandle*>(user);
-    self->Keep(format, arguments);
-    if (std::strstr(self->text_, "fields array") != nullptr) {
-        EndWithoutMemory();
+    for (const char* list : {"fields array", "custom values"}) {
+        if (std::strstr(format, list) != nullptr) {
+            EndWithoutMemory();
+        }
     }
+    static_cast<TiffHandle*>(user)->Keep(format, arguments);
     return 1;
 }
 

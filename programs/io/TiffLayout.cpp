@@ -34,6 +34,14 @@ std::string PhotometricName(unsigned photometric) {
     }
 }
 
+void CheckSlices(TIFF* tiff) {
+    std::uint32_t slices = 1;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_IMAGEDEPTH, &slices);
+    if (slices != 1) {
+        Unsupported("the TIFF's page has " + std::to_string(slices) + " slices; one is supported");
+    }
+}
+
 void CheckSamples(TIFF* tiff, const TiffLayout& layout) {
     const unsigned format = Tag16(tiff, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
     if (format == SAMPLEFORMAT_IEEEFP || format == SAMPLEFORMAT_COMPLEXIEEEFP) {
@@ -145,6 +153,7 @@ TiffLayout ReadTiffLayout(TIFF* tiff, ImageInfo& info) {
     layout.compression = Tag16(tiff, TIFFTAG_COMPRESSION, COMPRESSION_NONE);
     layout.separate = layout.samples > 1 && Tag16(tiff, TIFFTAG_PLANARCONFIG, 1) == PLANARCONFIG_SEPARATE;
     layout.tiled = TIFFIsTiled(tiff) != 0;
+    CheckSlices(tiff);
     CheckSamples(tiff, layout);
     CheckCompression(layout);
     const int colours = ReadColours(tiff, layout);

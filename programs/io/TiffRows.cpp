@@ -101,19 +101,18 @@ class TileRows : public TiffRows {
         TIFFGetField(handle.Get(), TIFFTAG_TILELENGTH, &tileHeight_);
         tileBytes_ = TIFFTileSize64(handle.Get());
         tileRowBytes_ = TIFFTileRowSize64(handle.Get());
-        if (tileWidth_ == 0 || tileHeight_ == 0 || tileBytes_ == 0 || tileRowBytes_ == 0) {
+        const auto pixelBits = static_cast<std::uint64_t>(layout.bits * (layout.separate ? 1 : layout.samples));
+        if (tileWidth_ == 0 || tileHeight_ == 0 || tileBytes_ == 0 || tileRowBytes_ < tileWidth_ * pixelBits / 8 ||
+            tileRowBytes_ * tileHeight_ > tileBytes_) {
             Damaged("tiles of no sensible size");
         }
         across_ = (info.width - 1) / tileWidth_ + 1;
-        const auto pixelBits = static_cast<std::uint64_t>(layout.bits * (layout.separate ? 1 : layout.samples));
         rowBytes_ = static_cast<std::size_t>((info.width * pixelBits + 7) / 8);
         if (tileWidth_ * pixelBits % 8 != 0) {
             throw Error(ExitCode::kUnsupported, "TIFF tiles whose rows end within a byte aren't supported");
         }
         const std::uint64_t tiles = std::uint64_t{across_} * static_cast<std::uint64_t>(planes_);
-        const bool consistent =
-            tileRowBytes_ * tileHeight_ <= tileBytes_ && tileRowBytes_ >= tileWidth_ * pixelBits / 8;
-        if (!consistent || tileBytes_ > kMostTileRowBytes || tiles * tileBytes_ > kMostTileRowBytes) {
+        if (tileBytes_ > kMostTileRowBytes || tiles * tileBytes_ > kMostTileRowBytes) {
             throw Error(ExitCode::kFailed,
                         "a row of the TIFF's tiles takes more than the 128 MiB that are allowed");
         }

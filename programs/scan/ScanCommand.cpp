@@ -133,6 +133,7 @@ ExitCode Report(const ScanSettings& settings) {
 ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device) {
     try {
         Scan(settings, device);
+        CheckInterrupt();  // one that came behind the last call of the device
         return ExitCode::kDone;
     } catch (...) {
         return Report(settings);

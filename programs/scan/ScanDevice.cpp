@@ -22,8 +22,7 @@ std::string Lower(std::string text) {
     return text;
 }
 
-// How backends call the three modes. The earlier word counts more; a name that begins with it more than one that
-// only has it inside.
+// How backends call the three modes. The earlier word counts more.
 const std::vector<const char*>& ModeWords(PixelMode mode) {
     static const std::vector<const char*> kLineart = {"lineart",       "line art", "binary",
                                                       "black & white", "bitmap",   "monochrome"};
@@ -32,15 +31,20 @@ const std::vector<const char*>& ModeWords(PixelMode mode) {
     return mode == PixelMode::kLineart ? kLineart : mode == PixelMode::kGray ? kGray : kColor;
 }
 
+// "Color" rather than "Color Lineart", and that rather than "24bit Color".
+constexpr bool (*kMatches[])(const std::string& name, const std::string& word) = {
+    [](const std::string& name, const std::string& word) { return name == word; },
+    [](const std::string& name, const std::string& word) { return name.starts_with(word); },
+    [](const std::string& name, const std::string& word) { return name.find(word) != std::string::npos; }};
+
 std::optional<std::string> MatchMode(const SANE_Option_Descriptor& option, PixelMode mode) {
     if (option.type != SANE_TYPE_STRING || option.constraint_type != SANE_CONSTRAINT_STRING_LIST) {
         return std::nullopt;
     }
-    for (const bool inside : {false, true}) {
+    for (const auto matches : kMatches) {
         for (const std::string word : ModeWords(mode)) {
             for (const SANE_String_Const* entry = option.constraint.string_list; *entry != nullptr; ++entry) {
-                const std::size_t at = Lower(*entry).find(word);
-                if (at == 0 || (inside && at != std::string::npos)) {
+                if (matches(Lower(*entry), word)) {
                     return *entry;
                 }
             }
@@ -263,8 +267,13 @@ std::optional<Resolution> ScanDevice::CurrentResolution() const {
 }
 
 SANE_Status ScanDevice::Start() {
-    const DeviceCall call;
-    return Sane().start(handle_);
+    SANE_Status status = SANE_STATUS_GOOD;
+    {
+        const DeviceCall call;
+        status = Sane().start(handle_);
+    }
+    CheckInterrupt();
+    return status;
 }
 
 SANE_Parameters ScanDevice::Parameters() const {

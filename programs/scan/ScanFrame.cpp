@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "programs/Error.h"
-#include "programs/scan/SaneLibrary.h"
 
 namespace platen_tool {
 
@@ -27,6 +26,12 @@ bool IsKnownFormat(const SANE_Parameters& p) {
     std::memcpy(&format, &p.format, sizeof format);
     return format == SANE_FRAME_GRAY || format == SANE_FRAME_RGB || format == SANE_FRAME_RED ||
            format == SANE_FRAME_GREEN || format == SANE_FRAME_BLUE;
+}
+
+void CheckRead(SANE_Status status) {
+    if (status != SANE_STATUS_GOOD && status != SANE_STATUS_EOF) {
+        FailDevice("the scan failed", status);
+    }
 }
 
 }  // namespace
@@ -55,35 +60,44 @@ ImageInfo PageInfo(const SANE_Parameters& p) {
     return info;
 }
 
-ScanFrame::ScanFrame(ScanDevice& device) : device_(device), parameters_(device.Parameters()) {
-    PageInfo(parameters_);
+ScanFrame::ScanFrame(ScanDevice& device)
+    : device_(device), parameters_(device.Parameters()), info_(PageInfo(parameters_)) {
     buffer_.resize(kBufferBytes);
     line_.resize(static_cast<std::size_t>(parameters_.bytes_per_line));
 }
 
-// False at the frame's end.
-bool ScanFrame::Fill() {
+bool ScanFrame::Begin() {
+    const SANE_Status status = Read();
+    if (status == SANE_STATUS_NO_DOCS) {
+        return false;
+    }
+    CheckRead(status);
+    return true;
+}
+
+// Waits for the next bytes, or what the device says instead.
+SANE_Status ScanFrame::Read() {
     constexpr useconds_t kPause = 1000;
     begin_ = 0;
-    end_ = 0;
-    while (!ended_ && end_ == 0) {
-        const SANE_Status status = device_.Read(buffer_.data(), buffer_.size(), end_);
-        if (status == SANE_STATUS_EOF) {
-            ended_ = true;
-        } else if (status == SANE_STATUS_NO_DOCS && !any_) {
-            throw Error(ExitCode::kNoDocuments, Sane().statusText(status));
-        } else if (status != SANE_STATUS_GOOD) {
-            FailDevice("the scan failed", status);
-        } else if (end_ == 0) {
-            usleep(kPause);  // the device had nothing yet
-        }
+    SANE_Status status = device_.Read(buffer_.data(), buffer_.size(), end_);
+    while (status == SANE_STATUS_GOOD && end_ == 0) {
+        usleep(kPause);
+        status = device_.Read(buffer_.data(), buffer_.size(), end_);
     }
-    any_ = any_ || end_ > 0;
-    return end_ > 0;
+    ended_ = status == SANE_STATUS_EOF;
+    return status;
+}
+
+// False at the frame's end.
+bool ScanFrame::Fill() {
+    if (!ended_) {
+        CheckRead(Read());
+    }
+    return !ended_;
 }
 
 const std::uint8_t* ScanFrame::ReadLine() {
-    if (Height() != 0 && lines_ == Height()) {
+    if (info_.height != 0 && lines_ == info_.height) {
         return nullptr;
     }
     std::size_t have = 0;
@@ -100,9 +114,10 @@ const std::uint8_t* ScanFrame::ReadLine() {
         ++lines_;
         return line_.data();
     }
-    if (have > 0 || Height() != 0) {
-        throw Error(ExitCode::kDevice, "the device ended the page within line " + std::to_string(lines_ + 1) +
-                                           (Height() != 0 ? " of " + std::to_string(Height()) : std::string()));
+    if (have > 0 || info_.height != 0) {
+        throw Error(ExitCode::kDevice,
+                    "the device ended the page within line " + std::to_string(lines_ + 1) +
+                        (info_.height != 0 ? " of " + std::to_string(info_.height) : std::string()));
     }
     return nullptr;
 }

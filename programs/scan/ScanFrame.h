@@ -13,14 +13,15 @@ class ScanFrame {
     // The frame that the device has just started; a form that the program doesn't know is an Error (kUnsupported).
     explicit ScanFrame(ScanDevice& device);
 
+    // Reads the first bytes. False where the device says only now that its feeder is empty.
+    bool Begin();
+
     SANE_Frame Format() const {
         return parameters_.format;
     }
-    std::uint32_t Width() const {
-        return static_cast<std::uint32_t>(parameters_.pixels_per_line);
-    }
-    std::uint32_t Height() const {  // 0: not known
-        return parameters_.lines > 0 ? static_cast<std::uint32_t>(parameters_.lines) : 0;
+    // What PageInfo makes of it.
+    const ImageInfo& Info() const {
+        return info_;
     }
     int Depth() const {
         return parameters_.depth;
@@ -37,16 +38,17 @@ class ScanFrame {
     void Drain();
 
   private:
+    SANE_Status Read();
     bool Fill();
 
     ScanDevice& device_;
     SANE_Parameters parameters_;
+    ImageInfo info_;
     std::vector<std::uint8_t> buffer_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     std::vector<std::uint8_t> line_;
     std::uint32_t lines_ = 0;
-    bool any_ = false;
     bool ended_ = false;
 };
 

@@ -52,8 +52,8 @@ bool HandleInterrupt(int number) {
     if (interrupt.exchange(number) != 0) {
         return false;
     }
+    LimitLeaving(static_cast<ExitCode>(128 + number));
     if (inCall) {
-        LimitLeaving(static_cast<ExitCode>(128 + number));
         AllowSignals();
         Sane().cancel(watched);
     }

@@ -7,18 +7,18 @@
 namespace platen_tool {
 
 // Interrupts while a device is open. The handler asks the device to stop, which SANE allows there, and the
-// program ends by itself as soon as the device's call has returned: the device gets its cancel and its close, and
-// the unfinished file goes. A second interrupt ends it at once.
+// program ends by itself as soon as the device's call has returned, or where it next looks: the device gets its
+// cancel and its close, and the unfinished file goes. A second interrupt ends it at once, and so do ten seconds.
 
 // From here on interrupts are for this device; null: no more.
 void WatchInterrupts(SANE_Handle device);
 
-// A device that doesn't come back from its cancel or its close is left behind after ten seconds: the program ends
-// with the code, without the unfinished file.
+// Whatever goes on is left behind after ten seconds, mostly a device that doesn't come back from its cancel or its
+// close: the program ends with the code, without the unfinished file.
 void LimitLeaving(ExitCode code);
 
-// Around each call of the device that may take its time. The constructor and `Check` throw an Error
-// (kInterrupted or the like) without a text where an interrupt has come.
+// Around each call of the device that may take its time. The constructor and `CheckInterrupt` throw an
+// Error (kInterrupted or the like) without a text where an interrupt has come.
 class DeviceCall {
   public:
     DeviceCall();

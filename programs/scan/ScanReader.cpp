@@ -9,6 +9,7 @@
 #include "programs/io/Spool.h"
 #include "programs/scan/SaneLibrary.h"
 #include "programs/scan/ScanFrame.h"
+#include "programs/scan/ScanInterrupt.h"
 
 namespace platen_tool {
 
@@ -30,9 +31,9 @@ std::size_t ChannelOf(SANE_Frame format) {
 class ThreePasses {
   public:
     // Takes the frame that is there and the two that follow.
-    ThreePasses(ScanDevice& device, std::unique_ptr<ScanFrame>& frame) {
+    ThreePasses(ScanDevice& device, std::unique_ptr<ScanFrame>& frame, const Limits& limits) {
         for (int pass = 0;; ++pass) {
-            TakePlane(*frame, pass);
+            TakePlane(*frame, pass, limits);
             if (pass == 2) {
                 return;
             }
@@ -65,7 +66,7 @@ class ThreePasses {
     }
 
   private:
-    void TakePlane(ScanFrame& frame, int pass) {
+    void TakePlane(ScanFrame& frame, int pass, const Limits& limits) {
         if (frame.Format() == SANE_FRAME_GRAY || frame.Format() == SANE_FRAME_RGB) {
             throw Error(ExitCode::kDevice, "the device sends a whole page where one of three passes was due");
         }
@@ -75,19 +76,21 @@ class ThreePasses {
         }
         taken_[channel] = true;
         if (pass == 0) {
-            width_ = frame.Width();
+            width_ = frame.Info().width;
             depth_ = frame.Depth();
             lineBytes_ = frame.LineBytes();
             plane_.resize(lineBytes_);
         }
         std::uint32_t lines = 0;
         while (const std::uint8_t* line = frame.ReadLine()) {
+            CheckSize(frame.Info().width, lines + 1, limits);  // as long as the height isn't known
             planes_[channel].WriteAt(std::uint64_t{lines} * lineBytes_, line,
                                      std::min(lineBytes_, frame.LineBytes()));
             ++lines;
         }
         frame.Drain();
-        const bool same = frame.Width() == width_ && frame.Depth() == depth_ && frame.LineBytes() == lineBytes_;
+        const bool same =
+            frame.Info().width == width_ && frame.Depth() == depth_ && frame.LineBytes() == lineBytes_;
         if (!same || (pass > 0 && lines != height_) || lines == 0) {
             throw Error(ExitCode::kDevice, "the device's three passes differ in size");
         }
@@ -107,11 +110,10 @@ class ScanReader : public LineReader {
   public:
     ScanReader(ScanDevice& device, std::optional<unsigned long> pages, const ReadOptions& options)
         : device_(device), pages_(pages), options_(options), resolution_(device.CurrentResolution()) {
-        const SANE_Status status = device_.Start();
-        if (status == SANE_STATUS_NO_DOCS) {
-            throw Error(ExitCode::kNoDocuments, Sane().statusText(status));
+        const bool any = StartPage();
+        if (!any) {
+            throw Error(ExitCode::kNoDocuments, Sane().statusText(SANE_STATUS_NO_DOCS));
         }
-        TakePage(status);
     }
 
     Container FileContainer() const override {
@@ -152,6 +154,7 @@ class ScanReader : public LineReader {
     }
 
     bool NextPage() override {
+        CheckInterrupt();  // before the page is given out as a whole one
         if (!passes_) {
             frame_->Drain();
         }
@@ -159,24 +162,32 @@ class ScanReader : public LineReader {
         if (pages_ && page_ > *pages_) {
             return false;
         }
+        return StartPage();
+    }
+
+  private:
+    // False where the feeder is empty, which devices say when they start or when they are first read.
+    bool StartPage() {
+        lines_ = 0;
         passes_.reset();
         frame_.reset();
         const SANE_Status status = device_.Start();
         if (status == SANE_STATUS_NO_DOCS) {
             return false;
         }
-        TakePage(status);
-        return true;
-    }
-
-  private:
-    void TakePage(SANE_Status status) {
         if (status != SANE_STATUS_GOOD) {
             FailDevice("the scan can't be started", status);
         }
-        lines_ = 0;
         frame_ = std::make_unique<ScanFrame>(device_);
-        info_ = PageInfo(device_.Parameters());
+        if (!frame_->Begin()) {
+            return false;
+        }
+        TakePage();
+        return true;
+    }
+
+    void TakePage() {
+        info_ = frame_->Info();
         info_.resolution = resolution_;
         CheckSize(info_.width, std::max(info_.height, 1u), options_.limits);
         if (frame_->Format() != SANE_FRAME_GRAY && frame_->Format() != SANE_FRAME_RGB) {
@@ -184,7 +195,7 @@ class ScanReader : public LineReader {
                 throw Error(ExitCode::kUnsupported,
                             "the device makes three passes over a page; --strict-stream forbids spooling");
             }
-            passes_.emplace(device_, frame_);
+            passes_.emplace(device_, frame_, options_.limits);
             info_.height = passes_->Height();
         }
     }

@@ -3,9 +3,15 @@
 
 #include <sane/sane.h>
 
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -19,6 +25,18 @@ constexpr SANE_Int kLines = 4;
 int started = 0;
 int left = 0;  // bytes of the frame
 
+// An interrupt that comes after the page's last byte, while the program writes; a file tells that it has come.
+std::thread interrupter;
+void InterruptLater() {
+    interrupter = std::thread([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        kill(getpid(), SIGINT);
+        std::ofstream("interrupted");
+    });
+}
+
+const SANE_String_Const kModes[] = {"Gray Halftone", "Gray", "Color Lineart", "Color Halftone", "Color", nullptr};
+
 SANE_Option_Descriptor Options(SANE_Int index) {
     SANE_Option_Descriptor option{};
     option.size = sizeof(SANE_Word);
@@ -26,6 +44,14 @@ SANE_Option_Descriptor Options(SANE_Int index) {
     option.cap = SANE_CAP_SOFT_DETECT | (index == 0 ? 0 : SANE_CAP_SOFT_SELECT);
     if (Fault() == "no resolution" && (index == 1 || index == 2)) {
         option.name = "resolute";
+        return option;
+    }
+    if (Fault() == "modes" && index == 3) {
+        option.name = "mode";
+        option.type = SANE_TYPE_STRING;
+        option.size = 20;
+        option.constraint_type = SANE_CONSTRAINT_STRING_LIST;
+        option.constraint.string_list = kModes;
         return option;
     }
     option.name = index == 0 ? "" : index == 1 ? "x-resolution" : index == 2 ? "y-resolution" : "stubborn";
@@ -46,7 +72,11 @@ SANE_Status sane_init(SANE_Int* /*version*/, SANE_Auth_Callback /*authorize*/) {
     return Fault() == "init" ? SANE_STATUS_ACCESS_DENIED : SANE_STATUS_GOOD;
 }
 
-void sane_exit() {}
+void sane_exit() {
+    if (interrupter.joinable()) {
+        interrupter.join();
+    }
+}
 
 SANE_Status sane_get_devices(const SANE_Device*** /*list*/, SANE_Bool /*local*/) {
     return SANE_STATUS_NO_MEM;
@@ -80,13 +110,16 @@ SANE_Status sane_get_parameters(SANE_Handle /*handle*/, SANE_Parameters* p) {
     if (fault == "parameters" || (fault == "later parameters" && started > 0)) {
         return SANE_STATUS_IO_ERROR;
     }
+    if (fault == "interrupt before") {
+        std::raise(SIGINT);
+    }
     if (fault == "frame") {
         p->format = static_cast<SANE_Frame>(0x0B);
     } else if (fault == "depth") {
         p->depth = 12;
     } else if (fault == "short line") {
         p->bytes_per_line = kWidth - 1;
-    } else if (fault == "no lines") {
+    } else if (fault == "no lines" || fault == "interrupt after") {
         p->lines = -1;
     } else if (fault == "pass" || fault == "grey pass" || fault == "same pass" || fault == "pass size") {
         p->format = started < 2            ? SANE_FRAME_RED
@@ -101,7 +134,11 @@ SANE_Status sane_get_parameters(SANE_Handle /*handle*/, SANE_Parameters* p) {
 SANE_Status sane_start(SANE_Handle /*handle*/) {
     ++started;
     left = Fault() == "no lines" ? 0 : Fault() == "half line" ? kWidth + 5 : kWidth * kLines;
-    if (Fault() == "empty") {
+    if (Fault() == "interrupt at start" && started == 2) {
+        std::raise(SIGINT);
+        return SANE_STATUS_NO_DOCS;
+    }
+    if (Fault() == "empty" || (Fault() == "then empty" && started == 3)) {
         return SANE_STATUS_NO_DOCS;
     }
     if (Fault() == "jam" || (Fault() == "pass" && started == 2) || (Fault() == "second jam" && started == 2)) {
@@ -113,7 +150,14 @@ SANE_Status sane_start(SANE_Handle /*handle*/) {
 SANE_Status sane_read(SANE_Handle /*handle*/, SANE_Byte* bytes, SANE_Int room, SANE_Int* count) {
     *count = left < room ? left : room;
     *count = *count < 7 ? *count : 7;
+    if (Fault() == "empty read" || (Fault() == "then empty read" && started == 3)) {
+        *count = 0;
+        return SANE_STATUS_NO_DOCS;
+    }
     if (*count == 0) {
+        if (Fault() == "interrupt after") {
+            InterruptLater();
+        }
         return SANE_STATUS_EOF;
     }
     std::memset(bytes, 0x80, static_cast<std::size_t>(*count));

@@ -149,6 +149,9 @@ TEST_F(Messages, OfTiffDirectories) {
              {{{262, 5}, {277, 4}}, 3, "the TIFF is "},
              {{{262, 2}, {277, 1}}, 1, " samples a pixel where its colours need "},
              {{{258, 7}}, 3, "the TIFF has "},
+             {{{258, 16}, {278, 1}, {339, 2}}, 3, "the TIFF has signed or complex samples; "},
+             {{{258, 16}, {278, 1}, {32996, 1}}, 3, "the TIFF has signed or complex samples; "},
+             {{{32997, 2}}, 3, "the TIFF's page has 2 slices; one is supported"},
              {{{273, 4000}}, 1, "the TIFF is damaged: "},
              {{{259, 6}},
               3,
@@ -171,6 +174,19 @@ TEST_F(Messages, OfTiffDirectories) {
               std::string::npos);
     EXPECT_NE(Feed(std::string("MM\0*\0\0\x40\0", 8)).err.find("is cut off, goes in a circle or is too long"),
               std::string::npos);
+}
+
+TEST_F(Messages, OfTiffsWhoseAlphaIsMultipliedIn) {
+    const std::pair<int, std::uint32_t> kinds[] = {{338, 1}, {32995, 1}};  // the field's name now and before
+    for (const auto& kind : kinds) {
+        const Outcome outcome =
+            Feed(Tiff({{262, 2}, {277, 4}, {279, 24}, kind}, "four samples, six pixels"), {"-v", "-f"});
+        EXPECT_EQ(
+            outcome.err,
+            "platen: -: spooled to a temporary file: a TIFF can't be read from a pipe; the colours were stored "
+            "multiplied with alpha and are divided by it\n")
+            << kind.first;
+    }
 }
 
 TEST_F(Messages, OfTiffTagsThatWouldFillTheMemory) {

@@ -39,10 +39,11 @@ void SaneTest::SetUp() {
     }
     const Outcome outcome = Run({"scan", "-L"});
     if (outcome.code == 3) {
-        GTEST_SKIP() << "the program was built without SANE";
+        GTEST_SKIP() << "no SANE: " << outcome.err;
     }
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
     if (outcome.out.find("test:0") == std::string::npos) {
-        GTEST_SKIP() << "SANE's test device is not installed: " << outcome.err;
+        GTEST_SKIP() << "SANE's test device is not installed";
     }
 }
 

@@ -314,6 +314,13 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     ExpectError({"--max-side=100"}, 1, "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side");
 }
 
+TEST_F(ScanDevice, PagesOfUnknownHeightEndAtTheLimit) {
+    const Words hand = Set({"mode=Color", "hand-scanner=yes"}) + Words{"--max-side=300"};
+    const std::string message = "test: the page is too large: 216 x 301 pixels; allowed are 300 on a side";
+    ExpectError(hand, 1, message);
+    ExpectError(hand + Set({"three-pass=yes"}), 1, message);
+}
+
 TEST_F(ScanDevice, DryRunsScanNothing) {
     const Outcome outcome = RunScan(
         {"-n", "--resolution=300", "--gamma=2", "--set", "read-return-value=SANE_STATUS_IO_ERROR", "-o", "x.png"});

@@ -2,20 +2,29 @@
 
 #include "Spawn.h"
 
-// The resolution tag of every output format, read back by programs of others.
+// The tags of every output format, read back by programs of others.
 
 namespace platen_test {
 namespace {
 
 class Tags : public testing::Test {
   protected:
-    // What another program prints, or nothing where it isn't installed.
-    std::string Other(const std::string& program, const std::vector<std::string>& arguments) const {
+    Outcome Run(const std::string& program, const std::vector<std::string>& arguments) const {
         Streams streams;
         streams.folder = folder.Path();
         streams.program = program;
-        const Outcome outcome = Spawn(arguments, streams);
-        return outcome.code == 0 ? outcome.out : std::string();
+        return Spawn(arguments, streams);
+    }
+
+    bool Lacks(const std::string& program) const {
+        return Run(program, {}).code == 127;
+    }
+
+    // What another program prints.
+    std::string Other(const std::string& program, const std::vector<std::string>& arguments) const {
+        const Outcome outcome = Run(program, arguments);
+        EXPECT_EQ(outcome.code, 0) << program << ": " << outcome.err;
+        return outcome.out;
     }
 
     // A page of 600 x 300 dpi, halved by 3:1 and 3:2: 200 dpi both ways.
@@ -34,7 +43,7 @@ class Tags : public testing::Test {
 };
 
 TEST_F(Tags, AreReadByIdentify) {
-    if (Other("identify", {"-version"}).empty()) {
+    if (Lacks("identify")) {
         GTEST_SKIP() << "no identify (ImageMagick) here";
     }
     for (const char* ending : {"png", "tif", "jpg"}) {
@@ -51,18 +60,26 @@ TEST_F(Tags, AreReadByIdentify) {
 }
 
 TEST_F(Tags, AreReadByTiffinfo) {
-    const std::string name = Make("tif");
-    const std::string text = Other("tiffinfo", {name});
-    if (text.empty()) {
+    if (Lacks("tiffinfo")) {
         GTEST_SKIP() << "no tiffinfo here";
     }
+    const std::string text = Other("tiffinfo", {Make("tif")});
     EXPECT_NE(text.find("Resolution: 200, 200 pixels/inch"), std::string::npos) << text;
     const std::string fraction = Other("tiffinfo", {Make("tif", {"--set-resolution=199.5x72.25"})});
     EXPECT_NE(fraction.find("Resolution: 199.5, 72.25 pixels/inch"), std::string::npos) << fraction;
+    // A page that lies on its side stays so.
+    const std::string upright("\x12\x01\x03\0\x01\0\0\0\x01", 9);
+    std::string bytes = ReadFile(folder.File("page.tif"));
+    ASSERT_NE(bytes.find(upright), std::string::npos);
+    bytes[bytes.find(upright) + 8] = '\x06';
+    WriteFile(folder.File("side.tif"), bytes);
+    EXPECT_EQ(Run(PLATEN_PROGRAM, {"side.tif", "-o", "turned.tif"}).code, 0);
+    const std::string turned = Other("tiffinfo", {"turned.tif"});
+    EXPECT_NE(turned.find("Orientation: row 0 rhs, col 0 top"), std::string::npos) << turned;
 }
 
 TEST_F(Tags, AreReadByExiftool) {
-    if (Other("exiftool", {"-ver"}).empty()) {
+    if (Lacks("exiftool")) {
         GTEST_SKIP() << "no exiftool here";
     }
     for (const char* ending : {"jpg", "tif"}) {
