@@ -1,5 +1,6 @@
 #include "programs/OptionTable.h"
 
+#include <algorithm>
 #include <array>
 
 namespace platen_tool {
@@ -99,6 +100,12 @@ std::string OptionText(const OptionSpec& spec) {
 
 std::span<const OptionSpec> OptionTable() {
     return kTable;
+}
+
+const GivenOption* ParsedArguments::Last(std::string_view name) const {
+    const auto found = std::find_if(options.rbegin(), options.rend(),
+                                    [name](const GivenOption& option) { return option.name == name; });
+    return found != options.rend() ? &*found : nullptr;
 }
 
 std::string HelpText(CommandBit command) {

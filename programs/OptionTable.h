@@ -34,6 +34,13 @@ struct GivenOption {
 struct ParsedArguments {
     std::vector<GivenOption> options;
     std::vector<std::string> operands;
+
+    // The option's last occurrence, which is the one that counts; null where it is not given.
+    const GivenOption* Last(std::string_view name) const;
+
+    bool Given(std::string_view name) const {
+        return Last(name) != nullptr;
+    }
 };
 
 // Splits the arguments of a sub-command (without program and sub-command) into options and operands. An unknown

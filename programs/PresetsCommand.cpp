@@ -20,11 +20,6 @@ bool IsSizeOption(const GivenOption& option) {
     return std::find(kWays.begin(), kWays.end(), option.name) != kWays.end();
 }
 
-bool Given(const ParsedArguments& arguments, const char* name) {
-    return std::any_of(arguments.options.begin(), arguments.options.end(),
-                       [name](const GivenOption& option) { return option.name == name; });
-}
-
 Preset LoadPreset(const std::string& path) {
     return ParsePreset(ReadPresetFile(path), path);
 }
@@ -112,33 +107,31 @@ void ExpandPresets(ParsedArguments& arguments) {
 }
 
 bool SavePreset(CommandBit command, const ParsedArguments& arguments) {
-    const auto& options = arguments.options;
-    const auto given = std::find_if(options.rbegin(), options.rend(),
-                                    [](const GivenOption& option) { return option.name == "save-preset"; });
-    if (given == options.rend()) {
+    const GivenOption* given = arguments.Last("save-preset");
+    if (given == nullptr) {
         return false;
     }
     MakeSettings(arguments, kNone);  // only what would be taken is kept
-    const std::string text = PresetText(options);
-    OutputFile file(given->value, Given(arguments, "force"), false);
+    const std::string text = PresetText(arguments.options);
+    OutputFile file(given->value, arguments.Given("force"), false);
     file.Write(text.data(), text.size());
     file.CheckWriteError();
     file.Commit();
     if (command == kCurve) {
-        return !Given(arguments, "svg") && !Given(arguments, "table");
+        return !arguments.Given("svg") && !arguments.Given("table");
     }
-    return command == kAdjust && arguments.operands.empty() && !Given(arguments, "output");
+    return command == kAdjust && arguments.operands.empty() && !arguments.Given("output");
 }
 
 ExitCode RunPresets(const ParsedArguments& arguments) {
     const std::vector<std::string>& words = arguments.operands;
     if (words.empty() || (words.front() == "list" && words.size() == 1)) {
-        return ListPresets(Given(arguments, "verbose"));
+        return ListPresets(arguments.Given("verbose"));
     }
     if (words.front() == "show" && words.size() == 2) {
         const std::string path = FindPreset(words[1]);
         const std::string text = ReadPresetFile(path);
-        PrintOutput(Given(arguments, "verbose") ? "# " + path + "\n" + text : text);
+        PrintOutput(arguments.Given("verbose") ? "# " + path + "\n" + text : text);
         return ExitCode::kDone;
     }
     if (words.front() == "check" && words.size() >= 2) {

@@ -39,6 +39,7 @@ bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
     } else if (option.name == "set") {
         s.requests.push_back(ParseSet(option.value));
     } else if (option.name == "resolution") {
+        ParseResolution(option.name, option.value);  // checked only; the device gets it as it was said
         s.requests.push_back({DeviceRequest::kResolution, "", option.value});
     } else {
         s.thresholdGiven = s.thresholdGiven || option.name == "threshold";
@@ -49,20 +50,6 @@ bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
         return false;
     }
     return true;
-}
-
-void CheckResolutions(const ScanSettings& s) {
-    for (const DeviceRequest& request : s.requests) {
-        if (request.kind == DeviceRequest::kResolution) {
-            const auto parts = SplitText(request.value, 'x');
-            if (parts.size() > 2) {
-                Refuse("--resolution: '" + request.value + "' is not DPI or XxY");
-            }
-            for (const std::string_view part : parts) {
-                ParseRatio("--resolution", part);
-            }
-        }
-    }
 }
 
 void CheckOutput(const ScanSettings& s) {
@@ -95,7 +82,6 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     if (s.device.empty()) {
         Refuse("scan: no device; say -d NAME, and platen scan -L lists them");
     }
-    CheckResolutions(s);
     rest.operands = {s.device};
     s.page = MakeSettings(rest, terminals);
     CheckOutput(s);
