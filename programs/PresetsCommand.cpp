@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
+#include <string_view>
 
 #include "programs/PresetFile.h"
 #include "programs/PresetSearch.h"
 #include "programs/Report.h"
+#include "programs/ScanSettings.h"
 #include "programs/Settings.h"
 #include "programs/io/OutputFile.h"
 
@@ -15,26 +18,43 @@ namespace {
 
 constexpr Terminals kNone{false, false};
 
-bool IsSizeOption(const GivenOption& option) {
-    static constexpr std::array kWays = {"scale", "size", "width", "height", "resolution"};
-    return std::find(kWays.begin(), kWays.end(), option.name) != kWays.end();
-}
+// Options that exclude each other.
+using Ways = std::span<const std::string_view>;
 
-Preset LoadPreset(const std::string& path) {
-    return ParsePreset(ReadPresetFile(path), path);
+// The first is no way to a size where a device takes it.
+constexpr std::array<std::string_view, 5> kSizeWays = {"resolution", "scale", "size", "width", "height"};
+
+Preset LoadPreset(const std::string& path, unsigned presetNo = 1) {
+    Preset preset = ParsePreset(ReadPresetFile(path), path);
+    for (GivenOption& option : preset.options) {
+        option.presetNo = presetNo;
+    }
+    return preset;
 }
 
 // The command line itself is number 0, and goes before all presets.
-void KeepOneSize(std::vector<GivenOption>& options) {
+void KeepOneOf(Ways ways, std::vector<GivenOption>& options) {
+    const auto isOne = [ways](const GivenOption& option) {
+        return std::find(ways.begin(), ways.end(), option.name) != ways.end();
+    };
     unsigned kept = 0;
     for (const GivenOption& option : options) {
-        if (IsSizeOption(option) && option.presetNo == 0) {
+        if (isOne(option) && option.presetNo == 0) {
             kept = 0;
             break;
         }
-        kept = IsSizeOption(option) ? option.presetNo : kept;
+        kept = isOne(option) ? option.presetNo : kept;
     }
-    std::erase_if(options, [kept](const GivenOption& o) { return IsSizeOption(o) && o.presetNo != kept; });
+    std::erase_if(options, [&](const GivenOption& o) { return isOne(o) && o.presetNo != kept; });
+}
+
+// What the options ask of the pages, whatever these are.
+Settings PageSettings(CommandBit command, ParsedArguments arguments) {
+    if (command == kScan) {
+        ScanSettings scan;
+        arguments.options = TakeScanOptions(scan, arguments.options);
+    }
+    return MakeSettings(arguments, kNone);
 }
 
 ExitCode ListPresets(bool verbose) {
@@ -62,7 +82,8 @@ void CheckPreset(const std::string& path) {
     arguments.options = LoadPreset(path).options;
     arguments.operands = {"-"};
     try {
-        MakeSettings(arguments, kNone);
+        // A scan takes all that adjusting takes, and a resolution beside a size.
+        PageSettings(kScan, std::move(arguments));
     } catch (const Error& error) {
         throw Error(error.Code(), path + ": " + error.what());
     }
@@ -83,7 +104,7 @@ ExitCode CheckPresets(const std::vector<std::string>& paths) {
 
 }  // namespace
 
-void ExpandPresets(ParsedArguments& arguments) {
+void ExpandPresets(CommandBit command, ParsedArguments& arguments) {
     std::vector<GivenOption> expanded;
     unsigned presets = 0;
     bool behindPreset = false;
@@ -95,14 +116,15 @@ void ExpandPresets(ParsedArguments& arguments) {
             expanded.push_back(std::move(option));
             continue;
         }
-        ++presets;
-        for (GivenOption& own : LoadPreset(FindPreset(option.value)).options) {
-            own.presetNo = presets;
+        for (GivenOption& own : LoadPreset(FindPreset(option.value), ++presets).options) {
             expanded.push_back(std::move(own));
         }
         behindPreset = true;
     }
-    KeepOneSize(expanded);
+    const Ways ways = kSizeWays;
+    const std::size_t apart = command == kScan ? 1 : 0;
+    KeepOneOf(ways.first(apart), expanded);
+    KeepOneOf(ways.subspan(apart), expanded);
     arguments.options = std::move(expanded);
 }
 
@@ -111,7 +133,7 @@ bool SavePreset(CommandBit command, const ParsedArguments& arguments) {
     if (given == nullptr) {
         return false;
     }
-    MakeSettings(arguments, kNone);  // only what would be taken is kept
+    PageSettings(command, arguments);  // only what would be taken is kept
     const std::string text = PresetText(arguments.options);
     OutputFile file(given->value, arguments.Given("force"), false);
     file.Write(text.data(), text.size());

@@ -59,7 +59,7 @@ ExitCode Run(std::vector<std::string> words) {
     if (command == kPresets) {
         return RunPresets(arguments);
     }
-    ExpandPresets(arguments);
+    ExpandPresets(command, arguments);
     if (SavePreset(command, arguments)) {
         return ExitCode::kDone;
     }

@@ -61,14 +61,20 @@ void CheckOutput(const ScanSettings& s) {
 
 }  // namespace
 
+std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options) {
+    std::vector<GivenOption> rest;
+    for (const GivenOption& option : options) {
+        if (!TakeScanOption(s, option)) {
+            rest.push_back(option);
+        }
+    }
+    return rest;
+}
+
 ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals& terminals) {
     ScanSettings s;
     ParsedArguments rest;
-    for (const GivenOption& option : arguments.options) {
-        if (!TakeScanOption(s, option)) {
-            rest.options.push_back(option);
-        }
-    }
+    rest.options = TakeScanOptions(s, arguments.options);
     if (!arguments.operands.empty()) {
         Refuse("scan: takes no file, but '" + arguments.operands.front() + "' is there; -d names the scanner");
     }

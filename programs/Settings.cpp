@@ -205,7 +205,9 @@ void CheckSize(const ParsedArguments& given) {
     if (ways > 1) {
         Refuse("only one of --scale, --size, --width with --height, and --resolution can be given");
     }
-    if (given.Given("shrink-only") && ways == 0) {
+    // A preset may say it for the case that a size is given beside it.
+    const GivenOption* shrinkOnly = given.Last("shrink-only");
+    if (shrinkOnly != nullptr && shrinkOnly->presetNo == 0 && ways == 0) {
         Refuse("--shrink-only: nothing is scaled");
     }
 }

@@ -118,6 +118,14 @@ TEST_F(Presets, OnlyOneSayAboutTheSizeCounts) {
     EXPECT_EQ(Result({"--preset=wide.toml", "--preset=half.toml"}, "grey.pgm").substr(0, 9), "P5\n20 15\n");
 }
 
+TEST_F(Presets, ShrinkOnlyInAPresetIsForASizeThatMayBeGivenBesideIt) {
+    WriteFile(folder.File("shrink.toml"), "shrink-only = true\n");
+    EXPECT_EQ(Run({"presets", "check", "shrink.toml"}).err, "");
+    EXPECT_EQ(Result({"--preset=shrink.toml"}), Result({}));
+    EXPECT_EQ(Result({"--preset=shrink.toml", "--scale=2"}), Result({}));
+    EXPECT_EQ(Result({"--preset=shrink.toml", "--scale=50%"}), Result({"--scale=50%"}));
+}
+
 TEST_F(Presets, FoldersAreSearchedInTheirOrder) {
     const char* places[] = {"two", "one", "data", "config"};
     int brightness = 10;
@@ -148,6 +156,23 @@ TEST_F(Presets, SavedCommandLinesRunAgain) {
     EXPECT_EQ(ReadFile(folder.File("again.toml")), ReadFile(folder.File("saved.toml")));
     EXPECT_EQ(Run({"presets", "check", "saved.toml", "again.toml"}).code, 0);
     EXPECT_EQ(Run({"--gamma=2", "--save-preset=-"}).out, "[[tone]]\ngamma = 2\n");
+}
+
+TEST_F(Presets, AScansResolutionAndSizeAreSavedTogether) {
+    WriteFile(folder.File("half.toml"), "scale = \"50%\"\n");
+    const std::string both = "resolution = 300\nscale = \"50%\"\n";
+    const auto saved = [this](std::vector<std::string> words) {
+        words.insert(words.begin(), "scan");
+        words.emplace_back("--save-preset=-");
+        return Run(words).out;
+    };
+    EXPECT_EQ(saved({"--resolution=300", "--preset=half.toml"}), both);
+    EXPECT_EQ(saved({"--resolution=300", "--scale=50%"}), both);
+    EXPECT_EQ(saved({"--resolution=many"}), "");
+    WriteFile(folder.File("both.toml"), both);
+    EXPECT_EQ(saved({"--preset=both.toml"}), both);
+    EXPECT_EQ(Run({"presets", "check", "both.toml"}).code, 0);
+    EXPECT_EQ(Run({"--preset=both.toml", "grey.pgm", "-o", "x.pgm"}).code, 2);
 }
 
 TEST_F(Presets, SavingGoesWithTheWork) {

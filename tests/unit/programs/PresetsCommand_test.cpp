@@ -9,9 +9,9 @@ namespace {
 class PresetsCommandTest : public testing::Test {
   protected:
     // The folded arguments, as "--name=value" and, where a step of its own begins, "|" before.
-    static std::string Expanded(const std::vector<std::string>& words) {
-        ParsedArguments arguments = ParseArguments(kAdjust, words);
-        ExpandPresets(arguments);
+    static std::string Expanded(const std::vector<std::string>& words, CommandBit command = kAdjust) {
+        ParsedArguments arguments = ParseArguments(command, words);
+        ExpandPresets(command, arguments);
         std::string text;
         for (const GivenOption& option : arguments.options) {
             text += (option.newStep ? "|" : "") + option.name + "=" + option.value + " ";
@@ -40,6 +40,24 @@ TEST_F(PresetsCommandTest, OptionsBehindAPresetBeginAStepOfTheirOwn) {
               "|brightness=10 |contrast=5 brightness=1 ");
     EXPECT_EQ(Expanded({"--contrast=5", "--preset=" + preset, "--hue=3", "--contrast=6"}),
               "contrast=5 |brightness=10 hue=3 |contrast=6 ");
+}
+
+TEST_F(PresetsCommandTest, OfTheWaysToASizeOneIsKept) {
+    const std::string half = "--preset=" + Put("half.toml", "scale = 0.5\n");
+    const std::string fine = "--preset=" + Put("fine.toml", "resolution = 600\n");
+    EXPECT_EQ(Expanded({half, "--width=9", "--height=8"}), "width=9 height=8 ");
+    EXPECT_EQ(Expanded({half, fine}), "resolution=600 ");
+    EXPECT_EQ(Expanded({"--resolution=300", half}), "resolution=300 ");
+}
+
+TEST_F(PresetsCommandTest, AScansResolutionIsKeptBesideASize) {
+    const std::string half = "--preset=" + Put("half.toml", "scale = 0.5\n");
+    const std::string fine = "--preset=" + Put("fine.toml", "resolution = 600\n");
+    const std::string coarse = "--preset=" + Put("coarse.toml", "resolution = 75\nwidth = 9\n");
+    EXPECT_EQ(Expanded({"--resolution=300", half}, kScan), "resolution=300 scale=0.5 ");
+    EXPECT_EQ(Expanded({fine, "--width=800"}, kScan), "resolution=600 width=800 ");
+    EXPECT_EQ(Expanded({"--resolution=300", fine}, kScan), "resolution=300 ");
+    EXPECT_EQ(Expanded({half, coarse, fine}, kScan), "width=9 resolution=600 ");
 }
 
 TEST_F(PresetsCommandTest, ShowPrintsTheFileAndWithVerboseItsPlace) {
