@@ -57,6 +57,22 @@ Settings PageSettings(CommandBit command, ParsedArguments arguments) {
     return MakeSettings(arguments, kNone);
 }
 
+// Whether more than saving is wanted: something is named that a sub-command reads or writes.
+bool AsksForWork(const ParsedArguments& arguments) {
+    static constexpr std::array kNamed = {"output", "svg", "table", "device", "list-devices"};
+    return !arguments.operands.empty() ||
+           std::any_of(kNamed.begin(), kNamed.end(), [&](const char* name) { return arguments.Given(name); });
+}
+
+// Whether what is to be done besides writes there: the page, a picture of the curve or its table.
+bool TakesStandardOutput(CommandBit command, const ParsedArguments& arguments, const Settings& settings) {
+    if (command == kCurve) {
+        const GivenOption* svg = arguments.Last("svg");
+        return arguments.Given("table") || svg == nullptr || svg->value == "-";
+    }
+    return settings.output == "-" || settings.plot == "-";
+}
+
 ExitCode ListPresets(bool verbose) {
     ExitCode result = ExitCode::kDone;
     std::string text;
@@ -133,16 +149,19 @@ bool SavePreset(CommandBit command, const ParsedArguments& arguments) {
     if (given == nullptr) {
         return false;
     }
-    PageSettings(command, arguments);  // only what would be taken is kept
-    const std::string text = PresetText(arguments.options);
-    OutputFile file(given->value, arguments.Given("force"), false);
-    file.Write(text.data(), text.size());
-    file.CheckWriteError();
-    file.Commit();
-    if (command == kCurve) {
-        return !arguments.Given("svg") && !arguments.Given("table");
+    const Settings settings = PageSettings(command, arguments);  // only what would be taken is kept
+    const bool goesOn = AsksForWork(arguments);
+    if (given->value == "-" && goesOn && TakesStandardOutput(command, arguments, settings)) {
+        throw Error(ExitCode::kUsage, "--save-preset=-: something else goes to standard output; name a file");
     }
-    return command == kAdjust && arguments.operands.empty() && !arguments.Given("output");
+    if (!settings.dryRun) {
+        const std::string text = PresetText(arguments.options);
+        OutputFile file(given->value, arguments.Given("force"), false);
+        file.Write(text.data(), text.size());
+        file.CheckWriteError();
+        file.Commit();
+    }
+    return !goesOn;
 }
 
 ExitCode RunPresets(const ParsedArguments& arguments) {

@@ -10,7 +10,8 @@ namespace platen_tool {
 // device's: it is chosen in the same manner, but beside a way to scale the page.
 void ExpandPresets(CommandBit command, ParsedArguments& arguments);
 
-// Writes the file of --save-preset, if it was asked for. True where nothing else is to be done: no input was named.
+// Writes the file of --save-preset, if it was asked for; a dry run only checks what would be in it. True where
+// nothing else is to be done: no input, output or device was named.
 bool SavePreset(CommandBit command, const ParsedArguments& arguments);
 
 // platen presets [list | show NAME | check FILE...]

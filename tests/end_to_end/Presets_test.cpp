@@ -187,6 +187,33 @@ TEST_F(Presets, SavingGoesWithTheWork) {
     EXPECT_FALSE(std::filesystem::exists(folder.File("wrong.toml")));
 }
 
+TEST_F(Presets, ADryRunSavesNothing) {
+    const std::string before = folder.Listing();
+    const Outcome outcome = Run({"-n", "--scale=50%", "--save-preset=z.toml", "grey.pgm"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("20 x 15"), std::string::npos) << outcome.out;
+    EXPECT_EQ(Run({"-n", "--scale=50%", "--width=3", "--save-preset=z.toml", "grey.pgm"}).code, 2);
+    EXPECT_EQ(folder.Listing(), before);
+}
+
+TEST_F(Presets, SavingAScansOptionsNeedsNoScanner) {
+    const Outcome outcome = Run({"scan", "--gamma=2", "--save-preset=saved.toml"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(ReadFile(folder.File("saved.toml")), "[[tone]]\ngamma = 2\n");
+}
+
+TEST_F(Presets, SavingToStandardOutputDoesNotMixWithThePage) {
+    const Outcome outcome = Run({"--scale=50%", "--save-preset=-", "grey.pgm", "-o", "-"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.out, "");
+    const std::string text = "[[tone]]\ngamma = 2\n";
+    EXPECT_EQ(Run({"--gamma=2", "--save-preset=-", "grey.pgm", "-o", "x.pgm"}).out, text);
+    EXPECT_EQ(Run({"curve", "--gamma=2", "--save-preset=-", "--svg=x.svg"}).out, text);
+    // A dry run refuses what the run would refuse.
+    EXPECT_EQ(Run({"-n", "--gamma=2", "--save-preset=-", "grey.pgm", "-o", "-"}).code, 2);
+    EXPECT_EQ(Run({"-n", "--gamma=2", "--save-preset=-", "grey.pgm"}).out.find("grey.pgm"), 0u);
+}
+
 TEST_F(Presets, WhatIsWrongIsSaidWithFileAndLine) {
     WriteFile(folder.File("bad.toml"), "mode = \"gray\"\nbrightnes = 3\n");
     WriteFile(folder.File("size.toml"), "scale = 2\nwidth = 3\n");

@@ -101,8 +101,27 @@ TEST_F(PresetsCommandTest, SavingIsAllWhereNothingElseIsAskedFor) {
     EXPECT_TRUE(onlySaves(kAdjust, {}));
     EXPECT_FALSE(onlySaves(kAdjust, {"a.png"}));
     EXPECT_FALSE(onlySaves(kAdjust, {"-o", "a.png"}));
+    EXPECT_TRUE(onlySaves(kScan, {}));
+    EXPECT_FALSE(onlySaves(kScan, {"-d", "x"}));
+    EXPECT_FALSE(onlySaves(kScan, {"-o", "a.png"}));
+    EXPECT_FALSE(onlySaves(kScan, {"-L"}));
     EXPECT_EQ(Expanded({"--preset=" + file}), "|gamma=2 ");
     EXPECT_FALSE(SavePreset(kAdjust, ParseArguments(kAdjust, {"--gamma=2"})));
+}
+
+TEST_F(PresetsCommandTest, APresetDoesNotMixWithWhatElseGoesToStandardOutput) {
+    const auto mixes = [](CommandBit command, std::vector<std::string> words) {
+        words.insert(words.end(), {"--gamma=2", "--save-preset=-"});
+        EXPECT_EQ(UsageText([&] { SavePreset(command, ParseArguments(command, words)); }),
+                  "--save-preset=-: something else goes to standard output; name a file");
+    };
+    mixes(kAdjust, {"a.png", "-o", "-"});
+    mixes(kAdjust, {"a.png"});
+    mixes(kAdjust, {"a.png", "-o", "b.png", "--plot=-"});
+    mixes(kScan, {"-d", "x"});
+    mixes(kScan, {"-L"});
+    mixes(kCurve, {"--table=c"});
+    mixes(kCurve, {"--svg=-"});
 }
 
 }  // namespace
