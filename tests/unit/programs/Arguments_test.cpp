@@ -51,6 +51,10 @@ TEST(Arguments, UnknownOptionsAndMissingValuesAreErrors) {
     EXPECT_EQ(UsageText([] { Parsed({"a", "--scale"}); }), "--scale: needs a value");
     EXPECT_EQ(UsageText([] { Parsed({"a", "-o"}); }), "--output: needs a value");
     EXPECT_EQ(UsageText([] { Parsed({"--force=1", "a"}); }), "--force: takes no value");
+    EXPECT_EQ(UsageText([] { Parsed({"--force=", "a"}); }), "--force: takes no value");
+    EXPECT_EQ(UsageText([] { Parsed({"--output=", "a"}); }), "--output: needs a value");
+    EXPECT_EQ(UsageText([] { Parsed({"a", "--scale="}); }), "--scale: needs a value");
+    EXPECT_EQ(Parsed({"--scale=2", "--", "--scale="}), "scale=2 [--scale=]");
 }
 
 TEST(Arguments, SubCommandsHaveTheirOwnOptions) {
