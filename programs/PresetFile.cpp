@@ -2,7 +2,6 @@
 
 #include <toml++/toml.h>
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -22,13 +21,6 @@ constexpr const char* kDescription = "description";
 constexpr const char* kTone = "tone";
 constexpr const char* kNoStep = "tone: there is no step in it";
 constexpr std::size_t kLargestFile = 256 * 1024;
-
-const OptionSpec* FindOption(std::string_view name) {
-    const auto table = OptionTable();
-    const auto found =
-        std::find_if(table.begin(), table.end(), [&](const OptionSpec& o) { return name == o.name; });
-    return found != table.end() && IsPresetOption(name) ? &*found : nullptr;
-}
 
 bool HasControls(std::string_view text) {
     return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
@@ -155,7 +147,7 @@ class PresetReader {
     // The value as the command line would give it.
     std::string Value(const Entry& entry) const {
         const OptionSpec* spec = FindOption(entry.key);
-        if (spec == nullptr) {
+        if (spec == nullptr || !spec->inPresets) {
             Refuse(entry.at, "unknown key '" + Shown(entry.key) +
                                  "'; presets hold options about the picture (see platen-presets(5))");
         }
@@ -269,12 +261,8 @@ std::string StepsText(std::span<const GivenOption> options) {
 }  // namespace
 
 bool IsPresetOption(std::string_view name) {
-    static constexpr std::array kMore = {
-        "saturation", "hue",     "lightness",        "sharpness",      "order",
-        "mode",       "depth",   "threshold",        "negative",       "scale",
-        "size",       "width",   "height",           "resolution",     "shrink-only",
-        "format",     "quality", "input-resolution", "set-resolution", "strip"};
-    return ToneStepList::Knows(name) || std::find(kMore.begin(), kMore.end(), name) != kMore.end();
+    const OptionSpec* spec = FindOption(name);
+    return spec != nullptr && spec->inPresets;
 }
 
 Preset ParsePreset(std::string_view text, const std::string& name) {
