@@ -33,6 +33,15 @@ bool MayBeGiven(const OptionSpec& spec, const std::vector<std::string>& argument
     });
 }
 
+// The parser would take the next argument for the value, and doesn't mind at a flag.
+void RefuseEmptyValue(const OptionSpec& spec, const std::vector<std::string>& arguments) {
+    const std::string name = std::string("--") + spec.name;
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    if (std::find(arguments.begin(), end, name + "=") != end) {
+        throw Error(ExitCode::kUsage, name + (spec.argument != nullptr ? ": needs a value" : ": takes no value"));
+    }
+}
+
 void RefuseLeftOvers(const CLI::App& app) {
     for (const std::string& rest : app.remaining()) {
         if (rest != "--") {
@@ -64,6 +73,7 @@ ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string
         if ((spec.commands & command) == 0 || !MayBeGiven(spec, arguments)) {
             continue;
         }
+        RefuseEmptyValue(spec, arguments);
         Bound& entry = bound.emplace_back();
         entry.spec = &spec;
         CLI::Option* option = spec.argument != nullptr

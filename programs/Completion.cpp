@@ -13,19 +13,6 @@ namespace {
 
 constexpr const char* kListPresets = "platen presets list 2>/dev/null | cut -d ' ' -f 1";
 
-struct Choices {
-    const char* option;
-    const char* words;
-};
-
-// Options whose value is one of a few words.
-constexpr std::array kChoices = std::to_array<Choices>({{"curve-kind", "spline polyline"},
-                                                        {"sharpness", "-2 -1 0 1 2 3"},
-                                                        {"mode", "lineart gray color"},
-                                                        {"depth", "1 8 16"},
-                                                        {"format", "png tiff jpeg pnm"},
-                                                        {"table", "plain c csv sane"}});
-
 struct Command {
     const char* name;
     CommandBit bit;
@@ -33,15 +20,6 @@ struct Command {
 
 constexpr std::array kCommands = std::to_array<Command>(
     {{"curve", kCurve}, {"info", kInfo}, {"presets", kPresets}, {"scan", kScan}, {"", kAdjust}});
-
-const char* ChoicesOf(const OptionSpec& spec) {
-    for (const Choices& choices : kChoices) {
-        if (std::string_view(choices.option) == spec.name) {
-            return choices.words;
-        }
-    }
-    return nullptr;
-}
 
 bool TakesFile(const OptionSpec& spec) {
     return spec.argument != nullptr && std::string_view(spec.argument) == "FILE";
@@ -79,8 +57,8 @@ std::string Pattern(const OptionSpec& spec) {
 
 std::string BashValue(const OptionSpec& spec) {
     std::string action = "COMPREPLY=()";
-    if (const char* choices = ChoicesOf(spec)) {
-        action = std::string("mapfile -t COMPREPLY < <(compgen -W '") + choices + "' -- \"$cur\")";
+    if (spec.choices != nullptr) {
+        action = std::string("mapfile -t COMPREPLY < <(compgen -W '") + spec.choices + "' -- \"$cur\")";
     } else if (IsPreset(spec)) {
         action = std::string("mapfile -t COMPREPLY < <(compgen -f -W \"$(") + kListPresets + ")\" -- \"$cur\")";
     } else if (TakesFile(spec)) {
@@ -157,8 +135,8 @@ std::string ZshAction(const OptionSpec& spec) {
         return "";
     }
     const std::string message = ":" + Escaped(spec.argument, ":[]\\") + ":";
-    if (const char* choices = ChoicesOf(spec)) {
-        return message + "(" + choices + ")";
+    if (spec.choices != nullptr) {
+        return message + "(" + spec.choices + ")";
     }
     if (IsPreset(spec)) {
         return message + "_platen_preset";
@@ -239,8 +217,8 @@ std::string FishOption(const OptionSpec& spec) {
     std::string line = "complete -c platen" + (condition.empty() ? condition : " -n '" + condition + "'");
     line += spec.letter != 0 ? std::string(" -s ") + spec.letter : std::string();
     line += std::string(" -l ") + spec.name + " -d '" + Escaped(HelpOf(spec), "") + "'";
-    if (const char* choices = ChoicesOf(spec)) {
-        line += std::string(" -x -a '") + choices + "'";
+    if (spec.choices != nullptr) {
+        line += std::string(" -x -a '") + spec.choices + "'";
     } else if (IsPreset(spec)) {
         line += std::string(" -r -a \"(") + kListPresets + ")\"";
     } else if (spec.argument != nullptr) {

@@ -1,7 +1,5 @@
 #include "programs/InfoCommand.h"
 
-#include <algorithm>
-
 #include "programs/Adjust.h"
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
@@ -131,8 +129,7 @@ ExitCode RunInfo(const ParsedArguments& arguments) {
     if (arguments.operands.empty()) {
         throw Error(ExitCode::kUsage, "info: no file; see platen --help");
     }
-    const bool json = std::any_of(arguments.options.begin(), arguments.options.end(),
-                                  [](const GivenOption& option) { return option.name == "json"; });
+    const bool json = arguments.Given("json");
     const ReadOptions options = MakeReadOptions(arguments.options);
     ExitCode result = ExitCode::kDone;
     std::string list;

@@ -10,18 +10,23 @@ namespace platen_tool {
 // The sub-commands, as bits, so that an option can belong to several.
 enum CommandBit : unsigned { kAdjust = 1, kCurve = 2, kInfo = 4, kPresets = 8, kScan = 16 };
 
-// One option of the program. This table is the only place that lists them: the parser, --help and whatever is
-// generated from them (manual page, completions) read it.
+// One option of the program. This table is the only place that lists them: the parser, --help, completions and the
+// presets' reader go by it.
 struct OptionSpec {
-    const char* name;      // without dashes
-    char letter;           // one-letter form, 0: none
-    const char* argument;  // its name in the help, null: a flag
-    const char* group;     // heading in the help
-    const char* help;      // null: shares the next option's line
-    unsigned commands;     // CommandBit
+    const char* name;               // without dashes
+    char letter;                    // one-letter form, 0: none
+    const char* argument;           // its name in the help, null: a flag
+    const char* group;              // heading in the help
+    const char* help;               // null: shares the next option's line
+    unsigned commands;              // CommandBit
+    bool inPresets = false;         // whether a preset may hold it: it is about the picture
+    const char* choices = nullptr;  // where the value is one of a few words, these
 };
 
 std::span<const OptionSpec> OptionTable();
+
+// The option of that name; null where there is none.
+const OptionSpec* FindOption(std::string_view name);
 
 // One occurrence of an option, in the command line's order. Flags have an empty value.
 struct GivenOption {
@@ -34,6 +39,13 @@ struct GivenOption {
 struct ParsedArguments {
     std::vector<GivenOption> options;
     std::vector<std::string> operands;
+
+    // The option's last occurrence, which is the one that counts; null where it is not given.
+    const GivenOption* Last(std::string_view name) const;
+
+    bool Given(std::string_view name) const {
+        return Last(name) != nullptr;
+    }
 };
 
 // Splits the arguments of a sub-command (without program and sub-command) into options and operands. An unknown

@@ -2,7 +2,6 @@
 
 #include <toml++/toml.h>
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -20,14 +19,8 @@ namespace {
 
 constexpr const char* kDescription = "description";
 constexpr const char* kTone = "tone";
+constexpr const char* kNoStep = "tone: there is no step in it";
 constexpr std::size_t kLargestFile = 256 * 1024;
-
-const OptionSpec* FindOption(std::string_view name) {
-    const auto table = OptionTable();
-    const auto found =
-        std::find_if(table.begin(), table.end(), [&](const OptionSpec& o) { return name == o.name; });
-    return found != table.end() && IsPresetOption(name) ? &*found : nullptr;
-}
 
 bool HasControls(std::string_view text) {
     return std::any_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; });
@@ -78,6 +71,16 @@ class PresetReader {
         throw Error(ExitCode::kUsage, name_ + ":" + std::to_string(at.line) + ": " + text);
     }
 
+    // What a check of the options refuses gets its place in the file.
+    template <typename Check>
+    void WithPlace(const toml::source_position& at, Check check) const {
+        try {
+            check();
+        } catch (const Error& error) {
+            Refuse(at, error.what());
+        }
+    }
+
     void TakeTopKey(const Entry& entry) {
         if (entry.key == kDescription) {
             const auto text = entry.value->value<std::string>();
@@ -96,11 +99,7 @@ class PresetReader {
 
     void TakeSetting(const Entry& entry) {
         GivenOption option{std::string(entry.key), Value(entry)};
-        try {
-            CheckOption(option);
-        } catch (const Error& error) {
-            Refuse(entry.at, error.what());
-        }
+        WithPlace(entry.at, [&] { CheckOption(option); });
         preset_.options.push_back(std::move(option));
     }
 
@@ -108,6 +107,9 @@ class PresetReader {
         const toml::array* steps = entry.value->as_array();
         if (steps == nullptr) {
             Refuse(entry.at, "tone: must be tables, [[tone]]");
+        }
+        if (steps->empty()) {
+            Refuse(entry.at, kNoStep);
         }
         for (const toml::node& step : *steps) {
             if (!step.is_table()) {
@@ -121,63 +123,54 @@ class PresetReader {
         ToneStepList list;
         bool first = true;
         toml::source_position at = table.source().begin;
-        try {
-            for (const Entry& entry : InFileOrder(table)) {
-                at = entry.at;
-                GivenOption option{std::string(entry.key), Value(entry)};
-                if (!list.Take(option.name, option.value)) {
-                    Refuse(at, option.name + ": is no tone step, and stands above the first [[tone]]");
-                }
-                if (list.Count() > 1) {
-                    Refuse(at, option.name + ": a [[tone]] is one step; this begins another");
-                }
-                option.newStep = first;
-                first = false;
-                preset_.options.push_back(std::move(option));
+        for (const Entry& entry : InFileOrder(table)) {
+            at = entry.at;
+            const bool known = entry.key == kDescription || IsPresetOption(entry.key);
+            if (known && !ToneStepList::Knows(entry.key)) {
+                Refuse(at, std::string(entry.key) + ": is no tone step, and stands above the first [[tone]]");
             }
-            if (list.Finish().empty()) {
-                Refuse(at, "tone: there is no step in it");
+            GivenOption option{std::string(entry.key), Value(entry)};
+            WithPlace(at, [&] { list.Take(option.name, option.value); });
+            if (list.Count() > 1) {
+                Refuse(at, option.name + ": a [[tone]] is one step; this begins another");
             }
-        } catch (const Error& error) {
-            RefuseOnce(at, error);
+            option.newStep = first;
+            first = false;
+            preset_.options.push_back(std::move(option));
         }
-    }
-
-    // A message that has its place already is left as it is.
-    [[noreturn]] void RefuseOnce(const toml::source_position& at, const Error& error) const {
-        const std::string text = error.what();
-        if (text.starts_with(name_ + ":")) {
-            throw error;
+        if (first) {
+            Refuse(at, kNoStep);
         }
-        Refuse(at, text);
+        WithPlace(at, [&] { list.Finish(); });
     }
 
     // The value as the command line would give it.
     std::string Value(const Entry& entry) const {
         const OptionSpec* spec = FindOption(entry.key);
-        if (spec == nullptr) {
-            Refuse(entry.at, "unknown key '" + Shown(entry.key) + "'");
+        if (spec == nullptr || !spec->inPresets) {
+            Refuse(entry.at, "unknown key '" + Shown(entry.key) +
+                                 "'; presets hold options about the picture (see platen-presets(5))");
         }
         const std::string key(entry.key);
         if (spec->argument == nullptr) {
-            if (entry.value->value<bool>() != true) {
+            const auto* flag = entry.value->as_boolean();  // which no number is
+            if (flag == nullptr || !flag->get()) {
                 Refuse(entry.at, key + ": can only be true; leave it out otherwise");
             }
             return {};
         }
         const toml::array* list = entry.value->as_array();
-        return list != nullptr ? Joined(entry, *list, ',') : Scalar(entry, *entry.value);
+        return list != nullptr ? Joined(entry, *list, entry.key == "curve" ? ':' : ',')
+                               : Scalar(entry, *entry.value);
     }
 
-    // A list's members; lists in a list are points.
+    // A list's members; those of a curve are points, which are lists.
     std::string Joined(const Entry& entry, const toml::array& list, char separator) const {
         std::string text;
-        for (const toml::node& node : list) {
-            const toml::array* point = separator == ',' ? node.as_array() : nullptr;
-            if (!text.empty()) {
-                text += point != nullptr ? ':' : ',';
-            }
-            text += point != nullptr ? Joined(entry, *point, ':') : Scalar(entry, node);
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const toml::array* point = separator == ':' ? list[i].as_array() : nullptr;
+            text += i > 0 ? std::string(1, separator) : std::string();
+            text += point != nullptr ? Joined(entry, *point, ',') : Scalar(entry, list[i]);
         }
         return text;
     }
@@ -268,12 +261,8 @@ std::string StepsText(std::span<const GivenOption> options) {
 }  // namespace
 
 bool IsPresetOption(std::string_view name) {
-    static constexpr std::array kMore = {
-        "saturation", "hue",     "lightness",        "sharpness",      "order",
-        "mode",       "depth",   "threshold",        "negative",       "scale",
-        "size",       "width",   "height",           "resolution",     "shrink-only",
-        "format",     "quality", "input-resolution", "set-resolution", "strip"};
-    return ToneStepList::Knows(name) || std::find(kMore.begin(), kMore.end(), name) != kMore.end();
+    const OptionSpec* spec = FindOption(name);
+    return spec != nullptr && spec->inPresets;
 }
 
 Preset ParsePreset(std::string_view text, const std::string& name) {

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
+#include <string_view>
 
 #include "programs/PresetFile.h"
 #include "programs/PresetSearch.h"
 #include "programs/Report.h"
+#include "programs/ScanSettings.h"
 #include "programs/Settings.h"
 #include "programs/io/OutputFile.h"
 
@@ -15,31 +18,59 @@ namespace {
 
 constexpr Terminals kNone{false, false};
 
-bool IsSizeOption(const GivenOption& option) {
-    static constexpr std::array kWays = {"scale", "size", "width", "height", "resolution"};
-    return std::find(kWays.begin(), kWays.end(), option.name) != kWays.end();
-}
+// Options that exclude each other.
+using Ways = std::span<const std::string_view>;
 
-bool Given(const ParsedArguments& arguments, const char* name) {
-    return std::any_of(arguments.options.begin(), arguments.options.end(),
-                       [name](const GivenOption& option) { return option.name == name; });
-}
+// The first is no way to a size where a device takes it.
+constexpr std::array<std::string_view, 5> kSizeWays = {"resolution", "scale", "size", "width", "height"};
 
-Preset LoadPreset(const std::string& path) {
-    return ParsePreset(ReadPresetFile(path), path);
+Preset LoadPreset(const std::string& path, unsigned presetNo = 1) {
+    Preset preset = ParsePreset(ReadPresetFile(path), path);
+    for (GivenOption& option : preset.options) {
+        option.presetNo = presetNo;
+    }
+    return preset;
 }
 
 // The command line itself is number 0, and goes before all presets.
-void KeepOneSize(std::vector<GivenOption>& options) {
+void KeepOneOf(Ways ways, std::vector<GivenOption>& options) {
+    const auto isOne = [ways](const GivenOption& option) {
+        return std::find(ways.begin(), ways.end(), option.name) != ways.end();
+    };
     unsigned kept = 0;
     for (const GivenOption& option : options) {
-        if (IsSizeOption(option) && option.presetNo == 0) {
+        if (isOne(option) && option.presetNo == 0) {
             kept = 0;
             break;
         }
-        kept = IsSizeOption(option) ? option.presetNo : kept;
+        kept = isOne(option) ? option.presetNo : kept;
     }
-    std::erase_if(options, [kept](const GivenOption& o) { return IsSizeOption(o) && o.presetNo != kept; });
+    std::erase_if(options, [&](const GivenOption& o) { return isOne(o) && o.presetNo != kept; });
+}
+
+// What the options ask of the pages, whatever these are.
+Settings PageSettings(CommandBit command, ParsedArguments arguments) {
+    if (command == kScan) {
+        ScanSettings scan;
+        arguments.options = TakeScanOptions(scan, arguments.options);
+    }
+    return MakeSettings(arguments, kNone);
+}
+
+// Whether more than saving is wanted: something is named that a sub-command reads or writes.
+bool AsksForWork(const ParsedArguments& arguments) {
+    static constexpr std::array kNamed = {"output", "svg", "table", "device", "list-devices"};
+    return !arguments.operands.empty() ||
+           std::any_of(kNamed.begin(), kNamed.end(), [&](const char* name) { return arguments.Given(name); });
+}
+
+// Whether what is to be done besides writes there: the page, a picture of the curve or its table.
+bool TakesStandardOutput(CommandBit command, const ParsedArguments& arguments, const Settings& settings) {
+    if (command == kCurve) {
+        const GivenOption* svg = arguments.Last("svg");
+        return arguments.Given("table") || svg == nullptr || svg->value == "-";
+    }
+    return settings.output == "-" || settings.plot == "-";
 }
 
 ExitCode ListPresets(bool verbose) {
@@ -67,7 +98,8 @@ void CheckPreset(const std::string& path) {
     arguments.options = LoadPreset(path).options;
     arguments.operands = {"-"};
     try {
-        MakeSettings(arguments, kNone);
+        // A scan takes all that adjusting takes, and a resolution beside a size.
+        PageSettings(kScan, std::move(arguments));
     } catch (const Error& error) {
         throw Error(error.Code(), path + ": " + error.what());
     }
@@ -88,7 +120,7 @@ ExitCode CheckPresets(const std::vector<std::string>& paths) {
 
 }  // namespace
 
-void ExpandPresets(ParsedArguments& arguments) {
+void ExpandPresets(CommandBit command, ParsedArguments& arguments) {
     std::vector<GivenOption> expanded;
     unsigned presets = 0;
     bool behindPreset = false;
@@ -100,45 +132,47 @@ void ExpandPresets(ParsedArguments& arguments) {
             expanded.push_back(std::move(option));
             continue;
         }
-        ++presets;
-        for (GivenOption& own : LoadPreset(FindPreset(option.value)).options) {
-            own.presetNo = presets;
+        for (GivenOption& own : LoadPreset(FindPreset(option.value), ++presets).options) {
             expanded.push_back(std::move(own));
         }
         behindPreset = true;
     }
-    KeepOneSize(expanded);
+    const Ways ways = kSizeWays;
+    const std::size_t apart = command == kScan ? 1 : 0;
+    KeepOneOf(ways.first(apart), expanded);
+    KeepOneOf(ways.subspan(apart), expanded);
     arguments.options = std::move(expanded);
 }
 
 bool SavePreset(CommandBit command, const ParsedArguments& arguments) {
-    const auto& options = arguments.options;
-    const auto given = std::find_if(options.rbegin(), options.rend(),
-                                    [](const GivenOption& option) { return option.name == "save-preset"; });
-    if (given == options.rend()) {
+    const GivenOption* given = arguments.Last("save-preset");
+    if (given == nullptr) {
         return false;
     }
-    MakeSettings(arguments, kNone);  // only what would be taken is kept
-    const std::string text = PresetText(options);
-    OutputFile file(given->value, Given(arguments, "force"), false);
-    file.Write(text.data(), text.size());
-    file.CheckWriteError();
-    file.Commit();
-    if (command == kCurve) {
-        return !Given(arguments, "svg") && !Given(arguments, "table");
+    const Settings settings = PageSettings(command, arguments);  // only what would be taken is kept
+    const bool goesOn = AsksForWork(arguments);
+    if (given->value == "-" && goesOn && TakesStandardOutput(command, arguments, settings)) {
+        throw Error(ExitCode::kUsage, "--save-preset=-: something else goes to standard output; name a file");
     }
-    return command == kAdjust && arguments.operands.empty() && !Given(arguments, "output");
+    if (!settings.dryRun) {
+        const std::string text = PresetText(arguments.options);
+        OutputFile file(given->value, arguments.Given("force"), false);
+        file.Write(text.data(), text.size());
+        file.CheckWriteError();
+        file.Commit();
+    }
+    return !goesOn;
 }
 
 ExitCode RunPresets(const ParsedArguments& arguments) {
     const std::vector<std::string>& words = arguments.operands;
     if (words.empty() || (words.front() == "list" && words.size() == 1)) {
-        return ListPresets(Given(arguments, "verbose"));
+        return ListPresets(arguments.Given("verbose"));
     }
     if (words.front() == "show" && words.size() == 2) {
         const std::string path = FindPreset(words[1]);
         const std::string text = ReadPresetFile(path);
-        PrintOutput(Given(arguments, "verbose") ? "# " + path + "\n" + text : text);
+        PrintOutput(arguments.Given("verbose") ? "# " + path + "\n" + text : text);
         return ExitCode::kDone;
     }
     if (words.front() == "check" && words.size() >= 2) {

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <exception>
 
@@ -22,11 +21,6 @@ namespace platen_tool {
 namespace {
 
 constexpr std::string_view kCompletionWord = "--completion=";
-
-bool Given(const ParsedArguments& arguments, const char* name) {
-    return std::any_of(arguments.options.begin(), arguments.options.end(),
-                       [name](const GivenOption& option) { return option.name == name; });
-}
 
 // The sub-command is the first argument; a file of that name is reached as "./curve".
 CommandBit TakeCommand(std::vector<std::string>& arguments) {
@@ -54,18 +48,18 @@ ExitCode Run(std::vector<std::string> words) {
     }
     const CommandBit command = TakeCommand(words);
     ParsedArguments arguments = ParseArguments(command, words);
-    if (Given(arguments, "help")) {
+    if (arguments.Given("help")) {
         PrintOutput(HelpText(command));
         return ExitCode::kDone;
     }
-    if (Given(arguments, "version")) {
+    if (arguments.Given("version")) {
         PrintOutput("platen " PLATEN_VERSION "\n");
         return ExitCode::kDone;
     }
     if (command == kPresets) {
         return RunPresets(arguments);
     }
-    ExpandPresets(arguments);
+    ExpandPresets(command, arguments);
     if (SavePreset(command, arguments)) {
         return ExitCode::kDone;
     }

@@ -39,6 +39,7 @@ bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
     } else if (option.name == "set") {
         s.requests.push_back(ParseSet(option.value));
     } else if (option.name == "resolution") {
+        ParseResolution(option.name, option.value);  // checked only; the device gets it as it was said
         s.requests.push_back({DeviceRequest::kResolution, "", option.value});
     } else {
         s.thresholdGiven = s.thresholdGiven || option.name == "threshold";
@@ -51,20 +52,6 @@ bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
     return true;
 }
 
-void CheckResolutions(const ScanSettings& s) {
-    for (const DeviceRequest& request : s.requests) {
-        if (request.kind == DeviceRequest::kResolution) {
-            const auto parts = SplitText(request.value, 'x');
-            if (parts.size() > 2) {
-                Refuse("--resolution: '" + request.value + "' is not DPI or XxY");
-            }
-            for (const std::string_view part : parts) {
-                ParseRatio("--resolution", part);
-            }
-        }
-    }
-}
-
 void CheckOutput(const ScanSettings& s) {
     const OutputName name(s.page.output);
     if (name.HasName()) {
@@ -74,14 +61,20 @@ void CheckOutput(const ScanSettings& s) {
 
 }  // namespace
 
+std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options) {
+    std::vector<GivenOption> rest;
+    for (const GivenOption& option : options) {
+        if (!TakeScanOption(s, option)) {
+            rest.push_back(option);
+        }
+    }
+    return rest;
+}
+
 ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals& terminals) {
     ScanSettings s;
     ParsedArguments rest;
-    for (const GivenOption& option : arguments.options) {
-        if (!TakeScanOption(s, option)) {
-            rest.options.push_back(option);
-        }
-    }
+    rest.options = TakeScanOptions(s, arguments.options);
     if (!arguments.operands.empty()) {
         Refuse("scan: takes no file, but '" + arguments.operands.front() + "' is there; -d names the scanner");
     }
@@ -95,7 +88,6 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     if (s.device.empty()) {
         Refuse("scan: no device; say -d NAME, and platen scan -L lists them");
     }
-    CheckResolutions(s);
     rest.operands = {s.device};
     s.page = MakeSettings(rest, terminals);
     CheckOutput(s);

@@ -26,6 +26,9 @@ struct ScanSettings {
     Settings page;  // what happens to the pages afterwards; its one input is the device
 };
 
+// Takes out the options that the device alone needs; what is left is about its pages.
+std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options);
+
 // Sorts a command line into what the device is asked for and what the program does itself; a wrong option is an
 // Error (kUsage). --resolution is the device's alone; --mode and --depth are asked of the device and, as far as
 // it can't, done to its pages.

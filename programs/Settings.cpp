@@ -39,15 +39,6 @@ std::uint32_t ParseSide(const std::string& option, std::string_view text) {
     return static_cast<std::uint32_t>(ParseWhole("--" + option, text, 1, kMostPixelsASide));
 }
 
-Resolution ParseResolution(const std::string& option, const std::string& text) {
-    const auto parts = SplitText(text, 'x');
-    if (parts.size() > 2) {
-        Refuse("--" + option + ": '" + text + "' is not DPI or XxY");
-    }
-    const Ratio x = ParseRatio("--" + option, parts.front());
-    return {x, parts.size() == 2 ? ParseRatio("--" + option, parts[1]) : x};
-}
-
 PageRange ParsePages(const std::string& text) {
     constexpr std::int64_t kLastPage = 0xFFFFFFFF;
     const auto parts = SplitText(text, '-');
@@ -208,15 +199,15 @@ void TakeOption(Settings& s, ToneStepList& tone, unsigned& missingStages, const 
         TakeReportOption(s, option.name, option.value);
 }
 
-void CheckSize(const std::vector<GivenOption>& options) {
-    const auto given = [&](const char* name) {
-        return std::any_of(options.begin(), options.end(), [&](const auto& o) { return o.name == name; });
-    };
-    const int ways = given("scale") + given("size") + (given("width") || given("height")) + given("resolution");
+void CheckSize(const ParsedArguments& given) {
+    const int ways = given.Given("scale") + given.Given("size") + (given.Given("width") || given.Given("height")) +
+                     given.Given("resolution");
     if (ways > 1) {
         Refuse("only one of --scale, --size, --width with --height, and --resolution can be given");
     }
-    if (given("shrink-only") && ways == 0) {
+    // A preset may say it for the case that a size is given beside it.
+    const GivenOption* shrinkOnly = given.Last("shrink-only");
+    if (shrinkOnly != nullptr && shrinkOnly->presetNo == 0 && ways == 0) {
         Refuse("--shrink-only: nothing is scaled");
     }
 }
@@ -266,6 +257,15 @@ void ResolveFiles(Settings& s, const Terminals& terminals) {
 
 }  // namespace
 
+Resolution ParseResolution(const std::string& option, const std::string& text) {
+    const auto parts = SplitText(text, 'x');
+    if (parts.size() > 2) {
+        Refuse("--" + option + ": '" + text + "' is not DPI or XxY");
+    }
+    const Ratio x = ParseRatio("--" + option, parts.front());
+    return {x, parts.size() == 2 ? ParseRatio("--" + option, parts[1]) : x};
+}
+
 ReadOptions MakeReadOptions(const std::vector<GivenOption>& options) {
     Settings s;
     for (const GivenOption& option : options) {
@@ -295,7 +295,7 @@ Settings MakeSettings(const ParsedArguments& arguments, const Terminals& termina
     }
     s.tone = tone.Finish();
     s.inputs = arguments.operands;
-    CheckSize(arguments.options);
+    CheckSize(arguments);
     CheckOrder(s, missingStages);
     CheckPixels(s);
     ResolveFiles(s, terminals);

@@ -106,6 +106,9 @@ Settings MakeSettings(const ParsedArguments& arguments, const Terminals& termina
 // Checks one option's value by itself, as MakeSettings would.
 void CheckOption(const GivenOption& option);
 
+// The value of an option that says a resolution: DPI, or XxY.
+Resolution ParseResolution(const std::string& option, const std::string& text);
+
 // The reading options alone, for sub-commands that only read; others are passed over.
 ReadOptions MakeReadOptions(const std::vector<GivenOption>& options);
 

@@ -15,6 +15,8 @@ namespace {
 constexpr const char* kShipped[] = {"archive-150", "book-yellowed", "fax-200",
                                     "newspaper",   "photo-neutral", "text-clean"};
 
+const std::string kUnknown = "'; presets hold options about the picture (see platen-presets(5))\n";
+
 // Keeps the machine's own presets out of the tests.
 class Presets : public testing::Test {
   protected:
@@ -119,6 +121,14 @@ TEST_F(Presets, OnlyOneSayAboutTheSizeCounts) {
     EXPECT_EQ(Result({"--preset=wide.toml", "--preset=half.toml"}, "grey.pgm").substr(0, 9), "P5\n20 15\n");
 }
 
+TEST_F(Presets, ShrinkOnlyInAPresetIsForASizeThatMayBeGivenBesideIt) {
+    WriteFile(folder.File("shrink.toml"), "shrink-only = true\n");
+    EXPECT_EQ(Run({"presets", "check", "shrink.toml"}).err, "");
+    EXPECT_EQ(Result({"--preset=shrink.toml"}), Result({}));
+    EXPECT_EQ(Result({"--preset=shrink.toml", "--scale=2"}), Result({}));
+    EXPECT_EQ(Result({"--preset=shrink.toml", "--scale=50%"}), Result({"--scale=50%"}));
+}
+
 TEST_F(Presets, FoldersAreSearchedInTheirOrder) {
     const char* places[] = {"two", "one", "data", "config"};
     int brightness = 10;
@@ -151,6 +161,23 @@ TEST_F(Presets, SavedCommandLinesRunAgain) {
     EXPECT_EQ(Run({"--gamma=2", "--save-preset=-"}).out, "[[tone]]\ngamma = 2\n");
 }
 
+TEST_F(Presets, AScansResolutionAndSizeAreSavedTogether) {
+    WriteFile(folder.File("half.toml"), "scale = \"50%\"\n");
+    const std::string both = "resolution = 300\nscale = \"50%\"\n";
+    const auto saved = [this](std::vector<std::string> words) {
+        words.insert(words.begin(), "scan");
+        words.emplace_back("--save-preset=-");
+        return Run(words).out;
+    };
+    EXPECT_EQ(saved({"--resolution=300", "--preset=half.toml"}), both);
+    EXPECT_EQ(saved({"--resolution=300", "--scale=50%"}), both);
+    EXPECT_EQ(saved({"--resolution=many"}), "");
+    WriteFile(folder.File("both.toml"), both);
+    EXPECT_EQ(saved({"--preset=both.toml"}), both);
+    EXPECT_EQ(Run({"presets", "check", "both.toml"}).code, 0);
+    EXPECT_EQ(Run({"--preset=both.toml", "grey.pgm", "-o", "x.pgm"}).code, 2);
+}
+
 TEST_F(Presets, SavingGoesWithTheWork) {
     const Outcome outcome = Run({"--gamma=2", "--save-preset=saved.toml", "grey.pgm", "-o", "x.pgm"});
     EXPECT_EQ(outcome.code, 0) << outcome.err;
@@ -163,18 +190,46 @@ TEST_F(Presets, SavingGoesWithTheWork) {
     EXPECT_FALSE(std::filesystem::exists(folder.File("wrong.toml")));
 }
 
+TEST_F(Presets, ADryRunSavesNothing) {
+    const std::string before = folder.Listing();
+    const Outcome outcome = Run({"-n", "--scale=50%", "--save-preset=z.toml", "grey.pgm"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("20 x 15"), std::string::npos) << outcome.out;
+    EXPECT_EQ(Run({"-n", "--scale=50%", "--width=3", "--save-preset=z.toml", "grey.pgm"}).code, 2);
+    EXPECT_EQ(folder.Listing(), before);
+}
+
+TEST_F(Presets, SavingAScansOptionsNeedsNoScanner) {
+    const Outcome outcome = Run({"scan", "--gamma=2", "--save-preset=saved.toml"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_EQ(ReadFile(folder.File("saved.toml")), "[[tone]]\ngamma = 2\n");
+}
+
+TEST_F(Presets, SavingToStandardOutputDoesNotMixWithThePage) {
+    const Outcome outcome = Run({"--scale=50%", "--save-preset=-", "grey.pgm", "-o", "-"});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.out, "");
+    const std::string text = "[[tone]]\ngamma = 2\n";
+    EXPECT_EQ(Run({"--gamma=2", "--save-preset=-", "grey.pgm", "-o", "x.pgm"}).out, text);
+    EXPECT_EQ(Run({"curve", "--gamma=2", "--save-preset=-", "--svg=x.svg"}).out, text);
+    // A dry run refuses what the run would refuse.
+    EXPECT_EQ(Run({"-n", "--gamma=2", "--save-preset=-", "grey.pgm", "-o", "-"}).code, 2);
+    EXPECT_EQ(Run({"-n", "--gamma=2", "--save-preset=-", "grey.pgm"}).out.find("grey.pgm"), 0u);
+}
+
 TEST_F(Presets, WhatIsWrongIsSaidWithFileAndLine) {
     WriteFile(folder.File("bad.toml"), "mode = \"gray\"\nbrightnes = 3\n");
     WriteFile(folder.File("size.toml"), "scale = 2\nwidth = 3\n");
     const Outcome use = Run({"--preset=bad.toml", "grey.pgm", "-o", "x.pgm"});
     EXPECT_EQ(use.code, 2);
-    EXPECT_EQ(use.err, "platen: bad.toml:2: unknown key 'brightnes'\n");
+    EXPECT_EQ(use.err, "platen: bad.toml:2: unknown key 'brightnes" + kUnknown);
     const Outcome check = Run({"presets", "check", "size.toml", "bad.toml"});
     EXPECT_EQ(check.code, 1);
     EXPECT_EQ(
         check.err,
         "platen: size.toml: only one of --scale, --size, --width with --height, and --resolution can be given\n"
-        "platen: bad.toml:2: unknown key 'brightnes'\n");
+        "platen: bad.toml:2: unknown key 'brightnes" +
+            kUnknown);
     EXPECT_EQ(Run({"--preset=absent.toml", "grey.pgm", "-o", "x.pgm"}).err,
               "platen: absent.toml: No such file or directory\n");
     const Outcome unknown = Run({"--preset=nonsense", "grey.pgm", "-o", "x.pgm"});
@@ -190,7 +245,8 @@ TEST_F(Presets, ABrokenFileDoesNotHideTheOthersOfAList) {
     Put("config", "bad", "x = 1\n");
     const Outcome list = Run({"presets"});
     EXPECT_EQ(list.code, 1);
-    EXPECT_EQ(list.err, "platen: " + folder.File("config/platen/presets/bad.toml") + ":1: unknown key 'x'\n");
+    EXPECT_EQ(list.err,
+              "platen: " + folder.File("config/platen/presets/bad.toml") + ":1: unknown key 'x" + kUnknown);
     EXPECT_NE(list.out.find("text-clean"), std::string::npos);
 }
 
@@ -276,6 +332,7 @@ TEST(Completions, BashOffersOptionsValuesAndSubCommands) {
     EXPECT_EQ(Offered("platen --sharp", 1), "--sharpness=\n");
     EXPECT_EQ(Offered("platen --mode = g", 3), "gray\n");
     EXPECT_EQ(Offered("platen --mode =", 2), "lineart gray color\n");
+    EXPECT_EQ(Offered("platen --threads =", 2), "1 3\n");
     EXPECT_EQ(Offered("platen pres", 1), "presets\n");
     EXPECT_EQ(Offered("platen presets c", 2), "check\n");
     EXPECT_EQ(Offered("platen curve --tab", 2), "--table=\n");

@@ -358,7 +358,8 @@ TEST_F(ScanDevice, PresetsActAsTheirOptions) {
     for (const auto& [preset, options] :
          {std::pair<const char*, Words>{"own.toml", {"--levels=20,230", "--sharpness=1"}},
           {"text-clean", {"--mode=gray", "--sharpness=1", "--levels=45,225,0.75"}},
-          {"fax-200", {"--mode=lineart", "--resolution=200", "--threshold=62", "--sharpness=1"}}}) {
+          {"fax-200", {"--mode=lineart", "--resolution=200", "--threshold=62", "--sharpness=1"}},
+          {"archive-150", {"--resolution=150", "--sharpness=1"}}}) {
         DoScan(kPattern + Words{std::string("--preset=") + preset, "-f", "-o", "preset.tif"});
         DoScan(kPattern + options + Words{"-f", "-o", "options.tif"});
         EXPECT_TRUE(Same(ReadFile(folder.File("preset.tif")), ReadFile(folder.File("options.tif")))) << preset;

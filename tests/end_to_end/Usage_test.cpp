@@ -43,6 +43,7 @@ TEST_F(Usage, WrongCommandLinesEndWith2) {
            "--curve: '0,0' has 1 points; five are needed: x,y:x,y:x,y:x,y:x,y");
     Expect({"--nonsense"}, kUsage, "unknown option '--nonsense'; see platen --help");
     Expect({"-o"}, kUsage, "--output: needs a value");
+    Expect({"-f", "--output=", "grey.pgm"}, kUsage, "--output: needs a value");
     Expect({"grey.pgm", "colour.ppm", "-o", "x.png"}, kUsage,
            "-o: several inputs need %s or %d in the output's name");
     Expect({"grey.pgm", "colour.ppm", "-o", "%d.png", "--jobs=2"}, kUsage,

@@ -23,6 +23,14 @@ TEST(Arguments, OptionsKeepTheOrderOfTheCommandLine) {
               "contrast=1 brightness=2 contrast=3 output=out.png verbose= [in.png]");
 }
 
+TEST(Arguments, TheLastOccurrenceCounts) {
+    const ParsedArguments arguments = ParseArguments(kAdjust, {"--hue=1", "-f", "--hue=2", "a"});
+    EXPECT_EQ(arguments.Last("hue")->value, "2");
+    EXPECT_TRUE(arguments.Given("force"));
+    EXPECT_FALSE(arguments.Given("a"));
+    EXPECT_EQ(arguments.Last("strip"), nullptr);
+}
+
 TEST(Arguments, NegativeNumbersAreValues) {
     EXPECT_EQ(Parsed({"--brightness", "-20", "--balance-shadows", "-1,-2,-3", "a"}),
               "brightness=-20 balance-shadows=-1,-2,-3 [a]");
@@ -43,6 +51,10 @@ TEST(Arguments, UnknownOptionsAndMissingValuesAreErrors) {
     EXPECT_EQ(UsageText([] { Parsed({"a", "--scale"}); }), "--scale: needs a value");
     EXPECT_EQ(UsageText([] { Parsed({"a", "-o"}); }), "--output: needs a value");
     EXPECT_EQ(UsageText([] { Parsed({"--force=1", "a"}); }), "--force: takes no value");
+    EXPECT_EQ(UsageText([] { Parsed({"--force=", "a"}); }), "--force: takes no value");
+    EXPECT_EQ(UsageText([] { Parsed({"--output=", "a"}); }), "--output: needs a value");
+    EXPECT_EQ(UsageText([] { Parsed({"a", "--scale="}); }), "--scale: needs a value");
+    EXPECT_EQ(Parsed({"--scale=2", "--", "--scale="}), "scale=2 [--scale=]");
 }
 
 TEST(Arguments, SubCommandsHaveTheirOwnOptions) {

@@ -1,7 +1,11 @@
 #include "programs/Completion.h"
 
+#include <sstream>
+
 #include "Expect.h"
+#include "programs/CurveCommand.h"
 #include "programs/OptionTable.h"
+#include "programs/Settings.h"
 
 namespace platen_tool {
 namespace {
@@ -23,9 +27,43 @@ TEST(Completion, EveryOptionIsInEveryShellsScript) {
 }
 
 TEST(Completion, ValuesOutOfAListAreOffered) {
+    EXPECT_TRUE(Has(CompletionText("bash"), "--threads) mapfile -t COMPREPLY < <(compgen -W '1 3'"));
     EXPECT_TRUE(Has(CompletionText("bash"), "--mode) mapfile -t COMPREPLY < <(compgen -W 'lineart gray color'"));
     EXPECT_TRUE(Has(CompletionText("zsh"), "(lineart gray color)"));
     EXPECT_TRUE(Has(CompletionText("fish"), "-x -a 'lineart gray color'"));
+}
+
+// What is said about a value that the option doesn't take.
+std::string RefusalOf(const OptionSpec& spec) {
+    const std::string value = "other";
+    return UsageText([&] {
+        if (spec.commands == kCurve) {
+            RunCurve(ParseArguments(kCurve, {std::string("--") + spec.name + "=" + value}));
+        } else {
+            CheckOption({spec.name, value});
+        }
+    });
+}
+
+TEST(Completion, WhatIsOfferedIsWhatTheOptionsTake) {
+    std::string others;
+    for (const OptionSpec& spec : OptionTable()) {
+        if (spec.choices == nullptr) {
+            continue;
+        }
+        std::string list;
+        std::istringstream words(spec.choices);
+        for (std::string word; words >> word; list += (list.empty() ? "" : ", ") + word) {
+            EXPECT_NO_THROW(CheckOption({spec.name, word})) << spec.name << " " << word;
+        }
+        const std::string refusal = RefusalOf(spec);
+        if (!refusal.ends_with(": 'other' is none of " + list)) {
+            others += refusal + "\n";
+        }
+    }
+    EXPECT_EQ(others,
+              "--curve-kind: 'other' is not spline or polyline\n"
+              "--sharpness: 'other' is not a whole number from -2 to 3\n");
 }
 
 TEST(Completion, OtherShellsAreRefused) {

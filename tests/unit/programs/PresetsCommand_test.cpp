@@ -9,9 +9,9 @@ namespace {
 class PresetsCommandTest : public testing::Test {
   protected:
     // The folded arguments, as "--name=value" and, where a step of its own begins, "|" before.
-    static std::string Expanded(const std::vector<std::string>& words) {
-        ParsedArguments arguments = ParseArguments(kAdjust, words);
-        ExpandPresets(arguments);
+    static std::string Expanded(const std::vector<std::string>& words, CommandBit command = kAdjust) {
+        ParsedArguments arguments = ParseArguments(command, words);
+        ExpandPresets(command, arguments);
         std::string text;
         for (const GivenOption& option : arguments.options) {
             text += (option.newStep ? "|" : "") + option.name + "=" + option.value + " ";
@@ -40,6 +40,24 @@ TEST_F(PresetsCommandTest, OptionsBehindAPresetBeginAStepOfTheirOwn) {
               "|brightness=10 |contrast=5 brightness=1 ");
     EXPECT_EQ(Expanded({"--contrast=5", "--preset=" + preset, "--hue=3", "--contrast=6"}),
               "contrast=5 |brightness=10 hue=3 |contrast=6 ");
+}
+
+TEST_F(PresetsCommandTest, OfTheWaysToASizeOneIsKept) {
+    const std::string half = "--preset=" + Put("half.toml", "scale = 0.5\n");
+    const std::string fine = "--preset=" + Put("fine.toml", "resolution = 600\n");
+    EXPECT_EQ(Expanded({half, "--width=9", "--height=8"}), "width=9 height=8 ");
+    EXPECT_EQ(Expanded({half, fine}), "resolution=600 ");
+    EXPECT_EQ(Expanded({"--resolution=300", half}), "resolution=300 ");
+}
+
+TEST_F(PresetsCommandTest, AScansResolutionIsKeptBesideASize) {
+    const std::string half = "--preset=" + Put("half.toml", "scale = 0.5\n");
+    const std::string fine = "--preset=" + Put("fine.toml", "resolution = 600\n");
+    const std::string coarse = "--preset=" + Put("coarse.toml", "resolution = 75\nwidth = 9\n");
+    EXPECT_EQ(Expanded({"--resolution=300", half}, kScan), "resolution=300 scale=0.5 ");
+    EXPECT_EQ(Expanded({fine, "--width=800"}, kScan), "resolution=600 width=800 ");
+    EXPECT_EQ(Expanded({"--resolution=300", fine}, kScan), "resolution=300 ");
+    EXPECT_EQ(Expanded({half, coarse, fine}, kScan), "width=9 resolution=600 ");
 }
 
 TEST_F(PresetsCommandTest, ShowPrintsTheFileAndWithVerboseItsPlace) {
@@ -83,8 +101,27 @@ TEST_F(PresetsCommandTest, SavingIsAllWhereNothingElseIsAskedFor) {
     EXPECT_TRUE(onlySaves(kAdjust, {}));
     EXPECT_FALSE(onlySaves(kAdjust, {"a.png"}));
     EXPECT_FALSE(onlySaves(kAdjust, {"-o", "a.png"}));
+    EXPECT_TRUE(onlySaves(kScan, {}));
+    EXPECT_FALSE(onlySaves(kScan, {"-d", "x"}));
+    EXPECT_FALSE(onlySaves(kScan, {"-o", "a.png"}));
+    EXPECT_FALSE(onlySaves(kScan, {"-L"}));
     EXPECT_EQ(Expanded({"--preset=" + file}), "|gamma=2 ");
     EXPECT_FALSE(SavePreset(kAdjust, ParseArguments(kAdjust, {"--gamma=2"})));
+}
+
+TEST_F(PresetsCommandTest, APresetDoesNotMixWithWhatElseGoesToStandardOutput) {
+    const auto mixes = [](CommandBit command, std::vector<std::string> words) {
+        words.insert(words.end(), {"--gamma=2", "--save-preset=-"});
+        EXPECT_EQ(UsageText([&] { SavePreset(command, ParseArguments(command, words)); }),
+                  "--save-preset=-: something else goes to standard output; name a file");
+    };
+    mixes(kAdjust, {"a.png", "-o", "-"});
+    mixes(kAdjust, {"a.png"});
+    mixes(kAdjust, {"a.png", "-o", "b.png", "--plot=-"});
+    mixes(kScan, {"-d", "x"});
+    mixes(kScan, {"-L"});
+    mixes(kCurve, {"--table=c"});
+    mixes(kCurve, {"--svg=-"});
 }
 
 }  // namespace

@@ -35,6 +35,15 @@ TEST(ScanSettings, DeviceOptionsKeepTheirOrder) {
     EXPECT_EQ(s.page.inputs, std::vector<std::string>{"x"});
 }
 
+TEST(ScanSettings, AResolutionIsCheckedBeforeTheDeviceGetsIt) {
+    EXPECT_EQ(Make({"-d", "x", "--resolution=300x150"}).requests.at(0).value, "300x150");
+    EXPECT_EQ(UsageText([] {
+                  Make({"-d", "x", "--resolution=1x2x3"});
+              }),
+              "--resolution: '1x2x3' is not DPI or XxY");
+    EXPECT_THROW(Make({"-d", "x", "--resolution=100x0"}), Error);
+}
+
 TEST(ScanSettings, PagesAreOneSomeOrAll) {
     EXPECT_EQ(Make({"-d", "x"}).pages, 1ul);
     EXPECT_EQ(Make({"-d", "x", "--pages=7"}).pages, 7ul);

@@ -86,6 +86,13 @@ TEST(Settings, OnlyOneWayAtATime) {
     EXPECT_EQ(Refusal({"--shrink-only"}), "--shrink-only: nothing is scaled");
 }
 
+TEST(Settings, OnlyTheCommandLinesShrinkOnlyNeedsASize) {
+    ParsedArguments arguments = ParseArguments(kAdjust, {"--shrink-only", "in.png", "-o", "out.png"});
+    EXPECT_THROW(MakeSettings(arguments, {}), Error);
+    arguments.options.front().presetNo = 1;
+    EXPECT_TRUE(MakeSettings(arguments, {}).size.shrinkOnly);
+}
+
 TEST(Settings, WrongValuesAreNamed) {
     EXPECT_EQ(Refusal({"--saturation=101"}), "--saturation: '101' is out of range; allowed are -100 to 100");
     EXPECT_EQ(Refusal({"--hue=-181"}), "--hue: '-181' is out of range; allowed are -180 to 180");
