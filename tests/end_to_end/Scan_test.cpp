@@ -371,7 +371,7 @@ TEST_F(ScanDevice, FullDisksAndClosedPipesEndIt) {
     const Words words = {"scan", "-d", "test", "--resolution=600", "-o", "-"};
     const Outcome refused = Run(words, full);
     EXPECT_EQ(refused.code, 1);
-    EXPECT_EQ(refused.err, "platen: test: can't be written: No space left on device\n");
+    EXPECT_EQ(refused.err, "platen: test: standard output: can't be written: No space left on device\n");
     Streams closed;
     closed.closeOutput = true;
     const Outcome quiet = Run(words, closed);
