@@ -56,7 +56,7 @@ class InputRun {
                 any = true;
                 AdjustPage(page);
             } else {
-                SkipPage();
+                SkipLines(*reader_);
             }
             ++page;
         } while (reader_->NextPage());
@@ -84,13 +84,6 @@ class InputRun {
         if (plan.reducedTo8 && !toldReduction_) {
             PrintMessage({input_, ": 16-bit samples are reduced to 8 bits"});
             toldReduction_ = true;
-        }
-    }
-
-    void SkipPage() {
-        std::vector<std::uint8_t> line(reader_->Info().LineBytes());
-        for (std::uint32_t y = 0; y < reader_->Info().height; ++y) {
-            reader_->ReadLine(line.data());
         }
     }
 

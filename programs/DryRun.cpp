@@ -43,13 +43,6 @@ std::string CurveRows(const ToneTables& tables) {
            Row("", "blue  " + KeyPoints(tables.blue));
 }
 
-void SkipLines(LineReader& reader) {
-    std::vector<std::uint8_t> line(reader.Info().LineBytes());
-    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
-        reader.ReadLine(line.data());
-    }
-}
-
 }  // namespace
 
 std::string DescribePage(const Settings& settings, const ImageInfo& page) {
