@@ -105,7 +105,7 @@ class InputRun {
         Pipeline pipeline(plan, sink);
         std::vector<std::uint8_t> line(plan.input.LineBytes());
         for (std::uint32_t y = 0; plan.input.height == 0 || y < plan.input.height; ++y) {
-            if (!(spooled ? spooled->ReadLine(line.data()) : ReadLine(plan.input, line.data()))) {
+            if (!ReadLine(plan.input, spooled, line.data())) {
                 break;
             }
             if (settings_.stats) {
@@ -124,8 +124,11 @@ class InputRun {
 
     // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
     // was read before is written first: had that failed, it came first.
-    bool ReadLine(const ImageInfo& info, std::uint8_t* line) {
+    bool ReadLine(const ImageInfo& info, std::optional<SpooledPage>& spooled, std::uint8_t* line) {
         try {
+            if (spooled) {
+                return spooled->ReadLine(line);
+            }
             if (info.height == 0) {
                 return reader_->ReadLineOrEnd(line);
             }
