@@ -88,14 +88,16 @@ class InputRun {
     }
 
     void AdjustPage(unsigned long page) {
-        ImageInfo info = reader_->Info();
+        // What can't be done is refused before the page is spooled for it.
+        PagePlan plan = PlanPage(settings_, reader_->Info());
         std::optional<SpooledPage> spooled;
-        if (info.height == 0 && settings_.NeedsHeight()) {
-            spooled.emplace(*reader_, settings_.read.strictStream);
+        if (plan.input.height == 0 && settings_.NeedsHeight()) {
+            spooled.emplace(*reader_);
+            ImageInfo info = reader_->Info();
             info.height = spooled->Height();
+            plan = PlanPage(settings_, info);
             Tell("spooled to a temporary file: the page's height wasn't known at first");
         }
-        const PagePlan plan = PlanPage(settings_, info);
         for (const std::string& notice : plan.notices) {
             Tell(notice);
         }

@@ -1,6 +1,5 @@
 #include "programs/AdjustInput.h"
 #include "programs/PagePlan.h"
-#include "programs/SpooledPage.h"
 
 namespace platen_tool {
 
@@ -46,10 +45,7 @@ std::string CurveRows(const ToneTables& tables) {
 }  // namespace
 
 std::string DescribePage(const Settings& settings, const ImageInfo& page) {
-    if (page.height == 0 && settings.NeedsHeight() && settings.read.strictStream) {
-        RefuseSpooling();
-    }
-    const PagePlan plan = PlanDryRun(settings, page);
+    const PagePlan plan = PlanPage(settings, page);
     std::string text = Row("input", PageText(plan.input));
     for (const PlannedStep& step : plan.steps) {
         text += Row(StepName(step.kind), step.text);

@@ -76,10 +76,7 @@ ImageInfo ExpectedPage(const ScanDevice& device) {
 // What would fail after the scan had better fail before it.
 void CheckBefore(const ScanSettings& settings, const ScanDevice& device, const OutputName& name) {
     const Settings& page = settings.page;
-    const ImageInfo expected = ExpectedPage(device);
-    if (expected.height != 0 || !page.NeedsHeight()) {
-        PlanPage(page, expected);
-    }
+    PlanPage(page, ExpectedPage(device));
     const std::string path = name.Make("", 1);
     struct stat status {};
     if (path != "-" && !page.force && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {

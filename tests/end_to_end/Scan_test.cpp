@@ -311,6 +311,14 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     EXPECT_EQ(there.err, "platen: test: there.png: exists already; --force overwrites it\n");
     EXPECT_EQ(ReadFile(folder.File("there.png")), "kept");
     ExpectError({"--hue=10"}, 3, "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    // A scan of unknown height too, which would have come to this error.
+    const Words hand = Set({"hand-scanner=yes", "read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--scale=50%"};
+    ExpectError(hand, 4, "test: the scan failed: Error during device I/O");
+    ExpectError(hand + Words{"--hue=10"}, 3,
+                "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    ExpectError(hand + Words{"--strict-stream"}, 3,
+                "test: the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
+                "spooling");
     ExpectError({"--max-side=100"}, 1, "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side");
 }
 
