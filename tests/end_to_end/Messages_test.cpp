@@ -223,8 +223,8 @@ TEST_F(Messages, OfOutputsThatCannotBe) {
               "1 platen: none/x.toml: can't be created: No such file or directory\n");
     EXPECT_EQ(
         say("x"),
-        "2 platen: a.ppm: the output's name doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm "
-        "and .pam do\n");
+        "2 platen: a.ppm: -o: 'x' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, "
+        "or --format\n");
     EXPECT_EQ(say("x.jpg", {"--depth=16"}).substr(0, 35), "3 platen: a.ppm: JPEG can't hold 16");
 }
 
