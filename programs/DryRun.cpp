@@ -1,4 +1,5 @@
 #include "programs/AdjustInput.h"
+#include "programs/LineWriter.h"
 #include "programs/PagePlan.h"
 
 namespace platen_tool {
@@ -42,6 +43,17 @@ std::string CurveRows(const ToneTables& tables) {
            Row("", "blue  " + KeyPoints(tables.blue));
 }
 
+// What the writer would say to a page, and to one more in the same file. Without an output there is none.
+void CheckOutput(const std::string& output, const Settings& settings, const LineReader& reader, bool oneMore) {
+    if (output.empty()) {
+        return;
+    }
+    const Container container = OutputContainer(output, settings.format, reader.FileContainer());
+    if (oneMore) {
+        RequireSeveralPages(container);
+    }
+}
+
 }  // namespace
 
 std::string DescribePage(const Settings& settings, const ImageInfo& page) {
@@ -70,8 +82,9 @@ std::string DescribeInput(const Settings& settings, const OutputName& name, cons
     bool more = true;
     for (; more && page <= range.last; ++page) {
         if (page >= range.first) {
-            text += input + ", page " + std::to_string(page);
             const std::string output = name.Make(input, nextPage++);
+            CheckOutput(output, settings, *reader, page > range.first && !name.HasPage());
+            text += input + ", page " + std::to_string(page);
             text += output.empty() ? "\n" : ", to " + output + "\n";
             text += DescribePage(settings, reader->Info());
         }

@@ -107,13 +107,22 @@ TEST_F(AdjustTest, OneInputNeedsNoProcessOfItsOwn) {
     EXPECT_EQ(Outputs(), "a");
 }
 
-TEST_F(AdjustTest, SeveralProcessesNeedNamesForTheirOutputs) {
-    EXPECT_EQ(
-        UsageText([this] {
-            RunAdjust(MakeSettings(
-                ParseArguments(kAdjust, {"--jobs=2", "-o", "%d.png", scratch_ / "a.pgm", scratch_ / "b.pgm"}), {}));
-        }),
-        "--jobs: several inputs at a time need %s in the output's name");
+TEST_F(AdjustTest, SeveralInputsNeedNamesForTheirOutputs) {
+    const auto refusal = [this](std::vector<std::string> words) {
+        words.insert(words.end(), {scratch_ / "a.pgm", scratch_ / "b.pgm"});
+        return UsageText([&] { RunAdjust(MakeSettings(ParseArguments(kAdjust, words), {})); });
+    };
+    for (const char* dryRun : {"--verbose", "--dry-run"}) {
+        EXPECT_EQ(refusal({"--jobs=2", "-o", "%d.png", dryRun}),
+                  "--jobs: several inputs at a time need %s in the output's name");
+        EXPECT_EQ(refusal({"-o", "out.png", dryRun}), "-o: several inputs need %s or %d in the output's name");
+    }
+}
+
+TEST_F(AdjustTest, ADryRunNeedsNoOutput) {
+    EXPECT_EQ(Run({"--dry-run", "--jobs=2"}, {"a.pgm", "b.pgm"}), 0);
+    EXPECT_NE(out_.find("a.pgm, page 1\n"), std::string::npos) << out_;
+    EXPECT_NE(out_.find("b.pgm, page 1\n"), std::string::npos) << out_;
 }
 
 TEST_F(AdjustTest, ADryRunWritesNothing) {
