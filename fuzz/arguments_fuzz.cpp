@@ -52,9 +52,10 @@ void Require(bool condition) {
 
 void CheckPlan(const PagePlan& plan, const Settings& settings) {
     const ImageInfo& out = plan.output;
-    Require(out.width >= 1 && out.samplesPerPixel >= 1 && out.samplesPerPixel <= 4);
+    const bool whole = plan.input.height != 0;  // sides that follow from an unknown height are 0
+    Require((out.width >= 1 || !whole) && out.samplesPerPixel >= 1 && out.samplesPerPixel <= 4);
     Require(out.bitsPerSample == 1 || out.bitsPerSample == 8 || out.bitsPerSample == 16);
-    Require(!settings.size.Any() || (out.width <= settings.read.limits.maxSide && out.height >= 1));
+    Require(!settings.size.Any() || (out.width <= settings.read.limits.maxSide && (out.height >= 1 || !whole)));
     Require(!out.resolution || (std::isfinite(out.resolution->x.Value()) && out.resolution->x.Value() >= 0.0));
     Require(ExpectedMemory(plan) > 0);
 }

@@ -144,15 +144,17 @@ ExitCode ReportFailure(const std::string& name) noexcept {
 
 ExitCode RunAdjust(const Settings& settings) {
     const OutputName name(settings.output);
-    CheckOutputName(name, settings.inputs);
-    const bool parallel = settings.jobs > 1 && settings.inputs.size() > 1 && !settings.dryRun;
-    if (parallel && !name.HasName()) {
-        throw Error(ExitCode::kUsage, "--jobs: several inputs at a time need %s in the output's name");
+    const bool parallel = settings.jobs > 1 && settings.inputs.size() > 1;
+    if (!settings.output.empty()) {  // a dry run needs none
+        CheckOutputName(name, settings.inputs);
+        if (parallel && !name.HasName()) {
+            throw Error(ExitCode::kUsage, "--jobs: several inputs at a time need %s in the output's name");
+        }
     }
     if (settings.plot && !settings.dryRun) {
         WriteCurvePlot(*settings.plot, settings.tone, settings.force);
     }
-    return parallel ? WorkerPool(settings, name).Run() : RunInThisProcess(settings, name);
+    return parallel && !settings.dryRun ? WorkerPool(settings, name).Run() : RunInThisProcess(settings, name);
 }
 
 }  // namespace platen_tool

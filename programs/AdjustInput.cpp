@@ -56,7 +56,7 @@ class InputRun {
                 any = true;
                 AdjustPage(page);
             } else {
-                SkipPage();
+                SkipLines(*reader_);
             }
             ++page;
         } while (reader_->NextPage());
@@ -87,22 +87,17 @@ class InputRun {
         }
     }
 
-    void SkipPage() {
-        std::vector<std::uint8_t> line(reader_->Info().LineBytes());
-        for (std::uint32_t y = 0; y < reader_->Info().height; ++y) {
-            reader_->ReadLine(line.data());
-        }
-    }
-
     void AdjustPage(unsigned long page) {
-        ImageInfo info = reader_->Info();
+        // What can't be done is refused before the page is spooled for it.
+        PagePlan plan = PlanPage(settings_, reader_->Info());
         std::optional<SpooledPage> spooled;
-        if (info.height == 0 && settings_.NeedsHeight()) {
-            spooled.emplace(*reader_, settings_.read.strictStream);
+        if (plan.input.height == 0 && settings_.NeedsHeight()) {
+            spooled.emplace(*reader_);
+            ImageInfo info = reader_->Info();
             info.height = spooled->Height();
+            plan = PlanPage(settings_, info);
             Tell("spooled to a temporary file: the page's height wasn't known at first");
         }
-        const PagePlan plan = PlanPage(settings_, info);
         for (const std::string& notice : plan.notices) {
             Tell(notice);
         }
@@ -112,7 +107,7 @@ class InputRun {
         Pipeline pipeline(plan, sink);
         std::vector<std::uint8_t> line(plan.input.LineBytes());
         for (std::uint32_t y = 0; plan.input.height == 0 || y < plan.input.height; ++y) {
-            if (!(spooled ? spooled->ReadLine(line.data()) : ReadLine(plan.input, line.data()))) {
+            if (!ReadLine(plan.input, spooled, line.data())) {
                 break;
             }
             if (settings_.stats) {
@@ -131,8 +126,11 @@ class InputRun {
 
     // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
     // was read before is written first: had that failed, it came first.
-    bool ReadLine(const ImageInfo& info, std::uint8_t* line) {
+    bool ReadLine(const ImageInfo& info, std::optional<SpooledPage>& spooled, std::uint8_t* line) {
         try {
+            if (spooled) {
+                return spooled->ReadLine(line);
+            }
             if (info.height == 0) {
                 return reader_->ReadLineOrEnd(line);
             }

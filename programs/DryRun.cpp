@@ -1,6 +1,6 @@
 #include "programs/AdjustInput.h"
+#include "programs/LineWriter.h"
 #include "programs/PagePlan.h"
-#include "programs/SpooledPage.h"
 
 namespace platen_tool {
 
@@ -43,20 +43,21 @@ std::string CurveRows(const ToneTables& tables) {
            Row("", "blue  " + KeyPoints(tables.blue));
 }
 
-void SkipLines(LineReader& reader) {
-    std::vector<std::uint8_t> line(reader.Info().LineBytes());
-    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
-        reader.ReadLine(line.data());
+// What the writer would say to a page, and to one more in the same file. Without an output there is none.
+void CheckOutput(const std::string& output, const Settings& settings, const LineReader& reader, bool oneMore) {
+    if (output.empty()) {
+        return;
+    }
+    const Container container = OutputContainer(output, settings.format, reader.FileContainer());
+    if (oneMore) {
+        RequireSeveralPages(container);
     }
 }
 
 }  // namespace
 
 std::string DescribePage(const Settings& settings, const ImageInfo& page) {
-    if (page.height == 0 && settings.NeedsHeight() && settings.read.strictStream) {
-        RefuseSpooling();
-    }
-    const PagePlan plan = PlanDryRun(settings, page);
+    const PagePlan plan = PlanPage(settings, page);
     std::string text = Row("input", PageText(plan.input));
     for (const PlannedStep& step : plan.steps) {
         text += Row(StepName(step.kind), step.text);
@@ -81,8 +82,9 @@ std::string DescribeInput(const Settings& settings, const OutputName& name, cons
     bool more = true;
     for (; more && page <= range.last; ++page) {
         if (page >= range.first) {
-            text += input + ", page " + std::to_string(page);
             const std::string output = name.Make(input, nextPage++);
+            CheckOutput(output, settings, *reader, page > range.first && !name.HasPage());
+            text += input + ", page " + std::to_string(page);
             text += output.empty() ? "\n" : ", to " + output + "\n";
             text += DescribePage(settings, reader->Info());
         }

@@ -53,16 +53,6 @@ PageSize WantedSize(const ImageInfo& page, const SizeSettings& settings) {
     return size;
 }
 
-void CheckLimits(const PageSize& size, const Limits& limits) {
-    const std::uint64_t pixels = std::uint64_t{size.width} * size.height;
-    if (size.width > limits.maxSide || size.height > limits.maxSide || pixels > limits.maxPixels) {
-        throw Error(ExitCode::kUnsupported,
-                    "the result would have " + std::to_string(size.width) + " x " + std::to_string(size.height) +
-                        " pixels; allowed are " + std::to_string(limits.maxSide) + " a side and " +
-                        std::to_string(limits.maxPixels) + " in all (--max-side, --max-pixels)");
-    }
-}
-
 // The tag of one axis: what was asked for, or the old one scaled with the side.
 Ratio AxisResolution(const Ratio& present, const Ratio* wanted, std::uint32_t from, std::uint32_t to,
                      std::uint32_t unclamped) {
@@ -93,6 +83,16 @@ Ratio ScaleRatio(const Ratio& ratio, std::uint64_t multiplier, std::uint64_t div
     return {static_cast<std::uint64_t>(std::min(value * static_cast<double>(kDenominator), 1e18)), kDenominator};
 }
 
+void CheckLimits(const PageSize& size, const Limits& limits) {
+    const std::uint64_t pixels = std::uint64_t{std::max(size.width, 1u)} * std::max(size.height, 1u);
+    if (size.width > limits.maxSide || size.height > limits.maxSide || pixels > limits.maxPixels) {
+        throw Error(ExitCode::kUnsupported, "the result would have " + SizeText(size.width, size.height) +
+                                                " pixels; allowed are " + std::to_string(limits.maxSide) +
+                                                " a side and " + std::to_string(limits.maxPixels) +
+                                                " in all (--max-side, --max-pixels)");
+    }
+}
+
 PageSize TargetSize(const ImageInfo& page, const SizeSettings& settings, const Limits& limits) {
     const PageSize wanted = WantedSize(page, settings);
     PageSize size = wanted;
@@ -109,6 +109,11 @@ PageSize TargetSize(const ImageInfo& page, const SizeSettings& settings, const L
                                                     page.height, size.height, wanted.height)};
     }
     return size;
+}
+
+std::string SizeText(std::uint32_t width, std::uint32_t height) {
+    const auto side = [](std::uint32_t count) { return count == 0 ? "?" : std::to_string(count); };
+    return side(width) + " x " + side(height);
 }
 
 std::string ResolutionText(const Resolution& resolution) {

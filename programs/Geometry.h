@@ -7,6 +7,7 @@
 
 namespace platen_tool {
 
+// A side that isn't known is 0.
 struct PageSize {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
@@ -22,8 +23,14 @@ struct PageSize {
 // larger than the limits allow.
 PageSize TargetSize(const ImageInfo& page, const SizeSettings& settings, const Limits& limits);
 
+// An Error (kUnsupported) where a size is larger than the limits allow.
+void CheckLimits(const PageSize& size, const Limits& limits);
+
 // ratio x multiplier / divisor in lowest terms. Where that exceeds 64 bits (no real file's does) it is rounded.
 Ratio ScaleRatio(const Ratio& ratio, std::uint64_t multiplier, std::uint64_t divisor);
+
+// "2480 x 3508", "2480 x ?".
+std::string SizeText(std::uint32_t width, std::uint32_t height);
 
 // "300 dpi", "300 x 150 dpi".
 std::string ResolutionText(const Resolution& resolution);

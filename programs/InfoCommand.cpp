@@ -97,13 +97,6 @@ std::string PlainPage(const LineReader& reader) {
     return text;
 }
 
-void SkipLines(LineReader& reader) {
-    std::vector<std::uint8_t> line(reader.Info().LineBytes());
-    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
-        reader.ReadLine(line.data());
-    }
-}
-
 std::string FileText(const std::string& path, const ReadOptions& options, bool json) {
     const auto reader = OpenReader(path, options);
     const std::string container = ContainerName(reader->FileContainer());

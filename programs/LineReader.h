@@ -73,4 +73,7 @@ class LineReader {
 // first line of the first page.
 std::unique_ptr<LineReader> OpenReader(const std::string& path, const ReadOptions& options);
 
+// Reads a page of known height to its end, from its first line on.
+void SkipLines(LineReader& reader);
+
 }  // namespace platen_tool

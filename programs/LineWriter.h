@@ -57,7 +57,11 @@ class LineWriter {
 // Opens an output; "-" is standard output. Nothing is written before BeginPage.
 std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options);
 
-// The container that a path's ending names ("page.png"), or nothing.
-std::optional<Container> ContainerFromPath(const std::string& path);
+// The container of an output: what was asked for, for "-" the input's, else what the path's ending names
+// ("page.png"); where that names none an Error (kUsage).
+Container OutputContainer(const std::string& path, std::optional<Container> asked, Container inputContainer);
+
+// An Error (kUnsupported) where the container holds one page only.
+void RequireSeveralPages(Container container);
 
 }  // namespace platen_tool

@@ -15,15 +15,9 @@ namespace {
     throw Error(ExitCode::kUnsupported, text);
 }
 
-// A side that isn't known is 0.
-std::string SizeText(const ImageInfo& info) {
-    const auto side = [](std::uint32_t count) { return count == 0 ? "?" : std::to_string(count); };
-    return side(info.width) + " x " + side(info.height);
-}
-
 class Planner {
   public:
-    Planner(const Settings& settings, const ImageInfo& page, bool dryRun) : settings_(settings), dryRun_(dryRun) {
+    Planner(const Settings& settings, const ImageInfo& page) : settings_(settings) {
         plan_.input = page;
         if (settings.inputResolution) {
             plan_.input.resolution = settings.inputResolution;
@@ -150,7 +144,7 @@ class Planner {
         if (!settings_.size.Any()) {
             return;
         }
-        RequireHeight("scaling");
+        NoteUnknownHeight();
         const ImageInfo before = info_;
         const PageSize size =
             info_.height == 0 ? SizeOfUnknownHeight() : TargetSize(info_, settings_.size, settings_.read.limits);
@@ -161,7 +155,8 @@ class Planner {
             plan_.notices.push_back("the page has its size already; nothing is scaled");
             return;
         }
-        Add(StepKind::kScale, SizeText(before) + " to " + SizeText(info_), ScalerMemory(before, info_));
+        Add(StepKind::kScale, SizeText(before.width, before.height) + " to " + SizeText(info_.width, info_.height),
+            ScalerMemory(before, info_));
     }
 
     // The page is taken for a square one. Sides that would follow the height are 0, as unknown as it is.
@@ -176,6 +171,7 @@ class Planner {
             size.width = wanted.width == 0 ? 0 : size.width;
             size.resolution.reset();
         }
+        CheckLimits(size, settings_.read.limits);
         return size;
     }
 
@@ -183,7 +179,7 @@ class Planner {
         if (settings_.sharpness == 0) {
             return;
         }
-        RequireHeight("the sharpness filter");
+        NoteUnknownHeight();
         const bool narrow = info_.width != 0 && info_.width < 3;
         if (narrow || (info_.height != 0 && info_.height < 2)) {
             plan_.notices.push_back(
@@ -197,12 +193,14 @@ class Planner {
             6 * line + (info_.HasAlpha() ? 2 * std::size_t{info_.width} + info_.LineBytes() : 0));
     }
 
-    void RequireHeight(const char* what) {
+    void NoteUnknownHeight() {
         if (plan_.input.height != 0) {
             return;
         }
-        if (!dryRun_) {
-            Unsupported(std::string(what) + " needs to know the page's height before its last line");
+        if (settings_.read.strictStream) {
+            Unsupported(
+                "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
+                "spooling");
         }
         if (plan_.notices.empty()) {
             plan_.notices.push_back(
@@ -236,7 +234,6 @@ class Planner {
     }
 
     const Settings& settings_;
-    const bool dryRun_;
     PagePlan plan_;
     ImageInfo info_;
 };
@@ -244,11 +241,7 @@ class Planner {
 }  // namespace
 
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page) {
-    return Planner(settings, page, false).Plan();
-}
-
-PagePlan PlanDryRun(const Settings& settings, const ImageInfo& page) {
-    return Planner(settings, page, true).Plan();
+    return Planner(settings, page).Plan();
 }
 
 std::size_t ExpectedMemory(const PagePlan& plan) {
@@ -264,7 +257,7 @@ std::size_t ExpectedMemory(const PagePlan& plan) {
 
 std::string PageText(const ImageInfo& info) {
     static constexpr const char* kLayouts[] = {"grey", "grey and alpha", "RGB", "RGB and alpha"};
-    std::string text = SizeText(info);
+    std::string text = SizeText(info.width, info.height);
     text += info.bitsPerSample == 1
                 ? std::string(", bilevel")
                 : ", " + std::to_string(info.bitsPerSample) + "-bit " + kLayouts[info.samplesPerPixel - 1];

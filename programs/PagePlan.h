@@ -48,11 +48,10 @@ struct PagePlan {
 
 // Plans a page. Pixel conversions come first, then the stages in the order of the settings, then the threshold
 // of --mode=lineart. An Error (kUnsupported) where the page lacks what an option needs.
+//
+// Where the height isn't known and a stage needs it (Settings::NeedsHeight), sides that follow from it are 0: such
+// a plan shows what is to come and what can't be, a Pipeline wants one that is made when the lines are counted.
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page);
-
-// The same for --dry-run, which has no lines to count: a stage that needs a height which isn't known is no error,
-// and sides that follow from it are 0.
-PagePlan PlanDryRun(const Settings& settings, const ImageInfo& page);
 
 // The bytes that the program is expected to take at its peak: code, codec buffers and the steps' lines.
 std::size_t ExpectedMemory(const PagePlan& plan);

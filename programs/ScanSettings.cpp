@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "programs/Error.h"
+#include "programs/LineWriter.h"
 #include "programs/Numbers.h"
 #include "programs/OutputName.h"
 
@@ -56,6 +57,14 @@ void CheckOutput(const ScanSettings& s) {
     const OutputName name(s.page.output);
     if (name.HasName()) {
         Refuse("-o: %s is an input file's name, and a scan has none; %d and %03d number the pages");
+    }
+    const std::string path = name.Make("", 1);
+    if (path.empty()) {
+        return;  // of a dry run
+    }
+    const Container container = OutputContainer(path, s.page.format, Container::kPnm);
+    if (s.pages && *s.pages > 1 && !name.HasPage()) {
+        RequireSeveralPages(container);
     }
 }
 

@@ -6,16 +6,7 @@
 
 namespace platen_tool {
 
-void RefuseSpooling() {
-    throw Error(
-        ExitCode::kUnsupported,
-        "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids spooling");
-}
-
-SpooledPage::SpooledPage(LineReader& reader, bool strictStream) : lineBytes_(reader.Info().LineBytes()) {
-    if (strictStream) {
-        RefuseSpooling();
-    }
+SpooledPage::SpooledPage(LineReader& reader) : lineBytes_(reader.Info().LineBytes()) {
     std::vector<std::uint8_t> line(lineBytes_);
     while (reader.ReadLineOrEnd(line.data())) {
         spool_.WriteAt(std::uint64_t{height_} * lineBytes_, line.data(), lineBytes_);

@@ -5,15 +5,12 @@
 
 namespace platen_tool {
 
-// The Error (kUnsupported) where --strict-stream forbids what follows.
-[[noreturn]] void RefuseSpooling();
-
 // A page whose height isn't known before its last line, for steps that must know it: its lines are moved to a
 // temporary file first and read from there.
 class SpooledPage {
   public:
-    // Takes the reader's page to its end. With `strictStream` an Error (kUnsupported).
-    SpooledPage(LineReader& reader, bool strictStream);
+    // Takes the reader's page to its end.
+    explicit SpooledPage(LineReader& reader);
 
     std::uint32_t Height() const {
         return height_;

@@ -146,7 +146,7 @@ class JpegWriter : public LineWriter {
 
     void BeginPage(const ImageInfo& info) override {
         if (state_.page != nullptr) {
-            throw Error(ExitCode::kUnsupported, "a JPEG holds one page; TIFF and PNM hold several");
+            RequireSeveralPages(Container::kJpeg);
         }
         CheckLayout(info);
         CheckJpegLayout(info);

@@ -44,4 +44,11 @@ std::unique_ptr<LineReader> OpenReader(const std::string& path, const ReadOption
     throw Error(ExitCode::kFailed, "not an image that can be read; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM can");
 }
 
+void SkipLines(LineReader& reader) {
+    std::vector<std::uint8_t> line(reader.Info().LineBytes());
+    for (std::uint32_t y = 0; y < reader.Info().height; ++y) {
+        reader.ReadLine(line.data());
+    }
+}
+
 }  // namespace platen_tool

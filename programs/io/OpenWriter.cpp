@@ -20,25 +20,15 @@ std::string Ending(const std::string& path) {
     return ending;
 }
 
-Container ChooseContainer(const std::string& path, const WriteOptions& options) {
-    if (options.container) {
-        return *options.container;
-    }
-    if (path == "-") {
-        return options.inputContainer;
-    }
-    const auto named = ContainerFromPath(path);
-    if (!named) {
-        throw Error(
-            ExitCode::kUsage,
-            "the output's name doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do");
-    }
-    return *named;
-}
-
 }  // namespace
 
-std::optional<Container> ContainerFromPath(const std::string& path) {
+Container OutputContainer(const std::string& path, std::optional<Container> asked, Container inputContainer) {
+    if (asked) {
+        return *asked;
+    }
+    if (path == "-") {
+        return inputContainer;
+    }
     const std::string ending = Ending(path);
     if (ending == "png") {
         return Container::kPng;
@@ -52,11 +42,20 @@ std::optional<Container> ContainerFromPath(const std::string& path) {
     if (ending == "pbm" || ending == "pgm" || ending == "ppm" || ending == "pnm" || ending == "pam") {
         return Container::kPnm;
     }
-    return std::nullopt;
+    throw Error(ExitCode::kUsage, "-o: '" + path +
+                                      "' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and "
+                                      ".pam do, or --format");
+}
+
+void RequireSeveralPages(Container container) {
+    if (container == Container::kPng || container == Container::kJpeg) {
+        throw Error(ExitCode::kUnsupported, std::string(container == Container::kPng ? "a PNG" : "a JPEG") +
+                                                " holds one page; TIFF and PNM hold several");
+    }
 }
 
 std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options) {
-    const Container container = ChooseContainer(path, options);
+    const Container container = OutputContainer(path, options.container, options.inputContainer);
     auto file = std::make_unique<OutputFile>(path, options.force, options.sync);
     switch (container) {
         case Container::kTiff:

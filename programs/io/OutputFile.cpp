@@ -64,10 +64,6 @@ void FreeSlot(int index) {
     slot.taken = false;
 }
 
-[[noreturn]] void FailWith(const std::string& what, int error) {
-    throw Error(ExitCode::kFailed, what + std::strerror(error));
-}
-
 // The file that a symbolic link stands for, so that the rename replaces the file and not the link.
 std::string Resolved(const std::string& path) {
     char* real = realpath(path.c_str(), nullptr);
@@ -97,7 +93,8 @@ void RemovePartialOutputs() noexcept {
     errno = before;
 }
 
-OutputFile::OutputFile(const std::string& path, bool force, bool sync) : path_(path), sync_(sync) {
+OutputFile::OutputFile(const std::string& path, bool force, bool sync)
+    : name_(path == "-" ? "standard output" : path), path_(path), sync_(sync) {
     buffer_.reserve(kBufferBytes);
     if (path == "-") {
         descriptor_ = STDOUT_FILENO;
@@ -106,17 +103,17 @@ OutputFile::OutputFile(const std::string& path, bool force, bool sync) : path_(p
     struct stat status {};
     const bool exists = stat(path.c_str(), &status) == 0;
     if (exists && S_ISDIR(status.st_mode)) {
-        throw Error(ExitCode::kFailed, "is a folder; the output must be a file");
+        Fail("is a folder; the output must be a file");
     }
     if (exists && !S_ISREG(status.st_mode)) {
         descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
         if (descriptor_ < 0) {
-            FailWith("can't be opened for writing: ", errno);
+            Fail("can't be opened for writing: ", errno);
         }
         return;
     }
     if (exists && !force) {
-        throw Error(ExitCode::kFailed, "exists already; --force overwrites it");
+        Fail("exists already; --force overwrites it");
     }
     path_ = Resolved(path);
     OpenTemporary(exists, exists ? status.st_mode & 07777 : UsualMode());
@@ -124,25 +121,25 @@ OutputFile::OutputFile(const std::string& path, bool force, bool sync) : path_(p
 
 void OutputFile::OpenTemporary(bool exists, unsigned mode) {
     if (exists && access(path_.c_str(), W_OK) != 0) {
-        FailWith("can't be overwritten: ", errno);
+        Fail("can't be overwritten: ", errno);
     }
     const std::size_t slash = path_.rfind('/');
     const std::size_t nameAt = slash == std::string::npos ? 0 : slash + 1;
     // A long name is cut, since the temporary one may not be longer than a name can be.
     temporaryPath_ = path_.substr(0, nameAt) + "." + path_.substr(nameAt, 200) + ".XXXXXX";
     if (temporaryPath_.size() >= PATH_MAX) {
-        FailWith("can't be created: ", ENAMETOOLONG);
+        Fail("can't be created: ", ENAMETOOLONG);
     }
     slot_ = TakeSlot();
     if (slot_ < 0) {
-        throw Error(ExitCode::kFailed, "can't be created: too many outputs at once");
+        Fail("can't be created: too many outputs at once");
     }
     const SignalsHeld held;
     descriptor_ = mkostemp(temporaryPath_.data(), O_CLOEXEC);
     if (descriptor_ < 0) {
         const int error = errno;
         FreeSlot(slot_);
-        FailWith("can't be created: ", error);
+        Fail("can't be created: ", error);
     }
     PartialOutput& slot = g_partialOutputs[static_cast<std::size_t>(slot_)];
     std::memcpy(slot.path, temporaryPath_.c_str(), temporaryPath_.size() + 1);
@@ -152,6 +149,14 @@ void OutputFile::OpenTemporary(bool exists, unsigned mode) {
     if (fchmod(descriptor_, mode) != 0) {
         errno = 0;
     }
+}
+
+void OutputFile::Fail(const std::string& what) const {
+    throw Error(ExitCode::kFailed, name_ + ": " + what);
+}
+
+void OutputFile::Fail(const std::string& what, int error) const {
+    Fail(what + std::strerror(error));
 }
 
 OutputFile::~OutputFile() {
@@ -202,10 +207,10 @@ bool OutputFile::Write(const void* bytes, std::size_t count) noexcept {
 
 void OutputFile::CheckWriteError() const {
     if (error_ == EPIPE) {
-        throw Error(ExitCode::kBrokenPipe, "nobody reads the output any more");
+        throw Error(ExitCode::kBrokenPipe, name_ + ": nobody reads the output any more");
     }
     if (error_ != 0) {
-        FailWith("can't be written: ", error_);
+        Fail("can't be written: ", error_);
     }
 }
 
@@ -228,7 +233,7 @@ void OutputFile::Commit() {
     }
     const SignalsHeld held;
     if (rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
-        FailWith("can't be given its name: ", errno);
+        Fail("can't be given its name: ", errno);
     }
     FreeSlot(slot_);
     temporary_ = false;

@@ -9,7 +9,7 @@ namespace platen_tool {
 
 // An output file that appears under its name whole or not at all: the bytes go to a hidden temporary name in the
 // same folder, and Commit renames it. Standard output ("-"), devices and named pipes are written as they are.
-// The writing functions that codecs written in C call throw nothing; Commit and CheckWriteError throw.
+// The writing functions that codecs written in C call throw nothing; the others' Errors name the output.
 class OutputFile {
   public:
     // Without `force` an existing file is refused. `sync`: Commit waits until the disk has everything.
@@ -43,8 +43,11 @@ class OutputFile {
     bool Flush() noexcept;
     void OpenTemporary(bool exists, unsigned mode);
     void Discard() noexcept;
+    [[noreturn]] void Fail(const std::string& what) const;
+    [[noreturn]] void Fail(const std::string& what, int error) const;
 
-    std::string path_;  // the name in the end, links resolved
+    const std::string name_;  // as messages call it
+    std::string path_;        // the name in the end, links resolved
     std::string temporaryPath_;
     bool temporary_ = false;
     bool sync_ = true;

@@ -115,7 +115,7 @@ class PngWriter : public LineWriter {
 
     void BeginPage(const ImageInfo& info) override {
         if (state_.png != nullptr) {
-            throw Error(ExitCode::kUnsupported, "a PNG holds one page; TIFF and PNM hold several");
+            RequireSeveralPages(Container::kPng);
         }
         CheckLayout(info);
         info_ = info;

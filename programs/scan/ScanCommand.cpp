@@ -5,7 +5,6 @@
 #include "programs/Adjust.h"
 #include "programs/AdjustInput.h"
 #include "programs/CurvePlot.h"
-#include "programs/LineWriter.h"
 #include "programs/OutputName.h"
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
@@ -76,19 +75,11 @@ ImageInfo ExpectedPage(const ScanDevice& device) {
 // What would fail after the scan had better fail before it.
 void CheckBefore(const ScanSettings& settings, const ScanDevice& device, const OutputName& name) {
     const Settings& page = settings.page;
-    const ImageInfo expected = ExpectedPage(device);
-    if (expected.height != 0 || !page.NeedsHeight()) {
-        PlanPage(page, expected);
-    }
+    PlanPage(page, ExpectedPage(device));
     const std::string path = name.Make("", 1);
     struct stat status {};
     if (path != "-" && !page.force && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
         throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
-    }
-    if (path != "-" && !page.format && !ContainerFromPath(path)) {
-        throw Error(ExitCode::kUsage, "-o: '" + path +
-                                          "' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm "
-                                          "and .pam do, or --format");
     }
 }
 

@@ -228,15 +228,19 @@ TEST_F(Messages, OfOutputsThatCannotBe) {
         EXPECT_EQ(folder.Listing(), before) << output;
         return std::to_string(outcome.code) + " " + outcome.err;
     };
-    EXPECT_EQ(say("sub.png"), "1 platen: a.ppm: is a folder; the output must be a file\n");
-    EXPECT_EQ(say("none/x.png"), "1 platen: a.ppm: can't be created: No such file or directory\n");
-    EXPECT_EQ(say(std::string(260, 'x') + ".png"),
-              "1 platen: a.ppm: can't be given its name: File name too long\n");
-    EXPECT_EQ(say("a.ppm"), "1 platen: a.ppm: exists already; --force overwrites it\n");
+    EXPECT_EQ(say("sub.png"), "1 platen: a.ppm: sub.png: is a folder; the output must be a file\n");
+    EXPECT_EQ(say("none/x.png"), "1 platen: a.ppm: none/x.png: can't be created: No such file or directory\n");
+    const std::string tooLong = std::string(260, 'x') + ".png";
+    EXPECT_EQ(say(tooLong), "1 platen: a.ppm: " + tooLong + ": can't be given its name: File name too long\n");
+    EXPECT_EQ(say("a.ppm"), "1 platen: a.ppm: a.ppm: exists already; --force overwrites it\n");
+    EXPECT_EQ(say("b.png", {"--gamma=2", "--plot=a.ppm"}),
+              "1 platen: a.ppm: exists already; --force overwrites it\n");
+    EXPECT_EQ(say("b.png", {"--gamma=2", "--save-preset=none/x.toml"}),
+              "1 platen: none/x.toml: can't be created: No such file or directory\n");
     EXPECT_EQ(
         say("x"),
-        "2 platen: a.ppm: the output's name doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm "
-        "and .pam do\n");
+        "2 platen: a.ppm: -o: 'x' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, "
+        "or --format\n");
     EXPECT_EQ(say("x.jpg", {"--depth=16"}).substr(0, 35), "3 platen: a.ppm: JPEG can't hold 16");
 }
 
@@ -252,8 +256,8 @@ TEST_F(Messages, OfOutputsThatCannotBeOpened) {
     const Outcome outcome = Spawn({folder.File("a.ppm"), "-o", path});
     close(listener);
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(outcome.err,
-              "platen: " + folder.File("a.ppm") + ": can't be opened for writing: No such device or address\n");
+    EXPECT_EQ(outcome.err, "platen: " + folder.File("a.ppm") + ": " + path +
+                               ": can't be opened for writing: No such device or address\n");
 }
 
 // The owner of all files may write to every one of them, so the program runs as somebody else.
@@ -276,7 +280,7 @@ TEST_F(Messages, OfOutputsThatBelongToOthers) {
     }
     const Outcome outcome = Spawn(words, streams);
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(outcome.err, "platen: a.ppm: can't be overwritten: Permission denied\n");
+    EXPECT_EQ(outcome.err, "platen: a.ppm: mine.png: can't be overwritten: Permission denied\n");
     EXPECT_EQ(ReadFile(folder.File("mine.png")), "kept");
     EXPECT_EQ(folder.Listing(), "a.ppm mine.png");
 }
@@ -295,7 +299,7 @@ TEST_F(Messages, OfDisksThatFillUp) {
     };
     for (const char* name : {"out.png", "out.tif", "out.jpg", "out.ppm"}) {
         EXPECT_EQ(limited(std::string("a.ppm --quality=100 -o ") + name),
-                  "1 platen: a.ppm: can't be written: File too large\n");
+                  std::string("1 platen: a.ppm: ") + name + ": can't be written: File too large\n");
     }
     const std::string spooled = "the temporary file can't be written: File too large\n";
     Streams streams;

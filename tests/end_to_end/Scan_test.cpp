@@ -172,7 +172,10 @@ TEST_F(ScanDevice, TheFeederFillsOneTiff) {
     EXPECT_EQ(twelve.code, 0);
     EXPECT_EQ(twelve.err, "platen: test: the feeder was empty after 10 of 12 pages\n");
     EXPECT_EQ(RunScan({"--pages=2", "-o", "flat%d.pgm"}).code, 0);  // the same page twice
-    ExpectError({"--pages=2"}, 3, "test: a PNG holds one page; TIFF and PNM hold several");
+    ExpectError(Set({kFeeder}) + Words{"--pages=all"}, 3, "test: a PNG holds one page; TIFF and PNM hold several");
+    // Where it is known before, no page is scanned for it.
+    ExpectError(Set({"read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--pages=2"}, 3,
+                "a PNG holds one page; TIFF and PNM hold several");
     ExpectError({"--pages=all"}, 2,
                 "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder");
 }
@@ -311,6 +314,14 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     EXPECT_EQ(there.err, "platen: test: there.png: exists already; --force overwrites it\n");
     EXPECT_EQ(ReadFile(folder.File("there.png")), "kept");
     ExpectError({"--hue=10"}, 3, "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    // A scan of unknown height too, which would have come to this error.
+    const Words hand = Set({"hand-scanner=yes", "read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--scale=50%"};
+    ExpectError(hand, 4, "test: the scan failed: Error during device I/O");
+    ExpectError(hand + Words{"--hue=10"}, 3,
+                "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    ExpectError(hand + Words{"--strict-stream"}, 3,
+                "test: the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
+                "spooling");
     ExpectError({"--max-side=100"}, 1, "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side");
 }
 
@@ -379,7 +390,7 @@ TEST_F(ScanDevice, FullDisksAndClosedPipesEndIt) {
     const Words words = {"scan", "-d", "test", "--resolution=600", "-o", "-"};
     const Outcome refused = Run(words, full);
     EXPECT_EQ(refused.code, 1);
-    EXPECT_EQ(refused.err, "platen: test: can't be written: No space left on device\n");
+    EXPECT_EQ(refused.err, "platen: test: standard output: can't be written: No space left on device\n");
     Streams closed;
     closed.closeOutput = true;
     const Outcome quiet = Run(words, closed);

@@ -1,9 +1,15 @@
 #include "programs/Adjust.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
 #include <new>
 
 #include "Expect.h"
+#include "NumberedLines.h"
 #include "io/Pages.h"
+#include "programs/AdjustInput.h"
 
 // Several inputs, one after the other and in several processes, and how failures are told.
 
@@ -101,13 +107,22 @@ TEST_F(AdjustTest, OneInputNeedsNoProcessOfItsOwn) {
     EXPECT_EQ(Outputs(), "a");
 }
 
-TEST_F(AdjustTest, SeveralProcessesNeedNamesForTheirOutputs) {
-    EXPECT_EQ(
-        UsageText([this] {
-            RunAdjust(MakeSettings(
-                ParseArguments(kAdjust, {"--jobs=2", "-o", "%d.png", scratch_ / "a.pgm", scratch_ / "b.pgm"}), {}));
-        }),
-        "--jobs: several inputs at a time need %s in the output's name");
+TEST_F(AdjustTest, SeveralInputsNeedNamesForTheirOutputs) {
+    const auto refusal = [this](std::vector<std::string> words) {
+        words.insert(words.end(), {scratch_ / "a.pgm", scratch_ / "b.pgm"});
+        return UsageText([&] { RunAdjust(MakeSettings(ParseArguments(kAdjust, words), {})); });
+    };
+    for (const char* dryRun : {"--verbose", "--dry-run"}) {
+        EXPECT_EQ(refusal({"--jobs=2", "-o", "%d.png", dryRun}),
+                  "--jobs: several inputs at a time need %s in the output's name");
+        EXPECT_EQ(refusal({"-o", "out.png", dryRun}), "-o: several inputs need %s or %d in the output's name");
+    }
+}
+
+TEST_F(AdjustTest, ADryRunNeedsNoOutput) {
+    EXPECT_EQ(Run({"--dry-run", "--jobs=2"}, {"a.pgm", "b.pgm"}), 0);
+    EXPECT_NE(out_.find("a.pgm, page 1\n"), std::string::npos) << out_;
+    EXPECT_NE(out_.find("b.pgm, page 1\n"), std::string::npos) << out_;
 }
 
 TEST_F(AdjustTest, ADryRunWritesNothing) {
@@ -120,6 +135,51 @@ TEST_F(AdjustTest, ADryRunWritesNothing) {
     EXPECT_EQ(Run({"--gamma=2", "--plot=" + plot, "-o", Template()}, {"a.pgm"}), 0);
     EXPECT_EQ(Outputs(), "a");
     EXPECT_TRUE(std::filesystem::exists(plot));
+}
+
+// Eight wide lines of unknown height. At their end the spool that holds them is cut down to three, so that the
+// fourth can't be read back.
+class SpoolBreaker : public NumberedLines {
+  public:
+    explicit SpoolBreaker(std::string folder) : NumberedLines(8), folder_(std::move(folder)) {
+        info_.width = 40000;
+    }
+    bool ReadLineOrEnd(std::uint8_t* line) override {
+        const bool more = NumberedLines::ReadLineOrEnd(line);
+        if (!more) {
+            BreakSpool();
+        }
+        return more;
+    }
+
+  private:
+    void BreakSpool() {
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code ignored;
+            if (std::filesystem::read_symlink(entry, ignored).string().starts_with(folder_)) {
+                const int descriptor = std::stoi(entry.path().filename().string());
+                EXPECT_EQ(ftruncate(descriptor, static_cast<off_t>(3 * info_.LineBytes())), 0);
+            }
+        }
+    }
+
+    const std::string folder_;
+};
+
+// The writing thread, which waits for more lines, has not come to the disk's error yet.
+TEST_F(AdjustTest, ASpoolThatFailsHidesNoEarlierErrorOfTheWriter) {
+    const Settings settings = MakeSettings(
+        ParseArguments(kAdjust, {"--sharpness=1", "--threads=3", "--format=pnm", "-o", "/dev/full", "in"}), {});
+    const auto run = [&](const std::string& output) {
+        unsigned long page = 1;
+        return ErrorText(ExitCode::kFailed, [&] {
+            AdjustPages(settings, OutputName(output), "in", std::make_unique<SpoolBreaker>(scratch_ / ""), page);
+        });
+    };
+    setenv("TMPDIR", (scratch_ / "").c_str(), 1);
+    EXPECT_EQ(run("/dev/full"), "/dev/full: can't be written: No space left on device");
+    EXPECT_EQ(run(scratch_ / "page"), "the temporary file can't be read back");
+    unsetenv("TMPDIR");
 }
 
 TEST_F(AdjustTest, AMissingPageIsAnError) {

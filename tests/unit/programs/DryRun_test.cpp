@@ -121,6 +121,26 @@ TEST_F(DryRunOfFiles, TakesThePagesThatAreWanted) {
     EXPECT_EQ(text.find("page 4,"), std::string::npos) << text;
 }
 
+TEST_F(DryRunOfFiles, AnOutputThatCannotHoldThePagesIsAnError) {
+    const std::string path = File("pages.tif", 3);
+    const auto refusal = [&](ExitCode code, const std::vector<std::string>& words, const char* output) {
+        unsigned long next = 1;
+        return ErrorText(code, [&] { Describe(path, words, output, next); });
+    };
+    EXPECT_EQ(refusal(ExitCode::kUnsupported, {}, "two.png"), "a PNG holds one page; TIFF and PNM hold several");
+    EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=2-3", "--format=jpeg"}, "two.tif"),
+              "a JPEG holds one page; TIFF and PNM hold several");
+    EXPECT_EQ(refusal(ExitCode::kUsage, {}, "foo"),
+              "-o: 'foo' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, or "
+              "--format");
+    unsigned long next = 1;
+    EXPECT_NE(Describe(path, {"--page=2"}, "one.png", next), "");
+    for (const char* output : {"%d.png", "all.tif", "all.pnm", "-", ""}) {
+        EXPECT_NE(Describe(path, {}, output, next).find(", page 3"), std::string::npos) << output;
+    }
+    EXPECT_NE(Describe(path, {"--format=pnm"}, "foo", next), "");
+}
+
 TEST_F(DryRunOfFiles, APageThatIsNotThereIsAnError) {
     unsigned long next = 1;
     EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { Describe(File("one.png", 1), {"--page=2"}, "o.png", next); }),

@@ -11,7 +11,9 @@ namespace {
 // A reader that knows its height and has no end of its own.
 class PlainReader : public NumberedLines {
   public:
-    PlainReader() : NumberedLines(0) {}
+    explicit PlainReader(std::uint32_t height = 0) : NumberedLines(0) {
+        info_.height = height;
+    }
     bool ReadLineOrEnd(std::uint8_t* line) override {
         return LineReader::ReadLineOrEnd(line);
     }
@@ -25,6 +27,14 @@ TEST(LineReader, OneThatKnowsItsHeightNeverEndsByItself) {
     EXPECT_EQ(line[0], 2);
     EXPECT_EQ(reader.TiffCompression(), 0);
     EXPECT_EQ(reader.Notice(), "");
+}
+
+TEST(LineReader, APageIsSkippedToItsEnd) {
+    PlainReader reader(7);
+    SkipLines(reader);
+    std::uint8_t line[4];
+    reader.ReadLine(line);
+    EXPECT_EQ(line[0], 8);
 }
 
 TEST(ThreadedReader, APageOfUnknownHeightIsReadWhereItIsAskedFor) {

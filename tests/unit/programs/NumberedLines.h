@@ -37,8 +37,10 @@ class NumberedLines : public LineReader {
         return 3;
     }
 
-  private:
+  protected:
     ImageInfo info_;
+
+  private:
     std::uint32_t left_;
     std::uint32_t number_ = 1;
 };

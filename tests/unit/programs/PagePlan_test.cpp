@@ -124,14 +124,18 @@ TEST(PagePlan, TheSameSizeIsNotScaled) {
     EXPECT_EQ(plan.notices[0], "the page has its size already; nothing is scaled");
 }
 
-TEST(PagePlan, UnknownHeightIsRefusedWhereItIsNeeded) {
+TEST(PagePlan, UnknownHeightIsRefusedWhereStreamingIsStrict) {
     ImageInfo info = Page(8, 3);
     info.height = 0;
-    EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { PlanPage(With({"--scale=2"}), info); }),
-              "scaling needs to know the page's height before its last line");
-    EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { PlanPage(With({"--sharpness=2"}), info); }),
-              "the sharpness filter needs to know the page's height before its last line");
-    EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2"}), info)), "tone");
+    for (const char* option : {"--scale=2", "--sharpness=2"}) {
+        EXPECT_EQ(
+            ErrorText(ExitCode::kUnsupported,
+                      [&] {
+                          PlanPage(With({option, "--strict-stream"}), info);
+                      }),
+            "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids spooling");
+    }
+    EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2", "--strict-stream"}), info)), "tone");
 }
 
 TEST(PagePlan, ConversionsAreNamed) {
@@ -150,11 +154,11 @@ TEST(PagePlan, ConversionsAreNamed) {
     EXPECT_EQ(texts({"--mode=lineart"}, 8, 2), "alpha over white; threshold 50 %");
 }
 
-TEST(PagePlan, ADryRunPlansUnknownHeights) {
+TEST(PagePlan, UnknownHeightsArePlannedAsFarAsTheyGo) {
     ImageInfo info = Page(8, 3);
     info.height = 0;
     const auto result = [&](const std::vector<std::string>& words) {
-        const PagePlan plan = PlanDryRun(With(words), info);
+        const PagePlan plan = PlanPage(With(words), info);
         EXPECT_EQ(plan.notices.size(), 1u);
         EXPECT_GT(ExpectedMemory(plan), 0u);
         return plan.steps.back().text + ": " + PageText(plan.output);
@@ -167,7 +171,27 @@ TEST(PagePlan, ADryRunPlansUnknownHeights) {
     EXPECT_EQ(result({"--size=30x25", "--shrink-only"}), "100 x ? to 30 x ?: 30 x ?, 8-bit RGB, no resolution");
     EXPECT_EQ(result({"--scale=100%"}), "100 x ? to 100 x ?: 100 x ?, 8-bit RGB, 300 dpi");
     EXPECT_EQ(result({"--height=25", "--sharpness=2"}), "2: ? x 25, 8-bit RGB, no resolution");
-    EXPECT_EQ(PlanDryRun(With({"--gamma=2"}), info).notices.size(), 0u);
+    EXPECT_EQ(PlanPage(With({"--gamma=2"}), info).notices.size(), 0u);
+    constexpr const char* kAllowed =
+        " pixels; allowed are 65535 a side and 268435456 in all (--max-side, --max-pixels)";
+    const std::pair<const char*, const char*> tooLarge[] = {{"--width=100000", "100000 x ?"},
+                                                            {"--height=100000", "? x 100000"},
+                                                            {"--scale=1000", "100000 x ?"},
+                                                            {"--size=65535x65535", "65535 x 65535"}};
+    for (const auto& [option, size] : tooLarge) {
+        EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&, word = option] { PlanPage(With({word}), info); }),
+                  std::string("the result would have ") + size + kAllowed);
+    }
+    // A height that may not come to pass is no reason.
+    for (const char* word : {"--width=65535", "--height=65535", "--scale=655"}) {
+        EXPECT_EQ(PlanPage(With({word}), info).steps.size(), 1u) << word;
+    }
+    info.samplesPerPixel = 1;
+    EXPECT_EQ(ErrorText(ExitCode::kUnsupported,
+                        [&] {
+                            PlanPage(With({"--scale=50%", "--saturation=10"}), info);
+                        }),
+              "--saturation, --hue and --lightness need a colour page; this one is grey");
 }
 
 TEST(PagePlan, MetadataIsKeptUnlessItNoLongerFits) {

@@ -50,6 +50,26 @@ TEST(ScanSettings, PagesAreOneSomeOrAll) {
     EXPECT_FALSE(Make({"-d", "x", "--pages=all"}).pages);
 }
 
+TEST(ScanSettings, SeveralPagesNeedAnOutputThatHoldsThem) {
+    const auto refusal = [](const std::vector<std::string>& words) {
+        std::vector<std::string> all = {"-d", "x"};
+        all.insert(all.end(), words.begin(), words.end());
+        return ErrorText(ExitCode::kUnsupported, [&] { Make(all); });
+    };
+    EXPECT_EQ(refusal({"--pages=3", "-o", "out.png"}), "a PNG holds one page; TIFF and PNM hold several");
+    EXPECT_EQ(refusal({"--pages=2", "-o", "out.tif", "--format=jpeg"}),
+              "a JPEG holds one page; TIFF and PNM hold several");
+    EXPECT_EQ(refusal({"--pages=2", "--format=png", "-n", "-o", "-"}),
+              "a PNG holds one page; TIFF and PNM hold several");
+    for (const char* pages : {"--pages=1", "--pages=all"}) {  // the feeder may hold one only
+        EXPECT_NO_THROW(Make({"-d", "x", pages, "-o", "out.png"}));
+    }
+    for (const char* output : {"out%d.png", "out.tif", "out.pam", "-"}) {
+        EXPECT_NO_THROW(Make({"-d", "x", "--pages=3", "-o", output})) << output;
+    }
+    EXPECT_NO_THROW(Make({"-d", "x", "--pages=3", "-n"}));
+}
+
 TEST(ScanSettings, TheUsualDeviceComesFromTheEnvironment) {
     setenv("SANE_DEFAULT_DEVICE", "usual", 1);
     EXPECT_EQ(MakeScanSettings(ParseArguments(kScan, {}), {true, false}).device, "usual");

@@ -8,7 +8,7 @@ namespace {
 
 TEST(SpooledPage, GivesTheLinesAndTheirCount) {
     NumberedLines lines(5);
-    SpooledPage page(lines, false);
+    SpooledPage page(lines);
     EXPECT_EQ(page.Height(), 5u);
     std::uint8_t line[4];
     for (std::uint8_t y = 1; y <= 5; ++y) {
@@ -21,13 +21,7 @@ TEST(SpooledPage, GivesTheLinesAndTheirCount) {
 
 TEST(SpooledPage, NeedsALine) {
     NumberedLines none(0);
-    EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { SpooledPage(none, false); }), "the page has no lines");
-}
-
-TEST(SpooledPage, IsRefusedWhereStreamingIsStrict) {
-    NumberedLines lines(5);
-    EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { SpooledPage(lines, true); }),
-              "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids spooling");
+    EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { SpooledPage page(none); }), "the page has no lines");
 }
 
 }  // namespace

@@ -172,7 +172,7 @@ TEST(OutputFile, AClosedPipeIsABrokenPipe) {
                 writer->EndPage();
                 writer->Commit();
             },
-            ExitCode::kBrokenPipe, "nobody reads the output any more");
+            ExitCode::kBrokenPipe, path + ": nobody reads the output any more");
     }
     std::signal(SIGPIPE, before);
 }
