@@ -25,6 +25,10 @@ constexpr std::int32_t kInvalid = 3;
 constexpr std::size_t kKernelWords = 10;
 constexpr std::size_t kLevelWord = 10;
 
+std::uint32_t SamplesOf(const _SSharpParam& param) {
+    return param.bitsPerPixel == 24 ? 3 : 1;
+}
+
 bool IsValid(const _SSharpParam& param) {
     if (param.level == 0 || param.level < -2 || param.level > 3) {
         return false;
@@ -32,8 +36,7 @@ bool IsValid(const _SSharpParam& param) {
     if (param.bitsPerPixel != 24 && param.bitsPerPixel != 8) {
         return false;
     }
-    return param.width >= 3 && param.height != 0 &&
-           std::uint64_t{param.width} * (param.bitsPerPixel / 8) <= param.rowBytes;
+    return param.width >= 3 && param.height != 0 && std::uint64_t{param.width} * SamplesOf(param) <= param.rowBytes;
 }
 
 void CopyKernel(std::int32_t* kernel, std::int32_t level) {
@@ -91,7 +94,7 @@ void ShiftAndFinish(SharpContext* context, const unsigned char* line, const std:
     put.rowBytes = context->param->rowBytes;
     put.kernel = kernel;
     put.width = context->param->width;
-    put.samples = context->param->bitsPerPixel / 8;
+    put.samples = SamplesOf(*context->param);
     platen::Kernels().sharpPut(context->outLine1, put);
 }
 
@@ -102,7 +105,7 @@ void FinishEdge(std::uint8_t* out, const SharpContext* context, const std::int32
     row.bottom = context->newestLine;
     row.kernel = kernel;
     row.width = context->param->width;
-    row.samples = context->param->bitsPerPixel / 8;
+    row.samples = SamplesOf(*context->param);
     row.topEdge = true;
     platen::Kernels().sharpRow(out, row);
 }

@@ -76,10 +76,12 @@ constexpr std::array<const KernelTable*, 4> kAll = {&kReference, &kBaseline, &kA
 // shuffles the AVX2 kernels are better than the AVX-512 ones.
 std::size_t CountAvailable() {
     __builtin_cpu_init();
-    const std::array avx512 = {__builtin_cpu_supports("avx512f") != 0, __builtin_cpu_supports("avx512bw") != 0,
-                               __builtin_cpu_supports("avx512vl") != 0, __builtin_cpu_supports("avx512vbmi") != 0};
+    const auto avx512 = std::to_array<bool>({static_cast<bool>(__builtin_cpu_supports("avx512f")),
+                                             static_cast<bool>(__builtin_cpu_supports("avx512bw")),
+                                             static_cast<bool>(__builtin_cpu_supports("avx512vl")),
+                                             static_cast<bool>(__builtin_cpu_supports("avx512vbmi"))});
     const bool all = std::find(avx512.begin(), avx512.end(), false) == avx512.end();
-    return CountUsable(__builtin_cpu_supports("avx2") != 0, all);
+    return CountUsable(static_cast<bool>(__builtin_cpu_supports("avx2")), all);
 }
 
 #else

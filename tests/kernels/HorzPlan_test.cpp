@@ -10,6 +10,7 @@
 
 #include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/Geometry.h"
+#include "support/Checksum.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 
@@ -151,6 +152,27 @@ void ExpectRight(const Shape& shape, Random& random) {
     }
 }
 
+// The kind that a plan's header, which begins on a line of the cache, says behind two pointers and three numbers: 0
+// where none was made, 1 where there can be none.
+std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, std::size_t thirdsOfRoom) {
+    std::vector<PX_Zoom2_Param> columns(Size(shape.dst));
+    PX_ZoomBilinear zoom;
+    if (shape.src <= shape.dst) {
+        zoom.Calc_ExpandParam(columns.data(), shape.dst, shape.src);
+    } else {
+        zoom.Calc_ReducedParam(columns.data(), shape.dst, shape.src);
+    }
+    const std::vector<std::uint8_t> line(Size(shape.src * shape.samples));
+    std::vector<std::uint32_t> out(Size(shape.dst * shape.samples));
+    std::vector<std::uint8_t> room(64 + RoomBytes(shape));
+    std::uint8_t* const begin = room.data() + (-reinterpret_cast<std::uintptr_t>(room.data()) & 63);
+    kernels.expandHorzPlanned(out.data(), line.data(), {columns.data(), shape.dst, shape.src, shape.samples},
+                              {begin, thirdsOfRoom * RoomBytes(shape) / 3});
+    std::int32_t kind = 0;
+    std::memcpy(&kind, begin + 2 * sizeof(void*) + 3 * sizeof(std::int32_t), sizeof kind);
+    return kind;
+}
+
 TEST(HorzPlan, VariantsWithPlansAreThoseOfWideRegisters) {
     for (const KernelTable* kernels : platen::AvailableKernels()) {
         const bool wide = std::strncmp(kernels->name, "avx", 3) == 0;
@@ -255,6 +277,28 @@ TEST(HorzPlan, PagesAreScaledByPlans) {
             EXPECT_FALSE(line.Run(*kernels)) << Describe(shape);
             EXPECT_TRUE(line.IsRight(false));
         }
+    }
+}
+
+// Every size's kind of plan, in the room that Open leaves and in two thirds of it, as one number: a plan that was
+// lost would only cost time, and so nothing else would tell.
+TEST(HorzPlan, EachSizeHasThePlanThatItHad) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        platen_test::Checksum kinds;
+        int planned = 0;
+        for (std::int32_t dst = 1; dst <= 60; ++dst) {
+            for (std::int32_t src = 1; src <= 240; src += src < 100 ? 1 : 7) {
+                for (const std::int32_t samples : {1, 3, 4}) {
+                    for (const std::size_t thirds : {std::size_t{3}, std::size_t{2}}) {
+                        const std::int32_t kind = KindOfPlan(*kernels, {dst, src, samples}, thirds);
+                        kinds.Add(static_cast<std::uint32_t>(kind));
+                        planned += kind > 1 ? 1 : 0;
+                    }
+                }
+            }
+        }
+        EXPECT_EQ(kinds.Value(), 0x4B1FCF2C5910AD84u) << kernels->name;
+        EXPECT_EQ(planned, 17384) << kernels->name;
     }
 }
 
