@@ -13,11 +13,14 @@
 extern "C" {
 
 // Stamps type and apply function and adds the properties with their defaults.
+//   op       from NewOperation
 //   returns  0 done | 1 the property list could not be made | 2 op is null
 // KEPT: a property list that op had before is overwritten, not freed. (BrightnessContrast.SetupOverwritesTheList)
 PLATEN_API std::int32_t SetupBrightnessContrastOperation(_SToneOperation* op);
 
 // Acts on the curve's three tables.
+//   op       has been set up; not null
+//   curve    not null, with three tables that hold a mapping already
 //   returns  0 done | 3 a value out of range, tables untouched
 // KEPT: brightness acts at any depth, contrast only at 8 and 24.   (BrightnessContrast.ContrastNeedsDepth8Or24)
 PLATEN_API std::int32_t ApplyBrightnessContrast(_SToneOperation* op, _SToneCurve* curve);

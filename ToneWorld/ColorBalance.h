@@ -24,10 +24,14 @@
 extern "C" {
 
 // Stamps type and apply function and adds the properties with their defaults, in the order above.
+//   op       from NewOperation
 //   returns  0 done | 1 the property list could not be made | 2 op is null
+// KEPT: a property list that op had before is overwritten, not freed.  (ColorBalance.SetupOverwritesTheList)
 PLATEN_API std::int32_t SetupColorBalanceOperation(_SToneOperation* op);
 
 // Acts on the curve's three tables.
+//   op       has been set up; not null
+//   curve    not null, with three tables that hold a mapping already
 //   returns  0 done, or depth is not 24 and nothing was done | 3 a value out of range, tables untouched
 // KEPT: darker shadows and brighter highlights act in full, the opposite at a third.
 //                                                        (ColorBalance.OppositeDirectionsActAtAThird)

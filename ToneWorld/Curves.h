@@ -16,16 +16,21 @@
 //                     curve has no meaning, though every entry lies within 0..255.
 //
 // Spline: see Spline.h. Gamma: with s = trunc(strength x 1.13) and g = tan((s + 127) / 255 x 3.141592 / 2), entry
-// i is trunc((i / 255)^(1 / g) x 255). Spline and lines are flat below the first point and above the last.
+// i is trunc((i / 255)^(1 / g) x 255). Spline and lines are flat below the first point and above the last. A line
+// begins at its point's levels, both truncated, and has the slope of the points as they are.
 
 extern "C" {
 
 // Stamps type and apply function and adds the properties with their defaults, in the order above.
+//   op       from NewOperation
 //   returns  0 done | 1 the property list could not be made | 2 op is null
+// KEPT: a property list that op had before is overwritten, not freed.       (Curves.SetupOverwritesTheList)
 PLATEN_API std::int32_t SetupCurvesOperation(_SToneOperation* op);
 
 // Acts on the curve's three tables. With copyCurve 1 the master curve itself is written to curveCopy as well. No
 // memory is allocated.
+//   op       has been set up; not null
+//   curve    not null, with three tables that hold a mapping already
 //   returns  0 done, or depth is neither 24 nor 8 and nothing was done
 //            3 a value out of range (a coordinate that is not a number is), tables untouched
 // KEPT: all values are checked, also those that the kind does not use.    (Curves.UnusedValuesAreCheckedToo)

@@ -35,8 +35,9 @@ extern "C" {
 
 // Allocates with malloc.
 //   slot     points at a pointer variable, which receives the block, or null on 1
-//   size     bytes; a negative size can't be had
+//   size     bytes, whose contents are undefined; a negative size can't be had
 //   returns  0 done | 1 out of memory
+// PX_Zoom_MemFree gives the block back.
 PLATEN_API int PX_Zoom_MemAlloc(void* slot, long size);
 
 // Frees the block that the variable at `slot` points to and sets the variable to null. A null slot and a null

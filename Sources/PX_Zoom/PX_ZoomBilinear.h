@@ -51,8 +51,9 @@ class PLATEN_API PX_ZoomBilinear : public PX_Zoom {
     //   returns  0 done | 1 out of memory | 2 a zero size, an unknown format or another method.
     //            After 1 and 2 it is closed and holds nothing.
     // Memory, counted by the larger side of each axis: 28 bytes a line, 28 a column, and two work lines of bits per
-    // pixel + 7 bytes a column (bilevel counts as 8 bits, and takes one byte a column more).
-    // KEPT: only zero sizes are refused. (PX_ZoomBilinear.NegativeSizes)
+    // pixel + 7 bytes a column (bilevel counts as 8 bits, and takes one byte a column more). Where workLineBytes'
+    // 29 bits can't say that, what they say, or 8 bytes a destination sample if that is more.
+    // KEPT: only zero sizes are refused. (PX_ZoomBilinearNegative.OpenLooksAtZerosOnly)
     //   Both sizes of an axis negative: 1. One size negative: 0, and streaming is harmless. A source line of
     //   negative width gives zeros; a destination line of negative width gets nothing; with a negative height every
     //   line is taken and none becomes ready.
@@ -68,7 +69,8 @@ class PLATEN_API PX_ZoomBilinear : public PX_Zoom {
 
     // Gives the next destination line: ceil(dstWidth x bits per pixel / 8) bytes; unused bits of a bilevel line's
     // last byte are 0.
-    //   returns  0 done | 2 null line | 3 no line waits
+    //   returns  0 done | 2 null line | 3 no line waits; where the next line needs the last source line once more,
+    //            what Send(nullptr) returns
     int Read(void* line) override;
 
     // The curve that shapes the far weight of a reduced position: 0 to 0, range to range, below the straight line

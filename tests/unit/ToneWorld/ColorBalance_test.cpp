@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <limits>
+#include <list>
 #include <map>
 #include <new>
 #include <string>
@@ -91,6 +93,18 @@ void Fill(platen_test::Random& random, ToneTable& table) {
 
 TEST(ColorBalance, SetupRefusesANullOperation) {
     EXPECT_EQ(SetupColorBalanceOperation(nullptr), 2);
+}
+
+TEST(ColorBalance, SetupOverwritesTheList) {
+    const OperationPtr op = platen_test::MakeOperation(SetupColorBalanceOperation);
+    std::list<_SPropertyData>* before = op->properties;
+    EXPECT_EQ(SetupColorBalanceOperation(op.get()), 0);
+    ASSERT_NE(op->properties, before);
+    ASSERT_EQ(before->size(), 10u);  // still there, with all values
+    for (const _SPropertyData& property : *before) {
+        std::free(property.data);
+    }
+    delete before;
 }
 
 TEST(ColorBalance, SetupStampsTypeApplyAndDefaults) {
