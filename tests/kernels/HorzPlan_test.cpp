@@ -458,6 +458,38 @@ TEST(HorzPlan, RecordsOutOfStepAreRefusedOrRight) {
     }
 }
 
+// Weights are divided by their sum, and none is negative, however well they add up.
+TEST(HorzPlan, WeightsThatHaveNoQuotientAreRefused) {
+    struct Case {
+        const char* what;
+        Shape shape;
+        std::int32_t startWeight, endWeight;
+        bool planned;
+    };
+    constexpr Case kCases[] = {
+        {"no weight", {40, 60, 1}, 0, 0, false},
+        {"a weight of one", {40, 60, 1}, 1, 0, true},
+        {"a negative first one, reducing", {40, 60, 1}, -1, 30, false},
+        {"a negative last one, reducing", {40, 60, 1}, 30, -1, false},
+        {"all to the left", {60, 40, 1}, 59, 0, true},
+        {"a negative first one, enlarging", {60, 40, 1}, -1, 60, false},
+        {"a negative last one, enlarging", {60, 40, 1}, 60, -1, false},
+    };
+    Random random(15);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Case& c : kCases) {
+            Line line(c.shape, RoomBytes(c.shape), Side::kPageBehind, random);
+            PX_Zoom2_Param& record = line.columns()[5];
+            record.wholeEnd = record.start;
+            record.startWeight = c.startWeight;
+            record.endWeight = c.endWeight;
+            record.weightSum = c.startWeight + c.endWeight;
+            ASSERT_EQ(line.Run(*kernels), c.planned) << c.what << ", " << kernels->name;
+            ASSERT_TRUE(line.IsRight(c.planned)) << c.what << ", " << kernels->name;
+        }
+    }
+}
+
 // Enlarging takes two neighbours: none may begin with the line's last pixel.
 TEST(HorzPlan, EnlargingBehindTheLastPairIsRefused) {
     Random random(14);
