@@ -83,6 +83,26 @@ TEST(HsvRow, EveryVariantEqualsReferenceAtLongWidthsAndEveryAlignment) {
     }
 }
 
+// Hosts may write any entry: a table that is the identity but for one is none.
+TEST(HsvRow, EveryEntryOfTheTableCounts) {
+    std::uint8_t lightness[256];
+    std::uint8_t line[3 * 256];
+    for (int changed = 0; changed < 256; ++changed) {
+        for (int i = 0; i < 256; ++i) {
+            lightness[i] = static_cast<std::uint8_t>(i == changed ? 255 - i : i);
+        }
+        for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+            for (int i = 0; i < 3 * 256; ++i) {
+                line[i] = static_cast<std::uint8_t>(i);
+            }
+            variant->hsvRow(line, 256, 0, 0, lightness);
+            for (int i = 0; i < 3 * 256; ++i) {
+                ASSERT_EQ(lightness[i % 256], line[i]) << variant->name << ", entry " << changed;
+            }
+        }
+    }
+}
+
 // Every setting on a few thousand colours; all colours with some settings are hsv_all_colours' work.
 TEST(HsvRow, EveryVariantEqualsReferenceForEveryHueAndEverySaturation) {
     Random random(3);
