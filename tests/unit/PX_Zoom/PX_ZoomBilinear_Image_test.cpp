@@ -130,6 +130,10 @@ TEST(PX_ZoomBilinearImage, LinesOf16MillionColumns) {
     const std::uint8_t few[3] = {3, 250, 17};
     std::vector<std::uint8_t> line(kWide);
     PX_ZoomBilinear zoom;
+    ASSERT_EQ(0, zoom.Open(kWide - 2, 1, 3, 1, 8, 2));
+    ASSERT_EQ(0, zoom.horzDouble);
+    ASSERT_EQ(0, zoom.Open(kWide - 1, 1, 3, 1, 8, 2));
+    ASSERT_EQ(1, zoom.horzDouble);
     ASSERT_EQ(0, zoom.Open(kWide, 1, 3, 1, 8, 2));
     ASSERT_EQ(1, zoom.horzDouble);
     ASSERT_EQ(0, zoom.Send(const_cast<std::uint8_t*>(few)));

@@ -275,6 +275,14 @@ TEST(PX_ZoomHelpers, MemFreeTwiceIsHarmless) {
     EXPECT_EQ(nullptr, block);
 }
 
+// What malloc gives for no bytes is a block.
+TEST(PX_ZoomHelpers, MemAllocOfNoBytesIsNoFailure) {
+    void* block = nullptr;
+    EXPECT_EQ(0, PX_Zoom_MemAlloc(&block, 0));
+    EXPECT_NE(nullptr, block);
+    PX_Zoom_MemFree(&block);
+}
+
 TEST(PX_ZoomHelpers, MemAllocStoresNullOnFailure) {
     std::uint8_t byte = 0;
     std::uint8_t* block = &byte;
