@@ -22,7 +22,9 @@ TEST(Truncate, SaturatesAtTheEndsOfTheTarget) {
     EXPECT_EQ(2147483647, Truncate<std::int32_t>(2147483647.9));
     EXPECT_EQ(2147483647, Truncate<std::int32_t>(2147483648.0));
     EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), Truncate<std::int32_t>(-2147483648.9));
+    EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), Truncate<std::int32_t>(-2147483649.0));
     EXPECT_EQ(std::numeric_limits<std::int32_t>::min(), Truncate<std::int32_t>(-1e300));
+    EXPECT_EQ(0u, Truncate<std::uint32_t>(-1.0));
     EXPECT_EQ(4294967295u, Truncate<std::uint32_t>(4294967295.9));
     EXPECT_EQ(4294967295u, Truncate<std::uint32_t>(1e300));
     EXPECT_EQ(0u, Truncate<std::uint32_t>(-1e300));
