@@ -3,9 +3,9 @@
 
 #include "Sources/PX_Zoom/HorzPass.h"
 
-// 64-bit processors only: on 32-bit x86 GCC 12 takes a block's function for one without effects, though its own dump
-// of it ends in the store, and drops the calls (its late analyses: -fno-ipa-pure-const with -fno-ipa-modref gives
-// right results). There the plain pass serves, as elsewhere.
+// 64-bit processors only: on 32-bit x86 GCC 12 takes a block's function for one without effects, though its own
+// dump of it ends in the store, and drops the calls (its late analyses: -fno-ipa-pure-const with -fno-ipa-modref
+// gives right results). There the plain pass serves, as elsewhere.
 #if defined(__x86_64__)
 
 #include <emmintrin.h>
