@@ -1,6 +1,8 @@
 #include "LineFilters/Sharpness.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -298,6 +300,22 @@ TEST(Sharpness, PutAndGetGiveTheHandleBack) {
     }
     filter.Get();
     EXPECT_EQ(context, *filter.Handle());
+}
+
+// Both write the handle, though it has that value: in memory that can't be written the program ends.
+TEST(SharpnessDeathTest, PutAndGetWriteTheHandle) {
+    SharpFilter filter(SharpSettings(2, 1, 3, 3));
+    filter.PutFlat(1);
+    Bytes line(3, 1);
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    void* const memory = mmap(nullptr, page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, memory);
+    auto* const handle = static_cast<void**>(memory);
+    *handle = *filter.Handle();
+    ASSERT_EQ(0, mprotect(memory, page, PROT_READ));
+    EXPECT_DEATH(ApplySharpFilterPutLine(handle, line.data()), "");
+    EXPECT_DEATH(ApplySharpFilterGetLine(handle, line.data()), "");
+    munmap(memory, page);
 }
 
 TEST(Sharpness, PutAndGetCheckTheSettingsAgain) {

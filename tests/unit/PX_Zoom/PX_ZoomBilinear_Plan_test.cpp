@@ -164,6 +164,26 @@ TEST(PX_ZoomBilinearPlan, OverwrittenPlansOnlyChangePixels) {
 }
 
 // The field says how much room there is: where it is none behind the numbers, nothing is written there.
+// The first line makes one in the free room, where the variant has plans at all.
+TEST(PX_ZoomBilinearPlan, TheFirstLineLeavesAPlan) {
+    const KeepVariant keep;
+    Random random(607);
+    const ZoomCase c{1000, 2, 1500, 2, 8};
+    const auto source = MakeImage(c, ZoomContent::kRandom, random);
+    const auto want = ModelScale(c, source);
+    for (const KernelTable* variant : platen::AvailableKernels()) {
+        platen::UseKernels(*variant);
+        PX_ZoomBilinear zoom;
+        ASSERT_TRUE(Open(zoom, c));
+        ASSERT_TRUE(ZoomStream(c, false, GuardedBuffer::Against::kPageBehind).Run(zoom, source, want))
+            << variant->name;
+        const Tail room = TailOf(zoom, 1, c);
+        const bool empty =
+            std::all_of(room.begin, room.begin + room.size, [](std::uint8_t byte) { return byte == 0; });
+        EXPECT_EQ(variant->expandHorzPlanned == platen::ExpandHorzPlanned_none, empty) << variant->name;
+    }
+}
+
 TEST(PX_ZoomBilinearPlan, WithoutRoomThereIsNoPlan) {
     const KeepVariant keep;
     Random random(605);
