@@ -164,7 +164,7 @@ std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, std::siz
     }
     const std::vector<std::uint8_t> line(Size(shape.src * shape.samples));
     std::vector<std::uint32_t> out(Size(shape.dst * shape.samples));
-    std::vector<std::uint8_t> room(64 + RoomBytes(shape));
+    std::vector<std::uint8_t> room(128 + RoomBytes(shape));  // a header's bytes, where it has no room for one, too
     std::uint8_t* const begin = room.data() + (-reinterpret_cast<std::uintptr_t>(room.data()) & 63);
     kernels.expandHorzPlanned(out.data(), line.data(), {columns.data(), shape.dst, shape.src, shape.samples},
                               {begin, thirdsOfRoom * RoomBytes(shape) / 3});
