@@ -11,6 +11,7 @@
 #include "ToneFixture.h"
 #include "support/AllocationLedger.h"
 #include "support/Random.h"
+#include "support/ToneTables.h"
 
 namespace {
 
@@ -57,16 +58,7 @@ TEST_F(BrightnessContrast, SetupReturns0AndNeedsNoZeroedRecord) {
 }
 
 TEST_F(BrightnessContrast, SetupOverwritesTheList) {
-    std::list<_SPropertyData>* before = op.get()->properties;
-    EXPECT_EQ(0, SetupBrightnessContrastOperation(op.get()));
-    ASSERT_NE(before, op.get()->properties);
-    EXPECT_EQ(2u, op.get()->properties->size());
-    ASSERT_EQ(2u, before->size());  // still there, with both values
-    for (const _SPropertyData& property : *before) {
-        EXPECT_EQ(0, *static_cast<const std::int32_t*>(property.data));
-        std::free(property.data);
-    }
-    delete before;
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupBrightnessContrastOperation);
 }
 
 TEST_F(BrightnessContrast, ZeroAndZeroChangeNothing) {

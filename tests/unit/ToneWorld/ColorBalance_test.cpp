@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <limits>
-#include <list>
 #include <map>
 #include <new>
 #include <string>
@@ -97,14 +95,7 @@ TEST(ColorBalance, SetupRefusesANullOperation) {
 
 TEST(ColorBalance, SetupOverwritesTheList) {
     const OperationPtr op = platen_test::MakeOperation(SetupColorBalanceOperation);
-    std::list<_SPropertyData>* before = op->properties;
-    EXPECT_EQ(SetupColorBalanceOperation(op.get()), 0);
-    ASSERT_NE(op->properties, before);
-    ASSERT_EQ(before->size(), 10u);  // still there, with all values
-    for (const _SPropertyData& property : *before) {
-        std::free(property.data);
-    }
-    delete before;
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupColorBalanceOperation);
 }
 
 TEST(ColorBalance, SetupStampsTypeApplyAndDefaults) {

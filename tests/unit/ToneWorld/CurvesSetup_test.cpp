@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <list>
 #include <new>
 #include <string>
 
@@ -50,14 +48,7 @@ TEST(Curves, SetupStampsTypeApplyAndDefaults) {
 
 TEST(Curves, SetupOverwritesTheList) {
     const OperationPtr op = platen_test::MakeOperation(SetupCurvesOperation);
-    std::list<_SPropertyData>* before = op->properties;
-    EXPECT_EQ(SetupCurvesOperation(op.get()), 0);
-    ASSERT_NE(op->properties, before);
-    ASSERT_EQ(before->size(), 7u);  // still there, with all values
-    for (const _SPropertyData& property : *before) {
-        std::free(property.data);
-    }
-    delete before;
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupCurvesOperation);
 }
 
 TEST(Curves, MissingPropertiesCountAsTheirDefaults) {

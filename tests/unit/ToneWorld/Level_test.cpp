@@ -13,6 +13,7 @@
 #include "ToneWorld/LevelGamma.h"
 #include "support/AllocationLedger.h"
 #include "support/Random.h"
+#include "support/ToneTables.h"
 
 namespace {
 
@@ -74,14 +75,7 @@ TEST_F(Level, SetupRefusesANullOperation) {
 }
 
 TEST_F(Level, SetupOverwritesTheList) {
-    std::list<_SPropertyData>* before = op.get()->properties;
-    EXPECT_EQ(0, SetupLevelOperation(op.get()));
-    ASSERT_NE(before, op.get()->properties);
-    ASSERT_EQ(5u, before->size());
-    for (const _SPropertyData& property : *before) {
-        std::free(property.data);
-    }
-    delete before;
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupLevelOperation);
 }
 
 TEST_F(Level, DefaultsAreOutOfRange) {
