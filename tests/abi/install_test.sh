@@ -30,11 +30,14 @@ libdir=$(pkg-config --variable=libdir platen)
 "$cxx" -std=c++20 -DPLATEN_STATIC "${flags[@]}" "$consumer/consumer.cpp" \
     "${all_libraries[@]/-lplaten/-l:libplaten.a}" -o "$work/static"
 "$work/static"
-if ldd "$work/static" | grep libplaten; then
+static_needs=$(ldd "$work/static")
+shared_needs=$(ldd "$work/shared")
+if grep libplaten <<<"$static_needs"; then
     echo "the static program needs the shared library"
     exit 1
 fi
-ldd "$work/shared" | grep -q "$prefix.*/libplaten.so.1" || {
+# Not by a pipe: grep -q ends at its first match, and what still writes into the pipe then fails in its stead.
+grep -q "$prefix.*/libplaten.so.1" <<<"$shared_needs" || {
     echo "the shared program doesn't load the installed library by its SONAME"
     exit 1
 }
