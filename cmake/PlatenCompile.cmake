@@ -26,6 +26,9 @@ elseif(PLATEN_SANITIZE STREQUAL "msan")
 elseif(NOT PLATEN_SANITIZE STREQUAL "")
   message(FATAL_ERROR "PLATEN_SANITIZE is '${PLATEN_SANITIZE}'; allowed: asan-ubsan, ubsan, tsan, msan, or empty")
 endif()
+if(PLATEN_SANITIZE)
+  add_compile_options(-g1)  # functions and lines are all that a report names
+endif()
 
 # Clang's counters, which know the source's regions and branches (GCC's count the compiler's exception edges too).
 # They lie in the profile's file itself (%c in LLVM_PROFILE_FILE), so that an abort, a signal and _exit lose none.
