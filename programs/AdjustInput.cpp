@@ -144,16 +144,13 @@ class InputRun {
 
     void OpenPage(const PagePlan& plan) {
         if (writer_ == nullptr) {
-            WriteOptions options;
-            options.container = settings_.format;
-            options.inputContainer = reader_->FileContainer();
-            options.jpegQuality = settings_.quality;
-            options.strictStream = settings_.read.strictStream;
-            options.force = settings_.force;
+            const std::string path = name_.Make(input_, nextPage_);
+            WriteOptions options = MakeWriteOptions(settings_, reader_->FileContainer());
+            CheckOutput(path, options, plan.output);
             const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
-            writer_ = WithThread(OpenWriter(name_.Make(input_, nextPage_), options), settings_);
+            writer_ = WithThread(OpenWriter(path, options), settings_);
         }
         ++nextPage_;
         writer_->BeginPage(plan.output);
@@ -187,6 +184,16 @@ class InputRun {
 };
 
 }  // namespace
+
+WriteOptions MakeWriteOptions(const Settings& settings, Container input) {
+    WriteOptions options;
+    options.container = settings.format;
+    options.inputContainer = input;
+    options.jpegQuality = settings.quality;
+    options.strictStream = settings.read.strictStream;
+    options.force = settings.force;
+    return options;
+}
 
 void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
                  unsigned long& nextPage) {

@@ -4,7 +4,9 @@
 #include <string>
 
 #include "programs/LineReader.h"
+#include "programs/LineWriter.h"
 #include "programs/OutputName.h"
+#include "programs/PagePlan.h"
 #include "programs/Settings.h"
 
 namespace platen_tool {
@@ -18,9 +20,12 @@ void AdjustInput(const Settings& settings, const OutputName& name, const std::st
 void AdjustPages(const Settings& settings, const OutputName& name, const std::string& input,
                  std::unique_ptr<LineReader> reader, unsigned long& nextPage);
 
+// How an output is written. `input`: what the pages come in.
+WriteOptions MakeWriteOptions(const Settings& settings, Container input);
+
 // --dry-run: what AdjustInput would do, in words.
 std::string DescribeInput(const Settings& settings, const OutputName& name, const std::string& input,
                           unsigned long& nextPage);
-std::string DescribePage(const Settings& settings, const ImageInfo& page);
+std::string DescribePage(const PagePlan& plan);
 
 }  // namespace platen_tool

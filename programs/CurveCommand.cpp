@@ -94,6 +94,9 @@ void RunCurve(const ParsedArguments& arguments) {
     if (!arguments.operands.empty()) {
         throw Error(ExitCode::kUsage, "curve: takes no file, but '" + arguments.operands.front() + "' is there");
     }
+    if (form && svg == "-") {
+        throw Error(ExitCode::kUsage, "--svg=-: the table goes to standard output; name a file");
+    }
     const std::vector<ToneStep> steps = list.Finish();
     if (svg) {
         WriteCurvePlot(*svg, steps, force);

@@ -44,20 +44,20 @@ std::string CurveRows(const ToneTables& tables) {
 }
 
 // What the writer would say to a page, and to one more in the same file. Without an output there is none.
-void CheckOutput(const std::string& output, const Settings& settings, const LineReader& reader, bool oneMore) {
+void CheckPage(const std::string& output, const Settings& settings, Container input, const PagePlan& plan,
+               bool oneMore) {
     if (output.empty()) {
         return;
     }
-    const Container container = OutputContainer(output, settings.format, reader.FileContainer());
+    CheckOutput(output, MakeWriteOptions(settings, input), plan.output);
     if (oneMore) {
-        RequireSeveralPages(container);
+        RequireSeveralPages(OutputContainer(output, settings.format, input));
     }
 }
 
 }  // namespace
 
-std::string DescribePage(const Settings& settings, const ImageInfo& page) {
-    const PagePlan plan = PlanPage(settings, page);
+std::string DescribePage(const PagePlan& plan) {
     std::string text = Row("input", PageText(plan.input));
     for (const PlannedStep& step : plan.steps) {
         text += Row(StepName(step.kind), step.text);
@@ -83,10 +83,11 @@ std::string DescribeInput(const Settings& settings, const OutputName& name, cons
     for (; more && page <= range.last; ++page) {
         if (page >= range.first) {
             const std::string output = name.Make(input, nextPage++);
-            CheckOutput(output, settings, *reader, page > range.first && !name.HasPage());
+            const PagePlan plan = PlanPage(settings, reader->Info());
+            CheckPage(output, settings, reader->FileContainer(), plan, page > range.first && !name.HasPage());
             text += input + ", page " + std::to_string(page);
             text += output.empty() ? "\n" : ", to " + output + "\n";
-            text += DescribePage(settings, reader->Info());
+            text += DescribePage(plan);
         }
         if (reader->PageCount() == 1) {
             more = false;  // no need to read its lines to find the end

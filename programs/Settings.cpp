@@ -253,6 +253,9 @@ void ResolveFiles(Settings& s, const Terminals& terminals) {
         }
         s.output = "-";
     }
+    if (s.output == "-" && s.plot == "-") {
+        Refuse("--plot=-: the page goes to standard output; name a file");
+    }
 }
 
 }  // namespace

@@ -184,23 +184,6 @@ class JpegWriter : public LineWriter {
     }
 
   private:
-    static void CheckJpegLayout(const ImageInfo& info) {
-        if (info.bitsPerSample != 8) {
-            throw Error(ExitCode::kUnsupported, "JPEG can't hold " + LayoutName(info) +
-                                                    "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
-        }
-        if (info.HasAlpha()) {
-            throw Error(ExitCode::kUnsupported, "JPEG has no alpha channel; PNG, TIFF and PAM have");
-        }
-        if (info.width > JPEG_MAX_DIMENSION || info.height > JPEG_MAX_DIMENSION) {
-            throw Error(ExitCode::kUnsupported,
-                        "JPEG holds at most 65500 pixels on a side; PNG, TIFF and PNM hold more");
-        }
-        if (info.iccProfile.size() > 255 * 65519u) {
-            throw Error(ExitCode::kUnsupported, "the ICC profile is too large for a JPEG");
-        }
-    }
-
     void Run(CodecGuard::Step step) {
         if (!state_.guard.Run(step, &state_)) {
             file_->CheckWriteError();
@@ -216,6 +199,23 @@ class JpegWriter : public LineWriter {
 };
 
 }  // namespace
+
+void CheckJpegLayout(const ImageInfo& info) {
+    if (info.bitsPerSample != 8) {
+        throw Error(ExitCode::kUnsupported, "JPEG can't hold " + LayoutName(info) +
+                                                "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
+    }
+    if (info.HasAlpha()) {
+        throw Error(ExitCode::kUnsupported, "JPEG has no alpha channel; PNG, TIFF and PAM have");
+    }
+    if (info.width > JPEG_MAX_DIMENSION || info.height > JPEG_MAX_DIMENSION) {
+        throw Error(ExitCode::kUnsupported,
+                    "JPEG holds at most 65500 pixels on a side; PNG, TIFF and PNM hold more");
+    }
+    if (info.iccProfile.size() > 255 * 65519u) {
+        throw Error(ExitCode::kUnsupported, "the ICC profile is too large for a JPEG");
+    }
+}
 
 std::unique_ptr<LineWriter> MakeJpegWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options) {
     return std::make_unique<JpegWriter>(std::move(file), options.jpegQuality);

@@ -54,6 +54,13 @@ void RequireSeveralPages(Container container) {
     }
 }
 
+void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {
+    if (OutputContainer(path, options.container, options.inputContainer) == Container::kJpeg) {
+        CheckJpegLayout(page);
+    }
+    CheckOutputPath(path, options.force);
+}
+
 std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options) {
     const Container container = OutputContainer(path, options.container, options.inputContainer);
     auto file = std::make_unique<OutputFile>(path, options.force, options.sync);

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "programs/Error.h"
 
@@ -81,7 +82,23 @@ mode_t UsualMode() {
     return 0666 & ~mask;
 }
 
+// What stands at the path, if anything does.
+std::optional<struct stat> StatusOf(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
+}
+
 }  // namespace
+
+void CheckOutputPath(const std::string& path, bool force) {
+    const auto status = path == "-" ? std::nullopt : StatusOf(path);
+    if (status && S_ISDIR(status->st_mode)) {
+        throw Error(ExitCode::kFailed, path + ": is a folder; the output must be a file");
+    }
+    if (status && S_ISREG(status->st_mode) && !force) {
+        throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
+    }
+}
 
 void RemovePartialOutputs() noexcept {
     const int before = errno;
@@ -100,23 +117,17 @@ OutputFile::OutputFile(const std::string& path, bool force, bool sync)
         descriptor_ = STDOUT_FILENO;
         return;
     }
-    struct stat status {};
-    const bool exists = stat(path.c_str(), &status) == 0;
-    if (exists && S_ISDIR(status.st_mode)) {
-        Fail("is a folder; the output must be a file");
-    }
-    if (exists && !S_ISREG(status.st_mode)) {
+    CheckOutputPath(path, force);
+    const auto status = StatusOf(path);
+    if (status && !S_ISREG(status->st_mode)) {
         descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
         if (descriptor_ < 0) {
             Fail("can't be opened for writing: ", errno);
         }
         return;
     }
-    if (exists && !force) {
-        Fail("exists already; --force overwrites it");
-    }
     path_ = Resolved(path);
-    OpenTemporary(exists, exists ? status.st_mode & 07777 : UsualMode());
+    OpenTemporary(status.has_value(), status ? status->st_mode & 07777 : UsualMode());
 }
 
 void OutputFile::OpenTemporary(bool exists, unsigned mode) {

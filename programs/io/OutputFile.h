@@ -7,6 +7,10 @@
 
 namespace platen_tool {
 
+// What OutputFile's constructor says of a name that it refuses, without a file being made: a folder, or an existing
+// file where `force` is false. An Error (kFailed).
+void CheckOutputPath(const std::string& path, bool force);
+
 // An output file that appears under its name whole or not at all: the bytes go to a hidden temporary name in the
 // same folder, and Commit renames it. Standard output ("-"), devices and named pipes are written as they are.
 // The writing functions that codecs written in C call throw nothing; the others' Errors name the output.

@@ -14,6 +14,9 @@ std::unique_ptr<LineWriter> MakeTiffWriter(std::unique_ptr<OutputFile> file, con
 std::unique_ptr<LineWriter> MakeJpegWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options);
 std::unique_ptr<LineWriter> MakePnmWriter(std::unique_ptr<OutputFile> file, bool pamOnly);
 
+// An Error (kUnsupported) for a page that no JPEG can hold.
+void CheckJpegLayout(const ImageInfo& info);
+
 // Passes everything on to `inner`, but keeps the lines of a page of unknown height in a temporary file until the
 // height is known. With strictStream such a page is refused.
 std::unique_ptr<LineWriter> MakeSpoolingWriter(std::unique_ptr<LineWriter> inner, bool strictStream);

@@ -1,7 +1,5 @@
 #include "programs/ScanCommand.h"
 
-#include <sys/stat.h>
-
 #include "programs/Adjust.h"
 #include "programs/AdjustInput.h"
 #include "programs/CurvePlot.h"
@@ -72,32 +70,26 @@ ImageInfo ExpectedPage(const ScanDevice& device) {
     return info;
 }
 
-// What would fail after the scan had better fail before it.
-void CheckBefore(const ScanSettings& settings, const ScanDevice& device, const OutputName& name) {
-    const Settings& page = settings.page;
-    PlanPage(page, ExpectedPage(device));
-    const std::string path = name.Make("", 1);
-    struct stat status {};
-    if (path != "-" && !page.force && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
-        throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
+// What would fail after the scan had better fail before it. A dry run needs no path.
+PagePlan PlanFirstPage(const ScanSettings& settings, const ScanDevice& device, const std::string& path) {
+    PagePlan plan = PlanPage(settings.page, ExpectedPage(device));
+    if (!path.empty()) {
+        CheckOutput(path, MakeWriteOptions(settings.page, Container::kPnm), plan.output);
     }
-}
-
-void Describe(const ScanSettings& settings, const ScanDevice& device, const OutputName& name) {
-    const std::string path = name.Make("", 1);
-    const std::string head = settings.device + ", page 1" + (path.empty() ? "" : ", to " + path) + "\n";
-    PrintOutput(head + DescribePage(settings.page, ExpectedPage(device)));
+    return plan;
 }
 
 void Scan(const ScanSettings& settings, ScanDevice& device) {
     const OutputName name(settings.page.output);
     Configure(settings, device);
     RefuseEndless(settings, device);
+    const std::string path = name.Make("", 1);
+    const PagePlan plan = PlanFirstPage(settings, device, path);
     if (settings.page.dryRun) {
-        Describe(settings, device, name);
+        const std::string head = settings.device + ", page 1" + (path.empty() ? "" : ", to " + path) + "\n";
+        PrintOutput(head + DescribePage(plan));
         return;
     }
-    CheckBefore(settings, device, name);
     if (settings.page.plot) {
         WriteCurvePlot(*settings.page.plot, settings.page.tone, settings.page.force);
     }

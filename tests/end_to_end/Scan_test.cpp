@@ -313,6 +313,12 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     EXPECT_EQ(there.code, 1);
     EXPECT_EQ(there.err, "platen: test: there.png: exists already; --force overwrites it\n");
     EXPECT_EQ(ReadFile(folder.File("there.png")), "kept");
+    EXPECT_EQ(RunScan({"-n", "-o", "there.png"}).err, there.err);
+    const Outcome layout = RunScan({"--depth=16", "-o", "deep.jpg"});
+    EXPECT_EQ(layout.code, 3);
+    EXPECT_EQ(layout.err,
+              "platen: test: JPEG can't hold 16-bit grey; 8-bit grey and RGB it can, PNG, TIFF and PNM "
+              "hold all\n");
     ExpectError({"--hue=10"}, 3, "test: --saturation, --hue and --lightness need a colour page; this one is grey");
     // A scan of unknown height too, which would have come to this error.
     const Words hand = Set({"hand-scanner=yes", "read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--scale=50%"};

@@ -48,6 +48,7 @@ TEST_F(Usage, WrongCommandLinesEndWith2) {
            "-o: several inputs need %s or %d in the output's name");
     Expect({"grey.pgm", "colour.ppm", "-o", "%d.png", "--jobs=2"}, kUsage,
            "--jobs: several inputs at a time need %s in the output's name");
+    Expect({"curve", "--svg=-", "--table=c"}, kUsage, "--svg=-: the table goes to standard output; name a file");
     Expect({"curve", "file"}, kUsage, "curve: takes no file, but 'file' is there");
     Expect({"curve", "--table=xml"}, kUsage, "--table: 'xml' is none of plain, c, csv, sane");
     Expect({"info"}, kUsage, "info: no file; see platen --help");

@@ -72,6 +72,10 @@ TEST(CurveCommand, WritesThePictureAndTheTable) {
 }
 
 TEST(CurveCommand, TakesNoFile) {
+    EXPECT_EQ(UsageText([] {
+                  Curve({"--svg=-", "--table=plain"});
+              }),
+              "--svg=-: the table goes to standard output; name a file");
     EXPECT_EQ(UsageText([] { Curve({"a.png"}); }), "curve: takes no file, but 'a.png' is there");
 }
 

@@ -27,8 +27,8 @@ std::string RowOf(const std::string& text, const std::string& heading) {
 }
 
 TEST(DryRun, NamesEveryStageInItsOrder) {
-    const std::string text =
-        DescribePage(SettingsOf({"--gamma=1.5", "--scale=50%", "--sharpness=2", "--mode=gray"}), Info(40, 30, 3));
+    const std::string text = DescribePage(
+        PlanPage(SettingsOf({"--gamma=1.5", "--scale=50%", "--sharpness=2", "--mode=gray"}), Info(40, 30, 3)));
     std::size_t last = 0;
     for (const char* name : {"input ", "pixels ", "tone ", "scale ", "sharpen ", "output ", "memory "}) {
         const std::size_t at = text.find(std::string("  ") + name);
@@ -36,11 +36,11 @@ TEST(DryRun, NamesEveryStageInItsOrder) {
         EXPECT_GE(at, last) << name;
         last = at;
     }
-    EXPECT_EQ(RowOf(DescribePage(SettingsOf({"--hue=5"}), Info(4, 3, 3)), "hsv").substr(0, 5), "  hsv");
+    EXPECT_EQ(RowOf(DescribePage(PlanPage(SettingsOf({"--hue=5"}), Info(4, 3, 3))), "hsv").substr(0, 5), "  hsv");
 }
 
 TEST(DryRun, ShowsOneRowOfPointsWhereTheChannelsAgree) {
-    const std::string text = DescribePage(SettingsOf({"--brightness=100"}), Info(4, 3, 3));
+    const std::string text = DescribePage(PlanPage(SettingsOf({"--brightness=100"}), Info(4, 3, 3)));
     EXPECT_NE(text.find("            0:127 32:159 64:191 96:223 128:255 160:255 192:255 224:255 255:255\n"),
               std::string::npos)
         << text;
@@ -53,7 +53,7 @@ TEST(DryRun, ShowsThreeRowsOfPointsWhereAChannelDiffers) {
                                                   {"--balance-midtones=40,0,0", true},
                                                   {"--balance-midtones=0,0,0", false}};
     for (const auto& [option, differs] : cases) {
-        const std::string text = DescribePage(SettingsOf({option}), Info(4, 3, 3));
+        const std::string text = DescribePage(PlanPage(SettingsOf({option}), Info(4, 3, 3)));
         for (const char* name : {"red   0:", "green 0:", "blue  0:"}) {
             EXPECT_EQ(text.find(name) != std::string::npos, differs) << option << text;
         }
@@ -61,10 +61,10 @@ TEST(DryRun, ShowsThreeRowsOfPointsWhereAChannelDiffers) {
 }
 
 TEST(DryRun, NotesWhatHasNoEffect) {
-    EXPECT_EQ(RowOf(DescribePage(SettingsOf({"--scale=100%"}), Info(4, 3, 3)), "note"),
+    EXPECT_EQ(RowOf(DescribePage(PlanPage(SettingsOf({"--scale=100%"}), Info(4, 3, 3))), "note"),
               "  note      the page has its size already; nothing is scaled");
     EXPECT_EQ(
-        RowOf(DescribePage(SettingsOf({"--sharpness=1"}), Info(2, 3, 3)), "note"),
+        RowOf(DescribePage(PlanPage(SettingsOf({"--sharpness=1"}), Info(2, 3, 3))), "note"),
         "  note      the page is less than three pixels wide or two lines high; it is not sharpened or softened");
 }
 
@@ -133,12 +133,27 @@ TEST_F(DryRunOfFiles, AnOutputThatCannotHoldThePagesIsAnError) {
     EXPECT_EQ(refusal(ExitCode::kUsage, {}, "foo"),
               "-o: 'foo' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, or "
               "--format");
+    EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=1", "--depth=16"}, "one.jpg"),
+              "JPEG can't hold 16-bit grey; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
     unsigned long next = 1;
     EXPECT_NE(Describe(path, {"--page=2"}, "one.png", next), "");
     for (const char* output : {"%d.png", "all.tif", "all.pnm", "-", ""}) {
         EXPECT_NE(Describe(path, {}, output, next).find(", page 3"), std::string::npos) << output;
     }
     EXPECT_NE(Describe(path, {"--format=pnm"}, "foo", next), "");
+}
+
+TEST_F(DryRunOfFiles, AnOutputThatIsThereAlreadyNeedsForce) {
+    const std::string path = File("page.png", 1);
+    const std::string there = File("there.png", 1);
+    const platen_test::Bytes before = platen_test::FileBytes(there);
+    unsigned long next = 1;
+    EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { Describe(path, {}, there.c_str(), next); }),
+              there + ": exists already; --force overwrites it");
+    EXPECT_NE(Describe(path, {"--force"}, there.c_str(), next), "");
+    EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { Describe(path, {"--hue=1"}, there.c_str(), next); }),
+              "--saturation, --hue and --lightness need a colour page; this one is grey");
+    EXPECT_EQ(platen_test::FileBytes(there), before);
 }
 
 TEST_F(DryRunOfFiles, APageThatIsNotThereIsAnError) {

@@ -136,6 +136,12 @@ TEST(Settings, StandardInputAndOutputStandInWhereTheyAreNoTerminals) {
     EXPECT_EQ(s.output, "-");
     EXPECT_EQ(UsageText([] { Make({}); }), "no input; see platen --help");
     EXPECT_EQ(UsageText([] { Make({"a.png"}); }), "no output: say -o FILE");
+    EXPECT_EQ(UsageText([] {
+                  Make({"a.png", "-o", "-", "--plot=-"});
+              }),
+              "--plot=-: the page goes to standard output; name a file");
+    EXPECT_EQ(Make({"a.png", "-o", "b.png", "--plot=-"}).plot, "-");
+    EXPECT_EQ(Make({"a.png", "-n", "--plot=-"}).plot, "-");
     EXPECT_EQ(UsageText([] { Make({"-", "-"}, kPipes); }), "standard input can be named only once");
     EXPECT_EQ(Make({"-n", "a.png"}).output, "");
 }
