@@ -151,6 +151,7 @@ class JpegWriter : public LineWriter {
         CheckLayout(info);
         CheckJpegLayout(info);
         info_ = info;
+        lines_.Begin(info.height);
         state_.page = &info_;
         const bool fine = info.resolution && !DensityIsExact(*info.resolution);
         if (info.orientation != 1 || fine) {
@@ -164,18 +165,14 @@ class JpegWriter : public LineWriter {
     }
 
     void WriteLine(const std::uint8_t* line) override {
-        if (linesWritten_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "more lines than the page was said to have");
-        }
+        lines_.CheckRoom();
         state_.row = const_cast<JSAMPROW>(line);  // the codec only reads it
         Run(WriteRow);
-        ++linesWritten_;
+        lines_.Add();
     }
 
     void EndPage() override {
-        if (linesWritten_ != info_.height) {
-            throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");
-        }
+        lines_.CheckEnd();
         Run(End);
     }
 
@@ -195,7 +192,7 @@ class JpegWriter : public LineWriter {
     JpegState state_;
     ImageInfo info_;
     std::vector<std::uint8_t> exif_;
-    std::uint32_t linesWritten_ = 0;
+    LineCount lines_;
 };
 
 }  // namespace

@@ -119,6 +119,7 @@ class PngWriter : public LineWriter {
         }
         CheckLayout(info);
         info_ = info;
+        lines_.Begin(info.height);
         state_.page = &info_;
         if (info.orientation != 1) {
             exif_ = MakeExif(info.orientation, std::nullopt);
@@ -129,9 +130,7 @@ class PngWriter : public LineWriter {
     }
 
     void WriteLine(const std::uint8_t* line) override {
-        if (linesWritten_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "more lines than the page was said to have");
-        }
+        lines_.CheckRoom();
         state_.row = line;
         if (info_.bitsPerSample == 1) {
             inverted_.assign(line, line + info_.LineBytes());
@@ -139,13 +138,11 @@ class PngWriter : public LineWriter {
             state_.row = inverted_.data();
         }
         Run(WriteRow);
-        ++linesWritten_;
+        lines_.Add();
     }
 
     void EndPage() override {
-        if (linesWritten_ != info_.height) {
-            throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");
-        }
+        lines_.CheckEnd();
         Run(End);
     }
 
@@ -170,7 +167,7 @@ class PngWriter : public LineWriter {
     ImageInfo info_;
     std::vector<std::uint8_t> exif_;
     std::vector<std::uint8_t> inverted_;
-    std::uint32_t linesWritten_ = 0;
+    LineCount lines_;
 };
 
 }  // namespace

@@ -20,7 +20,7 @@ class PnmWriter : public LineWriter {
     void BeginPage(const ImageInfo& info) override {
         CheckLayout(info);
         info_ = info;
-        linesWritten_ = 0;
+        lines_.Begin(info.height);
         pam_ = pamOnly_ || info.HasAlpha();
         const std::string header = pam_ ? PamHeader() : PlainHeader();
         Put(header.data(), header.size());
@@ -29,10 +29,8 @@ class PnmWriter : public LineWriter {
     }
 
     void WriteLine(const std::uint8_t* line) override {
-        if (linesWritten_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "more lines than the page was said to have");
-        }
-        ++linesWritten_;
+        lines_.CheckRoom();
+        lines_.Add();
         if (info_.bitsPerSample == 1) {
             FillBits(line);
         } else if (info_.bitsPerSample == 16 && std::endian::native == std::endian::little) {
@@ -48,9 +46,7 @@ class PnmWriter : public LineWriter {
     }
 
     void EndPage() override {
-        if (linesWritten_ != info_.height) {
-            throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");
-        }
+        lines_.CheckEnd();
     }
 
     void Commit() override {
@@ -98,7 +94,7 @@ class PnmWriter : public LineWriter {
     bool pam_ = false;
     ImageInfo info_;
     std::vector<std::uint8_t> line_;
-    std::uint32_t linesWritten_ = 0;
+    LineCount lines_;
 };
 
 }  // namespace

@@ -60,7 +60,7 @@ class TiffWriter : public LineWriter {
     void BeginPage(const ImageInfo& info) override {
         CheckLayout(info);
         info_ = info;
-        linesWritten_ = 0;
+        lines_.Begin(info.height);
         compression_ = wanted_;
         if (wanted_ == 0 || !Fits(wanted_, info)) {
             compression_ = info.bitsPerSample == 1 ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW;
@@ -78,21 +78,17 @@ class TiffWriter : public LineWriter {
     }
 
     void WriteLine(const std::uint8_t* line) override {
-        if ((info_.height != 0 && linesWritten_ >= info_.height) || linesWritten_ == UINT32_MAX) {
-            throw Error(ExitCode::kFailed, "more lines than the page was said to have");
-        }
+        lines_.CheckRoom();
         // The codec works on the line in place, for the predictor and the byte order.
         std::copy(line, line + line_.size(), line_.begin());
         handle_->Expect();
-        const int result = TIFFWriteScanline(handle_->Get(), line_.data(), linesWritten_, 0);
+        const int result = TIFFWriteScanline(handle_->Get(), line_.data(), lines_.Done(), 0);
         handle_->Check(result == 1, "the TIFF can't be written");
-        ++linesWritten_;
+        lines_.Add();
     }
 
     void EndPage() override {
-        if (linesWritten_ == 0 || (info_.height != 0 && linesWritten_ != info_.height)) {
-            throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");
-        }
+        lines_.CheckEnd();
         handle_->Expect();
         const int result = TIFFWriteDirectory(handle_->Get());
         handle_->Check(result == 1, "the TIFF can't be written");
@@ -228,7 +224,7 @@ class TiffWriter : public LineWriter {
     ImageInfo info_;
     std::string notice_;
     std::vector<std::uint8_t> line_;
-    std::uint32_t linesWritten_ = 0;
+    LineCount lines_;
     std::uint64_t lastDirectory_ = 0;
 };
 
