@@ -144,13 +144,11 @@ class InputRun {
 
     void OpenPage(const PagePlan& plan) {
         if (writer_ == nullptr) {
-            const std::string path = name_.Make(input_, nextPage_);
             WriteOptions options = MakeWriteOptions(settings_, reader_->FileContainer());
-            CheckOutput(path, options, plan.output);
             const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
-            writer_ = WithThread(OpenWriter(path, options), settings_);
+            writer_ = WithThread(OpenWriter(name_.Make(input_, nextPage_), options), settings_);
         }
         ++nextPage_;
         writer_->BeginPage(plan.output);

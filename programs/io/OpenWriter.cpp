@@ -55,10 +55,11 @@ void RequireSeveralPages(Container container) {
 }
 
 void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {
-    if (OutputContainer(path, options.container, options.inputContainer) == Container::kJpeg) {
+    const Container container = OutputContainer(path, options.container, options.inputContainer);
+    CheckOutputPath(path, options.force);
+    if (container == Container::kJpeg) {
         CheckJpegLayout(page);
     }
-    CheckOutputPath(path, options.force);
 }
 
 std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options) {

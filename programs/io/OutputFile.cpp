@@ -88,15 +88,20 @@ std::optional<struct stat> StatusOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-}  // namespace
-
-void CheckOutputPath(const std::string& path, bool force) {
-    const auto status = path == "-" ? std::nullopt : StatusOf(path);
+void RefuseToReplace(const std::string& path, const std::optional<struct stat>& status, bool force) {
     if (status && S_ISDIR(status->st_mode)) {
         throw Error(ExitCode::kFailed, path + ": is a folder; the output must be a file");
     }
     if (status && S_ISREG(status->st_mode) && !force) {
         throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
+    }
+}
+
+}  // namespace
+
+void CheckOutputPath(const std::string& path, bool force) {
+    if (path != "-") {
+        RefuseToReplace(path, StatusOf(path), force);
     }
 }
 
@@ -117,8 +122,8 @@ OutputFile::OutputFile(const std::string& path, bool force, bool sync)
         descriptor_ = STDOUT_FILENO;
         return;
     }
-    CheckOutputPath(path, force);
     const auto status = StatusOf(path);
+    RefuseToReplace(path, status, force);
     if (status && !S_ISREG(status->st_mode)) {
         descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
         if (descriptor_ < 0) {

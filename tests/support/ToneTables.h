@@ -1,15 +1,9 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <list>
 #include <memory>
 #include <numeric>
-#include <string>
-#include <vector>
 
 #include "ToneWorld/ToneWorld.h"
 
@@ -43,27 +37,6 @@ inline OperationPtr MakeOperation(std::int32_t (*setup)(_SToneOperation*)) {
     NewOperation(&op);
     setup(op);
     return OperationPtr(op);
-}
-
-// Sets an operation up once more, which gives it a new list and leaves the old one whole; frees that.
-inline void ExpectSetupOverwritesTheList(_SToneOperation* op, std::int32_t (*setup)(_SToneOperation*)) {
-    const auto valuesOf = [](const std::list<_SPropertyData>& properties) {
-        std::vector<std::string> values;
-        for (const _SPropertyData& property : properties) {
-            values.emplace_back(static_cast<const char*>(property.data), property.size);
-        }
-        return values;
-    };
-    std::list<_SPropertyData>* const before = op->properties;
-    const std::vector<std::string> values = valuesOf(*before);
-    EXPECT_EQ(setup(op), 0);
-    ASSERT_NE(op->properties, before);
-    EXPECT_EQ(op->properties->size(), values.size());
-    EXPECT_EQ(valuesOf(*before), values);
-    for (const _SPropertyData& property : *before) {
-        std::free(property.data);
-    }
-    delete before;
 }
 
 template <class T>

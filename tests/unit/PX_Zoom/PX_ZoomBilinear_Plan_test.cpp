@@ -163,7 +163,6 @@ TEST(PX_ZoomBilinearPlan, OverwrittenPlansOnlyChangePixels) {
     }
 }
 
-// The field says how much room there is: where it is none behind the numbers, nothing is written there.
 // The first line makes one in the free room, where the variant has plans at all.
 TEST(PX_ZoomBilinearPlan, TheFirstLineLeavesAPlan) {
     const KeepVariant keep;
@@ -184,6 +183,7 @@ TEST(PX_ZoomBilinearPlan, TheFirstLineLeavesAPlan) {
     }
 }
 
+// The field says how much room there is: where it is none behind the numbers, nothing is written there.
 TEST(PX_ZoomBilinearPlan, WithoutRoomThereIsNoPlan) {
     const KeepVariant keep;
     Random random(605);

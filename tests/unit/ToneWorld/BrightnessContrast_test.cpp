@@ -10,8 +10,8 @@
 
 #include "ToneFixture.h"
 #include "support/AllocationLedger.h"
+#include "support/OverwrittenList.h"
 #include "support/Random.h"
-#include "support/ToneTables.h"
 
 namespace {
 
@@ -58,7 +58,7 @@ TEST_F(BrightnessContrast, SetupReturns0AndNeedsNoZeroedRecord) {
 }
 
 TEST_F(BrightnessContrast, SetupOverwritesTheList) {
-    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupBrightnessContrastOperation);
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupBrightnessContrastOperation, 2);
 }
 
 TEST_F(BrightnessContrast, ZeroAndZeroChangeNothing) {

@@ -11,6 +11,7 @@
 
 #include "support/AllocationLedger.h"
 #include "support/ColorBalanceTranscription.h"
+#include "support/OverwrittenList.h"
 #include "support/Random.h"
 #include "support/ToneTables.h"
 
@@ -95,7 +96,7 @@ TEST(ColorBalance, SetupRefusesANullOperation) {
 
 TEST(ColorBalance, SetupOverwritesTheList) {
     const OperationPtr op = platen_test::MakeOperation(SetupColorBalanceOperation);
-    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupColorBalanceOperation);
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupColorBalanceOperation, 10);
 }
 
 TEST(ColorBalance, SetupStampsTypeApplyAndDefaults) {

@@ -7,6 +7,7 @@
 
 #include "ToneWorld/Curves.h"
 #include "support/AllocationLedger.h"
+#include "support/OverwrittenList.h"
 #include "support/ToneTables.h"
 
 // The curves operation's set-up, and memory.
@@ -48,7 +49,7 @@ TEST(Curves, SetupStampsTypeApplyAndDefaults) {
 
 TEST(Curves, SetupOverwritesTheList) {
     const OperationPtr op = platen_test::MakeOperation(SetupCurvesOperation);
-    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupCurvesOperation);
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupCurvesOperation, 7);
 }
 
 TEST(Curves, MissingPropertiesCountAsTheirDefaults) {

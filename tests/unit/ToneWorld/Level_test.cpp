@@ -12,8 +12,8 @@
 #include "ToneFixture.h"
 #include "ToneWorld/LevelGamma.h"
 #include "support/AllocationLedger.h"
+#include "support/OverwrittenList.h"
 #include "support/Random.h"
-#include "support/ToneTables.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ TEST_F(Level, SetupRefusesANullOperation) {
 }
 
 TEST_F(Level, SetupOverwritesTheList) {
-    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupLevelOperation);
+    platen_test::ExpectSetupOverwritesTheList(op.get(), SetupLevelOperation, 5);
 }
 
 TEST_F(Level, DefaultsAreOutOfRange) {

@@ -71,7 +71,7 @@ TEST(CurveCommand, WritesThePictureAndTheTable) {
     EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "<svg");
 }
 
-TEST(CurveCommand, TakesNoFile) {
+TEST(CurveCommand, TakesNoFileAndOneThingForStandardOutput) {
     EXPECT_EQ(UsageText([] {
                   Curve({"--svg=-", "--table=plain"});
               }),
