@@ -38,13 +38,13 @@ AREAS = {
 # The order of a run. The AVX-512 kernels need another processor: scripts/check-avx512.
 FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
-    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/*_reference.cpp", "LineFilters/[HS]*[!_]*.cpp", "LineFilters/*.h",
-    "LineFilters/*.inc", "Sources/PX_Zoom/*.cpp", "Sources/PX_Zoom/*.inc",
+    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/kernels/*_reference.cpp", "LineFilters/[HS]*[!_]*.cpp", "LineFilters/*.h",
+    "LineFilters/*.inc", "Sources/PX_Zoom/kernels/*.cpp", "Sources/PX_Zoom/kernels/*.inc",
 ]  # fmt: skip
 
 
 def library():
-    found = glob.glob("ToneWorld/*.cpp") + glob.glob("LineFilters/*.cpp") + glob.glob("Sources/*/*.cpp")
+    found = glob.glob("ToneWorld/*.cpp") + glob.glob("LineFilters/*.cpp") + glob.glob("Sources/**/*.cpp", recursive=True)
     return sorted(found)
 
 

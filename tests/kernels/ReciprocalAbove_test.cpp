@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "Sources/PX_Zoom/ReciprocalAbove.inc"
+#include "Sources/PX_Zoom/kernels/ReciprocalAbove.inc"
 
 namespace {
 

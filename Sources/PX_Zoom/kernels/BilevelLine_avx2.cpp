@@ -33,4 +33,4 @@ void PackBlock(std::uint8_t* bits, const std::uint8_t* bytes) {
 }  // namespace platen
 
 #define KERNEL_TARGET avx2
-#include "Sources/PX_Zoom/BilevelLine_loop.inc"
+#include "Sources/PX_Zoom/kernels/BilevelLine_loop.inc"

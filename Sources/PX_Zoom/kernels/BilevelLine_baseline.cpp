@@ -77,4 +77,4 @@ void PackBlock(std::uint8_t* bits, const std::uint8_t* bytes) {
 #endif
 
 #define KERNEL_TARGET baseline
-#include "Sources/PX_Zoom/BilevelLine_loop.inc"
+#include "Sources/PX_Zoom/kernels/BilevelLine_loop.inc"

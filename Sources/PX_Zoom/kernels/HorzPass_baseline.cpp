@@ -260,7 +260,7 @@ struct Fetch<uint16_t, 1> {
 }  // namespace platen
 
 #define KERNEL_TARGET baseline
-#include "Sources/PX_Zoom/HorzPass_loop.inc"
+#include "Sources/PX_Zoom/kernels/HorzPass_loop.inc"
 
 #else
 

@@ -35,4 +35,4 @@ void PackBlock(std::uint8_t* bits, const std::uint8_t* bytes) {
 }  // namespace platen
 
 #define KERNEL_TARGET avx512
-#include "Sources/PX_Zoom/BilevelLine_loop.inc"
+#include "Sources/PX_Zoom/kernels/BilevelLine_loop.inc"

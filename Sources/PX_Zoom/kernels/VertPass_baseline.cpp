@@ -2,7 +2,7 @@
 #include <cstdint>
 
 #include "Sources/PX_Zoom/VertPass.h"
-#include "Sources/PX_Zoom/VertPass_divisor.inc"
+#include "Sources/PX_Zoom/kernels/VertPass_divisor.inc"
 
 // SSE2 where the processor family has it, the compiler's own vectors elsewhere.
 
@@ -176,4 +176,4 @@ void StoreWords(std::uint16_t* out, V a, V b) {
 #endif
 
 #define KERNEL_TARGET baseline
-#include "Sources/PX_Zoom/VertPass_loop.inc"
+#include "Sources/PX_Zoom/kernels/VertPass_loop.inc"

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "Sources/PX_Zoom/VertPass.h"
-#include "Sources/PX_Zoom/VertPass_divisor.inc"
+#include "Sources/PX_Zoom/kernels/VertPass_divisor.inc"
 
 namespace platen {
 namespace {
@@ -90,4 +90,4 @@ void StoreWords(std::uint16_t* out, V a, V b) {
 }  // namespace platen
 
 #define KERNEL_TARGET avx512
-#include "Sources/PX_Zoom/VertPass_loop.inc"
+#include "Sources/PX_Zoom/kernels/VertPass_loop.inc"

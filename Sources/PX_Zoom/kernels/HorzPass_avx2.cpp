@@ -1,0 +1,13 @@
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "Sources/PX_Zoom/HorzPass.h"
+#include "Sources/PX_Zoom/HorzPlan.h"
+#include "Sources/PX_Zoom/kernels/HorzPass_ymm.inc"
+
+#define KERNEL_TARGET avx2
+#include "Sources/PX_Zoom/kernels/HorzPass_loop.inc"
+#include "Sources/PX_Zoom/kernels/HorzPlan_make.inc"
+#include "Sources/PX_Zoom/kernels/HorzPlan_ymm.inc"
