@@ -25,7 +25,7 @@ using HsvRowFn = void (*)(std::uint8_t* line, std::size_t width, std::int32_t hu
 void HsvRow_reference(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
                       const std::uint8_t* lightness);
 
-// The same for one processor family each, see HsvRow_loop.inc.
+// The same for one processor family each, see kernels/HsvRow_loop.inc.
 void HsvRow_baseline(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
                      const std::uint8_t* lightness);
 void HsvRow_avx2(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,

@@ -54,7 +54,7 @@ SharpShape SharpShapeOf(const std::int32_t* kernel);
 void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row);
 void SharpPut_reference(std::uint8_t* out, const SharpPutArgs& put);
 
-// The same for one processor family each, see SharpRow_loop.inc.
+// The same for one processor family each, see kernels/SharpRow_loop.inc.
 void SharpRow_baseline(std::uint8_t* out, const SharpRowArgs& row);
 void SharpRow_avx2(std::uint8_t* out, const SharpRowArgs& row);
 void SharpRow_avx512(std::uint8_t* out, const SharpRowArgs& row);

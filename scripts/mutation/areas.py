@@ -22,8 +22,8 @@ UNIT, KERNELS = "tests/unit/", "tests/kernels/"
 AREAS = {
     "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
              ["brightness_contrast", "level", "color_balance", "curves"]),
-    "hsv": ("LineFilters/Hsv", [UNIT + "LineFilters/Hsv*_test.cpp", KERNELS + "HsvRow_test.cpp"], ["hsv"]),
-    "sharpness": ("LineFilters/Sharp", [UNIT + "LineFilters/Sharp*_test.cpp", KERNELS + "SharpRow_test.cpp"],
+    "hsv": ("LineFilters/(kernels/)?Hsv", [UNIT + "LineFilters/Hsv*_test.cpp", KERNELS + "HsvRow_test.cpp"], ["hsv"]),
+    "sharpness": ("LineFilters/(kernels/)?Sharp", [UNIT + "LineFilters/Sharp*_test.cpp", KERNELS + "SharpRow_test.cpp"],
                   ["sharpness"]),
     "dispatch": ("Sources/Dispatch/", [KERNELS + "*_test.cpp"], ["zoom", "hsv", "sharpness"]),
     "bilevel": (".*/BilevelLine", [KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
@@ -38,13 +38,15 @@ AREAS = {
 # The order of a run. The AVX-512 kernels need another processor: scripts/check-avx512.
 FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
-    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/kernels/*_reference.cpp", "LineFilters/[HS]*[!_]*.cpp", "LineFilters/*.h",
-    "LineFilters/*.inc", "Sources/PX_Zoom/kernels/*.cpp", "Sources/PX_Zoom/kernels/*.inc",
+    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/kernels/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",
+    "LineFilters/kernels/*.cpp", "LineFilters/kernels/*.inc", "Sources/PX_Zoom/kernels/*.cpp",
+    "Sources/PX_Zoom/kernels/*.inc",
 ]  # fmt: skip
 
 
 def library():
-    found = glob.glob("ToneWorld/*.cpp") + glob.glob("LineFilters/*.cpp") + glob.glob("Sources/**/*.cpp", recursive=True)
+    found = [f for folder in ("ToneWorld", "LineFilters", "Sources")
+             for f in glob.glob(f"{folder}/**/*.cpp", recursive=True)]  # fmt: skip
     return sorted(found)
 
 

@@ -17,4 +17,4 @@ void LookUp(std::uint8_t* bytes, std::size_t count, const std::uint8_t* table) {
 }  // namespace platen
 
 #define KERNEL_TARGET baseline
-#include "LineFilters/HsvRow_loop.inc"
+#include "LineFilters/kernels/HsvRow_loop.inc"

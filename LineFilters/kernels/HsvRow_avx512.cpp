@@ -29,7 +29,7 @@ void LookUp(std::uint8_t* bytes, std::size_t count, const std::uint8_t* table) {
 }  // namespace
 }  // namespace platen
 
-#include "LineFilters/HsvCollect_x86.inc"
+#include "LineFilters/kernels/HsvCollect_x86.inc"
 
 #define KERNEL_TARGET avx512
-#include "LineFilters/HsvRow_loop.inc"
+#include "LineFilters/kernels/HsvRow_loop.inc"

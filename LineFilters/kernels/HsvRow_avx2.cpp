@@ -44,8 +44,8 @@ void LookUp(std::uint8_t* bytes, std::size_t count, const std::uint8_t* table) {
 }  // namespace
 }  // namespace platen
 
-#include "LineFilters/HsvCollect_x86.inc"
-#include "LineFilters/HsvPlanes_avx2.inc"
+#include "LineFilters/kernels/HsvCollect_x86.inc"
+#include "LineFilters/kernels/HsvPlanes_avx2.inc"
 
 #define KERNEL_TARGET avx2
-#include "LineFilters/HsvRow_loop.inc"
+#include "LineFilters/kernels/HsvRow_loop.inc"

@@ -4,4 +4,4 @@
 #include "LineFilters/SharpRow.h"
 
 #define KERNEL_TARGET baseline
-#include "LineFilters/SharpRow_loop.inc"
+#include "LineFilters/kernels/SharpRow_loop.inc"
