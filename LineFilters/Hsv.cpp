@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -18,9 +17,9 @@ constexpr std::int32_t kDone = 0;
 constexpr std::int32_t kOutOfMemory = 1;
 constexpr std::int32_t kInvalid = 3;
 
-static_assert(std::atomic_ref<std::uint32_t>::is_always_lock_free &&
-                  std::atomic_ref<std::uint32_t>::required_alignment == alignof(std::uint32_t),
-              "gStorage is a plain array to its hosts");
+// gStorage is a plain array to its hosts, read and written in single steps here. The compilers' own operations,
+// since not every C++20 library has std::atomic_ref.
+static_assert(__atomic_always_lock_free(sizeof(std::uint32_t), nullptr), "its entries need no lock");
 
 bool Within(std::int32_t value, std::int32_t limit) {
     return value >= -limit && value <= limit;
@@ -48,7 +47,7 @@ std::uint32_t LightnessEntry(int i, std::int32_t lightness) {
 
 void BuildLightnessTable(std::int32_t lightness) {
     for (int i = 0; i < 256; ++i) {
-        std::atomic_ref<std::uint32_t>(gStorage[i]).store(LightnessEntry(i, lightness), std::memory_order_relaxed);
+        __atomic_store_n(&gStorage[i], LightnessEntry(i, lightness), __ATOMIC_RELAXED);
     }
 }
 
@@ -57,8 +56,7 @@ using LowBytes = std::array<std::uint8_t, 256>;
 // What the row looks up: taken anew for every line, since hosts and other set-ups write to the table.
 void ReadLightnessTable(LowBytes& lowBytes) {
     for (std::size_t i = 0; i < lowBytes.size(); ++i) {
-        lowBytes[i] =
-            static_cast<std::uint8_t>(std::atomic_ref<std::uint32_t>(gStorage[i]).load(std::memory_order_relaxed));
+        lowBytes[i] = static_cast<std::uint8_t>(__atomic_load_n(&gStorage[i], __ATOMIC_RELAXED));
     }
 }
 

@@ -1,6 +1,6 @@
 # Headers, libraries, CMake package and pkg-config file.
 
-install(TARGETS platen platen-static EXPORT platen-targets
+install(TARGETS ${PLATEN_LIBRARIES} EXPORT platen-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/platen)

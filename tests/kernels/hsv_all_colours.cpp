@@ -17,7 +17,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#if !defined(__wasm__)
 #include <thread>
+#endif
 #include <vector>
 
 #include "LineFilters/Hsv.h"
@@ -130,6 +132,9 @@ std::uint64_t CompareAll(const Job& job, int stride, int firstPlane) {
             different += static_cast<std::size_t>(ComparePlane(job, red, printed));
         }
     };
+#if defined(__wasm__)
+    work();
+#else
     std::vector<std::thread> threads;
     for (unsigned i = 1; i < std::thread::hardware_concurrency(); ++i) {
         threads.emplace_back(work);
@@ -138,6 +143,7 @@ std::uint64_t CompareAll(const Job& job, int stride, int firstPlane) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+#endif
     return different;
 }
 

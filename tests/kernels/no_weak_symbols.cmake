@@ -6,7 +6,7 @@
 string(REPLACE "|" ";" objects "${OBJECTS}")
 set(checked 0)
 foreach(object ${objects})
-  if(object MATCHES "_(baseline|avx2|avx512)\\.cpp\\.o$")
+  if(object MATCHES "_(baseline|avx2|avx512)\\.cpp\\.o(bj)?$")
     execute_process(COMMAND ${NM} --defined-only ${object} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
     if(symbols MATCHES " [WwVvu] [^\n]*")
       message(SEND_ERROR "${object} defines a weak symbol:${CMAKE_MATCH_0}")
