@@ -43,3 +43,14 @@ function(platen_public_headers)
     target_sources(${library} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARGN})
   endforeach()
 endfunction()
+
+# The C++20 interface: headers only, over what the library exports.
+foreach(library platen platen-static)
+  target_sources(${library} PUBLIC FILE_SET cpp TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/cpp FILES
+    ${PROJECT_SOURCE_DIR}/cpp/platen.hpp
+    ${PROJECT_SOURCE_DIR}/cpp/platen-cpp/Filters.hpp
+    ${PROJECT_SOURCE_DIR}/cpp/platen-cpp/Lines.hpp
+    ${PROJECT_SOURCE_DIR}/cpp/platen-cpp/Scaler.hpp
+    ${PROJECT_SOURCE_DIR}/cpp/platen-cpp/Status.hpp
+    ${PROJECT_SOURCE_DIR}/cpp/platen-cpp/Tone.hpp)
+endforeach()
