@@ -113,7 +113,7 @@ class HsvFilter {
 // What a Sharpener does.
 struct Sharpness {
     std::int32_t level = 1;  // -2 and -1 soften, 1, 2 and 3 sharpen
-    Size size;               // of the image, at least 3 pixels wide; an image of one line never gives it back
+    Size size = {};          // of the image, at least 3 pixels wide; an image of one line never gives it back
     PixelFormat format = PixelFormat::rgb8;  // or gray8
     std::uint32_t rowBytes = 0;              // of a line, padding included; 0: what the pixels need
 

@@ -30,8 +30,8 @@ struct DestroyZoom {
 
 // What a Scaler does: any size to any size.
 struct Scaling {
-    Size from;
-    Size to;
+    Size from = {};
+    Size to = {};
     PixelFormat format = PixelFormat::rgb8;
 
     constexpr Problem problem() const noexcept {

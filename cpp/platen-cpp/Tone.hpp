@@ -69,9 +69,9 @@ struct Balance {
 
 // Shifts each channel in three tonal ranges. Acts at Depth::color only.
 struct ColorBalance {
-    Balance shadows;
-    Balance midtones;
-    Balance highlights;
+    Balance shadows = {};
+    Balance midtones = {};
+    Balance highlights = {};
 
     constexpr Problem problem() const noexcept {
         return detail::first({detail::amount("ColorBalance: shadows.red", shadows.red),
