@@ -14,7 +14,7 @@ from ._adjust import PlatenWarning, adjust, scale, sharpen
 from ._streams import HsvFilter, Scaler, Sharpener
 from ._tone import BrightnessContrast, ColorBalance, Curves, Level, Operation, ToneWorld
 
-__version__ = "1.0.0"
+from ._version import __version__
 
 __all__ = [
     "BrightnessContrast",

@@ -35,7 +35,10 @@ _LAYOUTS = "(height, width), (height, width, 1), (height, width, 2), (height, wi
 def _page(image: Any) -> Any:
     """The page as an array, after a look at type and shape."""
     if not isinstance(image, np.ndarray):
-        memoryview(image)  # a TypeError for what is no buffer, so that lists aren't converted without a word
+        try:
+            memoryview(image)
+        except TypeError:  # lists aren't converted without a word
+            raise TypeError(f"image: must be an array or another buffer, not {type(image).__name__}") from None
     page = np.asarray(image)
     if page.dtype not in (np.bool_, np.uint8, np.uint16) or not page.dtype.isnative:
         raise TypeError(
@@ -113,7 +116,7 @@ def scale(image: Any, size: Tuple[int, int], out: Optional[Any] = None) -> Any:
     page = _page(image)
     pair = _items(size, "size", 2, "a pair (width, height)")
     width, height = _whole(pair[0], "size: width", 1, _MOST), _whole(pair[1], "size: height", 1, _MOST)
-    result = out
+    result: Any = out
     if out is None:
         result = np.empty((height, width) + page.shape[2:], page.dtype)
     elif not isinstance(out, np.ndarray) or out.dtype != page.dtype or out.shape != (height, width) + page.shape[2:]:

@@ -5,7 +5,7 @@ import numpy.typing as npt
 
 from ._tone import Operation, Point, Shift, ToneWorld
 
-Levels = Union[Tuple[int, int], Tuple[int, int, float], Tuple[int, int, float, int, int]]
+_Levels = Union[Tuple[int, int], Tuple[int, int, float], Tuple[int, int, float, int, int]]
 
 class PlatenWarning(UserWarning): ...
 
@@ -15,7 +15,7 @@ def adjust(
     tone: Union[ToneWorld, Iterable[Operation], None] = None,
     brightness: Optional[int] = None,
     contrast: Optional[int] = None,
-    levels: Optional[Levels] = None,
+    levels: Optional[_Levels] = None,
     gamma: Optional[float] = None,
     curve: Optional[Sequence[Point]] = None,
     curve_kind: Optional[str] = None,

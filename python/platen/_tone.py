@@ -166,7 +166,7 @@ def _curve_kind(value: Any) -> str:
 
 
 def _curve_points(value: Any) -> Tuple[Point, ...]:
-    points = []
+    points: List[Point] = []
     for i, item in enumerate(_items(value, "points", 5, "five points (x, y)")):
         x, y = _items(item, f"points[{i}]", 2, "a point (x, y)")
         # Each point's range of x lies 4 above that of the point before.
