@@ -6,8 +6,8 @@
 
 namespace platen_python {
 
-// A streaming object serves one call at a time. The interpreter's lock is released during a call, so a second thread
-// may come; it is refused and nothing happens.
+// A streaming object serves one call at a time. The interpreter's lock is released during a call, so a second
+// thread may come; it is refused and nothing happens.
 class Busy {
   public:
     class Use {

@@ -51,7 +51,8 @@ std::pair<const std::uint8_t*, const std::uint8_t*> Bounds(const Py_buffer& view
 
 Image::Image(py::handle object, const Wanted& wanted) {
     if (PyObject_CheckBuffer(object.ptr()) == 0) {
-        throw py::type_error(std::string(wanted.name) + ": must be an array or another buffer of uint8 or uint16, not " +
+        throw py::type_error(std::string(wanted.name) +
+                             ": must be an array or another buffer of uint8 or uint16, not " +
                              std::string(py::str(py::type::of(object).attr("__name__"))));
     }
     auto view = std::make_unique<Py_buffer>();
@@ -80,12 +81,14 @@ void Image::CheckSampleType(py::handle object, const Wanted& wanted) {
         const char* allowed = wanted.sampleSize == 1   ? "uint8"
                               : wanted.sampleSize == 2 ? "uint16 in the machine's byte order"
                                                        : "uint8, and uint16 in the machine's byte order";
-        throw py::type_error(std::string(wanted.name) + ": has " + TypeText(object, *view_) + "; allowed is " + allowed);
+        throw py::type_error(std::string(wanted.name) + ": has " + TypeText(object, *view_) + "; allowed is " +
+                             allowed);
     }
 }
 
 void Image::WrongShape(const Wanted& wanted, const std::string& allowed) const {
-    throw py::value_error(std::string(wanted.name) + ": has the shape " + ShapeText(*view_) + "; allowed is " + allowed);
+    throw py::value_error(std::string(wanted.name) + ": has the shape " + ShapeText(*view_) + "; allowed is " +
+                          allowed);
 }
 
 void Image::SetAxes(int rowAxis, int pixelAxis, int sampleAxis) {
@@ -150,8 +153,8 @@ Image Image::Rows(py::handle object, const Wanted& wanted) {
     } else {
         const std::string width = std::to_string(wanted.width);
         const std::string pixel = several ? width + ", " + std::to_string(wanted.samples) : width;
-        image.WrongShape(wanted, several ? "(" + pixel + ") or (" + std::to_string(flat) + ",) for one row, (rows, " +
-                                               pixel + ") for several"
+        image.WrongShape(wanted, several ? "(" + pixel + ") or (" + std::to_string(flat) +
+                                               ",) for one row, (rows, " + pixel + ") for several"
                                          : "(" + width + ",) for one row, (rows, " + width + ") for several");
     }
     return image;
@@ -168,7 +171,8 @@ Image Image::Pixels(py::handle object, const Wanted& wanted) {
     }
     image.SetAxes(axes == most ? 0 : -1, axes == most ? 1 : 0, wanted.samples > 1 ? axes - 1 : -1);
     if (image.samples_ != wanted.samples) {
-        image.WrongShape(wanted, "(..., width, " + std::to_string(wanted.samples) + "); of an image with alpha, give " +
+        image.WrongShape(wanted, "(..., width, " + std::to_string(wanted.samples) +
+                                     "); of an image with alpha, give " +
                                      "image[..., :" + std::to_string(wanted.samples) + "]");
     }
     if (image.width_ > INT32_MAX / (image.samples_ * image.sampleSize_)) {
@@ -183,12 +187,14 @@ void Image::CheckPartner(const Image& out) const {
                               ShapeText(*view_));
     }
     if (Overlaps(out) && !SamePixels(out)) {
-        throw py::value_error("out: shares memory with the image; allowed are the image itself and memory of its own");
+        throw py::value_error(
+            "out: shares memory with the image; allowed are the image itself and memory of its own");
     }
 }
 
 bool Image::PackedRows() const {
-    return (samples_ == 1 || sampleStride_ == sampleSize_) && (width_ == 1 || pixelStride_ == samples_ * sampleSize_);
+    return (samples_ == 1 || sampleStride_ == sampleSize_) &&
+           (width_ == 1 || pixelStride_ == samples_ * sampleSize_);
 }
 
 bool Image::Packed() const {

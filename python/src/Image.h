@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-// Pixels in somebody's memory, reached through the buffer protocol: numpy arrays, bytearrays, memoryviews and whatever
-// else exports one. Nothing is copied; any strides are taken, negative ones included.
+// Pixels in somebody's memory, reached through the buffer protocol: numpy arrays, bytearrays, memoryviews and
+// whatever else exports one. Nothing is copied; any strides are taken, negative ones included.
 
 namespace platen_python {
 
@@ -80,7 +80,8 @@ class Image {
     }
     void Put(std::int64_t y, const std::uint8_t* room) const;
 
-    // Refuses an `out` that hasn't the same height and width, or shares memory with this image other than by being it.
+    // Refuses an `out` that hasn't the same height and width, or shares memory with this image other than by being
+    // it.
     void CheckPartner(const Image& out) const;
 
     // Whether any byte could belong to both.

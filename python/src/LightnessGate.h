@@ -11,9 +11,9 @@ namespace platen_python {
 
 using LightnessTable = std::array<std::uint32_t, 256>;
 
-// The library has one lightness table for the process, gStorage. Filters with different lightness take turns: whoever
-// enters finds its own table there, those with the same table work together, and nobody waits for more than the work
-// of those who came first. Work is done in short pieces, so a turn is short.
+// The library has one lightness table for the process, gStorage. Filters with different lightness take turns:
+// whoever enters finds its own table there, those with the same table work together, and nobody waits for more than
+// the work of those who came first. Work is done in short pieces, so a turn is short.
 class LightnessGate {
   public:
     // The table of a setting, made by the library's set-up while nobody is inside. Returns the set-up's status.

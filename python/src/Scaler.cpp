@@ -130,17 +130,20 @@ class Scaler {
         if (zoom_.Open(size_.width, size_.height, source_.width, source_.height, format_.bits, kBilinear) != 0) {
             throw std::bad_alloc();  // sizes and format are valid
         }
-        inRoom_.resize(static_cast<std::size_t>(format_.RowWidth(source_.width) * format_.samples * format_.sampleSize));
-        outRoom_.resize(static_cast<std::size_t>(format_.RowWidth(size_.width) * format_.samples * format_.sampleSize));
+        inRoom_.resize(
+            static_cast<std::size_t>(format_.RowWidth(source_.width) * format_.samples * format_.sampleSize));
+        outRoom_.resize(
+            static_cast<std::size_t>(format_.RowWidth(size_.width) * format_.samples * format_.sampleSize));
     }
 
     Image OutPage(const py::object& object, std::int64_t height) const {
-        return Image::Page(object, {"out", format_.RowWidth(size_.width), height, format_.samples,
-                                    format_.sampleSize, true});
+        return Image::Page(
+            object, {"out", format_.RowWidth(size_.width), height, format_.samples, format_.sampleSize, true});
     }
 
-    // A bound of the destination rows that so many source rows can complete. Reducing, a source row completes one at
-    // most. Enlarging, floor((D - 1) / (S - 1)) + 1 lie between two source rows, and the page's first one lies on top.
+    // A bound of the destination rows that so many source rows can complete. Reducing, a source row completes one
+    // at most. Enlarging, floor((D - 1) / (S - 1)) + 1 lie between two source rows, and the page's first one lies
+    // on top.
     std::int64_t MostRowsFrom(std::int64_t rows) const {
         const std::int64_t left = size_.height - rowsOut_;
         if (size_.height <= source_.height) {
@@ -213,13 +216,15 @@ a RuntimeError. KEPT: of a page one pixel wide every sample of a pixel takes the
 such pages sample by sample.)")
         .def(py::init<py::object, py::object, py::object>(), py::arg("source_size"), py::arg("size"),
              py::arg("bits") = 24)
-        .def("push", &Scaler::Push, py::arg("rows"), R"(Takes the page's next row or rows and returns those that are finished.
+        .def("push", &Scaler::Push, py::arg("rows"),
+             R"(Takes the page's next row or rows and returns those that are finished.
 
 rows     one row, or several with a first axis more; type and shape as `bits` says; any strides
 returns  the finished rows, (finished, width) or (finished, width, samples): none, one or several
 
 ValueError where more rows come than the page has.)")
-        .def("apply", &Scaler::Apply, py::arg("image"), py::arg("out") = py::none(), R"(Scales a whole page and returns it.
+        .def("apply", &Scaler::Apply, py::arg("image"), py::arg("out") = py::none(),
+             R"(Scales a whole page and returns it.
 
 image  (height, width) or (height, width, samples), type as `bits` says; any strides
 out    receives the result: writable, other memory than the image's. None: a new array)")

@@ -169,14 +169,17 @@ size   (width, height) of the page in pixels, at least (3, 2)
 bits   8: grey, 24: RGB
 
 ValueError for a value out of its range. One thread at a time; a second one gets a RuntimeError.)")
-        .def(py::init<py::object, py::object, py::object>(), py::arg("level"), py::arg("size"), py::arg("bits") = 24)
-        .def("push", &Sharpener::Push, py::arg("rows"), R"(Takes the page's next row or rows and returns those that are finished.
+        .def(py::init<py::object, py::object, py::object>(), py::arg("level"), py::arg("size"),
+             py::arg("bits") = 24)
+        .def("push", &Sharpener::Push, py::arg("rows"),
+             R"(Takes the page's next row or rows and returns those that are finished.
 
 rows     uint8; one row (width,) or (width, 3), or several (rows, width) or (rows, width, 3); any strides
 returns  (finished, width) or (finished, width, 3): none with the page's first row, two with its last one
 
 ValueError where more rows come than the page has.)")
-        .def("apply", &Sharpener::Apply, py::arg("image"), py::arg("out") = py::none(), R"(Filters a whole page and returns it.
+        .def("apply", &Sharpener::Apply, py::arg("image"), py::arg("out") = py::none(),
+             R"(Filters a whole page and returns it.
 
 image  uint8, (height, width) for 8 bits, (height, width, 3) for 24; any strides
 out    receives the result: same shape, writable, other memory than the image's. None: a new array)")

@@ -65,7 +65,8 @@ SetupFunction SetupOf(const std::string& type) {
     throw py::value_error("operation type " + type + "; allowed are BrCn, LeVe, CuRv and CoBa");
 }
 
-// The library copies as many bytes as it is told, wherever the property is: its presence and size are looked at first.
+// The library copies as many bytes as it is told, wherever the property is: its presence and size are looked at
+// first.
 void SetValue(const Operation& operation, const std::string& key, const std::string& value) {
     const std::uint32_t code = Code(key);
     const auto& list = *operation->properties;
@@ -171,7 +172,8 @@ py::object ApplyTables(const py::object& tables, const py::object& given, const 
 
 void AddTone(py::module_& module) {
     module.def("fold_tables", FoldTables, py::arg("steps"), py::arg("depth"));
-    module.def("apply_tables", ApplyTables, py::arg("tables"), py::arg("image"), py::arg("out"), py::arg("samples"));
+    module.def("apply_tables", ApplyTables, py::arg("tables"), py::arg("image"), py::arg("out"),
+               py::arg("samples"));
 }
 
 }  // namespace platen_python

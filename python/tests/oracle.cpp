@@ -6,8 +6,8 @@
 //   oracle map WIDTH HEIGHT [ROUNDS]          768 table entries, then RGB pixels
 //   oracle tone DEPTH {TYPE {KEY=VALUE}}      VALUE: 12 (32 bits), 1.5d (double), 64,80.5 (two floats)
 //
-// Pixels come from standard input and go to standard output. With ROUNDS the work is done so often, and each round's
-// seconds go to standard error.
+// Pixels come from standard input and go to standard output. With ROUNDS the work is done so often, and each
+// round's seconds go to standard error.
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -49,8 +49,7 @@ void Output(const Bytes& data) {
 
 class Words {
   public:
-    Words(int count, char** words) : words_(words + 1, words + count) {
-    }
+    Words(int count, char** words) : words_(words + 1, words + count) {}
     bool Any() const {
         return next_ < words_.size();
     }
@@ -172,10 +171,13 @@ void Map(Words& words) {
     const Bytes in = Input(RowBytes(width, 24) * static_cast<std::size_t>(height));
     Bytes out(in.size());
     Repeat(words, [&] {
-        for (std::size_t i = 0; i < in.size(); i += 3) {
-            out[i] = table[in[i]];
-            out[i + 1] = table[256 + in[i + 1]];
-            out[i + 2] = table[512 + in[i + 2]];
+        const std::uint8_t* from = in.data();
+        const std::uint8_t* const end = from + in.size();
+        const std::uint8_t* const map = table.data();
+        for (std::uint8_t* to = out.data(); from != end; from += 3, to += 3) {
+            to[0] = map[from[0]];
+            to[1] = map[256 + from[1]];
+            to[2] = map[512 + from[2]];
         }
     });
     Output(out);
