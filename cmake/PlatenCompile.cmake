@@ -42,7 +42,7 @@ if(PLATEN_COVERAGE)
 endif()
 
 # The folders of the tree and of the build leave no trace in what is built: the same sources give the same bytes
-# (scripts/check-reproducible). Coverage reports need the folders.
+# (scripts/check/reproducible). Coverage reports need the folders.
 if(NOT PLATEN_COVERAGE)
   add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
 endif()

@@ -34,7 +34,7 @@ if [[ $write -eq 1 ]]; then
 fi
 # 0 is the same; the bits are 4 for a change, 8 for one that breaks hosts, 1 and 2 for errors.
 abidiff --no-show-locs "$record" "$build/platen.abi" || {
-    echo "the interface differs from $record; if that is meant: scripts/update-abi"
+    echo "the interface differs from $record; if that is meant: scripts/update/abi"
     exit 1
 }
 functions=$(grep -c '<function-decl .*elf-symbol-id' "$record" || true)

@@ -1,5 +1,5 @@
 // Compares every kernel variant with the reference on a machine without an operating system: an emulated processor
-// that has what this one lacks. Results go to the serial port; scripts/check-avx512 reads them.
+// that has what this one lacks. Results go to the serial port; scripts/check/avx512 reads them.
 //
 // The kernels need nothing from the C library but the memory functions below, which are as plain as they can be.
 

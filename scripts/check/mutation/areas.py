@@ -35,7 +35,7 @@ AREAS = {
     "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
 
-# The order of a run. The AVX-512 kernels need another processor: scripts/check-avx512.
+# The order of a run. The AVX-512 kernels need another processor: scripts/check/avx512.
 FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
     "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/kernels/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/mutation/run.py [file...]: a mutation run over the library. docs/trust.md tells its result.
+"""scripts/check/mutation/run.py [file...]: a mutation run over the library. docs/trust.md tells its result.
 
 Every mutant is one small change to one file: another operator, constant or boundary, a negated condition, a dropped
 statement or result. It's killed when a test of its area fails, crashes or takes far longer than it should. Most
@@ -31,7 +31,7 @@ from mutants import Source  # noqa: E402
 from survivors import read_survivors  # noqa: E402
 
 BASE = "build/release"
-DRIVER = "scripts/mutation/driver.cpp"
+DRIVER = "scripts/check/mutation/driver.cpp"
 OUT = "build/mutation"
 LINKER = ["-fuse-ld=lld"] if shutil.which("ld.lld") else []
 LEDGER = [f"-Wl,--wrap={name}" for name in "malloc free _Znwm _ZdlPv _ZdlPvm _ZnwmRKSt9nothrow_t".split()]
@@ -400,10 +400,10 @@ def main():
     parser.add_argument("--report", action="store_true", help="only samples that are judged already, by whatever tests")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     options = parser.parse_args()
-    os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../.."))
+    os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
     os.makedirs(OUT, exist_ok=True)
     results = Results(options.keep_killed)
-    explained = read_survivors("scripts/mutation/survivors.txt")
+    explained = read_survivors("scripts/check/mutation/survivors.txt")
     total, unexplained = {}, []
     print(f"{'':44}   mutants  killed  survived  same code  invalid", flush=True)
     for path in options.files or areas.files():
