@@ -18,31 +18,33 @@ namespace platen_tool {
 
 namespace {
 
-ExitCode AdjustOne(const Settings& settings, const OutputName& name, const std::string& input,
-                   unsigned long& nextPage) {
+ExitCode AdjustOne(const Run& run, std::size_t input, unsigned long& nextPage) {
     try {
-        if (settings.dryRun) {
-            PrintOutput(DescribeInput(settings, name, input, nextPage));
+        if (run.settings.dryRun) {
+            PrintOutput(DescribeInput(run, input, nextPage));
         } else {
-            AdjustInput(settings, name, input, nextPage);
+            AdjustInput(run, input, nextPage);
         }
         return ExitCode::kDone;
     } catch (...) {
-        return ReportFailure(input);
+        return ReportFailure(run.settings.inputs[input]);
     }
 }
 
-ExitCode RunInThisProcess(const Settings& settings, const OutputName& name) {
+ExitCode RunInThisProcess(const Run& run) {
+    const Settings& settings = run.settings;
     ExitCode result = ExitCode::kDone;
-    unsigned long nextPage = 1;
-    for (const std::string& input : settings.inputs) {
-        if (name.HasName()) {
-            nextPage = 1;
+    unsigned long nextPage = settings.firstPageNumber;
+    for (std::size_t input = 0; input < settings.inputs.size(); ++input) {
+        if (run.name.HasName()) {
+            nextPage = settings.firstPageNumber;
         }
-        const ExitCode code = AdjustOne(settings, name, input, nextPage);
+        const ExitCode code = AdjustOne(run, input, nextPage);
         result = result == ExitCode::kDone ? code : result;
-        // With the reader of standard output gone nothing that follows can be of use.
-        if (code == ExitCode::kBrokenPipe || (code != ExitCode::kDone && !settings.keepGoing)) {
+        // With the reader of standard output gone nothing that follows can be of use; a wrong command line is wrong
+        // for the others too.
+        if (code == ExitCode::kBrokenPipe || code == ExitCode::kUsage ||
+            (code != ExitCode::kDone && !settings.keepGoing)) {
             break;
         }
     }
@@ -52,14 +54,14 @@ ExitCode RunInThisProcess(const Settings& settings, const OutputName& name) {
 // One working process for each input: a filter's table belongs to a whole process.
 class WorkerPool {
   public:
-    WorkerPool(const Settings& settings, const OutputName& name) : settings_(settings), name_(name) {}
+    explicit WorkerPool(const Run& run) : run_(run), settings_(run.settings) {}
 
-    ExitCode Run() {
-        for (const std::string& input : settings_.inputs) {
+    ExitCode Work() {
+        for (std::size_t input = 0; input < settings_.inputs.size(); ++input) {
             if (running_ == settings_.jobs) {
                 WaitForOne();
             }
-            if (result_ != ExitCode::kDone && !settings_.keepGoing) {
+            if (result_ == ExitCode::kUsage || (result_ != ExitCode::kDone && !settings_.keepGoing)) {
                 break;
             }
             Start(input);
@@ -71,7 +73,7 @@ class WorkerPool {
     }
 
   private:
-    void Start(const std::string& input) {
+    void Start(std::size_t input) {
         // The handler must know the worker before a signal can come in.
         sigset_t all;
         sigset_t before;
@@ -81,8 +83,8 @@ class WorkerPool {
         if (worker == 0) {
             ForgetAllWorkers();
             sigprocmask(SIG_SETMASK, &before, nullptr);
-            unsigned long page = 1;
-            _exit(static_cast<int>(AdjustOne(settings_, name_, input, page)));
+            unsigned long page = settings_.firstPageNumber;
+            _exit(static_cast<int>(AdjustOne(run_, input, page)));
         }
         const int error = errno;
         if (worker > 0) {
@@ -91,7 +93,7 @@ class WorkerPool {
         }
         sigprocmask(SIG_SETMASK, &before, nullptr);
         if (worker < 0) {
-            PrintMessage({input, ": a process cannot be started: ", std::strerror(error)});
+            PrintMessage({settings_.inputs[input], ": a process cannot be started: ", std::strerror(error)});
             Note(ExitCode::kFailed);
         }
     }
@@ -117,8 +119,8 @@ class WorkerPool {
         result_ = result_ == ExitCode::kDone ? code : result_;
     }
 
+    const Run& run_;
     const Settings& settings_;
-    const OutputName& name_;
     int running_ = 0;
     ExitCode result_ = ExitCode::kDone;
 };
@@ -142,7 +144,7 @@ ExitCode ReportFailure(const std::string& name) noexcept {
     return ExitCode::kFailed;
 }
 
-ExitCode RunAdjust(const Settings& settings) {
+ExitCode RunAdjust(const Settings& settings, RunFiles& files) {
     const OutputName name(settings.output);
     const bool parallel = settings.jobs > 1 && settings.inputs.size() > 1;
     if (!settings.output.empty()) {  // a dry run needs none
@@ -154,7 +156,8 @@ ExitCode RunAdjust(const Settings& settings) {
     if (settings.plot && !settings.dryRun) {
         WriteCurvePlot(*settings.plot, settings.tone, settings.force);
     }
-    return parallel && !settings.dryRun ? WorkerPool(settings, name).Run() : RunInThisProcess(settings, name);
+    const Run run{settings, name, files};
+    return parallel && !settings.dryRun ? WorkerPool(run).Work() : RunInThisProcess(run);
 }
 
 }  // namespace platen_tool

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 
 #include "programs/Error.h"
@@ -12,6 +13,7 @@
 #include "programs/Report.h"
 #include "programs/SpooledPage.h"
 #include "programs/Threads.h"
+#include "programs/io/OutputFile.h"
 
 namespace platen_tool {
 
@@ -37,17 +39,35 @@ bool ShowProgress(const Settings& settings) {
 
 class InputRun {
   public:
-    InputRun(const Settings& settings, const OutputName& name, const std::string& input,
-             std::unique_ptr<LineReader> reader, unsigned long& nextPage)
-        : settings_(settings),
-          name_(name),
-          input_(input),
+    InputRun(const Run& run, std::size_t input, const Sheets* sheets, std::unique_ptr<LineReader> reader,
+             unsigned long& nextPage)
+        : settings_(run.settings),
+          name_(run.name),
+          files_(run.files),
+          owner_(input),
+          input_(run.settings.inputs[input]),
+          sheets_(sheets),
           nextPage_(nextPage),
           reader_(std::move(reader)),
-          progress_(ShowProgress(settings), input),
+          progress_(ShowProgress(run.settings), input_),
           begin_(Now()) {}
 
-    void Run() {
+    void Work() {
+        if (sheets_ == nullptr) {
+            DoPages();
+            return;
+        }
+        try {
+            DoPages();
+        } catch (const Error& error) {
+            KeepSheets(error);
+        } catch (const std::bad_alloc&) {
+            KeepSheets(Error(ExitCode::kFailed, "out of memory"));
+        }
+    }
+
+  private:
+    void DoPages() {
         Tell(reader_->Notice());
         bool any = false;
         unsigned long page = 1;
@@ -59,17 +79,54 @@ class InputRun {
                 SkipLines(*reader_);
             }
             ++page;
-        } while (reader_->NextPage());
+        } while (NextPage());
         if (!any) {
             throw NoSuchPage(page - 1);
         }
         // Whatever can fail comes before the output's appearance.
         const std::string statistics = settings_.stats ? statistics_.Text(Now() - begin_) : "";
         CommitWriter();
+        if (inputsPage_ != nullptr) {
+            inputsPage_->Commit();
+        }
         PrintStatistics(statistics);
     }
 
-  private:
+    bool NextPage() {
+        if (sheets_ != nullptr && sheets_->openEnded && name_.HasPage()) {
+            const std::string path = name_.Make(input_, nextPage_);
+            files_.Check("-o", path, owner_);
+            CheckOutputPath(path, settings_.force);
+        }
+        return reader_->NextPage();
+    }
+
+    // The sheets before the one that failed can't be had again.
+    [[noreturn]] void KeepSheets(const Error& error) {
+        if (wholePages_ == 0) {
+            throw error;
+        }
+        const std::string why =
+            error.what()[0] == '\0' ? " was interrupted" : std::string(" failed: ") + error.what();
+        const std::string number = std::to_string(firstPage_ + wholePages_);
+        const std::string pages = std::to_string(wholePages_) + (wholePages_ == 1 ? " page" : " pages");
+        try {
+            sheets_->keeping();
+            if (name_.HasPage()) {
+                writer_.reset();  // each page has its file already
+            } else {
+                writer_->DropPage();
+                CommitWriter();
+            }
+        } catch (const Error& lost) {
+            throw Error(error.Code(),
+                        "page " + number + why + "; the " + pages + " before it are lost: " + lost.what());
+        }
+        throw Error(error.Code(),
+                    pages + " kept, page " + number + why +
+                        (name_.HasPage() ? "; --first-page-number=" + number + " goes on there" : ""));
+    }
+
     bool Wanted(unsigned long page) const {
         return !settings_.pages || (page >= settings_.pages->first && page <= settings_.pages->last);
     }
@@ -118,8 +175,11 @@ class InputRun {
         }
         statistics_.EndPage();
         writer_->EndPage();
+        ++wholePages_;
         Tell(writer_->Notice());
-        if (name_.HasPage()) {
+        if (isInput_) {
+            inputsPage_ = std::move(writer_);
+        } else if (name_.HasPage()) {
             CommitWriter();
         }
     }
@@ -148,7 +208,9 @@ class InputRun {
             const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
-            writer_ = WithThread(OpenWriter(name_.Make(input_, nextPage_), options), settings_);
+            const std::string path = name_.Make(input_, nextPage_);
+            isInput_ = name_.HasPage() && files_.Claim("-o", path, owner_);
+            writer_ = WithThread(OpenWriter(path, options), settings_);
         }
         ++nextPage_;
         writer_->BeginPage(plan.output);
@@ -171,10 +233,17 @@ class InputRun {
 
     const Settings& settings_;
     const OutputName& name_;
+    RunFiles& files_;
+    const std::size_t owner_;
     const std::string& input_;
+    const Sheets* const sheets_;
     unsigned long& nextPage_;
+    const unsigned long firstPage_ = nextPage_;
     std::unique_ptr<LineReader> reader_;
     std::unique_ptr<LineWriter> writer_;
+    bool isInput_ = false;                    // the writer's name is the input's
+    std::unique_ptr<LineWriter> inputsPage_;  // a page of several with the input's name, until all have been read
+    unsigned long wholePages_ = 0;
     Progress progress_;
     Statistics statistics_;
     bool toldReduction_ = false;
@@ -193,14 +262,15 @@ WriteOptions MakeWriteOptions(const Settings& settings, Container input) {
     return options;
 }
 
-void AdjustInput(const Settings& settings, const OutputName& name, const std::string& input,
-                 unsigned long& nextPage) {
-    AdjustPages(settings, name, input, WithThread(OpenReader(input, settings.read), input, settings), nextPage);
+void AdjustInput(const Run& run, std::size_t input, unsigned long& nextPage) {
+    const std::string& path = run.settings.inputs[input];
+    auto reader = WithThread(OpenReader(path, run.settings.read), path, run.settings);
+    InputRun(run, input, nullptr, std::move(reader), nextPage).Work();
 }
 
-void AdjustPages(const Settings& settings, const OutputName& name, const std::string& input,
-                 std::unique_ptr<LineReader> reader, unsigned long& nextPage) {
-    InputRun(settings, name, input, std::move(reader), nextPage).Run();
+void AdjustSheets(const Run& run, const Sheets& sheets, std::unique_ptr<LineReader> reader,
+                  unsigned long& nextPage) {
+    InputRun(run, 0, &sheets, std::move(reader), nextPage).Work();
 }
 
 }  // namespace platen_tool

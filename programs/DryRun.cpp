@@ -73,8 +73,10 @@ std::string DescribePage(const PagePlan& plan) {
     return text + Row("memory", "about " + std::to_string(megabytes) + " MB at most");
 }
 
-std::string DescribeInput(const Settings& settings, const OutputName& name, const std::string& input,
-                          unsigned long& nextPage) {
+std::string DescribeInput(const Run& run, std::size_t index, unsigned long& nextPage) {
+    const Settings& settings = run.settings;
+    const OutputName& name = run.name;
+    const std::string& input = settings.inputs[index];
     const auto reader = OpenReader(input, settings.read);
     const PageRange range = settings.pages.value_or(PageRange{});
     std::string text;
@@ -83,6 +85,9 @@ std::string DescribeInput(const Settings& settings, const OutputName& name, cons
     for (; more && page <= range.last; ++page) {
         if (page >= range.first) {
             const std::string output = name.Make(input, nextPage++);
+            if (name.HasPage()) {
+                run.files.Claim("-o", output, index);
+            }
             const PagePlan plan = PlanPage(settings, reader->Info());
             CheckPage(output, settings, reader->FileContainer(), plan, page > range.first && !name.HasPage());
             text += input + ", page " + std::to_string(page);

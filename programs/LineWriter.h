@@ -46,6 +46,10 @@ class LineWriter {
     // Ends the page; fewer lines than BeginPage announced is an Error.
     virtual void EndPage() = 0;
 
+    // Takes back a page that was begun and can't be ended: the file keeps the pages before it. Commit is all that
+    // may follow. Only writers of several pages have something to keep.
+    virtual void DropPage() {}
+
     // Flushes, checks that everything reached the disk, and gives the file its name.
     virtual void Commit() = 0;
 

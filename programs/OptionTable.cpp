@@ -67,6 +67,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      "png tiff jpeg pnm"},
     {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers, kInPresets},
     {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
+    {"first-page-number", 0, "N", kOutput, "what %d begins with (1)", kPageUsers},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
     {"threads", 0, "N", kOutput, "1, or 3: read, adjust and write a page at the same time", kAdjust, kNotInPresets,
      "1 3"},

@@ -9,12 +9,14 @@
 #include "programs/Completion.h"
 #include "programs/CurveCommand.h"
 #include "programs/InfoCommand.h"
+#include "programs/OutputName.h"
 #include "programs/PresetsCommand.h"
 #include "programs/Report.h"
 #include "programs/ScanCommand.h"
 #include "programs/Settings.h"
 #include "programs/Signals.h"
 #include "programs/io/OutputFile.h"
+#include "programs/io/RunFiles.h"
 
 namespace platen_tool {
 
@@ -40,6 +42,39 @@ CommandBit TakeCommand(std::vector<std::string>& arguments) {
     return command;
 }
 
+std::vector<std::string> InputsOf(CommandBit command, const ParsedArguments& arguments) {
+    if (command != kAdjust) {
+        return {};
+    }
+    return arguments.operands.empty() ? std::vector<std::string>{"-"} : arguments.operands;
+}
+
+// All outputs whose names are known by now, before the first of them is begun. Pages that are numbered follow.
+void ClaimOutputs(CommandBit command, const ParsedArguments& arguments, RunFiles& files) {
+    for (const char* option : {"save-preset", "plot", "svg"}) {
+        if (const GivenOption* given = arguments.Last(option)) {
+            files.Claim(std::string("--") + option, given->value);
+        }
+    }
+    const GivenOption* output = arguments.Last("output");
+    const bool writes = output != nullptr || !arguments.Given("dry-run");
+    if ((command != kAdjust && command != kScan) || !writes) {
+        return;
+    }
+    const OutputName name(output != nullptr ? output->value : "-");
+    const std::vector<std::string> inputs = InputsOf(command, arguments);
+    CheckOutputName(name, inputs);
+    if (name.HasPage()) {
+        return;
+    }
+    if (command == kScan) {
+        files.Claim("-o", name.Make("", 1));
+    }
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        files.Claim("-o", name.Make(inputs[i], 1), i);
+    }
+}
+
 ExitCode Run(std::vector<std::string> words) {
     // For the build, which installs what this prints; no option of the table.
     if (words.size() == 1 && words.front().starts_with(kCompletionWord)) {
@@ -60,6 +95,8 @@ ExitCode Run(std::vector<std::string> words) {
         return RunPresets(arguments);
     }
     ExpandPresets(command, arguments);
+    RunFiles files(InputsOf(command, arguments));
+    ClaimOutputs(command, arguments, files);
     if (SavePreset(command, arguments)) {
         return ExitCode::kDone;
     }
@@ -72,9 +109,9 @@ ExitCode Run(std::vector<std::string> words) {
     }
     const Terminals terminals{isatty(STDIN_FILENO) != 0, isatty(STDOUT_FILENO) != 0};
     if (command == kScan) {
-        return RunScan(MakeScanSettings(arguments, terminals));
+        return RunScan(MakeScanSettings(arguments, terminals), files);
     }
-    return RunAdjust(MakeSettings(arguments, terminals));
+    return RunAdjust(MakeSettings(arguments, terminals), files);
 }
 
 // Reached where a function that promised to throw nothing found no memory; some of the libraries have such. The

@@ -2,10 +2,11 @@
 
 #include "programs/Error.h"
 #include "programs/ScanSettings.h"
+#include "programs/io/RunFiles.h"
 
 namespace platen_tool {
 
 // Scans, adjusts and writes pages; or lists the devices. A program built without SANE refuses (kUnsupported).
-ExitCode RunScan(const ScanSettings& settings);
+ExitCode RunScan(const ScanSettings& settings, RunFiles& files);
 
 }  // namespace platen_tool

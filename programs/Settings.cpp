@@ -146,6 +146,9 @@ bool TakeFileOption(Settings& s, const std::string& name, const std::string& val
         s.quality = static_cast<int>(ParseWhole("--quality", value, 1, 100));
     } else if (name == "page") {
         s.pages = ParsePages(value);
+    } else if (name == "first-page-number") {
+        constexpr std::int64_t kMostNumber = 999'999'999;
+        s.firstPageNumber = static_cast<unsigned long>(ParseWhole("--first-page-number", value, 0, kMostNumber));
     } else if (name == "jobs") {
         s.jobs = static_cast<int>(ParseWhole("--jobs", value, 1, 256));
     } else if (name == "threads") {

@@ -71,6 +71,7 @@ struct Settings {
     std::optional<Container> format;
     int quality = 92;
     std::optional<PageRange> pages;
+    unsigned long firstPageNumber = 1;  // the number of the first page written, for %d
     int jobs = 1;
     int threads = 0;  // 1 or 3 for each job; 0: 3 where the page and the machine are large enough
     bool keepGoing = false;

@@ -51,7 +51,7 @@ void InstallSignalHandlers() {
     struct sigaction action {};
     action.sa_handler = Interrupted;
     sigfillset(&action.sa_mask);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         struct sigaction before {};
         // A program started with nohup stays so.
         if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {

@@ -4,9 +4,9 @@
 
 namespace platen_tool {
 
-// From here on an interrupt (SIGINT, SIGTERM, SIGHUP) removes the unfinished output files, passes itself on to
-// the working processes, and ends the program with 128 + its number: 130 for SIGINT. Writing to a closed pipe is
-// an ordinary write error. May be called again where something else may have changed the handlers.
+// From here on an interrupt (SIGINT, SIGTERM, SIGHUP, SIGQUIT) removes the unfinished output files, passes itself
+// on to the working processes, and ends the program with 128 + its number: 130 for SIGINT. Writing to a closed pipe
+// is an ordinary write error. May be called again where something else may have changed the handlers.
 void InstallSignalHandlers();
 
 // Called first by the handler, in its context; true where the program goes on and ends by itself. Null: none.

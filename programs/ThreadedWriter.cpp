@@ -9,10 +9,15 @@ ThreadedWriter::ThreadedWriter(std::unique_ptr<LineWriter> inner, std::uint64_t 
     : inner_(std::move(inner)), smallest_(smallest) {}
 
 ThreadedWriter::~ThreadedWriter() {
+    EndThread();
+}
+
+void ThreadedWriter::EndThread() {
     if (ring_) {
         lost_ = true;
         ring_->End(nullptr);
         thread_.join();
+        ring_.reset();
     }
 }
 
@@ -57,6 +62,12 @@ void ThreadedWriter::Settle() {
 void ThreadedWriter::EndPage() {
     Settle();
     inner_->EndPage();
+}
+
+void ThreadedWriter::DropPage() {
+    EndThread();
+    error_ = nullptr;
+    inner_->DropPage();
 }
 
 void ThreadedWriter::Commit() {

@@ -29,6 +29,7 @@ class ThreadedWriter : public LineWriter {
     void WriteLine(const std::uint8_t* line) override;
     void Settle() override;
     void EndPage() override;
+    void DropPage() override;
     void Commit() override;
     std::string Notice() const override {
         return inner_->Notice();
@@ -36,6 +37,7 @@ class ThreadedWriter : public LineWriter {
 
   private:
     void WriteLines() noexcept;
+    void EndThread();
 
     std::unique_ptr<LineWriter> inner_;
     const std::uint64_t smallest_;

@@ -65,17 +65,6 @@ void FreeSlot(int index) {
     slot.taken = false;
 }
 
-// The file that a symbolic link stands for, so that the rename replaces the file and not the link.
-std::string Resolved(const std::string& path) {
-    char* real = realpath(path.c_str(), nullptr);
-    if (real == nullptr) {
-        return path;
-    }
-    std::string result(real);
-    std::free(real);
-    return result;
-}
-
 mode_t UsualMode() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -88,6 +77,27 @@ std::optional<struct stat> StatusOf(const std::string& path) {
     return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
+bool IsLink(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+std::string FolderOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+// What a link holds, as a path that is good here.
+std::string LinkTarget(const std::string& path) {
+    char target[PATH_MAX];
+    const ssize_t length = readlink(path.c_str(), target, sizeof target);
+    if (length <= 0) {
+        return path;
+    }
+    const std::string text(target, static_cast<std::size_t>(length));
+    return text[0] == '/' || path.rfind('/') == std::string::npos ? text : FolderOf(path) + text;
+}
+
 void RefuseToReplace(const std::string& path, const std::optional<struct stat>& status, bool force) {
     if (status && S_ISDIR(status->st_mode)) {
         throw Error(ExitCode::kFailed, path + ": is a folder; the output must be a file");
@@ -95,13 +105,36 @@ void RefuseToReplace(const std::string& path, const std::optional<struct stat>& 
     if (status && S_ISREG(status->st_mode) && !force) {
         throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
     }
+    if (!status && !force && IsLink(path)) {
+        throw Error(ExitCode::kFailed, path + ": is a link to a file that doesn't exist; --force makes the file");
+    }
 }
 
 }  // namespace
 
+std::string ResolvedOutput(std::string path) {
+    constexpr int kMostLinks = 40;  // as many as the system follows
+    for (int links = 0; links < kMostLinks && IsLink(path); ++links) {
+        path = LinkTarget(path);
+    }
+    return path;
+}
+
 void CheckOutputPath(const std::string& path, bool force) {
-    if (path != "-") {
-        RefuseToReplace(path, StatusOf(path), force);
+    if (path == "-") {
+        return;
+    }
+    const auto status = StatusOf(path);
+    RefuseToReplace(path, status, force);
+    if (status && !S_ISREG(status->st_mode)) {
+        return;
+    }
+    const std::string file = ResolvedOutput(path);
+    if (status && access(file.c_str(), W_OK) != 0) {
+        throw Error(ExitCode::kFailed, path + ": can't be overwritten: " + std::strerror(errno));
+    }
+    if (access(FolderOf(file).c_str(), W_OK | X_OK) != 0) {
+        throw Error(ExitCode::kFailed, path + ": can't be created: " + std::strerror(errno));
     }
 }
 
@@ -131,7 +164,11 @@ OutputFile::OutputFile(const std::string& path, bool force, bool sync)
         }
         return;
     }
-    path_ = Resolved(path);
+    path_ = ResolvedOutput(path);
+    if (IsLink(path_)) {
+        Fail("can't be created: ", ELOOP);
+    }
+    mayReplace_ = force;
     OpenTemporary(status.has_value(), status ? status->st_mode & 07777 : UsualMode());
 }
 
@@ -198,6 +235,7 @@ bool OutputFile::Flush() noexcept {
         const ssize_t put = write(descriptor_, buffer_.data() + done, buffer_.size() - done);
         if (put >= 0) {
             done += static_cast<std::size_t>(put);
+            written_ += static_cast<std::uint64_t>(put);
         } else if (errno != EINTR) {
             error_ = errno;
         }
@@ -230,6 +268,37 @@ void OutputFile::CheckWriteError() const {
     }
 }
 
+void OutputFile::MarkPage() {
+    Flush();
+    pageAt_ = written_;
+}
+
+void OutputFile::DropPage() {
+    buffer_.clear();
+    if (!temporary_) {
+        return;  // what a pipe has taken can't be taken back
+    }
+    error_ = 0;
+    const auto end = static_cast<off_t>(pageAt_);
+    if (ftruncate(descriptor_, end) != 0 || lseek(descriptor_, end, SEEK_SET) != end) {
+        SetWriteError(errno);
+    }
+    written_ = pageAt_;
+}
+
+// Without force a file that has come up since is left alone, where the file system can promise that.
+bool OutputFile::Rename() const {
+#ifdef RENAME_NOREPLACE
+    if (!mayReplace_) {
+        const int result = renameat2(AT_FDCWD, temporaryPath_.c_str(), AT_FDCWD, path_.c_str(), RENAME_NOREPLACE);
+        if (result == 0 || (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP)) {
+            return result == 0;
+        }
+    }
+#endif
+    return rename(temporaryPath_.c_str(), path_.c_str()) == 0;
+}
+
 void OutputFile::Commit() {
     Flush();
     CheckWriteError();
@@ -248,7 +317,10 @@ void OutputFile::Commit() {
         return;
     }
     const SignalsHeld held;
-    if (rename(temporaryPath_.c_str(), path_.c_str()) != 0) {
+    if (!Rename()) {
+        if (errno == EEXIST) {
+            Fail("exists already; --force overwrites it");
+        }
         Fail("can't be given its name: ", errno);
     }
     FreeSlot(slot_);

@@ -7,8 +7,12 @@
 
 namespace platen_tool {
 
-// What OutputFile's constructor says of a name that it refuses, without a file being made: a folder, or an existing
-// file where `force` is false. An Error (kFailed).
+// The file that an output of this name would make or replace: links are followed, also those that lead to no file
+// yet.
+std::string ResolvedOutput(std::string path);
+
+// What OutputFile's constructor says of a name that it refuses, without a file being made: a folder, an existing
+// file or a link to none where `force` is false, a folder that can't be written to. An Error (kFailed).
 void CheckOutputPath(const std::string& path, bool force);
 
 // An output file that appears under its name whole or not at all: the bytes go to a hidden temporary name in the
@@ -16,7 +20,8 @@ void CheckOutputPath(const std::string& path, bool force);
 // The writing functions that codecs written in C call throw nothing; the others' Errors name the output.
 class OutputFile {
   public:
-    // Without `force` an existing file is refused. `sync`: Commit waits until the disk has everything.
+    // Without `force` an existing file is refused, also one that comes up before Commit. `sync`: Commit waits until
+    // the disk has everything.
     OutputFile(const std::string& path, bool force, bool sync);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
@@ -38,13 +43,24 @@ class OutputFile {
         error_ = error_ == 0 ? error : error_;
     }
 
+    // After what failed to be written has been taken back.
+    void ForgetWriteError() noexcept {
+        error_ = 0;
+    }
+
     // Throws when a write has failed: kBrokenPipe where nobody reads any more, else kFailed.
     void CheckWriteError() const;
+
+    // For files that are written by Write: where a page begins, and taking back all that was written since,
+    // failures included. What has left through a pipe stays there.
+    void MarkPage();
+    void DropPage();
 
     void Commit();
 
   private:
     bool Flush() noexcept;
+    bool Rename() const;
     void OpenTemporary(bool exists, unsigned mode);
     void Discard() noexcept;
     [[noreturn]] void Fail(const std::string& what) const;
@@ -55,9 +71,12 @@ class OutputFile {
     std::string temporaryPath_;
     bool temporary_ = false;
     bool sync_ = true;
+    bool mayReplace_ = false;
     int slot_ = -1;
     int descriptor_ = -1;
     int error_ = 0;
+    std::uint64_t written_ = 0;
+    std::uint64_t pageAt_ = 0;
     std::vector<std::uint8_t> buffer_;
 };
 

@@ -21,6 +21,8 @@ class PnmWriter : public LineWriter {
         CheckLayout(info);
         info_ = info;
         lines_.Begin(info.height);
+        file_->MarkPage();
+        inPage_ = true;
         pam_ = pamOnly_ || info.HasAlpha();
         const std::string header = pam_ ? PamHeader() : PlainHeader();
         Put(header.data(), header.size());
@@ -47,6 +49,14 @@ class PnmWriter : public LineWriter {
 
     void EndPage() override {
         lines_.CheckEnd();
+        inPage_ = false;
+    }
+
+    void DropPage() override {
+        if (inPage_) {
+            file_->DropPage();
+            inPage_ = false;
+        }
     }
 
     void Commit() override {
@@ -92,6 +102,7 @@ class PnmWriter : public LineWriter {
     std::unique_ptr<OutputFile> file_;
     bool pamOnly_;
     bool pam_ = false;
+    bool inPage_ = false;
     ImageInfo info_;
     std::vector<std::uint8_t> line_;
     LineCount lines_;

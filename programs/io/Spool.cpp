@@ -1,6 +1,7 @@
 #include "programs/io/Spool.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -92,6 +93,12 @@ int WriteFully(int descriptor, std::uint64_t offset, const void* bytes, std::siz
         }
     }
     return 0;
+}
+
+std::uint64_t FileSize(int descriptor) noexcept {
+    struct stat status {};
+    const bool file = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    return file ? static_cast<std::uint64_t>(status.st_size) : UINT64_MAX;
 }
 
 }  // namespace platen_tool

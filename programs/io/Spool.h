@@ -30,4 +30,7 @@ class Spool {
 std::size_t ReadFully(int descriptor, std::uint64_t offset, void* bytes, std::size_t count) noexcept;
 int WriteFully(int descriptor, std::uint64_t offset, const void* bytes, std::size_t count) noexcept;
 
+// The size of a file; UINT64_MAX for what has none, as a disk.
+std::uint64_t FileSize(int descriptor) noexcept;
+
 }  // namespace platen_tool

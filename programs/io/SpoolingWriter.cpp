@@ -61,6 +61,11 @@ class SpoolingWriter : public LineWriter {
         inner_->EndPage();
     }
 
+    void DropPage() override {
+        spool_.reset();
+        inner_->DropPage();
+    }
+
     void Commit() override {
         inner_->Commit();
     }

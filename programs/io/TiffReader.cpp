@@ -34,6 +34,7 @@ class TiffReader : public LineReader {
         } else {
             SpoolAll(options.strictStream);
         }
+        size_ = FileSize(source_.descriptor) - source_.start;
         FindPages();
         CheckDirectory(pages_[0]);
         handle_.emplace(source_);
@@ -122,6 +123,7 @@ class TiffReader : public LineReader {
         CheckSize(directories_.Number(directory_, kImageWidth).value_or(0),
                   directories_.Number(directory_, kImageLength).value_or(0), limits_);
         for (const TiffEntry& entry : directory_.entries) {
+            CheckPlace(entry);
             if (TiffDisguise::Shows(entry.tag) && entry.Bytes() > kMostEntryBytes) {
                 throw Error(ExitCode::kFailed, "the TIFF's tag " + std::to_string(entry.tag) + " has " +
                                                    std::to_string(entry.Bytes()) +
@@ -129,6 +131,16 @@ class TiffReader : public LineReader {
             }
         }
         disguise_.Cover(directory_, directories_);
+    }
+
+    // What a cut-off file lacks may be no more than a resolution, and nothing else would notice.
+    void CheckPlace(const TiffEntry& entry) const {
+        const std::uint64_t bytes = entry.Bytes();
+        const bool overflows = bytes > UINT64_MAX - entry.valueAt;
+        if (bytes != 0 && (overflows || entry.valueAt + bytes > size_)) {
+            throw Error(ExitCode::kFailed, "the TIFF is damaged or cut off: the value of its tag " +
+                                               std::to_string(entry.tag) + " lies outside the file");
+        }
     }
 
     void BeginPage(std::size_t page) {
@@ -152,6 +164,7 @@ class TiffReader : public LineReader {
     TiffDisguise disguise_;
     TiffSource source_;
     std::optional<Spool> spool_;
+    std::uint64_t size_ = 0;
     TiffDirectoryReader directories_;
     TiffDirectory directory_;
     std::vector<std::uint64_t> pages_;

@@ -1,4 +1,7 @@
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <vector>
 
@@ -69,6 +72,7 @@ class TiffWriter : public LineWriter {
                           "; " + (compression_ == COMPRESSION_LZW ? "LZW" : "Group 4") + " is used";
             }
         }
+        pageAt_ = FileSize(Descriptor());
         handle_->Expect();
         SetLayout();
         SetCompression();
@@ -93,10 +97,25 @@ class TiffWriter : public LineWriter {
         const int result = TIFFWriteDirectory(handle_->Get());
         handle_->Check(result == 1, "the TIFF can't be written");
         StoreExactResolution();
+        pageAt_.reset();
+    }
+
+    // The lines of an unfinished page stand after the last directory, and no directory tells of them.
+    void DropPage() override {
+        if (!pageAt_) {
+            return;
+        }
+        handle_.reset();
+        const int failure = ftruncate(Descriptor(), static_cast<off_t>(*pageAt_)) == 0 ? 0 : errno;
+        file_->ForgetWriteError();
+        file_->SetWriteError(failure);
+        pageAt_.reset();
     }
 
     void Commit() override {
-        handle_->Close();
+        if (handle_) {
+            handle_->Close();
+        }
         if (spool_) {
             CopySpool();
         }
@@ -221,6 +240,7 @@ class TiffWriter : public LineWriter {
     int compression_ = 0;
     std::optional<Spool> spool_;
     std::optional<TiffHandle> handle_;
+    std::optional<std::uint64_t> pageAt_;  // where the page that is not ended yet begins
     ImageInfo info_;
     std::string notice_;
     std::vector<std::uint8_t> line_;

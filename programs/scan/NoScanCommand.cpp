@@ -2,7 +2,7 @@
 
 namespace platen_tool {
 
-ExitCode RunScan(const ScanSettings& /*settings*/) {
+ExitCode RunScan(const ScanSettings& /*settings*/, RunFiles& /*files*/) {
     throw Error(ExitCode::kUnsupported, "scan: this program was built without SANE");
 }
 

@@ -6,6 +6,7 @@
 #include "programs/OutputName.h"
 #include "programs/PagePlan.h"
 #include "programs/Report.h"
+#include "programs/io/OutputFile.h"
 #include "programs/scan/ScanDevice.h"
 #include "programs/scan/ScanFrame.h"
 #include "programs/scan/ScanInterrupt.h"
@@ -79,12 +80,24 @@ PagePlan PlanFirstPage(const ScanSettings& settings, const ScanDevice& device, c
     return plan;
 }
 
-void Scan(const ScanSettings& settings, ScanDevice& device) {
+// The names of all pages that will come, as far as their number is known: no sheet is pulled for a page that can't
+// be written.
+void CheckNames(const ScanSettings& settings, const OutputName& name, RunFiles& files) {
+    for (unsigned long page = 0; name.HasPage() && page < settings.pages.value_or(1); ++page) {
+        const std::string path = name.Make("", settings.page.firstPageNumber + page);
+        files.Check("-o", path);
+        CheckOutputPath(path, settings.page.force);
+    }
+}
+
+void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     const OutputName name(settings.page.output);
     Configure(settings, device);
     RefuseEndless(settings, device);
-    const std::string path = name.Make("", 1);
+    unsigned long nextPage = settings.page.firstPageNumber;
+    const std::string path = name.Make("", nextPage);
     const PagePlan plan = PlanFirstPage(settings, device, path);
+    CheckNames(settings, name, files);
     if (settings.page.dryRun) {
         const std::string head = settings.device + ", page 1" + (path.empty() ? "" : ", to " + path) + "\n";
         PrintOutput(head + DescribePage(plan));
@@ -93,11 +106,12 @@ void Scan(const ScanSettings& settings, ScanDevice& device) {
     if (settings.page.plot) {
         WriteCurvePlot(*settings.page.plot, settings.page.tone, settings.page.force);
     }
-    unsigned long nextPage = 1;
-    AdjustPages(settings.page, name, settings.device, MakeScanReader(device, settings.pages, settings.page.read),
-                nextPage);
-    if (settings.pages && nextPage <= *settings.pages) {
-        PrintMessage({settings.device, ": the feeder was empty after ", std::to_string(nextPage - 1), " of ",
+    const Run run{settings.page, name, files};
+    AdjustSheets(run, {!settings.pages, TakeTime}, MakeScanReader(device, settings.pages, settings.page.read),
+                 nextPage);
+    const unsigned long pages = nextPage - settings.page.firstPageNumber;
+    if (settings.pages && pages < *settings.pages) {
+        PrintMessage({settings.device, ": the feeder was empty after ", std::to_string(pages), " of ",
                       std::to_string(*settings.pages), " pages"});
     }
 }
@@ -113,9 +127,9 @@ ExitCode Report(const ScanSettings& settings) {
     }
 }
 
-ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device) {
+ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     try {
-        Scan(settings, device);
+        Scan(settings, device, files);
         CheckInterrupt();  // one that came behind the last call of the device
         return ExitCode::kDone;
     } catch (...) {
@@ -125,7 +139,7 @@ ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device) {
 
 }  // namespace
 
-ExitCode RunScan(const ScanSettings& settings) {
+ExitCode RunScan(const ScanSettings& settings, RunFiles& files) {
     if (settings.listDevices) {
         PrintOutput(SaneSession().ListDevices());
         return ExitCode::kDone;
@@ -133,7 +147,7 @@ ExitCode RunScan(const ScanSettings& settings) {
     try {
         const SaneSession session;
         ScanDevice device(settings.device);
-        const ExitCode code = ScanAndReport(settings, device);
+        const ExitCode code = ScanAndReport(settings, device, files);
         LimitLeaving(code);
         return code;
     } catch (...) {

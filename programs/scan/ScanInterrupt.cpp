@@ -33,7 +33,7 @@ void LeaveNow(int /*number*/) {
 void AllowSignals() {
     sigset_t set;
     sigemptyset(&set);
-    for (const int number : {SIGALRM, SIGINT, SIGTERM, SIGHUP}) {
+    for (const int number : {SIGALRM, SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         sigaddset(&set, number);
     }
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
@@ -75,6 +75,10 @@ void LimitLeaving(ExitCode code) {
     leavingCode = static_cast<int>(code);
     sigaction(SIGALRM, &action, nullptr);
     alarm(kSeconds);
+}
+
+void TakeTime() {
+    alarm(0);
 }
 
 void CheckInterrupt() {

@@ -17,6 +17,9 @@ void WatchInterrupts(SANE_Handle device);
 // close: the program ends with the code, without the unfinished file.
 void LimitLeaving(ExitCode code);
 
+// Lifts that limit: for work of the program's own, when the device has come back.
+void TakeTime();
+
 // Around each call of the device that may take its time. The constructor and `CheckInterrupt` throw an
 // Error (kInterrupted or the like) without a text where an interrupt has come.
 class DeviceCall {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 
 #include "Spawn.h"
 
@@ -17,6 +19,7 @@ class BadSane : public testing::Test {
     ~BadSane() override {
         unsetenv("LD_LIBRARY_PATH");
         unsetenv("BAD_SANE");
+        unsetenv("BAD_SANE_LOG");
     }
 
     Outcome Run(const std::vector<std::string>& words, const std::string& program = {}) const {
@@ -26,15 +29,51 @@ class BadSane : public testing::Test {
         return Spawn(words, streams);
     }
 
-    void Expect(const char* fault, int code, const std::string& message,
-                const std::vector<std::string>& more = {}) {
+    void Expect(const char* fault, int code, const std::string& message, const std::vector<std::string>& more = {},
+                const std::string& files = {}) {
         setenv("BAD_SANE", fault, 1);
         std::vector<std::string> words = {"scan", "-d", "x", "-o", "never.png"};
         words.insert(words.end(), more.begin(), more.end());
         const Outcome outcome = Run(words);
         EXPECT_EQ(outcome.code, code) << fault;
         EXPECT_EQ(outcome.err, message.empty() ? "" : "platen: " + message + "\n");
-        EXPECT_EQ(folder.Listing(), code == 0 ? "never.png" : "") << fault;
+        EXPECT_EQ(folder.Listing(), code == 0 ? "never.png" : files) << fault;
+    }
+
+    // A scan with this fault, told about in one message; the files that it leaves, and the sheets that it pulled.
+    void ExpectKept(const char* fault, const std::vector<std::string>& words, int code, const std::string& message,
+                    const std::string& files, int sheets) {
+        setenv("BAD_SANE", fault, 1);
+        Folder log;
+        setenv("BAD_SANE_LOG", log.File("log").c_str(), 1);
+        std::vector<std::string> line = {"scan", "-d", "x"};
+        line.insert(line.end(), words.begin(), words.end());
+        const Outcome outcome = Run(line);
+        EXPECT_EQ(outcome.code, code) << fault;
+        EXPECT_EQ(outcome.err, message.empty() ? "" : "platen: x: " + message + "\n") << fault;
+        EXPECT_EQ(folder.Listing(), files) << fault;
+        const std::string pulled = sheets == 0 ? "" : ReadFile(log.File("log"));
+        EXPECT_EQ(std::count(pulled.begin(), pulled.end(), '\n'), sheets) << fault;
+    }
+
+    // The numbers of the sheets in a file, which are the levels of their pixels.
+    std::string SheetsIn(const std::string& file) const {
+        const std::string pages = Run({file, "-o", "-", "--format=pnm"}).out;
+        std::string numbers;
+        const std::string header = "P5\n20 4\n255\n";
+        for (std::size_t at = 0; at < pages.size(); at += header.size() + 80) {
+            EXPECT_EQ(pages.substr(at, header.size()), header);
+            const std::string pixels = pages.substr(at + header.size(), 80);
+            EXPECT_EQ(pixels, std::string(80, pixels[0]));
+            numbers += (numbers.empty() ? "" : " ") + std::to_string(static_cast<int>(pixels[0]));
+        }
+        return numbers;
+    }
+
+    void Clear() const {
+        for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+            std::filesystem::remove(entry);
+        }
     }
 
     Folder folder;
@@ -55,8 +94,7 @@ TEST_F(BadSane, FaultsBeforeTheScan) {
 TEST_F(BadSane, FaultsWithinTheScan) {
     Expect("empty", 5, "x: empty");
     Expect("empty read", 5, "x: empty");
-    Expect("jam", 4, "x: the scan can't be started: jam");
-    Expect("second jam", 4, "x: the scan can't be started: jam", {"--pages=all", "-o", "never.tif"});
+    Expect("jam", 4, "x: jam");
     Expect("later parameters", 4, "x: the page's size can't be had: input");
     Expect("half line", 4, "x: the device ended the page within line 2 of 4");
     Expect("no lines", 4, "x: the device sent a page without lines", {"-o", "never.tif"});
@@ -65,6 +103,72 @@ TEST_F(BadSane, FaultsWithinTheScan) {
     Expect("grey pass", 4, "x: the device sends a whole page where one of three passes was due");
     Expect("same pass", 4, "x: the device sends the same colour twice");
     Expect("pass size", 4, "x: the device's three passes differ in size");
+}
+
+const std::string kSeven = "p1.png p2.png p3.png p4.png p5.png p6.png p7.png";
+
+TEST_F(BadSane, AJamKeepsThePagesBeforeItInOneFile) {
+    for (const char* fault : {"jam at sheet 8", "jam within sheet 8"}) {
+        const std::string why = fault == std::string("jam at sheet 8") ? "jam" : "the scan failed: jam";
+        for (const std::string name : {"all.tif", "all.pgm", "all.pam"}) {
+            for (const char* threads : {"--strip", "--scale=1"}) {
+                ExpectKept(fault, {"--pages=all", threads, "-o", name}, 4, "7 pages kept, page 8 failed: " + why,
+                           name, 8);
+                EXPECT_EQ(SheetsIn(name), "1 2 3 4 5 6 7") << fault << name;
+                EXPECT_EQ(Run({"info", name}).code, 0);
+                Clear();
+            }
+        }
+    }
+}
+
+TEST_F(BadSane, AnInterruptKeepsThePagesBeforeItInOneFile) {
+    for (const char* fault : {"interrupt at sheet 8", "interrupt within sheet 8"}) {
+        for (const std::string name : {"all.tif", "all.pgm"}) {
+            ExpectKept(fault, {"--pages=all", "-o", name}, 130, "7 pages kept, page 8 was interrupted", name, 8);
+            EXPECT_EQ(SheetsIn(name), "1 2 3 4 5 6 7") << fault << name;
+            Clear();
+        }
+    }
+}
+
+TEST_F(BadSane, ARerunGoesOnAtThePageThatFailed) {
+    ExpectKept("jam at sheet 8", {"--pages=all", "-o", "p%d.png"}, 4,
+               "7 pages kept, page 8 failed: jam; --first-page-number=8 goes on there", kSeven, 8);
+    ExpectKept("empty after 10", {"--pages=all", "--first-page-number=8", "-o", "p%d.png"}, 0, "",
+               "p1.png p10.png p11.png p12.png p13.png p14.png p15.png p16.png p17.png " + kSeven.substr(7) +
+                   " p8.png p9.png",
+               11);
+    EXPECT_EQ(SheetsIn("p7.png"), "7");
+    EXPECT_EQ(SheetsIn("p8.png"), "1");
+    Clear();
+    ExpectKept("interrupt within sheet 8", {"--pages=12", "-o", "p%d.png"}, 130,
+               "7 pages kept, page 8 was interrupted; --first-page-number=8 goes on there", kSeven, 8);
+    ExpectKept("empty after 10", {"--pages=1", "--first-page-number=8", "-o", "p%d.png"}, 0, "", kSeven + " p8.png",
+               1);
+    ExpectKept("jam at sheet 8", {"--pages=12", "--first-page-number=21", "-o", "q%d.png"}, 4,
+               "7 pages kept, page 28 failed: jam; --first-page-number=28 goes on there",
+               kSeven + " p8.png q21.png q22.png q23.png q24.png q25.png q26.png q27.png", 8);
+}
+
+TEST_F(BadSane, NoSheetIsPulledForANameThatIsTaken) {
+    WriteFile(folder.File("p5.png"), "older");
+    const std::string exists = "p5.png: exists already; --force overwrites it";
+    ExpectKept("empty after 10", {"--pages=6", "-o", "p%d.png"}, 1, exists, "p5.png", 0);
+    ExpectKept("empty after 10", {"--pages=2", "--first-page-number=4", "-o", "p%d.png"}, 1, exists, "p5.png", 0);
+    ExpectKept("empty after 10", {"--pages=all", "-o", "p%d.png"}, 1,
+               "4 pages kept, page 5 failed: " + exists + "; --first-page-number=5 goes on there",
+               "p1.png p2.png p3.png p4.png p5.png", 4);
+    EXPECT_EQ(ReadFile(folder.File("p5.png")), "older");
+    ExpectKept("empty after 10", {"--pages=2", "-o", "no/folder/p%d.png"}, 1,
+               "no/folder/p1.png: can't be created: No such file or directory",
+               "p1.png p2.png p3.png p4.png p5.png", 0);
+}
+
+TEST_F(BadSane, TheFirstPageThatFailsLeavesNothing) {
+    ExpectKept("second jam", {"--pages=all", "-o", "all.tif"}, 4, "1 page kept, page 2 failed: jam", "all.tif", 2);
+    Clear();
+    ExpectKept("jam", {"--pages=all", "-o", "all.tif"}, 4, "jam", "", 1);
 }
 
 // Devices tell it when they start or when they are first read.
@@ -83,7 +187,9 @@ TEST_F(BadSane, AFeederThatIsEmptyEndsWell) {
 TEST_F(BadSane, InterruptsCountWhereverTheyCome) {
     Expect("interrupt before", 130, "", {"--dry-run"});
     Expect("interrupt before", 130, "");
-    Expect("interrupt at start", 130, "", {"--pages=all", "-o", "never.tif"});
+    Expect("interrupt at start", 130, "x: 1 page kept, page 2 was interrupted", {"--pages=all", "-o", "kept.tif"},
+           "kept.tif");
+    std::filesystem::remove(folder.File("kept.tif"));
     // With the page's last byte read: there is no room in the pipe for the notice of that, until the interrupt
     // came.
     setenv("BAD_SANE", "interrupt after", 1);
@@ -92,7 +198,7 @@ TEST_F(BadSane, InterruptsCountWhereverTheyCome) {
     const std::string late = "while [ ! -e interrupted ]; do sleep 0.01; done; cat >/dev/null; ";
     EXPECT_EQ(Run({"-c", "{ " + full + scan + "} | { " + late + "}"}, "sh").code, 0);
     EXPECT_EQ(ReadFile(folder.File("code")), "130\n");
-    EXPECT_EQ(folder.Listing(), "code interrupted");
+    EXPECT_EQ(folder.Listing(), "code interrupted never.png");  // the page came in whole
 }
 
 TEST_F(BadSane, AModeOfExactlyThatNameIsChosen) {

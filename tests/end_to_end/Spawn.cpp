@@ -37,7 +37,7 @@ int ExitCodeOf(int status) {
         pointers.push_back(word.data());
     }
     pointers.push_back(nullptr);
-    for (const int number : {SIGINT, SIGHUP}) {
+    for (const int number : {SIGINT, SIGHUP, SIGQUIT}) {
         std::signal(number, SIG_DFL);  // ignored where the tests run in the background or with nohup
     }
     execvp(pointers[0], pointers.data());
@@ -169,7 +169,14 @@ RunningProgram::~RunningProgram() {
         kill(process_, SIGKILL);
         Wait();
     }
-    close(input_);
+    CloseInput();
+}
+
+void RunningProgram::CloseInput() {
+    if (input_ >= 0) {
+        close(input_);
+        input_ = -1;
+    }
 }
 
 void RunningProgram::Write(const std::string& bytes) const {

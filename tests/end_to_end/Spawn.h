@@ -40,6 +40,7 @@ class RunningProgram {
     pid_t Id() const {
         return process_;
     }
+    void CloseInput();
     int Wait();  // as Outcome::code
 
   private:
