@@ -39,6 +39,12 @@ TEST(ReportFailure, TellsWhatItWas) {
     EXPECT_EQ(Told(std::logic_error("odd"), "", ExitCode::kFailed), "platen: internal error: odd\n");
 }
 
+ExitCode Adjust(const std::vector<std::string>& words) {
+    const Settings settings = MakeSettings(ParseArguments(kAdjust, words), {});
+    RunFiles files(settings.inputs);
+    return RunAdjust(settings, files);
+}
+
 class AdjustTest : public testing::Test {
   protected:
     AdjustTest() {
@@ -55,7 +61,7 @@ class AdjustTest : public testing::Test {
         }
         testing::internal::CaptureStderr();
         testing::internal::CaptureStdout();
-        const auto code = static_cast<int>(RunAdjust(MakeSettings(ParseArguments(kAdjust, words), {})));
+        const auto code = static_cast<int>(Adjust(words));
         out_ = testing::internal::GetCapturedStdout();
         told_ = testing::internal::GetCapturedStderr();
         return code;
@@ -110,7 +116,7 @@ TEST_F(AdjustTest, OneInputNeedsNoProcessOfItsOwn) {
 TEST_F(AdjustTest, SeveralInputsNeedNamesForTheirOutputs) {
     const auto refusal = [this](std::vector<std::string> words) {
         words.insert(words.end(), {scratch_ / "a.pgm", scratch_ / "b.pgm"});
-        return UsageText([&] { RunAdjust(MakeSettings(ParseArguments(kAdjust, words), {})); });
+        return UsageText([&] { Adjust(words); });
     };
     for (const char* dryRun : {"--verbose", "--dry-run"}) {
         EXPECT_EQ(refusal({"--jobs=2", "-o", "%d.png", dryRun}),
@@ -173,7 +179,10 @@ TEST_F(AdjustTest, ASpoolThatFailsHidesNoEarlierErrorOfTheWriter) {
     const auto run = [&](const std::string& output) {
         unsigned long page = 1;
         return ErrorText(ExitCode::kFailed, [&] {
-            AdjustPages(settings, OutputName(output), "in", std::make_unique<SpoolBreaker>(scratch_ / ""), page);
+            const OutputName name(output);
+            RunFiles files({});
+            AdjustSheets({settings, name, files}, {false, [] {}}, std::make_unique<SpoolBreaker>(scratch_ / ""),
+                         page);
         });
     };
     setenv("TMPDIR", (scratch_ / "").c_str(), 1);
