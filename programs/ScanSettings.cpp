@@ -63,7 +63,7 @@ void CheckOutput(const ScanSettings& s) {
         return;  // of a dry run
     }
     const Container container = OutputContainer(path, s.page.format, Container::kPnm);
-    if (s.pages && *s.pages > 1 && !name.HasPage()) {
+    if ((!s.pages || *s.pages > 1) && !name.HasPage()) {
         RequireSeveralPages(container);
     }
 }

@@ -63,7 +63,8 @@ Ratio DpiRatio(double dpi) {
 
 void FailDevice(const std::string& what, SANE_Status status) {
     CheckInterrupt();
-    throw Error(ExitCode::kDevice, what + ": " + Sane().statusText(status));
+    const bool paper = status == SANE_STATUS_JAMMED || status == SANE_STATUS_COVER_OPEN;  // the words say it all
+    throw Error(ExitCode::kDevice, (paper ? "" : what + ": ") + Sane().statusText(status));
 }
 
 SaneSession::SaneSession() {

@@ -175,9 +175,6 @@ class ScanReader : public LineReader {
         if (status == SANE_STATUS_NO_DOCS) {
             return false;
         }
-        if (status == SANE_STATUS_JAMMED || status == SANE_STATUS_COVER_OPEN) {
-            throw Error(ExitCode::kDevice, Sane().statusText(status));  // says it all
-        }
         if (status != SANE_STATUS_GOOD) {
             FailDevice("the scan can't be started", status);
         }

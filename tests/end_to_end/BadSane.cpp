@@ -154,7 +154,10 @@ SANE_Status sane_start(SANE_Handle /*handle*/) {
     if (Fault() == "empty" || (Fault() == "then empty" && started == 3)) {
         return SANE_STATUS_NO_DOCS;
     }
-    if (Fault() == "jam" || (Fault() == "pass" && started == 2) || (Fault() == "second jam" && started == 2)) {
+    if (Fault() == "start" || (Fault() == "pass" && started == 2)) {
+        return SANE_STATUS_IO_ERROR;
+    }
+    if (Fault() == "jam" || (Fault() == "second jam" && started == 2)) {
         return SANE_STATUS_JAMMED;
     }
     return SANE_STATUS_GOOD;

@@ -99,7 +99,8 @@ TEST_F(BadSane, FaultsWithinTheScan) {
     Expect("half line", 4, "x: the device ended the page within line 2 of 4");
     Expect("no lines", 4, "x: the device sent a page without lines", {"-o", "never.tif"});
     Expect("no lines", 4, "x: the device sent a page without lines", {"--scale=50%"});
-    Expect("pass", 4, "x: the next pass can't be started: jam");
+    Expect("pass", 4, "x: the next pass can't be started: input");
+    Expect("start", 4, "x: the scan can't be started: input");
     Expect("grey pass", 4, "x: the device sends a whole page where one of three passes was due");
     Expect("same pass", 4, "x: the device sends the same colour twice");
     Expect("pass size", 4, "x: the device's three passes differ in size");
@@ -109,7 +110,6 @@ const std::string kSeven = "p1.png p2.png p3.png p4.png p5.png p6.png p7.png";
 
 TEST_F(BadSane, AJamKeepsThePagesBeforeItInOneFile) {
     for (const char* fault : {"jam at sheet 8", "jam within sheet 8"}) {
-        const std::string why = fault == std::string("jam at sheet 8") ? "jam" : "the scan failed: jam";
         for (const std::string name : {"all.tif", "all.pgm", "all.pam"}) {
             for (const char* threads : {"--strip", "--scale=1"}) {
                 ExpectKept(fault, {"--pages=all", threads, "-o", name}, 4, "7 pages kept, page 8 failed: " + why,
