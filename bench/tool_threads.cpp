@@ -150,7 +150,10 @@ class Bench {
 
     void Whole(int threads) const {
         unsigned long page = 1;
-        AdjustInput(HalfSize(input_, output_, threads), OutputName(output_), input_, page);
+        const Settings settings = HalfSize(input_, output_, threads);
+        const OutputName name(output_);
+        RunFiles files(settings.inputs);
+        AdjustInput({settings, name, files}, 0, page);
     }
 
     const Image& page_;

@@ -120,7 +120,7 @@ class InputRun {
             }
         } catch (const Error& lost) {
             throw Error(error.Code(),
-                        "page " + number + why + "; the " + pages + " before it are lost: " + lost.what());
+                        "page " + number + why + "; the pages before it can't be kept: " + lost.what());
         }
         throw Error(error.Code(),
                     pages + " kept, page " + number + why +

@@ -123,12 +123,12 @@ class TiffReader : public LineReader {
         CheckSize(directories_.Number(directory_, kImageWidth).value_or(0),
                   directories_.Number(directory_, kImageLength).value_or(0), limits_);
         for (const TiffEntry& entry : directory_.entries) {
-            CheckPlace(entry);
             if (TiffDisguise::Shows(entry.tag) && entry.Bytes() > kMostEntryBytes) {
                 throw Error(ExitCode::kFailed, "the TIFF's tag " + std::to_string(entry.tag) + " has " +
                                                    std::to_string(entry.Bytes()) +
                                                    " bytes; at most 64 MiB are allowed");
             }
+            CheckPlace(entry);
         }
         disguise_.Cover(directory_, directories_);
     }

@@ -112,8 +112,8 @@ TEST_F(BadSane, AJamKeepsThePagesBeforeItInOneFile) {
     for (const char* fault : {"jam at sheet 8", "jam within sheet 8"}) {
         for (const std::string name : {"all.tif", "all.pgm", "all.pam"}) {
             for (const char* threads : {"--strip", "--scale=1"}) {
-                ExpectKept(fault, {"--pages=all", threads, "-o", name}, 4, "7 pages kept, page 8 failed: " + why,
-                           name, 8);
+                ExpectKept(fault, {"--pages=all", threads, "-o", name}, 4, "7 pages kept, page 8 failed: jam", name,
+                           8);
                 EXPECT_EQ(SheetsIn(name), "1 2 3 4 5 6 7") << fault << name;
                 EXPECT_EQ(Run({"info", name}).code, 0);
                 Clear();
@@ -163,6 +163,14 @@ TEST_F(BadSane, NoSheetIsPulledForANameThatIsTaken) {
     ExpectKept("empty after 10", {"--pages=2", "-o", "no/folder/p%d.png"}, 1,
                "no/folder/p1.png: can't be created: No such file or directory",
                "p1.png p2.png p3.png p4.png p5.png", 0);
+}
+
+TEST_F(BadSane, ADiskWithoutRoomForThePagesIsTold) {
+    ExpectKept(
+        "jam at sheet 8", {"--pages=all", "--format=pnm", "-o", "/dev/full"}, 1,
+        "page 2 failed: /dev/full: can't be written: No space left on device; the pages before it can't be kept: "
+        "/dev/full: can't be written: No space left on device",
+        "", 2);
 }
 
 TEST_F(BadSane, TheFirstPageThatFailsLeavesNothing) {

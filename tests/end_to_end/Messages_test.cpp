@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <tuple>
 
 #include "Spawn.h"
@@ -199,7 +200,12 @@ TEST_F(Messages, OfTiffTagsThatWouldFillTheMemory) {
     const Outcome outcome = Feed(large(34675));
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(outcome.err, "platen: -: the TIFF's tag 34675 has 2147483648 bytes; at most 64 MiB are allowed\n");
-    EXPECT_EQ(Feed(large(700)).code, 0);  // what isn't needed isn't read
+    // What isn't needed isn't read, but it must be there: the value lies at 8 and after it.
+    EXPECT_EQ(Feed(large(700)).err,
+              "platen: -: the TIFF is damaged or cut off: the value of its tag 700 lies outside the file\n");
+    WriteFile(folder.File("large.tif"), large(700));
+    std::filesystem::resize_file(folder.File("large.tif"), 8 + 4 * std::uint64_t{0x20000000});
+    EXPECT_EQ(Spawn({folder.File("large.tif"), "-o", folder.File("read.png")}).code, 0);
 }
 
 TEST_F(Messages, OfTiffsThatComeThroughAPipe) {
@@ -233,8 +239,7 @@ TEST_F(Messages, OfOutputsThatCannotBe) {
     const std::string tooLong = std::string(260, 'x') + ".png";
     EXPECT_EQ(say(tooLong), "1 platen: a.ppm: " + tooLong + ": can't be given its name: File name too long\n");
     EXPECT_EQ(say("a.ppm"), "1 platen: a.ppm: a.ppm: exists already; --force overwrites it\n");
-    EXPECT_EQ(say("b.png", {"--gamma=2", "--plot=a.ppm"}),
-              "1 platen: a.ppm: exists already; --force overwrites it\n");
+    EXPECT_EQ(say("b.png", {"--gamma=2", "--plot=a.ppm"}), "2 platen: --plot: a.ppm is an input of this run\n");
     EXPECT_EQ(say("b.png", {"--gamma=2", "--save-preset=none/x.toml"}),
               "1 platen: none/x.toml: can't be created: No such file or directory\n");
     EXPECT_EQ(

@@ -82,7 +82,11 @@ class DryRunOfFiles : public testing::Test {
 
     static std::string Describe(const std::string& path, const std::vector<std::string>& words, const char* output,
                                 unsigned long& next) {
-        return DescribeInput(SettingsOf(words), OutputName(output), path, next);
+        Settings settings = SettingsOf(words);
+        settings.inputs = {path};
+        const OutputName name(output);
+        RunFiles files(settings.inputs);
+        return DescribeInput({settings, name, files}, 0, next);
     }
 
     platen_test::Scratch scratch_;
