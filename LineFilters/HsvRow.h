@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Sources/Dispatch/KernelTargets.h"
+
 // The HSV filter's row: the contract between ApplyOneLineHsv and whatever computes a line. Not installed.
 
 namespace platen {
@@ -25,12 +27,11 @@ using HsvRowFn = void (*)(std::uint8_t* line, std::size_t width, std::int32_t hu
 void HsvRow_reference(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
                       const std::uint8_t* lightness);
 
-// The same for one processor family each, see kernels/HsvRow_loop.inc.
-void HsvRow_baseline(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
-                     const std::uint8_t* lightness);
-void HsvRow_avx2(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
-                 const std::uint8_t* lightness);
-void HsvRow_avx512(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
-                   const std::uint8_t* lightness);
+// The same for each target, see kernels/HsvRow_loop.inc.
+#define PLATEN_DECLARE(target)                                                                             \
+    void HsvRow_##target(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation, \
+                         const std::uint8_t* lightness);
+PLATEN_EACH_TARGET(PLATEN_DECLARE)
+#undef PLATEN_DECLARE
 
 }  // namespace platen

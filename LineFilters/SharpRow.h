@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Sources/Dispatch/KernelTargets.h"
+
 // The sharpness filter's row: the contract between ApplySharpFilterPutLine and whatever computes a finished line.
 // Not installed.
 
@@ -54,12 +56,11 @@ SharpShape SharpShapeOf(const std::int32_t* kernel);
 void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row);
 void SharpPut_reference(std::uint8_t* out, const SharpPutArgs& put);
 
-// The same for one processor family each, see kernels/SharpRow_loop.inc.
-void SharpRow_baseline(std::uint8_t* out, const SharpRowArgs& row);
-void SharpRow_avx2(std::uint8_t* out, const SharpRowArgs& row);
-void SharpRow_avx512(std::uint8_t* out, const SharpRowArgs& row);
-void SharpPut_baseline(std::uint8_t* out, const SharpPutArgs& put);
-void SharpPut_avx2(std::uint8_t* out, const SharpPutArgs& put);
-void SharpPut_avx512(std::uint8_t* out, const SharpPutArgs& put);
+// The same for each target, see kernels/SharpRow_loop.inc.
+#define PLATEN_DECLARE(target)                                          \
+    void SharpRow_##target(std::uint8_t* out, const SharpRowArgs& row); \
+    void SharpPut_##target(std::uint8_t* out, const SharpPutArgs& put);
+PLATEN_EACH_TARGET(PLATEN_DECLARE)
+#undef PLATEN_DECLARE
 
 }  // namespace platen

@@ -1,66 +1,8 @@
-#include <immintrin.h>
-
 #include <cstddef>
 #include <cstdint>
 
 #include "LineFilters/SharpRow.h"
-
-namespace platen {
-namespace {
-
-using Vector = __m512i;
-constexpr std::size_t kVectorBytes = sizeof(Vector);
-
-Vector Load(const std::uint8_t* bytes) {
-    return _mm512_loadu_si512(bytes);
-}
-
-void Store(std::uint8_t* bytes, Vector v) {
-    _mm512_storeu_si512(bytes, v);
-}
-
-Vector Zero() {
-    return _mm512_setzero_si512();
-}
-
-// Signed byte pairs, the first one lower.
-Vector Pairs(int first, int second) {
-    return _mm512_set1_epi16(static_cast<short>((first & 0xFF) | (second << 8)));
-}
-
-Vector UnpackLow(Vector a, Vector b) {
-    return _mm512_unpacklo_epi8(a, b);
-}
-
-Vector UnpackHigh(Vector a, Vector b) {
-    return _mm512_unpackhi_epi8(a, b);
-}
-
-Vector MultiplyPairs(Vector samples, Vector weights) {
-    return _mm512_maddubs_epi16(samples, weights);
-}
-
-Vector Add16(Vector a, Vector b) {
-    return _mm512_add_epi16(a, b);
-}
-
-Vector Abs16(Vector v) {
-    return _mm512_abs_epi16(v);
-}
-
-template <int kShift>
-Vector ShiftRight16(Vector v) {
-    return _mm512_srli_epi16(v, kShift);
-}
-
-Vector PackSaturated(Vector low, Vector high) {
-    return _mm512_packus_epi16(low, high);
-}
-
-}  // namespace
-}  // namespace platen
-
-#include "LineFilters/kernels/SharpCross_maddubs.inc"
+#include "Sources/Dispatch/Lanes_avx512.inc"
 
 #define KERNEL_TARGET avx512
 #include "LineFilters/kernels/SharpRow_loop.inc"

@@ -1,9 +1,9 @@
 #include "Sources/Dispatch/Kernels.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 
+#include "Sources/Dispatch/KernelTargets.h"
 #include "Sources/PX_Zoom/LineKernels.h"
 
 // This file is built without instruction-set flags: it runs on every processor and decides what else does.
@@ -11,94 +11,85 @@
 namespace platen {
 namespace {
 
-constexpr KernelTable kReference = {"reference",
-                                    SharpRow_reference,
-                                    SharpPut_reference,
-                                    HsvRow_reference,
-                                    reference::ExpandHorz<std::uint32_t, std::uint8_t>,
-                                    reference::ExpandHorz<std::uint32_t, std::uint16_t>,
-                                    ExpandHorzPlanned_none,
-                                    &kVert_reference,
-                                    reference::UnpackBits,
-                                    reference::PackBits};
+// Whether this processor, and the operating system's saving of its registers, has a target. A target is asked for
+// only where those before it in the list run.
 
-#if defined(PLATEN_REFERENCE_KERNELS)
-
-constexpr std::array<const KernelTable*, 1> kAll = {&kReference};
-
-constinit const KernelTable* inUse = &kReference;
-
-std::size_t CountAvailable() {
-    return kAll.size();
+[[maybe_unused]] bool Runs_baseline() {
+    return true;
 }
 
-#else
-
-constexpr KernelTable kBaseline = {"baseline",
-                                   SharpRow_baseline,
-                                   SharpPut_baseline,
-                                   HsvRow_baseline,
-                                   ExpandHorzU8_baseline,
-                                   ExpandHorzU16_baseline,
-                                   ExpandHorzPlanned_none,
-                                   &kVert_baseline,
-                                   UnpackBits_baseline,
-                                   PackBits_baseline};
-
-constinit const KernelTable* inUse = &kBaseline;
+[[maybe_unused]] bool Runs_sse2() {
+    return true;  // what the whole library is built with, on 32-bit x86 too
+}
 
 #if defined(__x86_64__)
 
-constexpr KernelTable kAvx2 = {"avx2",
-                               SharpRow_avx2,
-                               SharpPut_avx2,
-                               HsvRow_avx2,
-                               ExpandHorzU8_avx2,
-                               ExpandHorzU16_avx2,
-                               ExpandHorzPlanned_avx2,
-                               &kVert_avx2,
-                               UnpackBits_avx2,
-                               PackBits_avx2};
-constexpr KernelTable kAvx512 = {"avx512",
-                                 SharpRow_avx512,
-                                 SharpPut_avx512,
-                                 HsvRow_avx512,
-                                 ExpandHorzU8_avx512,
-                                 ExpandHorzU16_avx512,
-                                 ExpandHorzPlanned_avx512,
-                                 &kVert_avx512,
-                                 UnpackBits_avx512,
-                                 PackBits_avx512};
-
-constexpr std::array<const KernelTable*, 4> kAll = {&kReference, &kBaseline, &kAvx2, &kAvx512};
-
-// How many of kAll this processor, and the operating system's saving of its registers, can run. Without VBMI's byte
-// shuffles the AVX2 kernels are better than the AVX-512 ones.
-std::size_t CountAvailable() {
-    __builtin_cpu_init();
-    const auto avx512 = std::to_array<bool>({static_cast<bool>(__builtin_cpu_supports("avx512f")),
-                                             static_cast<bool>(__builtin_cpu_supports("avx512bw")),
-                                             static_cast<bool>(__builtin_cpu_supports("avx512vl")),
-                                             static_cast<bool>(__builtin_cpu_supports("avx512vbmi"))});
-    const bool all = std::find(avx512.begin(), avx512.end(), false) == avx512.end();
-    return CountUsable(static_cast<bool>(__builtin_cpu_supports("avx2")), all);
+[[maybe_unused]] bool Runs_avx2() {
+    return static_cast<bool>(__builtin_cpu_supports("avx2"));
 }
 
-#else
-
-constexpr std::array<const KernelTable*, 2> kAll = {&kReference, &kBaseline};
-
-std::size_t CountAvailable() {
-    return kAll.size();
+// Without VBMI's byte shuffles the AVX2 kernels are better than the AVX-512 ones.
+[[maybe_unused]] bool Runs_avx512() {
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
 }
 
 #endif
+
+constexpr KernelTable kTable_reference = {
+    .name = "reference",
+    .sharpRow = SharpRow_reference,
+    .sharpPut = SharpPut_reference,
+    .hsvRow = HsvRow_reference,
+    .expandHorzU8 = reference::ExpandHorz<std::uint32_t, std::uint8_t>,
+    .expandHorzU16 = reference::ExpandHorz<std::uint32_t, std::uint16_t>,
+    .expandHorzPlanned = ExpandHorzPlanned_none,
+    .vert = &kVert_reference,
+    .unpackBits = reference::UnpackBits,
+    .packBits = reference::PackBits,
+};
+
+// The targets that have a horizontal pass by a plan.
+#define PLATEN_HorzPlan_baseline none
+#define PLATEN_HorzPlan_sse2 none
+#define PLATEN_HorzPlan_avx2 avx2
+#define PLATEN_HorzPlan_avx512 avx512
+
+#define PLATEN_JOIN2(a, b) a##_##b
+#define PLATEN_JOIN(a, b) PLATEN_JOIN2(a, b)
+#define PLATEN_TABLE(target)                                                           \
+    constexpr KernelTable kTable_##target = {                                          \
+        .name = #target,                                                               \
+        .sharpRow = PLATEN_JOIN(SharpRow, PLATEN_SharpRow_##target),                   \
+        .sharpPut = PLATEN_JOIN(SharpPut, PLATEN_SharpRow_##target),                   \
+        .hsvRow = PLATEN_JOIN(HsvRow, PLATEN_HsvRow_##target),                         \
+        .expandHorzU8 = PLATEN_JOIN(ExpandHorzU8, PLATEN_HorzPass_##target),           \
+        .expandHorzU16 = PLATEN_JOIN(ExpandHorzU16, PLATEN_HorzPass_##target),         \
+        .expandHorzPlanned = PLATEN_JOIN(ExpandHorzPlanned, PLATEN_HorzPlan_##target), \
+        .vert = &PLATEN_JOIN(kVert, PLATEN_VertPass_##target),                         \
+        .unpackBits = PLATEN_JOIN(UnpackBits, PLATEN_BilevelLine_##target),            \
+        .packBits = PLATEN_JOIN(PackBits, PLATEN_BilevelLine_##target),                \
+    };
+PLATEN_EACH_TARGET(PLATEN_TABLE)
+
+#define PLATEN_ADDRESS(target) , &kTable_##target
+constexpr auto kAll = std::to_array<const KernelTable*>({&kTable_reference PLATEN_EACH_TARGET(PLATEN_ADDRESS)});
+
+// The plainest of the targets, for constructors that run before this file's.
+constinit const KernelTable* inUse = kAll[kAll.size() > 1 ? 1 : 0];
+
+std::size_t CountAvailable() {
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+#endif
+#define PLATEN_ASK(target) , Runs_##target
+    static constexpr auto kAsk = std::to_array<bool (*)()>({nullptr PLATEN_EACH_TARGET(PLATEN_ASK)});
+    return CountUsable(std::span(kAsk).subspan(1)) + 1;
+}
 
 [[gnu::constructor]] void ChooseAtLoad() {
     inUse = kAll[CountAvailable() - 1];
 }
-
-#endif
 
 }  // namespace
 

@@ -16,7 +16,7 @@
 namespace platen {
 
 struct KernelTable {
-    const char* name;  // "reference", "baseline", "avx2", "avx512"
+    const char* name;  // "reference", or a target's: cmake/PlatenKernels.cmake lists them
     SharpRowFn sharpRow;
     SharpPutFn sharpPut;
     HsvRowFn hsvRow;
@@ -28,9 +28,14 @@ struct KernelTable {
     PackBitsFn packBits;
 };
 
-// How many of the variants an x86-64 processor runs, the plainest first, with these instruction sets.
-constexpr std::size_t CountUsable(bool avx2, bool avx512) {
-    return avx2 ? (avx512 ? 4 : 3) : 2;
+// How many of the targets run, each being asked, from the plainest on: up to the first that doesn't, since each
+// builds on those before it.
+constexpr std::size_t CountUsable(std::span<bool (*const)()> runs) {
+    std::size_t count = 0;
+    while (count < runs.size() && runs[count]()) {
+        ++count;
+    }
+    return count;
 }
 
 // The table in use: valid before any constructor has run, and the best for this processor from the library's load

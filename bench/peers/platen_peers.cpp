@@ -171,7 +171,7 @@ constexpr char kUsage[] =
     "  --filter=TEXT   only work whose name contains TEXT\n"
     "  --rounds=N      rounds of which the median is taken (7)\n"
     "  --lines=N       lines of a page, for a quick look (3508)\n"
-    "  --variant=NAME  our kernels: reference, baseline, avx2, avx512 (the best)\n"
+    "  --variant=NAME  our kernels: reference, baseline, sse2, avx2, avx512 (the best)\n"
     "  --table         print a Markdown table at the end\n";
 
 void UseVariant(const std::string& name) {

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "LineFilters/Hsv.h"
+#include "Sources/Dispatch/KernelTargets.h"
 #include "Sources/Dispatch/Kernels.h"
 
 namespace {
@@ -42,25 +46,55 @@ TEST(Dispatch, TheReferenceIsAlwaysThereAndFirst) {
     EXPECT_STREQ("reference", platen::AvailableKernels().front()->name);
 }
 
-TEST(Dispatch, TheInstructionSetsDecideHowManyVariantsAreUsable) {
-    EXPECT_EQ(2u, platen::CountUsable(false, false));
-    EXPECT_EQ(2u, platen::CountUsable(false, true)) << "the variants build on each other";
-    EXPECT_EQ(3u, platen::CountUsable(true, false));
-    EXPECT_EQ(4u, platen::CountUsable(true, true));
+bool Has() {
+    return true;
 }
 
-TEST(Dispatch, NamesAreDistinctAndTablesComplete) {
-    std::set<std::string> names;
+bool Lacks() {
+    return false;
+}
+
+bool Crashes() {
+    std::abort();
+}
+
+TEST(Dispatch, TargetsAreUsableUpToTheFirstThatTheProcessorLacks) {
+    using Runs = bool (*)();
+    const auto count = [](std::vector<Runs> runs) { return platen::CountUsable(runs); };
+    EXPECT_EQ(0u, count({}));
+    EXPECT_EQ(0u, count({Lacks, Crashes})) << "a target builds on those before it, which aren't there";
+    EXPECT_EQ(2u, count({Has, Has, Lacks, Crashes}));
+    EXPECT_EQ(3u, count({Has, Has, Has}));
+}
+
+TEST(Dispatch, TheTablesAreThoseOfTheListOfTargetsInItsOrder) {
+#define PLATEN_NAME(target) #target,
+    const std::vector<std::string> listed = {"reference", PLATEN_EACH_TARGET(PLATEN_NAME)};
+    std::vector<std::string> available;
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {
-        EXPECT_TRUE(names.insert(variant->name).second) << variant->name;
-        EXPECT_NE(nullptr, variant->sharpRow) << variant->name;
-        EXPECT_NE(nullptr, variant->sharpPut) << variant->name;
-        EXPECT_NE(nullptr, variant->hsvRow) << variant->name;
-        EXPECT_NE(nullptr, variant->expandHorzU8) << variant->name;
-        EXPECT_NE(nullptr, variant->expandHorzU16) << variant->name;
-        EXPECT_NE(nullptr, variant->vert) << variant->name;
-        EXPECT_NE(nullptr, variant->unpackBits) << variant->name;
-        EXPECT_NE(nullptr, variant->packBits) << variant->name;
+        available.emplace_back(variant->name);
+    }
+    ASSERT_LE(available.size(), listed.size());
+    EXPECT_TRUE(std::equal(available.begin(), available.end(), listed.begin()))
+        << testing::PrintToString(available) << " are no beginning of " << testing::PrintToString(listed);
+    EXPECT_EQ(std::set<std::string>(listed.begin(), listed.end()).size(), listed.size());
+}
+
+// Whether every entry of a table has its function, whatever entries it has: they are pointers, and nothing else.
+template <class Table>
+bool IsComplete(const Table& table) {
+    static_assert(sizeof(Table) % sizeof(void*) == 0 && sizeof(void (*)()) == sizeof(void*));
+    std::vector<const void*> entries(sizeof(Table) / sizeof(void*));
+    std::memcpy(entries.data(), &table, sizeof table);
+    return std::find(entries.begin(), entries.end(), nullptr) == entries.end();
+}
+
+TEST(Dispatch, TablesAreComplete) {
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        SCOPED_TRACE(variant->name);
+        EXPECT_TRUE(IsComplete(*variant));
+        ASSERT_NE(nullptr, variant->vert);
+        EXPECT_TRUE(IsComplete(*variant->vert));
     }
 }
 

@@ -4,13 +4,15 @@ import glob
 import os
 import re
 
-INCLUDES = ["-I.", "-Itests"]
+INCLUDES = ["-I.", "-Itests", "-Ibuild/release/generated"]
 COMMON = ["-std=c++20", "-ffp-contract=off", "-fno-builtin-malloc", "-fno-trapping-math", "-w"]
 # What the sanitizer builds would find stops a mutant here too.
 CHECKS = ["-D_GLIBCXX_ASSERTIONS", "-fsanitize=bounds,shift,signed-integer-overflow,float-cast-overflow",
           "-fsanitize-undefined-trap-on-error"]  # fmt: skip
-TARGETS = {"avx2": ["-mavx2", "-mpopcnt"]}
-TARGETS["avx512"] = ["-mpopcnt"] + ["-mavx512" + part for part in ("f", "bw", "vl", "dq", "vbmi")]
+# The list of kernel targets with their flags is the build's.
+with open("cmake/PlatenKernels.cmake") as file:
+    TARGETS = {name: flags.split() for name, flags in
+               re.findall(r'^platen_kernel_target\((\w+)\s+"[^"]*"([^)]*)\)', file.read(), re.M)}  # fmt: skip
 SUPPORT = [f"tests/support/{name}.cpp" for name in
            ("ForcedVariant", "AllocationLedger", "ForcedVariantForTests", "GuardedBuffer")]  # fmt: skip
 AT_LOAD = {"Sources/Dispatch/Kernels.cpp"}  # runs before a switch can be set
@@ -62,8 +64,8 @@ def area_of(path):
 
 
 def flags_of(path):
-    target = re.search(r"_(avx2|avx512)\.cpp$", path)
-    return COMMON + (TARGETS[target.group(1)] if target else [])
+    target = re.search(r"_([a-z0-9]+)\.cpp$", path)
+    return COMMON + (TARGETS.get(target.group(1), []) if target else [])
 
 
 def area_tests(area):
@@ -72,10 +74,10 @@ def area_tests(area):
 
 def golden_variants(path):
     """The kernel variants that a file's mutants can show in."""
-    found = re.search(r"_(reference|baseline|avx2)\.", path)
+    found = re.search(r"_(reference|baseline|sse2|avx2)\.", path)
     if found:
         return [found.group(1)]
-    return ["baseline", "avx2"] if path.endswith(".inc") else ["avx2"]
+    return ["baseline", "sse2", "avx2"] if path.endswith(".inc") else ["avx2"]
 
 
 def includes_of(path, cache={}):

@@ -1,0 +1,31 @@
+# Every kernel target of the list is complete, in the sources and in the documents, and those for this processor are
+# built. Says all that is missing.
+#
+#   cmake -DROOT=... -DTARGETS=a|b -DFAMILIES=LineFilters/kernels/HsvRow|... -DEXPECTED=a -DBUILT=a -P targets.cmake
+
+cmake_minimum_required(VERSION 3.25)
+include(${ROOT}/cmake/KernelTargetLacks.cmake)
+foreach(list TARGETS FAMILIES EXPECTED BUILT)
+  string(REPLACE "|" ";" ${list} "${${list}}")
+endforeach()
+set(complete TRUE)
+foreach(target ${TARGETS})
+  platen_target_lacks(${ROOT} ${target} "${FAMILIES}" lacks)
+  foreach(document docs/kernels.md docs/trust.md)
+    file(READ ${ROOT}/${document} text)
+    if(NOT text MATCHES "`${target}`")
+      list(APPEND lacks "a row about `${target}` in ${document}")
+    endif()
+  endforeach()
+  foreach(thing ${lacks})
+    message("${target} lacks ${thing}")
+    set(complete FALSE)
+  endforeach()
+  if(target IN_LIST EXPECTED AND NOT target IN_LIST BUILT)
+    message("${target} isn't built: configure again when it is complete")
+    set(complete FALSE)
+  endif()
+endforeach()
+if(NOT complete)
+  message(FATAL_ERROR "The list of targets (cmake/PlatenKernels.cmake) has more than the tree.")
+endif()
