@@ -45,7 +45,7 @@ function(platen_public_headers)
 endfunction()
 
 # The C++20 interface: headers only, over what the library exports.
-foreach(library platen platen-static)
+foreach(library ${PLATEN_LIBRARIES})
   target_sources(${library} PUBLIC FILE_SET cpp TYPE HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR}/cpp FILES
     ${PROJECT_SOURCE_DIR}/cpp/platen.hpp
     ${PROJECT_SOURCE_DIR}/cpp/platen-cpp/Filters.hpp
