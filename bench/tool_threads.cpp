@@ -18,11 +18,11 @@
 #include "bench/Arguments.h"
 #include "bench/Image.h"
 #include "bench/Measure.h"
-#include "programs/AdjustInput.h"
-#include "programs/LineReader.h"
-#include "programs/LineSink.h"
-#include "programs/LineWriter.h"
-#include "programs/PagePlan.h"
+#include "programs/commands/AdjustInput.h"
+#include "programs/io/LineReader.h"
+#include "programs/io/LineWriter.h"
+#include "programs/page/LineSink.h"
+#include "programs/page/PagePlan.h"
 
 namespace platen_bench {
 namespace {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_demo {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Sources/PX_Zoom/PX_Zoom.h"
-#include "programs/LineReader.h"
+#include "programs/io/LineReader.h"
 
 namespace platen_demo {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "demo/Page.h"
-#include "programs/LineWriter.h"
+#include "programs/io/LineWriter.h"
 
 // demo_page OUTPUT: writes the page to an image file, in the form that the name's ending says.
 int main(int count, char** words) {

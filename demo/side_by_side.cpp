@@ -7,7 +7,7 @@
 
 #include "demo/HalfImage.h"
 #include "demo/Ink.h"
-#include "programs/LineWriter.h"
+#include "programs/io/LineWriter.h"
 
 namespace platen_demo {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "programs/Error.h"
-#include "programs/LineReader.h"
+#include "programs/base/Error.h"
+#include "programs/io/LineReader.h"
 
 namespace platen_fuzz {
 

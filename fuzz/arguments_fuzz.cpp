@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "Producer.h"
-#include "programs/CurvePlot.h"
-#include "programs/Error.h"
-#include "programs/OutputName.h"
-#include "programs/PagePlan.h"
+#include "programs/base/Error.h"
+#include "programs/io/OutputName.h"
+#include "programs/page/CurvePlot.h"
+#include "programs/page/PagePlan.h"
 
 // Command lines. The first bytes describe a page; the rest is the arguments, one a line. An Error is a right
 // answer. Settings that come out must lie within what the library takes, which the plan then relies on.

@@ -1,9 +1,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "programs/Error.h"
-#include "programs/PresetFile.h"
-#include "programs/Settings.h"
+#include "programs/base/Error.h"
+#include "programs/options/PresetFile.h"
+#include "programs/options/Settings.h"
 
 // Preset files. An Error is a right answer, and says where. What is accepted is saved again: the saved text must be
 // accepted too, mean the same, and be saved as itself.

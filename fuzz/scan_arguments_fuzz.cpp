@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Producer.h"
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/scan/OptionValue.h"
 
 // A device option's description, taken from the bytes as a backend might give it, and a value for it. An Error is a

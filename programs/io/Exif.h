@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "programs/ImageInfo.h"
+#include "programs/base/ImageInfo.h"
 
 namespace platen_tool {
 

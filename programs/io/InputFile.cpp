@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
 #include "programs/io/Ratios.h"

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
 #include "programs/io/Ratios.h"

@@ -1,7 +1,7 @@
 #include <cstring>
 
-#include "programs/Error.h"
-#include "programs/LineReader.h"
+#include "programs/base/Error.h"
+#include "programs/io/LineReader.h"
 #include "programs/io/Readers.h"
 
 namespace platen_tool {

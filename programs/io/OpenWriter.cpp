@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cctype>
 
-#include "programs/Error.h"
-#include "programs/LineWriter.h"
+#include "programs/base/Error.h"
+#include "programs/io/LineWriter.h"
 #include "programs/io/Writers.h"
 
 namespace platen_tool {

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <optional>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

@@ -3,7 +3,7 @@
 #include <bit>
 #include <vector>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
 #include "programs/io/Ratios.h"

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/Samples.h"
 
 namespace platen_tool {

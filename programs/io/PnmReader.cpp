@@ -1,7 +1,7 @@
 #include <cstring>
 #include <vector>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/PnmHeader.h"
 #include "programs/io/Readers.h"
 #include "programs/io/Samples.h"

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <vector>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/PnmHeader.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Writers.h"

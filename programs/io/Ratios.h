@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "programs/ImageInfo.h"
+#include "programs/base/ImageInfo.h"
 
 namespace platen_tool {
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "programs/LineReader.h"
 #include "programs/io/InputFile.h"
+#include "programs/io/LineReader.h"
 
 namespace platen_tool {
 

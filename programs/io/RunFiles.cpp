@@ -9,7 +9,7 @@
 #include <new>
 #include <optional>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/OutputFile.h"
 
 namespace platen_tool {

@@ -1,6 +1,6 @@
 #include "programs/io/Samples.h"
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

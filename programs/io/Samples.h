@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "programs/ImageInfo.h"
-#include "programs/LineReader.h"
+#include "programs/base/ImageInfo.h"
+#include "programs/io/LineReader.h"
 
 namespace platen_tool {
 

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

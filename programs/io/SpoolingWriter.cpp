@@ -2,7 +2,7 @@
 #include <optional>
 #include <vector>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 #include "programs/io/Writers.h"

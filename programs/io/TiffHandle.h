@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/OutputFile.h"
 #include "programs/io/TiffDisguise.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

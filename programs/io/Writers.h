@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "programs/Error.h"
-#include "programs/LineWriter.h"
+#include "programs/base/Error.h"
+#include "programs/io/LineWriter.h"
 #include "programs/io/OutputFile.h"
 
 namespace platen_tool {

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "programs/Error.h"
-#include "programs/Numbers.h"
+#include "programs/base/Error.h"
+#include "programs/base/Numbers.h"
 #include "programs/io/InputFile.h"
 
 namespace platen_tool {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <vector>
 
-#include "programs/Error.h"
-#include "programs/Geometry.h"
-#include "programs/Numbers.h"
-#include "programs/Report.h"
+#include "programs/base/Error.h"
+#include "programs/base/Numbers.h"
+#include "programs/base/Report.h"
+#include "programs/page/Geometry.h"
 #include "programs/scan/OptionValue.h"
 #include "programs/scan/SaneLibrary.h"
 #include "programs/scan/ScanInterrupt.h"

@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "programs/ImageInfo.h"
-#include "programs/ScanSettings.h"
+#include "programs/base/ImageInfo.h"
+#include "programs/options/ScanSettings.h"
 
 namespace platen_tool {
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <csignal>
 
-#include "programs/Signals.h"
 #include "programs/io/OutputFile.h"
+#include "programs/io/Signals.h"
 #include "programs/scan/SaneLibrary.h"
 
 namespace platen_tool {

@@ -2,7 +2,7 @@
 
 #include <sane/sane.h>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 
 namespace platen_tool {
 

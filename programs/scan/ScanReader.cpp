@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 
-#include "programs/Error.h"
+#include "programs/base/Error.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 #include "programs/scan/SaneLibrary.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "programs/LineReader.h"
+#include "programs/io/LineReader.h"
 #include "programs/scan/ScanDevice.h"
 
 namespace platen_tool {

@@ -1,4 +1,4 @@
-#include "programs/Adjust.h"
+#include "programs/commands/Adjust.h"
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 #include "Expect.h"
 #include "NumberedLines.h"
 #include "io/Pages.h"
-#include "programs/AdjustInput.h"
+#include "programs/commands/AdjustInput.h"
 
 // Several inputs, one after the other and in several processes, and how failures are told.
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "Expect.h"
-#include "programs/OptionTable.h"
+#include "programs/options/OptionTable.h"
 
 namespace platen_tool {
 namespace {

@@ -1,11 +1,11 @@
-#include "programs/Completion.h"
+#include "programs/options/Completion.h"
 
 #include <sstream>
 
 #include "Expect.h"
-#include "programs/CurveCommand.h"
-#include "programs/OptionTable.h"
-#include "programs/Settings.h"
+#include "programs/commands/CurveCommand.h"
+#include "programs/options/OptionTable.h"
+#include "programs/options/Settings.h"
 
 namespace platen_tool {
 namespace {

@@ -1,8 +1,8 @@
-#include "programs/CurveCommand.h"
+#include "programs/commands/CurveCommand.h"
 
 #include "Expect.h"
 #include "io/Pages.h"
-#include "programs/CurvePlot.h"
+#include "programs/page/CurvePlot.h"
 
 namespace platen_tool {
 namespace {

@@ -2,8 +2,8 @@
 #include <sstream>
 
 #include "Expect.h"
-#include "programs/CurveCommand.h"
-#include "programs/CurvePlot.h"
+#include "programs/commands/CurveCommand.h"
+#include "programs/page/CurvePlot.h"
 
 namespace platen_tool {
 namespace {

@@ -1,6 +1,6 @@
 #include "Expect.h"
 #include "io/Pages.h"
-#include "programs/AdjustInput.h"
+#include "programs/commands/AdjustInput.h"
 
 // What --dry-run prints.
 

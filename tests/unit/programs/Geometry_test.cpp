@@ -1,4 +1,4 @@
-#include "programs/Geometry.h"
+#include "programs/page/Geometry.h"
 
 #include "Expect.h"
 

@@ -1,4 +1,4 @@
-#include "programs/InfoCommand.h"
+#include "programs/commands/InfoCommand.h"
 
 #include <tiffio.h>
 

@@ -1,9 +1,9 @@
-#include "programs/LineReader.h"
+#include "programs/io/LineReader.h"
 
 #include <gtest/gtest.h>
 
 #include "NumberedLines.h"
-#include "programs/ThreadedReader.h"
+#include "programs/threads/ThreadedReader.h"
 
 namespace platen_tool {
 namespace {

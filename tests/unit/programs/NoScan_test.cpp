@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "programs/Program.h"
+#include "programs/commands/Program.h"
 
 // `platen scan` of a program built without SANE: this test links that form of the command.
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "programs/LineReader.h"
+#include "programs/io/LineReader.h"
 
 namespace platen_tool {
 

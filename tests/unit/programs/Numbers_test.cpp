@@ -1,4 +1,4 @@
-#include "programs/Numbers.h"
+#include "programs/base/Numbers.h"
 
 #include "Expect.h"
 

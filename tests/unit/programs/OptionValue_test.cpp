@@ -4,8 +4,8 @@
 
 #include <array>
 
-#include "programs/CurveCommand.h"
-#include "programs/Error.h"
+#include "programs/base/Error.h"
+#include "programs/commands/CurveCommand.h"
 
 namespace platen_tool {
 namespace {

@@ -1,4 +1,4 @@
-#include "programs/OutputName.h"
+#include "programs/io/OutputName.h"
 
 #include "Expect.h"
 

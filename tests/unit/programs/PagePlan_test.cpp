@@ -1,4 +1,4 @@
-#include "programs/PagePlan.h"
+#include "programs/page/PagePlan.h"
 
 #include "Expect.h"
 

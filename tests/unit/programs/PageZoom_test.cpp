@@ -1,4 +1,4 @@
-#include "programs/PageZoom.h"
+#include "programs/page/PageZoom.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "LineFilters/Hsv.h"
 #include "LineFilters/Sharpness.h"
 #include "Sources/PX_Zoom/PX_Zoom.h"
-#include "programs/LineSink.h"
+#include "programs/page/LineSink.h"
 #include "support/Random.h"
 
 // Pages in memory through the chain of steps, against the library called directly on whole planes.

@@ -1,9 +1,9 @@
-#include "programs/PresetFile.h"
+#include "programs/options/PresetFile.h"
 
 #include "Expect.h"
-#include "programs/Numbers.h"
-#include "programs/Settings.h"
-#include "programs/ToneTables.h"
+#include "programs/base/Numbers.h"
+#include "programs/options/Settings.h"
+#include "programs/page/ToneTables.h"
 
 namespace platen_tool {
 namespace {

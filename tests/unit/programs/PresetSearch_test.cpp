@@ -1,4 +1,4 @@
-#include "programs/PresetSearch.h"
+#include "programs/options/PresetSearch.h"
 
 #include <algorithm>
 #include <filesystem>

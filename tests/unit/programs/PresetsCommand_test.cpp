@@ -1,4 +1,4 @@
-#include "programs/PresetsCommand.h"
+#include "programs/commands/PresetsCommand.h"
 
 #include "Expect.h"
 #include "io/Pages.h"

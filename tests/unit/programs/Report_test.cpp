@@ -1,4 +1,4 @@
-#include "programs/Report.h"
+#include "programs/base/Report.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "programs/ScanSettings.h"
+#include "programs/options/ScanSettings.h"
 
 #include <gtest/gtest.h>
 

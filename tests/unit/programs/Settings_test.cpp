@@ -1,4 +1,4 @@
-#include "programs/Settings.h"
+#include "programs/options/Settings.h"
 
 #include "Expect.h"
 

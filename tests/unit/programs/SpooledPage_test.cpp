@@ -1,4 +1,4 @@
-#include "programs/SpooledPage.h"
+#include "programs/threads/SpooledPage.h"
 
 #include "Expect.h"
 #include "NumberedLines.h"

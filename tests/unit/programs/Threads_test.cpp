@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "Expect.h"
-#include "programs/LineRing.h"
-#include "programs/ThreadedReader.h"
-#include "programs/ThreadedWriter.h"
-#include "programs/Threads.h"
+#include "programs/threads/LineRing.h"
+#include "programs/threads/ThreadedReader.h"
+#include "programs/threads/ThreadedWriter.h"
+#include "programs/threads/Threads.h"
 #include "support/Random.h"
 
 // Readers and writers with a thread of their own, against pages in memory.

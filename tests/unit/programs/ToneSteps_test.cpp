@@ -1,8 +1,8 @@
-#include "programs/ToneSteps.h"
+#include "programs/options/ToneSteps.h"
 
 #include "Expect.h"
 #include "ToneWorld/BrightnessContrast.h"
-#include "programs/ToneTables.h"
+#include "programs/page/ToneTables.h"
 
 namespace platen_tool {
 namespace {

@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "programs/Error.h"
-#include "programs/LineReader.h"
-#include "programs/LineWriter.h"
+#include "programs/base/Error.h"
+#include "programs/io/LineReader.h"
+#include "programs/io/LineWriter.h"
 #include "support/Random.h"
 
 // Pages in memory and short ways to write and read them, for the tests of readers and writers.

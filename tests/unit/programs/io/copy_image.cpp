@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "programs/Error.h"
-#include "programs/LineReader.h"
-#include "programs/LineWriter.h"
+#include "programs/base/Error.h"
+#include "programs/io/LineReader.h"
+#include "programs/io/LineWriter.h"
 
 namespace {
 

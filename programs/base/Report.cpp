@@ -1,0 +1,214 @@
+#include "programs/base/Report.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <numeric>
+
+#include "programs/base/Error.h"
+
+namespace platen_tool {
+
+namespace {
+
+// Characters of the progress line that stands on standard error.
+std::size_t progressShown = 0;
+
+// Collects bytes for standard error and writes them together, so that lines of several processes don't mix; only
+// lines longer than the buffer are written in parts. Nothing can be done about a failure.
+class ErrorLine {
+  public:
+    void Put(char c) {
+        if (count_ == sizeof bytes_) {
+            Write();
+        }
+        bytes_[count_++] = c;
+    }
+    void Put(std::string_view text) {
+        std::for_each(text.begin(), text.end(), [this](char c) { Put(c); });
+    }
+    void ClearProgress() {
+        if (progressShown > 0) {
+            Put('\r');
+            for (; progressShown > 0; --progressShown) {
+                Put(' ');
+            }
+            Put('\r');
+        }
+    }
+    void Write() {
+        for (std::size_t done = 0; done < count_;) {
+            const ssize_t put = write(STDERR_FILENO, bytes_ + done, count_ - done);
+            if (put < 0 && errno != EINTR) {
+                break;
+            }
+            done += put < 0 ? 0 : static_cast<std::size_t>(put);
+        }
+        count_ = 0;
+    }
+
+  private:
+    char bytes_[4096];
+    std::size_t count_ = 0;
+};
+
+std::string FixedText(double value) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.1f", value);
+    return text;
+}
+
+std::size_t WriteSome(int descriptor, std::string_view text) {
+    const ssize_t count = write(descriptor, text.data(), text.size());
+    if (count < 0 && errno == EINTR) {
+        return 0;
+    }
+    if (count < 0) {
+        const ExitCode code = errno == EPIPE ? ExitCode::kBrokenPipe : ExitCode::kFailed;
+        throw Error(code, std::string("standard output: ") + std::strerror(errno));
+    }
+    return static_cast<std::size_t>(count);
+}
+
+}  // namespace
+
+void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept {
+    ErrorLine line;
+    line.ClearProgress();
+    line.Put("platen: ");
+    for (const std::string_view piece : pieces) {
+        line.Put(piece);
+    }
+    line.Put('\n');
+    line.Write();
+}
+
+void PrintOutput(std::string_view text) {
+    while (!text.empty()) {
+        text.remove_prefix(WriteSome(STDOUT_FILENO, text));
+    }
+}
+
+// getrusage would count what the process was before it became this program.
+std::size_t PeakMemory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string word; status >> word;) {
+        std::size_t kilobytes = 0;
+        if (word == "VmHWM:" && status >> kilobytes) {
+            return kilobytes * 1024;
+        }
+    }
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
+}
+
+double Now() {
+    const auto time = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(time).count();
+}
+
+void Statistics::Add(const ImageInfo& info, const std::uint8_t* line) {
+    ++lines_;
+    bytes_ += info.LineBytes();
+    const auto samples = static_cast<std::size_t>(info.samplesPerPixel);
+    const auto colours = static_cast<std::size_t>(info.ColourSamples());
+    channels_ = std::max(channels_, colours);
+    for (std::size_t x = 0; x < info.width; ++x) {
+        for (std::size_t s = 0; s < colours; ++s) {
+            std::size_t level = 0;
+            if (info.bitsPerSample == 1) {
+                level = (line[x / 8] >> (7 - x % 8) & 1) != 0 ? 0 : 255;
+            } else if (info.bitsPerSample == 8) {
+                level = line[x * samples + s];
+            } else {
+                std::uint16_t wide = 0;
+                std::memcpy(&wide, line + 2 * (x * samples + s), sizeof wide);
+                level = wide >> 8;
+            }
+            ++histograms_[s][level];
+        }
+    }
+}
+
+unsigned Statistics::Percentile(const Histogram& histogram, double percent) {
+    const std::uint64_t total = std::accumulate(histogram.begin(), histogram.end(), std::uint64_t{0});
+    const double wanted = static_cast<double>(total) * percent / 100.0;
+    std::uint64_t sum = 0;
+    for (unsigned level = 0; level < 256; ++level) {
+        sum += histogram[level];
+        if (static_cast<double>(sum) >= wanted && sum > 0) {
+            return level;
+        }
+    }
+    return 255;
+}
+
+std::string Statistics::SuggestedLevels() const {
+    constexpr unsigned kSmallestSpan = 8;  // --levels takes no less
+    Histogram all{};
+    for (std::size_t s = 0; s < channels_; ++s) {
+        std::transform(all.begin(), all.end(), histograms_[s].begin(), all.begin(), std::plus<>());
+    }
+    unsigned black = std::min(Percentile(all, 0.5), 247u);
+    unsigned white = std::max(Percentile(all, 99.5), kSmallestSpan);
+    if (white < black + kSmallestSpan) {
+        white = std::min(black + kSmallestSpan, 255u);
+        black = white - kSmallestSpan;
+    }
+    return "--levels=" + std::to_string(black) + "," + std::to_string(white);
+}
+
+std::string Statistics::Text(double seconds) const {
+    static constexpr double kPercents[] = {0.5, 5, 25, 50, 75, 95, 99.5};
+    static constexpr const char* kNames[] = {"red", "green", "blue"};
+    std::string text = "percentiles  0.5%    5%   25%   50%   75%   95% 99.5%\n";
+    for (std::size_t s = 0; s < channels_; ++s) {
+        std::string line = channels_ == 1 ? "grey" : kNames[s];
+        line.resize(11, ' ');
+        for (const double percent : kPercents) {
+            const std::string level = std::to_string(Percentile(histograms_[s], percent));
+            line += std::string(6 - level.size(), ' ') + level;
+        }
+        text += line + "\n";
+    }
+    const double rate = seconds > 0.0 ? static_cast<double>(bytes_) / 1e6 / seconds : 0.0;
+    return text + "suggested    " + SuggestedLevels() + "\n" + "pages        " + std::to_string(pages_) +
+           "\nlines        " + std::to_string(lines_) + "\nspeed        " + FixedText(rate) +
+           " MB/s\npeak memory  " + FixedText(static_cast<double>(PeakMemory()) / 1e6) + " MB\n";
+}
+
+Progress::Progress(bool on, std::string name) : on_(on), name_(std::move(name)) {}
+
+Progress::~Progress() {
+    ErrorLine line;
+    line.ClearProgress();
+    line.Write();
+}
+
+void Progress::Show(unsigned long page, std::uint32_t line, std::uint32_t height) {
+    constexpr std::int64_t kInterval = 100'000'000;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    const std::int64_t time = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+    if (time < next_) {
+        return;
+    }
+    next_ = time + kInterval;
+    std::string text = name_ + ": page " + std::to_string(page) + ", line " + std::to_string(line);
+    if (height != 0) {
+        text += " of " + std::to_string(height) + " (" + std::to_string(std::uint64_t{line} * 100 / height) + " %)";
+    }
+    const std::size_t length = text.size();
+    text.resize(std::max(length, progressShown), ' ');
+    progressShown = length;
+    std::fprintf(stderr, "\r%s", text.c_str());
+    std::fflush(stderr);
+}
+
+}  // namespace platen_tool

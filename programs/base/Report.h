@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include "programs/base/ImageInfo.h"
+
+namespace platen_tool {
+
+// Prints "platen: " and the pieces on standard error; the program's only way to say something there. A line of
+// progress makes room for it. Takes no memory.
+void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept;
+
+// Writes all of the text to standard output and checks that it got there: an Error (kFailed), or (kBrokenPipe)
+// where nobody reads.
+void PrintOutput(std::string_view text);
+
+// Peak memory of this process so far, in bytes.
+std::size_t PeakMemory();
+
+// Histograms of an input for --stats.
+class Statistics {
+  public:
+    void Add(const ImageInfo& info, const std::uint8_t* line);
+    void EndPage() {
+        ++pages_;
+    }
+
+    // Percentiles of each channel, a --levels that spreads them, pages, lines, MB/s, peak memory.
+    std::string Text(double seconds) const;
+
+    std::uint64_t Lines() const {
+        return lines_;
+    }
+
+  private:
+    using Histogram = std::array<std::uint64_t, 256>;
+
+    static unsigned Percentile(const Histogram& histogram, double percent);
+    std::string SuggestedLevels() const;
+
+    std::array<Histogram, 3> histograms_{};
+    std::size_t channels_ = 0;
+    std::uint64_t pages_ = 0;
+    std::uint64_t lines_ = 0;
+    std::uint64_t bytes_ = 0;
+};
+
+// One line on standard error about how far the work is, rewritten in place at most ten times a second.
+class Progress {
+  public:
+    Progress(bool on, std::string name);
+    ~Progress();  // clears the line
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Line(unsigned long page, std::uint32_t line, std::uint32_t height) {
+        if (on_) {
+            Show(page, line, height);
+        }
+    }
+
+  private:
+    void Show(unsigned long page, std::uint32_t line, std::uint32_t height);
+
+    const bool on_;
+    const std::string name_;
+    std::int64_t next_ = 0;  // no sooner than this, in nanoseconds
+};
+
+// Seconds on a clock that never goes back.
+double Now();
+
+}  // namespace platen_tool

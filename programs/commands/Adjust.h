@@ -1,0 +1,17 @@
+#pragma once
+
+#include "programs/base/Error.h"
+#include "programs/io/RunFiles.h"
+#include "programs/options/Settings.h"
+
+namespace platen_tool {
+
+// Works on all inputs, one after the other or with --jobs in several processes, and reports failures as it goes.
+// The exit code is the first failure's.
+ExitCode RunAdjust(const Settings& settings, RunFiles& files);
+
+// For a catch block: prints what went wrong with `name` (nothing for a closed pipe; empty: no file) and gives
+// the exit code. Takes no memory: it may be that there is none.
+ExitCode ReportFailure(const std::string& name) noexcept;
+
+}  // namespace platen_tool

@@ -1,0 +1,276 @@
+#include "programs/commands/AdjustInput.h"
+
+#include <unistd.h>
+
+#include <memory>
+#include <new>
+#include <optional>
+
+#include "programs/base/Error.h"
+#include "programs/base/Report.h"
+#include "programs/io/LineWriter.h"
+#include "programs/io/OutputFile.h"
+#include "programs/page/LineSink.h"
+#include "programs/page/PagePlan.h"
+#include "programs/threads/SpooledPage.h"
+#include "programs/threads/Threads.h"
+
+namespace platen_tool {
+
+namespace {
+
+class WriterSink : public LineSink {
+  public:
+    explicit WriterSink(LineWriter& writer) : writer_(writer) {}
+    void Take(std::uint8_t* line) override {
+        writer_.WriteLine(line);
+    }
+
+  private:
+    LineWriter& writer_;
+};
+
+bool ShowProgress(const Settings& settings) {
+    if (settings.jobs > 1) {
+        return false;  // the lines of several processes would overwrite each other
+    }
+    return settings.progress.value_or(isatty(STDERR_FILENO) != 0);
+}
+
+class InputRun {
+  public:
+    InputRun(const Run& run, std::size_t input, const Sheets* sheets, std::unique_ptr<LineReader> reader,
+             unsigned long& nextPage)
+        : settings_(run.settings),
+          name_(run.name),
+          files_(run.files),
+          owner_(input),
+          input_(run.settings.inputs[input]),
+          sheets_(sheets),
+          nextPage_(nextPage),
+          reader_(std::move(reader)),
+          progress_(ShowProgress(run.settings), input_),
+          begin_(Now()) {}
+
+    void Work() {
+        if (sheets_ == nullptr) {
+            DoPages();
+            return;
+        }
+        try {
+            DoPages();
+        } catch (const Error& error) {
+            KeepSheets(error);
+        } catch (const std::bad_alloc&) {
+            KeepSheets(Error(ExitCode::kFailed, "out of memory"));
+        }
+    }
+
+  private:
+    void DoPages() {
+        Tell(reader_->Notice());
+        bool any = false;
+        unsigned long page = 1;
+        do {
+            if (Wanted(page)) {
+                any = true;
+                AdjustPage(page);
+            } else {
+                SkipLines(*reader_);
+            }
+            ++page;
+        } while (NextPage());
+        if (!any) {
+            throw NoSuchPage(page - 1);
+        }
+        // Whatever can fail comes before the output's appearance.
+        const std::string statistics = settings_.stats ? statistics_.Text(Now() - begin_) : "";
+        CommitWriter();
+        if (inputsPage_ != nullptr) {
+            inputsPage_->Commit();
+        }
+        PrintStatistics(statistics);
+    }
+
+    bool NextPage() {
+        if (sheets_ != nullptr && sheets_->openEnded && name_.HasPage()) {
+            const std::string path = name_.Make(input_, nextPage_);
+            files_.Check("-o", path, owner_);
+            CheckOutputPath(path, settings_.force);
+        }
+        return reader_->NextPage();
+    }
+
+    // The sheets before the one that failed can't be had again.
+    [[noreturn]] void KeepSheets(const Error& error) {
+        if (wholePages_ == 0) {
+            throw error;
+        }
+        const std::string why =
+            error.what()[0] == '\0' ? " was interrupted" : std::string(" failed: ") + error.what();
+        const std::string number = std::to_string(firstPage_ + wholePages_);
+        const std::string pages = std::to_string(wholePages_) + (wholePages_ == 1 ? " page" : " pages");
+        try {
+            sheets_->keeping();
+            if (name_.HasPage()) {
+                writer_.reset();  // each page has its file already
+            } else {
+                writer_->DropPage();
+                CommitWriter();
+            }
+        } catch (const Error& lost) {
+            throw Error(error.Code(),
+                        "page " + number + why + "; the pages before it can't be kept: " + lost.what());
+        }
+        throw Error(error.Code(),
+                    pages + " kept, page " + number + why +
+                        (name_.HasPage() ? "; --first-page-number=" + number + " goes on there" : ""));
+    }
+
+    bool Wanted(unsigned long page) const {
+        return !settings_.pages || (page >= settings_.pages->first && page <= settings_.pages->last);
+    }
+
+    void Tell(const std::string& notice) const {
+        if (settings_.verbose && !notice.empty()) {
+            PrintMessage({input_, ": ", notice});
+        }
+    }
+
+    void TellReduction(const PagePlan& plan) {
+        if (plan.reducedTo8 && !toldReduction_) {
+            PrintMessage({input_, ": 16-bit samples are reduced to 8 bits"});
+            toldReduction_ = true;
+        }
+    }
+
+    void AdjustPage(unsigned long page) {
+        // What can't be done is refused before the page is spooled for it.
+        PagePlan plan = PlanPage(settings_, reader_->Info());
+        std::optional<SpooledPage> spooled;
+        if (plan.input.height == 0 && settings_.NeedsHeight()) {
+            spooled.emplace(*reader_);
+            ImageInfo info = reader_->Info();
+            info.height = spooled->Height();
+            plan = PlanPage(settings_, info);
+            Tell("spooled to a temporary file: the page's height wasn't known at first");
+        }
+        for (const std::string& notice : plan.notices) {
+            Tell(notice);
+        }
+        TellReduction(plan);
+        OpenPage(plan);
+        WriterSink sink(*writer_);
+        Pipeline pipeline(plan, sink);
+        std::vector<std::uint8_t> line(plan.input.LineBytes());
+        for (std::uint32_t y = 0; plan.input.height == 0 || y < plan.input.height; ++y) {
+            if (!ReadLine(plan.input, spooled, line.data())) {
+                break;
+            }
+            if (settings_.stats) {
+                statistics_.Add(plan.input, line.data());
+            }
+            pipeline.Take(line.data());
+            progress_.Line(page, y + 1, plan.input.height);
+        }
+        statistics_.EndPage();
+        writer_->EndPage();
+        ++wholePages_;
+        Tell(writer_->Notice());
+        if (isInput_) {
+            inputsPage_ = std::move(writer_);
+        } else if (name_.HasPage()) {
+            CommitWriter();
+        }
+    }
+
+    // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
+    // was read before is written first: had that failed, it came first.
+    bool ReadLine(const ImageInfo& info, std::optional<SpooledPage>& spooled, std::uint8_t* line) {
+        try {
+            if (spooled) {
+                return spooled->ReadLine(line);
+            }
+            if (info.height == 0) {
+                return reader_->ReadLineOrEnd(line);
+            }
+            reader_->ReadLine(line);
+            return true;
+        } catch (...) {
+            writer_->Settle();
+            throw;
+        }
+    }
+
+    void OpenPage(const PagePlan& plan) {
+        if (writer_ == nullptr) {
+            WriteOptions options = MakeWriteOptions(settings_, reader_->FileContainer());
+            const bool sameLayout = plan.input.bitsPerSample == plan.output.bitsPerSample &&
+                                    plan.input.samplesPerPixel == plan.output.samplesPerPixel;
+            options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
+            const std::string path = name_.Make(input_, nextPage_);
+            isInput_ = name_.HasPage() && files_.Claim("-o", path, owner_);
+            writer_ = WithThread(OpenWriter(path, options), settings_);
+        }
+        ++nextPage_;
+        writer_->BeginPage(plan.output);
+    }
+
+    void CommitWriter() {
+        if (writer_ != nullptr) {
+            writer_->Commit();
+            writer_.reset();
+        }
+    }
+
+    void PrintStatistics(std::string_view text) const {
+        for (std::size_t begin = 0; begin < text.size();) {
+            const std::size_t end = text.find('\n', begin);
+            PrintMessage({input_, ": ", text.substr(begin, end - begin)});
+            begin = end + 1;
+        }
+    }
+
+    const Settings& settings_;
+    const OutputName& name_;
+    RunFiles& files_;
+    const std::size_t owner_;
+    const std::string& input_;
+    const Sheets* const sheets_;
+    unsigned long& nextPage_;
+    const unsigned long firstPage_ = nextPage_;
+    std::unique_ptr<LineReader> reader_;
+    std::unique_ptr<LineWriter> writer_;
+    bool isInput_ = false;                    // the writer's name is the input's
+    std::unique_ptr<LineWriter> inputsPage_;  // a page of several with the input's name, until all have been read
+    unsigned long wholePages_ = 0;
+    Progress progress_;
+    Statistics statistics_;
+    bool toldReduction_ = false;
+    const double begin_;
+};
+
+}  // namespace
+
+WriteOptions MakeWriteOptions(const Settings& settings, Container input) {
+    WriteOptions options;
+    options.container = settings.format;
+    options.inputContainer = input;
+    options.jpegQuality = settings.quality;
+    options.strictStream = settings.read.strictStream;
+    options.force = settings.force;
+    return options;
+}
+
+void AdjustInput(const Run& run, std::size_t input, unsigned long& nextPage) {
+    const std::string& path = run.settings.inputs[input];
+    auto reader = WithThread(OpenReader(path, run.settings.read), path, run.settings);
+    InputRun(run, input, nullptr, std::move(reader), nextPage).Work();
+}
+
+void AdjustSheets(const Run& run, const Sheets& sheets, std::unique_ptr<LineReader> reader,
+                  unsigned long& nextPage) {
+    InputRun(run, 0, &sheets, std::move(reader), nextPage).Work();
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,110 @@
+#include "programs/commands/AdjustInput.h"
+#include "programs/io/LineWriter.h"
+#include "programs/page/PagePlan.h"
+
+namespace platen_tool {
+
+namespace {
+
+std::string StepName(StepKind kind) {
+    switch (kind) {
+        case StepKind::kTone:
+            return "tone";
+        case StepKind::kHsv:
+            return "hsv";
+        case StepKind::kScale:
+            return "scale";
+        case StepKind::kSharpen:
+            return "sharpen";
+        default:
+            return "pixels";
+    }
+}
+
+std::string Row(const std::string& name, const std::string& text) {
+    std::string row = "  " + name;
+    row.resize(12, ' ');
+    return row + text + "\n";
+}
+
+std::string KeyPoints(const ToneTable& table) {
+    std::string text;
+    for (const unsigned level : {0u, 32u, 64u, 96u, 128u, 160u, 192u, 224u, 255u}) {
+        text += (text.empty() ? "" : " ") + std::to_string(level) + ":" + std::to_string(table[level]);
+    }
+    return text;
+}
+
+std::string CurveRows(const ToneTables& tables) {
+    if (tables.red == tables.green && tables.red == tables.blue) {
+        return Row("", KeyPoints(tables.red));
+    }
+    return Row("", "red   " + KeyPoints(tables.red)) + Row("", "green " + KeyPoints(tables.green)) +
+           Row("", "blue  " + KeyPoints(tables.blue));
+}
+
+// What the writer would say to a page, and to one more in the same file. Without an output there is none.
+void CheckPage(const std::string& output, const Settings& settings, Container input, const PagePlan& plan,
+               bool oneMore) {
+    if (output.empty()) {
+        return;
+    }
+    CheckOutput(output, MakeWriteOptions(settings, input), plan.output);
+    if (oneMore) {
+        RequireSeveralPages(OutputContainer(output, settings.format, input));
+    }
+}
+
+}  // namespace
+
+std::string DescribePage(const PagePlan& plan) {
+    std::string text = Row("input", PageText(plan.input));
+    for (const PlannedStep& step : plan.steps) {
+        text += Row(StepName(step.kind), step.text);
+        if (step.kind == StepKind::kTone) {
+            text += CurveRows(plan.tables);
+        }
+    }
+    for (const std::string& notice : plan.notices) {
+        text += Row("note", notice);
+    }
+    text += Row("output", PageText(plan.output));
+    const std::size_t megabytes = (ExpectedMemory(plan) + 999'999) / 1'000'000;
+    return text + Row("memory", "about " + std::to_string(megabytes) + " MB at most");
+}
+
+std::string DescribeInput(const Run& run, std::size_t index, unsigned long& nextPage) {
+    const Settings& settings = run.settings;
+    const OutputName& name = run.name;
+    const std::string& input = settings.inputs[index];
+    const auto reader = OpenReader(input, settings.read);
+    const PageRange range = settings.pages.value_or(PageRange{});
+    std::string text;
+    unsigned long page = 1;
+    bool more = true;
+    for (; more && page <= range.last; ++page) {
+        if (page >= range.first) {
+            const std::string output = name.Make(input, nextPage++);
+            if (name.HasPage()) {
+                run.files.Claim("-o", output, index);
+            }
+            const PagePlan plan = PlanPage(settings, reader->Info());
+            CheckPage(output, settings, reader->FileContainer(), plan, page > range.first && !name.HasPage());
+            text += input + ", page " + std::to_string(page);
+            text += output.empty() ? "\n" : ", to " + output + "\n";
+            text += DescribePage(plan);
+        }
+        if (reader->PageCount() == 1) {
+            more = false;  // no need to read its lines to find the end
+        } else {
+            SkipLines(*reader);
+            more = reader->NextPage();
+        }
+    }
+    if (text.empty()) {
+        throw NoSuchPage(page - 1);
+    }
+    return text;
+}
+
+}  // namespace platen_tool

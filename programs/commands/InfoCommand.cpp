@@ -1,0 +1,151 @@
+#include "programs/commands/InfoCommand.h"
+
+#include "programs/base/Report.h"
+#include "programs/commands/Adjust.h"
+#include "programs/options/Settings.h"
+#include "programs/page/PagePlan.h"
+
+namespace platen_tool {
+
+namespace {
+
+const char* ContainerName(Container container) {
+    switch (container) {
+        case Container::kPng:
+            return "PNG";
+        case Container::kTiff:
+            return "TIFF";
+        case Container::kJpeg:
+            return "JPEG";
+        case Container::kPnm:
+            return "PNM";
+    }
+    return "";
+}
+
+std::string CompressionName(int tag) {
+    switch (tag) {
+        case 0:
+            return "";
+        case 1:
+            return "none";
+        case 2:
+            return "CCITT RLE";
+        case 3:
+            return "CCITT G3";
+        case 4:
+            return "CCITT G4";
+        case 5:
+            return "LZW";
+        case 7:
+            return "JPEG";
+        case 8:
+        case 32946:
+            return "Deflate";
+        case 32773:
+            return "PackBits";
+        default:
+            return "TIFF compression " + std::to_string(tag);
+    }
+}
+
+// Text within quotes; bytes that are no characters of their own are escaped.
+std::string JsonText(const std::string& text) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    std::string json = "\"";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            json += std::string("\\") + c;
+        } else if (byte < 0x20) {
+            json += std::string("\\u00") + kHex[byte >> 4] + kHex[byte & 15];
+        } else {
+            json += c;
+        }
+    }
+    return json + "\"";
+}
+
+std::string JsonRatio(const Ratio& ratio) {
+    return "[" + std::to_string(ratio.numerator) + ", " + std::to_string(ratio.denominator) + "]";
+}
+
+std::string JsonPage(const LineReader& reader) {
+    const ImageInfo& info = reader.Info();
+    std::string json = "{\"width\": " + std::to_string(info.width) +
+                       ", \"height\": " + std::to_string(info.height) +
+                       ", \"bits\": " + std::to_string(info.bitsPerSample) +
+                       ", \"samples\": " + std::to_string(info.samplesPerPixel) +
+                       ", \"alpha\": " + (info.HasAlpha() ? "true" : "false");
+    if (info.resolution) {
+        json += ", \"resolution\": {\"x\": " + JsonRatio(info.resolution->x) +
+                ", \"y\": " + JsonRatio(info.resolution->y) + "}";
+    }
+    json += ", \"icc\": " + std::to_string(info.iccProfile.size()) +
+            ", \"orientation\": " + std::to_string(info.orientation);
+    const std::string compression = CompressionName(reader.TiffCompression());
+    return json + (compression.empty() ? "" : ", \"compression\": " + JsonText(compression)) + "}";
+}
+
+std::string PlainPage(const LineReader& reader) {
+    const ImageInfo& info = reader.Info();
+    std::string text = PageText(info);
+    const std::string compression = CompressionName(reader.TiffCompression());
+    text += compression.empty() ? "" : ", " + compression;
+    text += info.iccProfile.empty() ? "" : ", ICC profile of " + std::to_string(info.iccProfile.size()) + " bytes";
+    text += info.orientation == 1 ? "" : ", orientation " + std::to_string(info.orientation);
+    return text;
+}
+
+std::string FileText(const std::string& path, const ReadOptions& options, bool json) {
+    const auto reader = OpenReader(path, options);
+    const std::string container = ContainerName(reader->FileContainer());
+    std::string text = json
+                           ? "{\"file\": " + JsonText(path) + ", \"container\": \"" + container + "\", \"pages\": ["
+                           : path + ": " + container + "\n";
+    unsigned long page = 0;
+    do {
+        ++page;
+        if (json) {
+            text += (page > 1 ? ", " : "") + JsonPage(*reader);
+        } else {
+            text += "  page " + std::to_string(page) + ": " + PlainPage(*reader) + "\n";
+        }
+        SkipLines(*reader);
+    } while (reader->NextPage());
+    return json ? text + "]}" : text;
+}
+
+}  // namespace
+
+ExitCode RunInfo(const ParsedArguments& arguments) {
+    if (arguments.operands.empty()) {
+        throw Error(ExitCode::kUsage, "info: no file; see platen --help");
+    }
+    const bool json = arguments.Given("json");
+    const ReadOptions options = MakeReadOptions(arguments.options);
+    ExitCode result = ExitCode::kDone;
+    std::string list;
+    for (const std::string& path : arguments.operands) {
+        try {
+            const std::string text = FileText(path, options, json);
+            if (json) {
+                list += (list.empty() ? "" : ",\n ") + text;
+            } else {
+                PrintOutput(text);
+            }
+        } catch (...) {
+            const ExitCode code = ReportFailure(path);
+            result = result == ExitCode::kDone ? code : result;
+            if (code == ExitCode::kBrokenPipe) {
+                return code;
+            }
+        }
+    }
+    if (json) {
+        PrintOutput("[" + list + "]\n");
+    }
+    return result;
+}
+
+}  // namespace platen_tool

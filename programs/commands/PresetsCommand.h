@@ -1,0 +1,20 @@
+#pragma once
+
+#include "programs/base/Error.h"
+#include "programs/options/OptionTable.h"
+
+namespace platen_tool {
+
+// Puts each --preset's options in its place. Of options about the size only one way can be in use: the command
+// line's own goes before a preset's, and a later preset's before an earlier one's. A scan's --resolution is the
+// device's: it is chosen in the same manner, but beside a way to scale the page.
+void ExpandPresets(CommandBit command, ParsedArguments& arguments);
+
+// Writes the file of --save-preset, if it was asked for; a dry run only checks what would be in it. True where
+// nothing else is to be done: no input, output or device was named.
+bool SavePreset(CommandBit command, const ParsedArguments& arguments);
+
+// platen presets [list | show NAME | check FILE...]
+ExitCode RunPresets(const ParsedArguments& arguments);
+
+}  // namespace platen_tool

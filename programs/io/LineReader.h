@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "programs/base/ImageInfo.h"
+
+namespace platen_tool {
+
+// What an input file's container was, for outputs that keep what the input had.
+enum class Container { kPng, kTiff, kJpeg, kPnm };
+
+// What a reader may take before it refuses. Checked before the first allocation that depends on the file.
+struct Limits {
+    std::uint32_t maxSide = 65535;
+    std::uint64_t maxPixels = 268'435'456;
+};
+
+struct ReadOptions {
+    Limits limits;
+    bool strictStream = false;  // refuse what can't be streamed instead of spooling it
+};
+
+// Reads an image file line by line, from the top; no whole image is held. Every failure is an Error: a damaged
+// or truncated file never passes for a whole one. ReadLine may run on another thread than the rest: it changes
+// nothing that the const functions look at.
+//
+//   auto reader = OpenReader("scan.tif", {});
+//   do {
+//       for (y = 0; y < reader->Info().height; ++y) reader->ReadLine(line);
+//   } while (reader->NextPage());
+class LineReader {
+  public:
+    virtual ~LineReader() = default;
+
+    virtual Container FileContainer() const = 0;
+
+    // The current page.
+    virtual const ImageInfo& Info() const = 0;
+
+    // Reads the next line into Info().LineBytes() bytes, in the form that ImageInfo describes. Called at most
+    // Info().height times a page; where that is 0, ReadLineOrEnd is called instead.
+    virtual void ReadLine(std::uint8_t* line) = 0;
+
+    // Where the height isn't known (0): reads the next line, or gives false after the last one.
+    virtual bool ReadLineOrEnd(std::uint8_t* line) {
+        ReadLine(line);
+        return true;
+    }
+
+    // After the last line of the page: goes to the next page and returns true, or checks that the file ends
+    // as it should and returns false.
+    virtual bool NextPage() = 0;
+
+    // The pages of the file, 0 where that is not known before the end.
+    virtual std::uint32_t PageCount() const = 0;
+
+    // TIFF's compression tag of the current page, 0 for other containers. Outputs keep it (G4 stays G4).
+    virtual int TiffCompression() const {
+        return 0;
+    }
+
+    // What the user should know about how this file is read, for -v ("spooled to a temporary file: ..."); empty
+    // mostly.
+    virtual std::string Notice() const {
+        return {};
+    }
+};
+
+// Opens a file, or standard input for "-", finds out its container from its first bytes, and reads up to the
+// first line of the first page.
+std::unique_ptr<LineReader> OpenReader(const std::string& path, const ReadOptions& options);
+
+// Reads a page of known height to its end, from its first line on.
+void SkipLines(LineReader& reader);
+
+}  // namespace platen_tool

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "programs/base/ImageInfo.h"
+#include "programs/io/LineReader.h"
+
+namespace platen_tool {
+
+struct WriteOptions {
+    std::optional<Container> container;  // where absent: from the path's ending, for "-" the input's container
+    Container inputContainer = Container::kPnm;
+    int tiffCompression = 0;  // 0: the container's usual one for the layout; else a TIFF compression tag
+    int jpegQuality = 92;
+    bool strictStream = false;
+    bool force = false;  // overwrite an existing file
+    bool sync = true;    // Commit returns only when the disk has everything
+};
+
+// Writes an image file line by line. The file appears under its name only when Commit has succeeded: until then
+// its bytes go to a temporary name in the same folder, which the destructor removes.
+//
+//   auto writer = OpenWriter("page.png", options);
+//   writer->BeginPage(info);
+//   for (y = 0; y < info.height; ++y) writer->WriteLine(line);
+//   writer->EndPage();
+//   writer->Commit();
+class LineWriter {
+  public:
+    virtual ~LineWriter() = default;
+
+    // Begins a page. A second page is an Error (kUnsupported) for containers that hold one image only. A layout
+    // that the container lacks is an Error (kUnsupported) that says which containers have it. Height 0 (not
+    // known yet) is written as it goes where the container allows, spooled or refused elsewhere.
+    virtual void BeginPage(const ImageInfo& info) = 0;
+
+    // Takes the next line, in the form that ImageInfo describes.
+    virtual void WriteLine(const std::uint8_t* line) = 0;
+
+    // Returns when all lines taken so far are written. Only writers that put that off have something to do here.
+    virtual void Settle() {}
+
+    // Ends the page; fewer lines than BeginPage announced is an Error.
+    virtual void EndPage() = 0;
+
+    // Takes back a page that was begun and can't be ended: the file keeps the pages before it. Commit is all that
+    // may follow. Only writers of several pages have something to keep.
+    virtual void DropPage() {}
+
+    // Flushes, checks that everything reached the disk, and gives the file its name.
+    virtual void Commit() = 0;
+
+    virtual std::string Notice() const {
+        return {};
+    }
+};
+
+// Opens an output; "-" is standard output. Nothing is written before BeginPage.
+std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options);
+
+// What OpenWriter and a page's beginning would say, as far as it can be told without making a file: no format, a
+// layout that the format lacks, a file that is there already.
+void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page);
+
+// The container of an output: what was asked for, for "-" the input's, else what the path's ending names
+// ("page.png"); where that names none an Error (kUsage).
+Container OutputContainer(const std::string& path, std::optional<Container> asked, Container inputContainer);
+
+// An Error (kUnsupported) where the container holds one page only.
+void RequireSeveralPages(Container container);
+
+}  // namespace platen_tool

@@ -1,0 +1,106 @@
+#include "programs/options/ScanSettings.h"
+
+#include <cstdlib>
+
+#include "programs/base/Error.h"
+#include "programs/base/Numbers.h"
+#include "programs/io/LineWriter.h"
+#include "programs/io/OutputName.h"
+
+namespace platen_tool {
+
+namespace {
+
+[[noreturn]] void Refuse(const std::string& text) {
+    throw Error(ExitCode::kUsage, text);
+}
+
+DeviceRequest ParseSet(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == 0 || text.empty()) {
+        Refuse("--set: '" + text + "' is not NAME=VALUE");
+    }
+    // Without a value it can only be a button, which the device's description will show.
+    return {DeviceRequest::kSet, text.substr(0, equals),
+            equals == std::string::npos ? std::string() : text.substr(equals + 1)};
+}
+
+// Whether the device alone needs the option; what the pages need too stays in the list.
+bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
+    if (option.name == "device") {
+        s.device = option.value;
+    } else if (option.name == "list-devices") {
+        s.listDevices = true;
+    } else if (option.name == "pages") {
+        constexpr std::int64_t kMostPages = 1'000'000;
+        s.pages.reset();
+        if (option.value != "all") {
+            s.pages = static_cast<unsigned long>(ParseWhole("--pages", option.value, 1, kMostPages));
+        }
+    } else if (option.name == "set") {
+        s.requests.push_back(ParseSet(option.value));
+    } else if (option.name == "resolution") {
+        ParseResolution(option.name, option.value);  // checked only; the device gets it as it was said
+        s.requests.push_back({DeviceRequest::kResolution, "", option.value});
+    } else {
+        s.thresholdGiven = s.thresholdGiven || option.name == "threshold";
+        if (option.name == "mode" || option.name == "depth") {
+            const auto kind = option.name == "mode" ? DeviceRequest::kMode : DeviceRequest::kDepth;
+            s.requests.push_back({kind, "", option.value});
+        }
+        return false;
+    }
+    return true;
+}
+
+void CheckOutput(const ScanSettings& s) {
+    const OutputName name(s.page.output);
+    if (name.HasName()) {
+        Refuse("-o: %s is an input file's name, and a scan has none; %d and %03d number the pages");
+    }
+    const std::string path = name.Make("", 1);
+    if (path.empty()) {
+        return;  // of a dry run
+    }
+    const Container container = OutputContainer(path, s.page.format, Container::kPnm);
+    if ((!s.pages || *s.pages > 1) && !name.HasPage()) {
+        RequireSeveralPages(container);
+    }
+}
+
+}  // namespace
+
+std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options) {
+    std::vector<GivenOption> rest;
+    for (const GivenOption& option : options) {
+        if (!TakeScanOption(s, option)) {
+            rest.push_back(option);
+        }
+    }
+    return rest;
+}
+
+ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals& terminals) {
+    ScanSettings s;
+    ParsedArguments rest;
+    rest.options = TakeScanOptions(s, arguments.options);
+    if (!arguments.operands.empty()) {
+        Refuse("scan: takes no file, but '" + arguments.operands.front() + "' is there; -d names the scanner");
+    }
+    if (s.listDevices) {
+        return s;
+    }
+    const char* usual = std::getenv("SANE_DEFAULT_DEVICE");
+    if (s.device.empty() && usual != nullptr) {
+        s.device = usual;
+    }
+    if (s.device.empty()) {
+        Refuse("scan: no device; say -d NAME, and platen scan -L lists them");
+    }
+    rest.operands = {s.device};
+    s.page = MakeSettings(rest, terminals);
+    CheckOutput(s);
+    return s;
+}
+
+}  // namespace platen_tool

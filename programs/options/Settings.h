@@ -1,0 +1,119 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "programs/base/Error.h"
+#include "programs/base/ImageInfo.h"
+#include "programs/io/LineReader.h"
+#include "programs/options/OptionTable.h"
+#include "programs/options/ToneSteps.h"
+
+namespace platen_tool {
+
+enum class StageKind { kTone, kHsv, kScale, kSharpen };
+
+enum class PixelMode { kLineart, kGray, kColor };
+
+struct HsvSettings {
+    int saturation = 0;  // -100 to 100
+    int hue = 0;         // -180 to 180
+    int lightness = 0;   // -100 to 100
+
+    bool Any() const {
+        return saturation != 0 || hue != 0 || lightness != 0;
+    }
+};
+
+// What was asked about the size: one of four ways, or nothing.
+struct SizeSettings {
+    std::optional<double> scale;
+    std::uint32_t width = 0;  // 0: from the height, with the proportions kept
+    std::uint32_t height = 0;
+    std::optional<Resolution> resolution;
+    bool shrinkOnly = false;
+
+    bool Any() const {
+        return scale || width != 0 || height != 0 || resolution;
+    }
+};
+
+// How a page's pixels come out.
+struct PixelSettings {
+    std::optional<PixelMode> mode;
+    std::optional<int> depth;  // 1, 8 or 16
+    double threshold = 50.0;   // percent
+    bool negative = false;
+};
+
+struct PageRange {
+    std::uint32_t first = 1;
+    std::uint32_t last = 0xFFFFFFFF;
+};
+
+// The adjusting command's line, parsed and checked as far as that goes without the input.
+struct Settings {
+    std::vector<std::string> inputs;
+    std::string output;
+    std::vector<ToneStep> tone;
+    HsvSettings hsv;
+    int sharpness = 0;
+    SizeSettings size;
+    PixelSettings pixels;
+    std::array<StageKind, 4> order = {StageKind::kTone, StageKind::kHsv, StageKind::kScale, StageKind::kSharpen};
+    std::optional<Resolution> inputResolution;
+    std::optional<Resolution> setResolution;
+    bool strip = false;
+
+    std::optional<Container> format;
+    int quality = 92;
+    std::optional<PageRange> pages;
+    unsigned long firstPageNumber = 1;  // the number of the first page written, for %d
+    int jobs = 1;
+    int threads = 0;  // 1 or 3 for each job; 0: 3 where the page and the machine are large enough
+    bool keepGoing = false;
+    bool force = false;
+    ReadOptions read;
+
+    bool dryRun = false;
+    bool stats = false;
+    std::optional<std::string> plot;
+    std::optional<bool> progress;  // nothing said: on a terminal
+    bool verbose = false;
+
+    // Whether a stage was asked for that works on 8-bit samples only.
+    bool NeedsEightBits() const {
+        return !tone.empty() || hsv.Any() || sharpness != 0;
+    }
+
+    // Whether a stage was asked for that must know the page's height before its last line.
+    bool NeedsHeight() const {
+        return size.Any() || sharpness != 0;
+    }
+};
+
+// What standard input and output are, for a command line that names no input or output.
+struct Terminals {
+    bool input = true;
+    bool output = true;
+};
+
+// Checks each option and how they go together; a wrong one is an Error (kUsage).
+Settings MakeSettings(const ParsedArguments& arguments, const Terminals& terminals);
+
+// Checks one option's value by itself, as MakeSettings would.
+void CheckOption(const GivenOption& option);
+
+// The value of an option that says a resolution: DPI, or XxY.
+Resolution ParseResolution(const std::string& option, const std::string& text);
+
+// The reading options alone, for sub-commands that only read; others are passed over.
+ReadOptions MakeReadOptions(const std::vector<GivenOption>& options);
+
+// What --page ends with where a file has too few pages.
+Error NoSuchPage(unsigned long pages);
+
+}  // namespace platen_tool

@@ -1,0 +1,218 @@
+#include "programs/options/ToneSteps.h"
+
+#include <algorithm>
+
+#include "programs/base/Error.h"
+#include "programs/base/Numbers.h"
+
+namespace platen_tool {
+
+namespace {
+
+[[noreturn]] void Refuse(const std::string& text) {
+    throw Error(ExitCode::kUsage, text);
+}
+
+int ParseInt(std::string_view option, std::string_view text, int low, int high) {
+    return static_cast<int>(ParseWhole(option, text, low, high));
+}
+
+// The library wants more than 7 levels between black and white, and would drop the operation otherwise.
+void CheckSpan(const char* what, int black, int white) {
+    if (white - black <= 7) {
+        Refuse(std::string("--levels: ") + what + " white must be at least 8 above " + what + " black, not " +
+               std::to_string(black) + "," + std::to_string(white));
+    }
+}
+
+LevelsStep ParseLevels(std::string_view value) {
+    const auto parts = SplitText(value, ',');
+    if (parts.size() != 2 && parts.size() != 3 && parts.size() != 5) {
+        Refuse("--levels: '" + std::string(value) + "' is not BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]");
+    }
+    LevelsStep step;
+    step.black = ParseInt("--levels: BLACK", parts[0], 0, 247);
+    step.white = ParseInt("--levels: WHITE", parts[1], 8, 255);
+    if (parts.size() > 2) {
+        step.gamma = ParseNumber("--levels: GAMMA", parts[2], 0.1, 9.99);
+    }
+    if (parts.size() > 3) {
+        step.outputBlack = ParseInt("--levels: OUTBLACK", parts[3], 0, 247);
+        step.outputWhite = ParseInt("--levels: OUTWHITE", parts[4], 8, 255);
+    }
+    CheckSpan("input", step.black, step.white);
+    CheckSpan("output", step.outputBlack, step.outputWhite);
+    return step;
+}
+
+CurveStep ParseCurve(std::string_view value) {
+    CurveStep step;
+    const auto points = SplitText(value, ':');
+    if (points.size() != step.points.size()) {
+        Refuse("--curve: '" + std::string(value) + "' has " + std::to_string(points.size()) +
+               " points; five are needed: x,y:x,y:x,y:x,y:x,y");
+    }
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const auto pair = SplitText(points[i], ',');
+        if (pair.size() != 2) {
+            Refuse("--curve: '" + std::string(points[i]) + "' is not a point x,y");
+        }
+        // Each point's range of x lies 4 above that of the point before.
+        const std::string name = "--curve: point " + std::to_string(i + 1);
+        const double lowest = 4.0 * static_cast<double>(i);
+        step.points[i].x = static_cast<float>(ParseNumber(name + " x", pair[0], lowest, 239.0 + lowest));
+        step.points[i].y = static_cast<float>(ParseNumber(name + " y", pair[1], 0.0, 255.0));
+        if (i > 0 && !(step.points[i].x > step.points[i - 1].x)) {
+            Refuse(name + ": x must be greater than that of the point before");
+        }
+    }
+    return step;
+}
+
+BalanceStep ParseBalance(BalanceGroup group, const std::string& option, std::string_view value) {
+    const auto parts = SplitText(value, ',');
+    BalanceStep step;
+    step.group = group;
+    if (parts.size() != step.shift.size()) {
+        Refuse(option + ": '" + std::string(value) + "' is not R,G,B");
+    }
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        step.shift[i] = ParseInt(option, parts[i], -100, 100);
+    }
+    return step;
+}
+
+std::string Text(const BrightnessContrastStep& step) {
+    std::string text;
+    if (step.brightness) {
+        text = "brightness " + std::to_string(*step.brightness);
+    }
+    if (step.contrast) {
+        text += std::string(text.empty() ? "" : ", ") + "contrast " + std::to_string(*step.contrast);
+    }
+    return text;
+}
+
+std::string Text(const LevelsStep& step) {
+    std::string text = "levels " + std::to_string(step.black) + " to " + std::to_string(step.white) + ", gamma " +
+                       NumberText(step.gamma);
+    if (step.outputBlack != 0 || step.outputWhite != 255) {
+        text += ", output " + std::to_string(step.outputBlack) + " to " + std::to_string(step.outputWhite);
+    }
+    return text;
+}
+
+std::string Text(const CurveStep& step) {
+    std::string text = step.kind == CurveKind::kPolyline ? "polyline" : "spline";
+    for (const CurvePoint& point : step.points) {
+        text += " " + NumberText(static_cast<double>(point.x)) + "," + NumberText(static_cast<double>(point.y));
+    }
+    return text;
+}
+
+std::string Text(const CurveGammaStep& step) {
+    return "curve gamma " + std::to_string(step.strength);
+}
+
+std::string Text(const BalanceStep& step) {
+    static constexpr const char* kNames[] = {"shadows", "midtones", "highlights"};
+    return std::string("balance ") + kNames[static_cast<int>(step.group)] + " " + std::to_string(step.shift[0]) +
+           "," + std::to_string(step.shift[1]) + "," + std::to_string(step.shift[2]);
+}
+
+}  // namespace
+
+template <typename Step>
+Step* ToneStepList::OpenStep() {
+    return steps_.size() > closed_ ? std::get_if<Step>(&steps_.back()) : nullptr;
+}
+
+bool ToneStepList::Knows(std::string_view option) {
+    static constexpr std::array<std::string_view, 10> kNames = {"brightness",
+                                                                "contrast",
+                                                                "levels",
+                                                                "gamma",
+                                                                "curve",
+                                                                "curve-kind",
+                                                                "curve-gamma",
+                                                                "balance-shadows",
+                                                                "balance-midtones",
+                                                                "balance-highlights"};
+    return std::find(kNames.begin(), kNames.end(), option) != kNames.end();
+}
+
+void ToneStepList::EndStep() {
+    if (nextKind_) {
+        Refuse("--curve-kind: there is no --curve that it could belong to");
+    }
+    closed_ = steps_.size();
+}
+
+void ToneStepList::TakeBrightnessOrContrast(std::string_view option, std::string_view value) {
+    const int amount = ParseInt("--" + std::string(option), value, -100, 100);
+    const auto field =
+        option == "brightness" ? &BrightnessContrastStep::brightness : &BrightnessContrastStep::contrast;
+    auto* last = OpenStep<BrightnessContrastStep>();
+    if (last == nullptr || (last->*field).has_value()) {
+        last = &std::get<BrightnessContrastStep>(steps_.emplace_back(BrightnessContrastStep{}));
+    }
+    last->*field = amount;
+}
+
+void ToneStepList::TakeCurveKind(std::string_view value) {
+    if (value != "spline" && value != "polyline") {
+        Refuse("--curve-kind: '" + std::string(value) + "' is not spline or polyline");
+    }
+    const CurveKind kind = value == "spline" ? CurveKind::kSpline : CurveKind::kPolyline;
+    auto* last = OpenStep<CurveStep>();
+    if (last != nullptr && !last->kind) {
+        last->kind = kind;
+    } else {
+        nextKind_ = kind;
+    }
+}
+
+bool ToneStepList::Take(std::string_view option, std::string_view value) {
+    if (option == "brightness" || option == "contrast") {
+        TakeBrightnessOrContrast(option, value);
+    } else if (option == "levels") {
+        steps_.emplace_back(ParseLevels(value));
+    } else if (option == "gamma") {
+        LevelsStep step;
+        step.gamma = ParseNumber("--gamma", value, 0.1, 9.99);
+        steps_.emplace_back(step);
+    } else if (option == "curve") {
+        CurveStep step = ParseCurve(value);
+        step.kind = nextKind_;
+        nextKind_.reset();
+        steps_.emplace_back(step);
+    } else if (option == "curve-kind") {
+        TakeCurveKind(value);
+    } else if (option == "curve-gamma") {
+        steps_.emplace_back(CurveGammaStep{ParseInt("--curve-gamma", value, -100, 100)});
+    } else if (option == "balance-shadows") {
+        steps_.emplace_back(ParseBalance(BalanceGroup::kShadows, "--balance-shadows", value));
+    } else if (option == "balance-midtones") {
+        steps_.emplace_back(ParseBalance(BalanceGroup::kMidtones, "--balance-midtones", value));
+    } else if (option == "balance-highlights") {
+        steps_.emplace_back(ParseBalance(BalanceGroup::kHighlights, "--balance-highlights", value));
+    } else {
+        return false;
+    }
+    return true;
+}
+
+std::vector<ToneStep> ToneStepList::Finish() {
+    EndStep();
+    return steps_;
+}
+
+bool NeedsColour(const ToneStep& step) {
+    return std::holds_alternative<BalanceStep>(step);
+}
+
+std::string StepText(const ToneStep& step) {
+    return std::visit([](const auto& one) { return Text(one); }, step);
+}
+
+}  // namespace platen_tool

@@ -1,0 +1,69 @@
+#include <new>
+#include <stdexcept>
+
+#include "LineFilters/Hsv.h"
+#include "programs/page/AlphaPlane.h"
+#include "programs/page/LineSink.h"
+
+namespace platen_tool {
+
+namespace {
+
+class HsvSink : public LineSink {
+  public:
+    HsvSink(const HsvSettings& settings, const ImageInfo& info, LineSink& next)
+        : width_(info.width), alpha_(info.HasAlpha()), next_(next) {
+        _SHsvParam param{};
+        param.hue = settings.hue;
+        param.saturation = settings.saturation;
+        param.lightness = settings.lightness;
+        param.bitsPerPixel = 24;
+        param.width = static_cast<std::int32_t>(info.width);
+        param.height = info.height == 0 ? 1 : info.height;  // it is only checked for being there
+        param.rowBytes = info.width * 3;
+        if (alpha_) {
+            colours_.resize(width_ * 3);
+        }
+        if (SetupHsv(&param, &handle_) != 0) {
+            throw std::bad_alloc();  // the settings are within their ranges
+        }
+    }
+
+    ~HsvSink() override {
+        Disposehsv(handle_);
+    }
+    HsvSink(const HsvSink&) = delete;
+    HsvSink& operator=(const HsvSink&) = delete;
+
+    void Take(std::uint8_t* line) override {
+        if (alpha_) {
+            TakeColours(line, width_, 3, colours_.data());
+            Apply(colours_.data());
+            PutColours(colours_.data(), width_, 3, line);
+        } else {
+            Apply(line);
+        }
+        next_.Take(line);
+    }
+
+  private:
+    void Apply(std::uint8_t* line) {
+        if (ApplyOneLineHsv(handle_, line) != 0) {
+            throw std::logic_error("the HSV filter refused a line");
+        }
+    }
+
+    const std::size_t width_;
+    const bool alpha_;
+    std::vector<std::uint8_t> colours_;
+    void* handle_ = nullptr;
+    LineSink& next_;
+};
+
+}  // namespace
+
+std::unique_ptr<LineSink> MakeHsvStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
+    return std::make_unique<HsvSink>(plan.hsv, step.in, next);
+}
+
+}  // namespace platen_tool

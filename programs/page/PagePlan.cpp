@@ -1,0 +1,267 @@
+#include "programs/page/PagePlan.h"
+
+#include <algorithm>
+
+#include "programs/base/Error.h"
+#include "programs/base/Numbers.h"
+#include "programs/page/Geometry.h"
+#include "programs/page/PageZoom.h"
+
+namespace platen_tool {
+
+namespace {
+
+[[noreturn]] void Unsupported(const std::string& text) {
+    throw Error(ExitCode::kUnsupported, text);
+}
+
+class Planner {
+  public:
+    Planner(const Settings& settings, const ImageInfo& page) : settings_(settings) {
+        plan_.input = page;
+        if (settings.inputResolution) {
+            plan_.input.resolution = settings.inputResolution;
+        }
+        info_ = plan_.input;
+    }
+
+    PagePlan Plan() {
+        PlanDepth();
+        PlanColours();
+        for (const StageKind kind : settings_.order) {
+            PlanStage(kind);
+        }
+        if (ToLineart() && info_.bitsPerSample == 8) {
+            info_.bitsPerSample = 1;
+            Add(StepKind::kThreshold, "threshold " + NumberText(settings_.pixels.threshold) + " %");
+        }
+        FinishOutput();
+        return plan_;
+    }
+
+  private:
+    bool ToLineart() const {
+        return settings_.pixels.mode == PixelMode::kLineart || settings_.pixels.depth == 1;
+    }
+
+    // info_ is what the step gives; the step before, or the page, what it takes.
+    void Add(StepKind kind, std::string text, std::size_t memory = 0) {
+        const ImageInfo& in = plan_.steps.empty() ? plan_.input : plan_.steps.back().out;
+        plan_.steps.push_back({kind, in, info_, std::move(text), memory});
+    }
+
+    void PlanDepth() {
+        const PixelSettings& pixels = settings_.pixels;
+        if (info_.bitsPerSample == 1) {
+            const bool expand = !ToLineart() && (pixels.mode || pixels.depth);
+            if (!expand && settings_.NeedsEightBits()) {
+                Unsupported("a bilevel page has no tones to work on; give --mode=gray");
+            }
+            if (!expand) {
+                return;
+            }
+            info_.bitsPerSample = 8;
+            Add(StepKind::kBilevelToGrey, "1 bit to 8 bits", info_.LineBytes());
+        }
+        if (info_.bitsPerSample == 16 && (settings_.NeedsEightBits() || pixels.depth == 8 || ToLineart())) {
+            plan_.reducedTo8 = pixels.depth != 8 && !ToLineart();
+            info_.bitsPerSample = 8;
+            Add(StepKind::kDepth16To8, "16 bits to 8 bits", info_.LineBytes());
+        }
+        if (info_.bitsPerSample == 8 && pixels.depth == 16) {
+            info_.bitsPerSample = 16;
+            Add(StepKind::kDepth8To16, "8 bits to 16 bits", info_.LineBytes());
+        }
+    }
+
+    void PlanColours() {
+        const auto mode = settings_.pixels.mode;
+        if (info_.ColourSamples() == 3 && (mode == PixelMode::kGray || ToLineart())) {
+            info_.samplesPerPixel -= 2;
+            info_.iccProfile.clear();  // it describes colours that are gone
+            Add(StepKind::kColourToGrey, "colour to grey", info_.LineBytes());
+        } else if (info_.ColourSamples() == 1 && info_.bitsPerSample != 1 && mode == PixelMode::kColor) {
+            info_.samplesPerPixel += 2;
+            info_.iccProfile.clear();
+            Add(StepKind::kGreyToColour, "grey to colour", info_.LineBytes());
+        }
+        if (settings_.pixels.negative) {
+            Add(StepKind::kNegative, "negative");
+        }
+        if (ToLineart() && info_.HasAlpha()) {
+            info_.samplesPerPixel -= 1;
+            Add(StepKind::kFlatten, "alpha over white", info_.LineBytes());
+        }
+    }
+
+    void PlanStage(StageKind kind) {
+        switch (kind) {
+            case StageKind::kTone:
+                return PlanTone();
+            case StageKind::kHsv:
+                return PlanHsv();
+            case StageKind::kScale:
+                return PlanScale();
+            case StageKind::kSharpen:
+                return PlanSharpen();
+        }
+    }
+
+    void PlanTone() {
+        if (settings_.tone.empty()) {
+            return;
+        }
+        const bool colour = info_.ColourSamples() == 3;
+        if (!colour && std::any_of(settings_.tone.begin(), settings_.tone.end(), NeedsColour)) {
+            Unsupported(
+                "--balance-shadows, --balance-midtones and --balance-highlights need a colour page; "
+                "this one is grey");
+        }
+        plan_.tables = FoldToneSteps(settings_.tone, colour ? 24 : 8);
+        std::string text;
+        for (const ToneStep& step : settings_.tone) {
+            text += (text.empty() ? "" : "; ") + StepText(step);
+        }
+        Add(StepKind::kTone, text, sizeof plan_.tables);
+    }
+
+    void PlanHsv() {
+        if (!settings_.hsv.Any()) {
+            return;
+        }
+        if (info_.ColourSamples() != 3) {
+            Unsupported("--saturation, --hue and --lightness need a colour page; this one is grey");
+        }
+        plan_.hsv = settings_.hsv;
+        const auto number = [](int value) { return std::to_string(value); };
+        Add(StepKind::kHsv,
+            "saturation " + number(plan_.hsv.saturation) + ", hue " + number(plan_.hsv.hue) + ", lightness " +
+                number(plan_.hsv.lightness),
+            info_.HasAlpha() ? std::size_t{info_.width} * 3 : 0);
+    }
+
+    void PlanScale() {
+        if (!settings_.size.Any()) {
+            return;
+        }
+        NoteUnknownHeight();
+        const ImageInfo before = info_;
+        const PageSize size =
+            info_.height == 0 ? SizeOfUnknownHeight() : TargetSize(info_, settings_.size, settings_.read.limits);
+        info_.width = size.width;
+        info_.height = size.height;
+        info_.resolution = size.resolution;
+        if (size.width == before.width && size.height == before.height && size.height != 0) {
+            plan_.notices.push_back("the page has its size already; nothing is scaled");
+            return;
+        }
+        Add(StepKind::kScale, SizeText(before.width, before.height) + " to " + SizeText(info_.width, info_.height),
+            ScalerMemory(before, info_));
+    }
+
+    // The page is taken for a square one. Sides that would follow the height are 0, as unknown as it is.
+    PageSize SizeOfUnknownHeight() const {
+        ImageInfo square = info_;
+        square.height = square.width;
+        const SizeSettings& wanted = settings_.size;
+        PageSize size = TargetSize(square, wanted, {UINT32_MAX, UINT64_MAX});
+        const bool heightGiven = !wanted.scale && !wanted.resolution && wanted.height != 0;
+        size.height = heightGiven && !wanted.shrinkOnly ? wanted.height : 0;
+        if (heightGiven) {
+            size.width = wanted.width == 0 ? 0 : size.width;
+            size.resolution.reset();
+        }
+        CheckLimits(size, settings_.read.limits);
+        return size;
+    }
+
+    void PlanSharpen() {
+        if (settings_.sharpness == 0) {
+            return;
+        }
+        NoteUnknownHeight();
+        const bool narrow = info_.width != 0 && info_.width < 3;
+        if (narrow || (info_.height != 0 && info_.height < 2)) {
+            plan_.notices.push_back(
+                "the page is less than three pixels wide or two lines high; it is not "
+                "sharpened or softened");
+            return;
+        }
+        plan_.sharpness = settings_.sharpness;
+        const std::size_t line = std::size_t{info_.width} * static_cast<std::size_t>(info_.ColourSamples());
+        Add(StepKind::kSharpen, std::to_string(plan_.sharpness),
+            6 * line + (info_.HasAlpha() ? 2 * std::size_t{info_.width} + info_.LineBytes() : 0));
+    }
+
+    void NoteUnknownHeight() {
+        if (plan_.input.height != 0) {
+            return;
+        }
+        if (settings_.read.strictStream) {
+            Unsupported(
+                "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
+                "spooling");
+        }
+        if (plan_.notices.empty()) {
+            plan_.notices.push_back(
+                "the page's height isn't known before its last line: the page will be spooled to a temporary file");
+        }
+    }
+
+    // Work lines of accumulators, one record for each column and line held, and the line given out.
+    std::size_t ScalerMemory(const ImageInfo& in, const ImageInfo& out) const {
+        const std::size_t most = settings_.read.limits.maxSide;
+        const std::size_t width = out.width == 0 ? most : std::max(in.width, out.width);
+        const bool known = in.height != 0 && out.height != 0;
+        const std::size_t height = known ? PageZoom::Records(in.height, out.height) : most;
+        const std::size_t bits = in.bitsPerSample == 1 ? 8 : static_cast<std::size_t>(in.bitsPerSample);
+        const std::size_t pixel = bits * static_cast<std::size_t>(in.samplesPerPixel);
+        constexpr std::size_t kRecord = 28;
+        return 2 * width * (pixel + 7) + kRecord * (width + height) + out.LineBytes() +
+               (in.bitsPerSample == 1 ? width : 0);
+    }
+
+    void FinishOutput() {
+        plan_.output = info_;
+        plan_.threshold = settings_.pixels.threshold;
+        if (settings_.setResolution) {
+            plan_.output.resolution = settings_.setResolution;
+        }
+        if (settings_.strip) {
+            plan_.output.iccProfile.clear();
+            plan_.output.orientation = 1;
+        }
+    }
+
+    const Settings& settings_;
+    PagePlan plan_;
+    ImageInfo info_;
+};
+
+}  // namespace
+
+PagePlan PlanPage(const Settings& settings, const ImageInfo& page) {
+    return Planner(settings, page).Plan();
+}
+
+std::size_t ExpectedMemory(const PagePlan& plan) {
+    // The program, the codecs' libraries and their buffers, measured with the largest of them.
+    constexpr std::size_t kProgram = 9'000'000;
+    constexpr std::size_t kCodecLines = 16;
+    std::size_t bytes = kProgram + kCodecLines * (plan.input.LineBytes() + plan.output.LineBytes());
+    for (const PlannedStep& step : plan.steps) {
+        bytes += step.memory;
+    }
+    return bytes;
+}
+
+std::string PageText(const ImageInfo& info) {
+    static constexpr const char* kLayouts[] = {"grey", "grey and alpha", "RGB", "RGB and alpha"};
+    std::string text = SizeText(info.width, info.height);
+    text += info.bitsPerSample == 1
+                ? std::string(", bilevel")
+                : ", " + std::to_string(info.bitsPerSample) + "-bit " + kLayouts[info.samplesPerPixel - 1];
+    return text + ", " + (info.resolution ? ResolutionText(*info.resolution) : std::string("no resolution"));
+}
+
+}  // namespace platen_tool

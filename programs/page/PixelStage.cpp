@@ -1,0 +1,170 @@
+#include <cmath>
+#include <cstring>
+
+#include "programs/page/LineSink.h"
+
+namespace platen_tool {
+
+namespace {
+
+std::uint32_t Load16(const std::uint8_t* at) {
+    std::uint16_t value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
+void Store16(std::uint8_t* at, std::uint32_t value) {
+    const auto narrow = static_cast<std::uint16_t>(value);
+    std::memcpy(at, &narrow, sizeof narrow);
+}
+
+std::uint32_t Load(const std::uint8_t* line, std::size_t sample, bool wide) {
+    return wide ? Load16(line + 2 * sample) : line[sample];
+}
+
+void Store(std::uint8_t* line, std::size_t sample, bool wide, std::uint32_t value) {
+    if (wide) {
+        Store16(line + 2 * sample, value);
+    } else {
+        line[sample] = static_cast<std::uint8_t>(value);
+    }
+}
+
+// Everything that is done to a pixel by itself. One object does one of the conversions, chosen for each line,
+// from the line given into one of its own.
+class PixelSink : public LineSink {
+  public:
+    PixelSink(const PagePlan& plan, const PlannedStep& step, LineSink& next)
+        : kind_(step.kind),
+          in_(step.in),
+          width_(step.in.width),
+          inSamples_(static_cast<std::size_t>(step.in.samplesPerPixel)),
+          outSamples_(static_cast<std::size_t>(step.out.samplesPerPixel)),
+          wide_(step.in.bitsPerSample == 16),
+          blackBelow_(plan.threshold * 2.55),
+          line_(step.out.LineBytes()),
+          next_(next) {}
+
+    void Take(std::uint8_t* line) override {
+        Convert(line);
+        next_.Take(line_.data());
+    }
+
+  private:
+    void Convert(const std::uint8_t* line) {
+        switch (kind_) {
+            case StepKind::kBilevelToGrey:
+                return BilevelToGrey(line);
+            case StepKind::kDepth16To8:
+                return Depth16To8(line);
+            case StepKind::kDepth8To16:
+                return Depth8To16(line);
+            case StepKind::kColourToGrey:
+                return ColourToGrey(line);
+            case StepKind::kGreyToColour:
+                return GreyToColour(line);
+            case StepKind::kNegative:
+                return Negative(line);
+            case StepKind::kFlatten:
+                return Flatten(line);
+            default:
+                return Threshold(line);
+        }
+    }
+
+    void BilevelToGrey(const std::uint8_t* line) {
+        for (std::size_t x = 0; x < width_; ++x) {
+            const bool black = (line[x / 8] >> (7 - x % 8) & 1) != 0;
+            line_[x] = black ? 0 : 255;
+        }
+    }
+
+    void Depth16To8(const std::uint8_t* line) {
+        for (std::size_t i = 0; i < line_.size(); ++i) {
+            line_[i] = static_cast<std::uint8_t>((Load16(line + 2 * i) + 128) / 257);
+        }
+    }
+
+    void Depth8To16(const std::uint8_t* line) {
+        for (std::size_t i = 0; i < line_.size() / 2; ++i) {
+            Store16(&line_[2 * i], line[i] * 257u);
+        }
+    }
+
+    void ColourToGrey(const std::uint8_t* line) {
+        for (std::size_t x = 0; x < width_; ++x) {
+            const std::size_t in = x * inSamples_;
+            const std::size_t out = x * outSamples_;
+            const std::uint32_t sum =
+                299 * Load(line, in, wide_) + 587 * Load(line, in + 1, wide_) + 114 * Load(line, in + 2, wide_);
+            Store(line_.data(), out, wide_, (sum + 500) / 1000);
+            if (outSamples_ == 2) {
+                Store(line_.data(), out + 1, wide_, Load(line, in + 3, wide_));
+            }
+        }
+    }
+
+    void GreyToColour(const std::uint8_t* line) {
+        for (std::size_t x = 0; x < width_; ++x) {
+            const std::size_t in = x * inSamples_;
+            const std::size_t out = x * outSamples_;
+            const std::uint32_t grey = Load(line, in, wide_);
+            for (std::size_t s = 0; s < 3; ++s) {
+                Store(line_.data(), out + s, wide_, grey);
+            }
+            if (outSamples_ == 4) {
+                Store(line_.data(), out + 3, wide_, Load(line, in + 1, wide_));
+            }
+        }
+    }
+
+    void Negative(const std::uint8_t* line) {
+        for (std::size_t i = 0; i < line_.size(); ++i) {
+            line_[i] = static_cast<std::uint8_t>(~line[i]);  // also right for both bytes of a 16-bit sample
+        }
+        if (in_.HasAlpha()) {
+            const std::size_t alpha = inSamples_ - 1;
+            for (std::size_t i = alpha; i < width_ * inSamples_; i += inSamples_) {
+                Store(line_.data(), i, wide_, Load(line, i, wide_));
+            }
+        }
+        if (in_.bitsPerSample == 1 && width_ % 8 != 0) {
+            line_.back() = static_cast<std::uint8_t>(line_.back() & (0xFF00 >> width_ % 8));
+        }
+    }
+
+    void Flatten(const std::uint8_t* line) {
+        for (std::size_t x = 0; x < width_; ++x) {
+            const std::uint32_t alpha = line[2 * x + 1];
+            const std::uint32_t sum = line[2 * x] * alpha + 255 * (255 - alpha);
+            line_[x] = static_cast<std::uint8_t>((sum + 127) / 255);
+        }
+    }
+
+    void Threshold(const std::uint8_t* line) {
+        std::memset(line_.data(), 0, line_.size());
+        for (std::size_t x = 0; x < width_; ++x) {
+            if (line[x] < blackBelow_) {
+                line_[x / 8] = static_cast<std::uint8_t>(line_[x / 8] | 0x80 >> x % 8);
+            }
+        }
+    }
+
+    const StepKind kind_;
+    const ImageInfo in_;
+    const std::size_t width_;
+    const std::size_t inSamples_;
+    const std::size_t outSamples_;
+    const bool wide_;
+    const double blackBelow_;
+    std::vector<std::uint8_t> line_;
+    LineSink& next_;
+};
+
+}  // namespace
+
+std::unique_ptr<LineSink> MakePixelStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
+    return std::make_unique<PixelSink>(plan, step, next);
+}
+
+}  // namespace platen_tool

@@ -1,9 +1,0 @@
-#include "programs/ScanCommand.h"
-
-namespace platen_tool {
-
-ExitCode RunScan(const ScanSettings& /*settings*/, RunFiles& /*files*/) {
-    throw Error(ExitCode::kUnsupported, "scan: this program was built without SANE");
-}
-
-}  // namespace platen_tool
