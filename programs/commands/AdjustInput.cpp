@@ -259,6 +259,7 @@ WriteOptions MakeWriteOptions(const Settings& settings, Container input) {
     options.jpegQuality = settings.quality;
     options.strictStream = settings.read.strictStream;
     options.force = settings.force;
+    options.workers = CompressionWorkers(settings);
     return options;
 }
 

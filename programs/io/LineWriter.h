@@ -10,11 +10,21 @@
 
 namespace platen_tool {
 
+// How much time a PNG's compression may take.
+enum class PngEffort {
+    kFast,     // filtered rows, runs only
+    kDefault,  // a sample of each block of rows decides
+    kBest,     // each block is compressed in every mode, the smallest result is kept
+};
+
 struct WriteOptions {
     std::optional<Container> container;  // where absent: from the path's ending, for "-" the input's container
     Container inputContainer = Container::kPnm;
-    int tiffCompression = 0;  // 0: the container's usual one for the layout; else a TIFF compression tag
+    int tiffCompression = 0;   // 0: the container's usual one for the layout; else a TIFF compression tag
+    int compressionLevel = 0;  // of a TIFF's Deflate (1..12) or Zstd (1..19); 0: the usual one
     int jpegQuality = 92;
+    PngEffort pngEffort = PngEffort::kDefault;
+    unsigned workers = 1;  // threads that compress; the bytes don't depend on it
     bool strictStream = false;
     bool force = false;  // overwrite an existing file
     bool sync = true;    // Commit returns only when the disk has everything

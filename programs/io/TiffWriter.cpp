@@ -10,6 +10,7 @@
 #include "programs/io/Spool.h"
 #include "programs/io/TiffDirectory.h"
 #include "programs/io/TiffHandle.h"
+#include "programs/io/TiffStrips.h"
 #include "programs/io/Writers.h"
 
 namespace platen_tool {
@@ -49,7 +50,11 @@ bool TakesPredictor(int compression) {
 class TiffWriter : public LineWriter {
   public:
     TiffWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options)
-        : file_(std::move(file)), wanted_(options.tiffCompression), quality_(options.jpegQuality) {
+        : file_(std::move(file)),
+          wanted_(options.tiffCompression),
+          quality_(options.jpegQuality),
+          level_(options.compressionLevel),
+          workers_(options.workers) {
         if (!file_->Seekable()) {
             if (options.strictStream) {
                 throw Error(ExitCode::kUnsupported,
@@ -79,10 +84,20 @@ class TiffWriter : public LineWriter {
         SetMetadata();
         handle_->Check(true, "the TIFF can't be written");
         line_.resize(info.LineBytes());
+        if (TiffStrips::Takes(compression_)) {
+            strips_.emplace(
+                info, compression_, level_, RowsPerStrip(), workers_,
+                [this](std::uint32_t strip, std::vector<std::uint8_t>& bytes) { WriteStrip(strip, bytes); });
+        }
     }
 
     void WriteLine(const std::uint8_t* line) override {
         lines_.CheckRoom();
+        if (strips_) {
+            strips_->WriteLine(line);
+            lines_.Add();
+            return;
+        }
         // The codec works on the line in place, for the predictor and the byte order.
         std::copy(line, line + line_.size(), line_.begin());
         handle_->Expect();
@@ -94,6 +109,11 @@ class TiffWriter : public LineWriter {
     void EndPage() override {
         lines_.CheckEnd();
         handle_->Expect();
+        if (strips_) {
+            strips_->End();
+            strips_.reset();
+            TIFFSetField(handle_->Get(), TIFFTAG_IMAGELENGTH, lines_.Done());
+        }
         const int result = TIFFWriteDirectory(handle_->Get());
         handle_->Check(result == 1, "the TIFF can't be written");
         StoreExactResolution();
@@ -152,10 +172,21 @@ class TiffWriter : public LineWriter {
             const std::uint16_t kind = EXTRASAMPLE_UNASSALPHA;
             TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
         }
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, RowsPerStrip());
+    }
+
+    std::uint32_t RowsPerStrip() const {
         const std::size_t rows = std::max<std::size_t>(1, kStripBytes / info_.LineBytes());
         const std::size_t whole = (rows + 15) / 16 * 16;  // JPEG encodes up to 16 rows together
         const std::size_t most = info_.height == 0 ? whole : info_.height;
-        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<std::uint32_t>(std::min(whole, most)));
+        return static_cast<std::uint32_t>(std::min(whole, most));
+    }
+
+    void WriteStrip(std::uint32_t strip, std::vector<std::uint8_t>& bytes) {
+        handle_->Expect();
+        const auto count = static_cast<tmsize_t>(bytes.size());
+        const bool written = TIFFWriteRawStrip(handle_->Get(), strip, bytes.data(), count) == count;
+        handle_->Check(written, "the TIFF can't be written");
     }
 
     void SetCompression() {
@@ -244,6 +275,9 @@ class TiffWriter : public LineWriter {
     ImageInfo info_;
     std::string notice_;
     std::vector<std::uint8_t> line_;
+    int level_;
+    unsigned workers_;
+    std::optional<TiffStrips> strips_;
     LineCount lines_;
     std::uint64_t lastDirectory_ = 0;
 };

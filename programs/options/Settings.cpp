@@ -152,7 +152,7 @@ bool TakeFileOption(Settings& s, const std::string& name, const std::string& val
     } else if (name == "jobs") {
         s.jobs = static_cast<int>(ParseWhole("--jobs", value, 1, 256));
     } else if (name == "threads") {
-        s.threads = Choose<int>(name, value, {{"1", 1}, {"3", 3}});
+        s.threads = static_cast<int>(ParseWhole("--threads", value, 1, 64));
     } else if (name == "keep-going") {
         s.keepGoing = true;
     } else if (name == "force") {

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <exception>
 #include <mutex>
-#include <thread>
 #include <vector>
 
 namespace platen_tool {
@@ -73,9 +72,5 @@ class LineRing {
     std::size_t linesTaken_ = 0;
     std::size_t linesThere_ = 0;
 };
-
-// Starts a thread that leaves interrupts to the thread that calls. Where the system grants none the result isn't
-// joinable.
-std::thread StartQuietThread(void (*work)(void* object), void* object);
 
 }  // namespace platen_tool

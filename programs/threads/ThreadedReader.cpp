@@ -4,6 +4,8 @@
 #include <exception>
 #include <utility>
 
+#include "programs/io/QuietThread.h"
+
 namespace platen_tool {
 
 ThreadedReader::ThreadedReader(std::unique_ptr<LineReader> inner, std::uint64_t smallest)

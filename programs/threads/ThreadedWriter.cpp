@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "programs/io/QuietThread.h"
+
 namespace platen_tool {
 
 ThreadedWriter::ThreadedWriter(std::unique_ptr<LineWriter> inner, std::uint64_t smallest)

@@ -16,13 +16,17 @@ namespace {
 // A page that fits into a ring has been read, or waits to be written, almost as soon as its thread runs.
 constexpr std::uint64_t kSmallestPage = LineRing::kBatches * LineRing::kBatchBytes;
 
+// Inputs that are worked on at the same time; a scan has none.
+std::size_t Jobs(const Settings& settings) {
+    return std::max<std::size_t>(1, std::min(static_cast<std::size_t>(settings.jobs), settings.inputs.size()));
+}
+
 // Two of three threads have most of the work: a job should find two processors.
 bool WantsThreads(const Settings& settings) {
     if (settings.threads != 0) {
         return settings.threads > 1;
     }
-    const auto jobs = std::min(static_cast<std::size_t>(settings.jobs), settings.inputs.size());
-    return std::thread::hardware_concurrency() >= 2 * jobs;
+    return std::thread::hardware_concurrency() >= 2 * Jobs(settings);
 }
 
 std::uint64_t SmallestPage(const Settings& settings) {
@@ -37,7 +41,17 @@ bool ReadsFromDisk(const LineReader& reader, const std::string& input) {
     return reader.FileContainer() == Container::kTiff || (result == 0 && S_ISREG(status.st_mode));
 }
 
+constexpr std::size_t kMostWorkers = 64;
+
 }  // namespace
+
+unsigned CompressionWorkers(const Settings& settings) {
+    if (settings.threads != 0) {
+        return static_cast<unsigned>(settings.threads);
+    }
+    return static_cast<unsigned>(
+        std::clamp<std::size_t>(std::thread::hardware_concurrency() / Jobs(settings), 1, kMostWorkers));
+}
 
 std::unique_ptr<LineReader> WithThread(std::unique_ptr<LineReader> reader, const std::string& input,
                                        const Settings& settings) {

@@ -16,4 +16,8 @@ std::unique_ptr<LineReader> WithThread(std::unique_ptr<LineReader> reader, const
                                        const Settings& settings);
 std::unique_ptr<LineWriter> WithThread(std::unique_ptr<LineWriter> writer, const Settings& settings);
 
+// Threads that compress a page of this run, as PNG and TIFF writers want to know: what --threads says, else the
+// processors that the run may use, shared by its jobs.
+unsigned CompressionWorkers(const Settings& settings);
+
 }  // namespace platen_tool

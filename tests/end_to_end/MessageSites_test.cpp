@@ -27,6 +27,8 @@ const std::map<std::string, std::string> kUnseen = {
     {"tiles of no sensible size", "guards memory, should libtiff let such tiles pass"},
     {"the JPEG can't be written: ", "libjpeg's own words; a failing write has others"},
     {"the PNG can't be written: ", "libpng's own words; a failing write has others"},
+    {"the PNG can't be written: its rows can't be compressed", "guards the stream, should zlib stop early"},
+    {"the TIFF can't be written: a strip can't be compressed", "guards the file, should a codec refuse a strip"},
     {"the TIFF can't be opened: ", "libtiff's own words, without memory"},
 };
 

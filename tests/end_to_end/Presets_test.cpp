@@ -332,7 +332,6 @@ TEST(Completions, BashOffersOptionsValuesAndSubCommands) {
     EXPECT_EQ(Offered("platen --sharp", 1), "--sharpness=\n");
     EXPECT_EQ(Offered("platen --mode = g", 3), "gray\n");
     EXPECT_EQ(Offered("platen --mode =", 2), "lineart gray color\n");
-    EXPECT_EQ(Offered("platen --threads =", 2), "1 3\n");
     EXPECT_EQ(Offered("platen pres", 1), "presets\n");
     EXPECT_EQ(Offered("platen presets c", 2), "check\n");
     EXPECT_EQ(Offered("platen curve --tab", 2), "--table=\n");

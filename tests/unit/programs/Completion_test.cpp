@@ -27,7 +27,6 @@ TEST(Completion, EveryOptionIsInEveryShellsScript) {
 }
 
 TEST(Completion, ValuesOutOfAListAreOffered) {
-    EXPECT_TRUE(Has(CompletionText("bash"), "--threads) mapfile -t COMPREPLY < <(compgen -W '1 3'"));
     EXPECT_TRUE(Has(CompletionText("bash"), "--mode) mapfile -t COMPREPLY < <(compgen -W 'lineart gray color'"));
     EXPECT_TRUE(Has(CompletionText("zsh"), "(lineart gray color)"));
     EXPECT_TRUE(Has(CompletionText("fish"), "-x -a 'lineart gray color'"));

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Expect.h"
+#include "programs/io/QuietThread.h"
 #include "programs/threads/LineRing.h"
 #include "programs/threads/ThreadedReader.h"
 #include "programs/threads/ThreadedWriter.h"

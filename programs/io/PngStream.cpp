@@ -1,0 +1,312 @@
+#include "programs/io/PngStream.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+#include "programs/base/Error.h"
+#include "programs/io/PngFilter.h"
+#include "programs/io/RunDeflate.h"
+
+namespace platen_tool {
+
+namespace {
+
+constexpr std::size_t kBlockBytes = 256 << 10;
+constexpr std::size_t kWindowBytes = 32 << 10;  // how far deflate's matches reach back
+constexpr std::size_t kSampleBytes = 16 << 10;
+
+// Filtered rows whose runs compress to more than this share are noise, in which matches find nothing; unless of the
+// unfiltered bytes more than the other share repeat earlier ones.
+constexpr double kNoise = 0.6;
+constexpr double kRepeats = 0.3;
+// Matches take ten times as long as runs: they have to be smaller by this much.
+constexpr double kMatchGain = 0.97;
+
+struct Mode {
+    bool filters;
+    bool matches;  // else runs of one byte only
+    int level;     // zlib's, for matches
+};
+constexpr Mode kFilteredRuns = {true, false, 0};
+constexpr Mode kPlainRuns = {false, false, 0};
+constexpr Mode kFilteredMatches = {true, true, 4};
+constexpr Mode kPlainMatches = {false, true, 5};
+constexpr int kBestLevel = 9;
+
+// A raw deflate stream of zlib's, which the destructor frees.
+class Deflate {
+  public:
+    explicit Deflate(const Mode& mode) {
+        const int strategy = mode.filters ? Z_FILTERED : Z_DEFAULT_STRATEGY;
+        if (deflateInit2(&stream_, mode.level, Z_DEFLATED, -MAX_WBITS, MAX_MEM_LEVEL, strategy) != Z_OK) {
+            throw Error(ExitCode::kFailed, "out of memory");
+        }
+    }
+    ~Deflate() {
+        deflateEnd(&stream_);
+    }
+    Deflate(const Deflate&) = delete;
+    Deflate& operator=(const Deflate&) = delete;
+
+    // `window`: the bytes before these, into which matches may reach.
+    std::vector<std::uint8_t> Compress(const std::vector<std::uint8_t>& bytes,
+                                       const std::vector<std::uint8_t>& window, bool last) {
+        if (!window.empty()) {
+            deflateSetDictionary(&stream_, window.data(), static_cast<uInt>(window.size()));
+        }
+        // A sync flush adds some bytes to what deflateBound allows for.
+        std::vector<std::uint8_t> out(deflateBound(&stream_, static_cast<uLong>(bytes.size())) + 16);
+        stream_.next_in = const_cast<std::uint8_t*>(bytes.data());
+        stream_.avail_in = static_cast<uInt>(bytes.size());
+        stream_.next_out = out.data();
+        stream_.avail_out = static_cast<uInt>(out.size());
+        const int result = deflate(&stream_, last ? Z_FINISH : Z_SYNC_FLUSH);
+        if (stream_.avail_in != 0 || stream_.avail_out == 0 || result != (last ? Z_STREAM_END : Z_OK)) {
+            throw Error(ExitCode::kFailed, "the PNG can't be written: its rows can't be compressed");
+        }
+        out.resize(out.size() - stream_.avail_out);
+        return out;
+    }
+
+  private:
+    z_stream stream_ = {};
+};
+
+std::vector<std::uint8_t> Compressed(const Mode& mode, const std::vector<std::uint8_t>& bytes,
+                                     const std::vector<std::uint8_t>& window, bool last) {
+    return mode.matches ? Deflate(mode).Compress(bytes, window, last)
+                        : DeflateRuns(bytes.data(), bytes.size(), last);
+}
+
+// About which share of the places in `bytes` has the same four bytes as an earlier place.
+double RepeatedShare(const std::vector<std::uint8_t>& bytes) {
+    constexpr int kHashBits = 13;
+    std::vector<std::uint32_t> last(std::size_t{1} << kHashBits);
+    std::size_t repeated = 0;
+    for (std::size_t i = 0; i + 4 <= bytes.size(); ++i) {
+        const std::uint32_t four = bytes[i] | static_cast<std::uint32_t>(bytes[i + 1]) << 8 |
+                                   static_cast<std::uint32_t>(bytes[i + 2]) << 16 |
+                                   static_cast<std::uint32_t>(bytes[i + 3]) << 24;
+        std::uint32_t& seen = last[four * 2654435761u >> (32 - kHashBits)];
+        repeated += seen == four ? 1 : 0;
+        seen = four;
+    }
+    return static_cast<double>(repeated) / static_cast<double>(bytes.size());
+}
+
+}  // namespace
+
+// The last bytes before a block, which the block before it hands on as soon as its mode is settled.
+class PngStream::Window {
+  public:
+    void Set(std::vector<std::uint8_t> bytes) {
+        {
+            const std::lock_guard lock(mutex_);
+            bytes_ = std::move(bytes);
+            set_ = true;
+        }
+        ready_.notify_all();
+    }
+    const std::vector<std::uint8_t>& Wait() {
+        std::unique_lock lock(mutex_);
+        ready_.wait(lock, [this] { return set_; });
+        return bytes_;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable ready_;
+    bool set_ = false;
+    std::vector<std::uint8_t> bytes_;
+};
+
+// What all blocks of a stream share. The checksum and the sink are touched by Finish only, on one thread.
+struct PngStream::Shared {
+    std::size_t rowBytes;
+    std::size_t pixelBytes;
+    bool filters;
+    PngEffort effort;
+    Sink sink;
+    uLong checksum = adler32(0, nullptr, 0);
+};
+
+class PngStream::Block : public Piece {
+  public:
+    // `rows`: the row above, then `count` rows. `before` is null for the first block.
+    Block(Shared& shared, std::vector<std::uint8_t> rows, std::size_t count, bool last,
+          std::shared_ptr<Window> before, std::shared_ptr<Window> after)
+        : shared_(shared),
+          rows_(std::move(rows)),
+          count_(count),
+          first_(before == nullptr),
+          last_(last),
+          before_(std::move(before)),
+          after_(std::move(after)) {}
+
+    void Run() override {
+        try {
+            Encode();
+        } catch (...) {
+            after_->Set({});  // the block after this one may wait for it
+            throw;
+        }
+    }
+
+    void Finish() override {
+        if (first_) {
+            const std::uint8_t header[] = {0x78, 0x5E};  // deflate, window of 32 kB
+            shared_.sink(header, sizeof header);
+        }
+        shared_.sink(out_.data(), out_.size());
+        shared_.checksum = adler32_combine(shared_.checksum, checksum_, static_cast<z_off_t>(encodedBytes_));
+        if (last_) {
+            std::uint8_t trailer[4];
+            for (int i = 0; i < 4; ++i) {
+                trailer[i] = static_cast<std::uint8_t>(shared_.checksum >> (24 - 8 * i));
+            }
+            shared_.sink(trailer, sizeof trailer);
+        }
+    }
+
+  private:
+    const std::uint8_t* Row(std::size_t y) const {
+        return rows_.data() + (y + 1) * shared_.rowBytes;
+    }
+
+    // `count` rows from `first` on, each behind the number of its filter.
+    std::vector<std::uint8_t> Rows(std::size_t first, std::size_t count, bool filters) const {
+        const std::size_t bytes = FilteredBytes(shared_.rowBytes);
+        std::vector<std::uint8_t> rows(bytes * count);
+        std::vector<std::uint8_t> scratch(filters ? bytes : 0);
+        for (std::size_t y = 0; y < count; ++y) {
+            std::uint8_t* out = rows.data() + y * bytes;
+            const std::uint8_t* row = Row(first + y);
+            if (filters) {
+                FilterRow(row, row - shared_.rowBytes, shared_.rowBytes, shared_.pixelBytes, out, scratch.data());
+            } else {
+                std::memcpy(out + 1, row, shared_.rowBytes);
+            }
+        }
+        return rows;
+    }
+
+    std::size_t SampleSize(std::size_t first, std::size_t count, const Mode& mode) const {
+        const auto rows = Rows(first, count, mode.filters);
+        return Compressed(mode, rows, {}, true).size();
+    }
+
+    Mode ChooseBySample() const {
+        const std::size_t bytes = FilteredBytes(shared_.rowBytes);
+        const std::size_t count =
+            std::clamp<std::size_t>(kSampleBytes / bytes, std::min<std::size_t>(4, count_), count_);
+        const std::size_t first = (count_ - count) / 2;
+        Mode best = shared_.filters ? kFilteredRuns : kPlainRuns;
+        const std::size_t runs = SampleSize(first, count, best);
+        if (static_cast<double>(runs) > kNoise * static_cast<double>(bytes * count) &&
+            RepeatedShare(Rows(first, count, false)) < kRepeats) {
+            return best;
+        }
+        double smallest = kMatchGain * static_cast<double>(runs);
+        for (const Mode& mode : {kPlainMatches, kFilteredMatches}) {
+            if (!mode.filters || shared_.filters) {
+                const auto size = static_cast<double>(SampleSize(first, count, mode));
+                if (size < smallest) {
+                    smallest = size;
+                    best = mode;
+                }
+            }
+        }
+        return best;
+    }
+
+    Mode ChooseByAll() const {
+        Mode best = {};
+        std::size_t smallest = SIZE_MAX;
+        for (Mode mode : {kFilteredRuns, kPlainMatches, kFilteredMatches}) {
+            mode.level = mode.matches ? kBestLevel : 0;
+            const std::size_t size = mode.filters && !shared_.filters ? SIZE_MAX : SampleSize(0, count_, mode);
+            if (size < smallest) {
+                smallest = size;
+                best = mode;
+            }
+        }
+        return best;
+    }
+
+    Mode Choose() const {
+        switch (shared_.effort) {
+            case PngEffort::kFast:
+                return shared_.filters ? kFilteredRuns : kPlainRuns;
+            case PngEffort::kBest:
+                return ChooseByAll();
+            default:
+                return ChooseBySample();
+        }
+    }
+
+    void Encode() {
+        const Mode mode = Choose();
+        const auto rows = Rows(0, count_, mode.filters);
+        rows_ = {};
+        const auto tail = static_cast<std::ptrdiff_t>(std::min(rows.size(), kWindowBytes));
+        after_->Set({rows.end() - tail, rows.end()});
+        checksum_ = adler32_z(adler32(0, nullptr, 0), rows.data(), rows.size());
+        encodedBytes_ = rows.size();
+        const bool reachesBack = mode.matches && !first_;
+        const std::vector<std::uint8_t> window = reachesBack ? before_->Wait() : std::vector<std::uint8_t>();
+        before_.reset();
+        out_ = Compressed(mode, rows, window, last_);
+    }
+
+    Shared& shared_;
+    std::vector<std::uint8_t> rows_;
+    const std::size_t count_;
+    const bool first_;
+    const bool last_;
+    std::shared_ptr<Window> before_;
+    std::shared_ptr<Window> after_;
+    std::vector<std::uint8_t> out_;
+    uLong checksum_ = 0;
+    std::size_t encodedBytes_ = 0;
+};
+
+PngStream::PngStream(std::size_t rowBytes, std::size_t pixelBytes, bool filters, PngEffort effort, unsigned workers,
+                     Sink sink)
+    : shared_(new Shared{rowBytes, pixelBytes, filters, effort, std::move(sink)}),
+      rowBytes_(rowBytes),
+      rowsPerBlock_(std::max<std::size_t>(1, kBlockBytes / FilteredBytes(rowBytes))),
+      rows_((rowsPerBlock_ + 1) * rowBytes),
+      workers_(workers) {}
+
+PngStream::~PngStream() = default;
+
+void PngStream::WriteRow(const std::uint8_t* row) {
+    if (rowCount_ == rowsPerBlock_) {
+        Submit(false);
+    }
+    ++rowCount_;
+    std::memcpy(rows_.data() + rowCount_ * rowBytes_, row, rowBytes_);
+}
+
+void PngStream::End() {
+    Submit(true);
+    workers_.Drain();
+}
+
+void PngStream::Submit(bool last) {
+    // The block's last row is the next block's row above.
+    std::vector<std::uint8_t> next(last ? 0 : rows_.size());
+    if (!last) {
+        std::memcpy(next.data(), rows_.data() + rowCount_ * rowBytes_, rowBytes_);
+    }
+    auto before = std::exchange(window_, std::make_shared<Window>());
+    workers_.Submit(std::make_unique<Block>(*shared_, std::exchange(rows_, std::move(next)),
+                                            std::exchange(rowCount_, 0), last, std::move(before), window_));
+}
+
+}  // namespace platen_tool
