@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "ToneWorld/Property.h"
+#include "ToneWorld/World.h"
 
 namespace {
 
@@ -38,12 +39,6 @@ bool AppendCopy(std::list<_SPropertyData>& list, std::uint32_t key, std::uint32_
 }
 
 }  // namespace
-
-struct __OpaqeToneWorld {
-    OperationList* operations;
-};
-
-static_assert(sizeof(__OpaqeToneWorld) == sizeof(void*), "the handle's block holds one pointer");
 
 namespace platen {
 

@@ -5,6 +5,10 @@ install(TARGETS ${PLATEN_LIBRARIES} EXPORT platen-targets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/platen
   FILE_SET cpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/platen)
+install(TARGETS ${PLATEN_C_LIBRARIES} EXPORT platen-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  FILE_SET c DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/platen)
 install(EXPORT platen-targets NAMESPACE platen:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/platen)
 
 include(CMakePackageConfigHelpers)
@@ -25,6 +29,7 @@ else()
   set(PLATEN_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/packaging/platen.pc.in ${PROJECT_BINARY_DIR}/platen.pc @ONLY)
+configure_file(${PROJECT_SOURCE_DIR}/packaging/platen-c.pc.in ${PROJECT_BINARY_DIR}/platen-c.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/platen-config.cmake ${PROJECT_BINARY_DIR}/platen-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/platen)
-install(FILES ${PROJECT_BINARY_DIR}/platen.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/platen.pc ${PROJECT_BINARY_DIR}/platen-c.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
