@@ -156,14 +156,14 @@ struct _SToneOperation {
 
 /* The result of MakeToneCurve. The host owns it, fills it in, and owns the buffers. */
 struct _SToneCurve {
-    int32_t reserved0;   /* neither read nor written */
-    int32_t reserved1;   /* neither read nor written */
-    int32_t depth;       /* bits per pixel the tables are for: 24 or 8; operations do less for other values */
-    uint8_t* redTable;   /* 256 entries each; they may be one and the same buffer */
+    int32_t reserved0; /* neither read nor written */
+    int32_t reserved1; /* neither read nor written */
+    int32_t depth;     /* bits per pixel the tables are for: 24 or 8; operations do less for other values */
+    uint8_t* redTable; /* 256 entries each; they may be one and the same buffer */
     uint8_t* greenTable;
     uint8_t* blueTable;
-    uint8_t copyCurve;   /* 1: the curves operation also writes its own curve to curveCopy */
-    uint8_t* curveCopy;  /* 256 entries, used only while copyCurve is 1 */
+    uint8_t copyCurve;  /* 1: the curves operation also writes its own curve to curveCopy */
+    uint8_t* curveCopy; /* 256 entries, used only while copyCurve is 1 */
 };
 
 /* Makes an empty world; *out is written only on 0. Returns 0 or 1. THROWS: platen_world_new. */

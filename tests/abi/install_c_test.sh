@@ -25,7 +25,7 @@ read -ra static_libraries < <(pkg-config --libs --static platen-c | sed 's/-l\(p
 libdir=$(pkg-config --variable=libdir platen-c)
 strict=(-std=c11 -Wall -Wextra -Wpedantic -Werror -ffp-contract=off)
 # A program that names the companion alone: that finds the library beside itself.
-alone=("-L$libdir" -lplaten-c -Wl,--as-needed "${libraries[@]}" "-Wl,-rpath,$libdir")
+alone=("-L$libdir" -lplaten-c "-Wl,--as-needed" "${libraries[@]}" "-Wl,-rpath,$libdir")
 
 for compiler in gcc clang; do
     command -v "$compiler" >/dev/null || {
