@@ -1,12 +1,12 @@
 # WebAssembly with WASI's C library (Debian: clang, lld, wasi-libc, libc++-dev-wasm32, libclang-rt-dev-wasm32). 32-bit
-# pointers and long, no threads, no exceptions, static libraries only. Programs run under Node (live/wasi/run.mjs).
+# pointers and long, 128-bit vectors, no threads, no exceptions, static libraries only. Programs run under Node (live/wasi/run.mjs).
 set(CMAKE_SYSTEM_NAME Generic)
 set(CMAKE_SYSTEM_PROCESSOR wasm32)
 set(CMAKE_C_COMPILER clang)
 set(CMAKE_C_COMPILER_TARGET wasm32-wasi)
 set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_CXX_COMPILER_TARGET wasm32-wasi)
-set(CMAKE_CXX_FLAGS_INIT "-fno-exceptions -D_WASI_EMULATED_SIGNAL -D_WASI_EMULATED_PROCESS_CLOCKS")
+set(CMAKE_CXX_FLAGS_INIT "-fno-exceptions -msimd128 -D_WASI_EMULATED_SIGNAL -D_WASI_EMULATED_PROCESS_CLOCKS")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-lwasi-emulated-signal -lwasi-emulated-process-clocks")
 set(CMAKE_CROSSCOMPILING_EMULATOR node ${CMAKE_CURRENT_LIST_DIR}/../../live/wasi/run.mjs)
 
