@@ -150,7 +150,11 @@ unsigned Statistics::Percentile(const Histogram& histogram, double percent) {
     return 255;
 }
 
-std::string Statistics::SuggestedLevels() const {
+unsigned Statistics::Percentile(std::size_t channel, double percent) const {
+    return Percentile(histograms_[channel], percent);
+}
+
+Statistics::Levels Statistics::SuggestedLevels() const {
     constexpr unsigned kSmallestSpan = 8;  // --levels takes no less
     Histogram all{};
     for (std::size_t s = 0; s < channels_; ++s) {
@@ -162,7 +166,7 @@ std::string Statistics::SuggestedLevels() const {
         white = std::min(black + kSmallestSpan, 255u);
         black = white - kSmallestSpan;
     }
-    return "--levels=" + std::to_string(black) + "," + std::to_string(white);
+    return {static_cast<int>(black), static_cast<int>(white)};
 }
 
 std::string Statistics::Text(double seconds) const {
@@ -179,9 +183,11 @@ std::string Statistics::Text(double seconds) const {
         text += line + "\n";
     }
     const double rate = seconds > 0.0 ? static_cast<double>(bytes_) / 1e6 / seconds : 0.0;
-    return text + "suggested    " + SuggestedLevels() + "\n" + "pages        " + std::to_string(pages_) +
-           "\nlines        " + std::to_string(lines_) + "\nspeed        " + FixedText(rate) +
-           " MB/s\npeak memory  " + FixedText(static_cast<double>(PeakMemory()) / 1e6) + " MB\n";
+    const auto [black, white] = SuggestedLevels();
+    return text + "suggested    --levels=" + std::to_string(black) + "," + std::to_string(white) + "\n" +
+           "pages        " + std::to_string(pages_) + "\nlines        " + std::to_string(lines_) +
+           "\nspeed        " + FixedText(rate) + " MB/s\npeak memory  " +
+           FixedText(static_cast<double>(PeakMemory()) / 1e6) + " MB\n";
 }
 
 Progress::Progress(bool on, std::string name) : on_(on), name_(std::move(name)) {}

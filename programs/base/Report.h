@@ -36,11 +36,21 @@ class Statistics {
         return lines_;
     }
 
+    // The level below or at which `percent` of a channel's samples lie.
+    unsigned Percentile(std::size_t channel, double percent) const;
+
+    // The levels that --levels would take to spread the samples of all channels: those that 0.5 and 99.5 percent
+    // lie below, at least 8 apart.
+    struct Levels {
+        int black;
+        int white;
+    };
+    Levels SuggestedLevels() const;
+
   private:
     using Histogram = std::array<std::uint64_t, 256>;
 
     static unsigned Percentile(const Histogram& histogram, double percent);
-    std::string SuggestedLevels() const;
 
     std::array<Histogram, 3> histograms_{};
     std::size_t channels_ = 0;

@@ -86,9 +86,11 @@ std::vector<std::string> PresetFolders() {
     return folders;
 }
 
-std::vector<FoundPreset> FindAllPresets() {
+std::vector<FoundPreset> FindAllPresets(const std::vector<std::string>& more) {
     std::map<std::string, std::string> found;
-    for (const std::string& folder : PresetFolders()) {
+    std::vector<std::string> folders = PresetFolders();
+    folders.insert(folders.end(), more.begin(), more.end());
+    for (const std::string& folder : folders) {
         for (const std::string& file : NamesIn(folder)) {
             if (file.size() > kEnding.size() && file.ends_with(kEnding)) {
                 found.emplace(file.substr(0, file.size() - kEnding.size()), folder + "/" + file);

@@ -23,7 +23,8 @@ struct FoundPreset {
 // search for. An unknown name is an Error (kUsage) that lists the names there are.
 std::string FindPreset(const std::string& text);
 
-// All that can be found by name, sorted by it; of several of one name, the one that FindPreset takes.
-std::vector<FoundPreset> FindAllPresets();
+// All that can be found by name, sorted by it; of several of one name, the one that FindPreset takes. `more` are
+// folders that are searched after those.
+std::vector<FoundPreset> FindAllPresets(const std::vector<std::string>& more = {});
 
 }  // namespace platen_tool

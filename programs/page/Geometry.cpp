@@ -83,6 +83,12 @@ Ratio ScaleRatio(const Ratio& ratio, std::uint64_t multiplier, std::uint64_t div
     return {static_cast<std::uint64_t>(std::min(value * static_cast<double>(kDenominator), 1e18)), kDenominator};
 }
 
+Ratio DpiRatio(double dpi) {
+    constexpr double kThousand = 1000.0;
+    const double thousandths = std::round(dpi * kThousand);
+    return ScaleRatio({static_cast<std::uint64_t>(std::max(thousandths, 1.0)), 1000}, 1, 1);
+}
+
 void CheckLimits(const PageSize& size, const Limits& limits) {
     const std::uint64_t pixels = std::uint64_t{std::max(size.width, 1u)} * std::max(size.height, 1u);
     if (size.width > limits.maxSide || size.height > limits.maxSide || pixels > limits.maxPixels) {

@@ -29,6 +29,10 @@ void CheckLimits(const PageSize& size, const Limits& limits);
 // ratio x multiplier / divisor in lowest terms. Where that exceeds 64 bits (no real file's does) it is rounded.
 Ratio ScaleRatio(const Ratio& ratio, std::uint64_t multiplier, std::uint64_t divisor);
 
+// A scanner's resolution, which it keeps as a whole number or in units of 1/65536: the decimal number of at most
+// three places that it stands for.
+Ratio DpiRatio(double dpi);
+
 // "2480 x 3508", "2480 x ?".
 std::string SizeText(std::uint32_t width, std::uint32_t height);
 

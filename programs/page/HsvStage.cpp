@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 
@@ -8,6 +12,11 @@
 namespace platen_tool {
 
 namespace {
+
+// The filter's lightness table is one for the whole process, while two scanners can send at once: whoever works on
+// a line has the table and puts its own there first.
+std::mutex tableLock;
+const void* tableOwner = nullptr;
 
 class HsvSink : public LineSink {
   public:
@@ -24,12 +33,17 @@ class HsvSink : public LineSink {
         if (alpha_) {
             colours_.resize(width_ * 3);
         }
+        const std::lock_guard lock(tableLock);
         if (SetupHsv(&param, &handle_) != 0) {
             throw std::bad_alloc();  // the settings are within their ranges
         }
+        std::copy(std::begin(gStorage), std::end(gStorage), table_.begin());
+        tableOwner = this;
     }
 
     ~HsvSink() override {
+        const std::lock_guard lock(tableLock);
+        tableOwner = tableOwner == this ? nullptr : tableOwner;
         Disposehsv(handle_);
     }
     HsvSink(const HsvSink&) = delete;
@@ -48,6 +62,11 @@ class HsvSink : public LineSink {
 
   private:
     void Apply(std::uint8_t* line) {
+        const std::lock_guard lock(tableLock);
+        if (tableOwner != this) {
+            std::copy(table_.begin(), table_.end(), std::begin(gStorage));
+            tableOwner = this;
+        }
         if (ApplyOneLineHsv(handle_, line) != 0) {
             throw std::logic_error("the HSV filter refused a line");
         }
@@ -56,6 +75,7 @@ class HsvSink : public LineSink {
     const std::size_t width_;
     const bool alpha_;
     std::vector<std::uint8_t> colours_;
+    std::array<std::uint32_t, 256> table_{};
     void* handle_ = nullptr;
     LineSink& next_;
 };

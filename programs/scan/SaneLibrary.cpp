@@ -12,9 +12,6 @@ namespace {
 
 constexpr const char* kFile = "libsane.so.1";
 
-SaneLibrary library{};
-bool loaded = false;
-
 template <typename Function>
 void Find(void* file, const char* name, Function& function) {
     void* symbol = dlsym(file, name);
@@ -24,7 +21,8 @@ void Find(void* file, const char* name, Function& function) {
     function = reinterpret_cast<Function>(symbol);
 }
 
-void Load() {
+SaneLibrary Load() {
+    SaneLibrary library{};
     void* file = dlopen(kFile, RTLD_NOW | RTLD_LOCAL);
     if (file == nullptr) {
         throw Error(ExitCode::kUnsupported, std::string("SANE's library can't be loaded: ") + dlerror());
@@ -40,16 +38,16 @@ void Load() {
     Find(file, "sane_start", library.start);
     Find(file, "sane_read", library.read);
     Find(file, "sane_cancel", library.cancel);
+    Find(file, "sane_set_io_mode", library.setIoMode);
+    Find(file, "sane_get_select_fd", library.getSelectFd);
     Find(file, "sane_strstatus", library.statusText);
-    loaded = true;
+    return library;
 }
 
 }  // namespace
 
 const SaneLibrary& Sane() {
-    if (!loaded) {
-        Load();
-    }
+    static const SaneLibrary library = Load();
     return library;
 }
 

@@ -18,10 +18,13 @@ struct SaneLibrary {
     decltype(&sane_start) start;
     decltype(&sane_read) read;
     decltype(&sane_cancel) cancel;
+    decltype(&sane_set_io_mode) setIoMode;
+    decltype(&sane_get_select_fd) getSelectFd;
     decltype(&sane_strstatus) statusText;
 };
 
-// An Error (kUnsupported) where it isn't installed. Once it has been loaded, signal handlers may call this too.
+// An Error (kUnsupported) where it isn't installed. Any thread may call it; once the library has been loaded,
+// signal handlers too.
 const SaneLibrary& Sane();
 
 }  // namespace platen_tool

@@ -53,12 +53,6 @@ std::optional<std::string> MatchMode(const SANE_Option_Descriptor& option, Pixel
     return std::nullopt;
 }
 
-Ratio DpiRatio(double dpi) {
-    // Fixed-point values of 1/65536 that stand for a decimal number with few digits become that.
-    const double thousandths = std::round(dpi * 1000.0);
-    return ScaleRatio({static_cast<std::uint64_t>(std::max(thousandths, 1.0)), 1000}, 1, 1);
-}
-
 }  // namespace
 
 void FailDevice(const std::string& what, SANE_Status status) {

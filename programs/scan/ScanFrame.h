@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "programs/scan/DeviceLine.h"
 #include "programs/scan/ScanDevice.h"
 
 namespace platen_tool {
@@ -16,20 +17,13 @@ class ScanFrame {
     // Reads the first bytes. False where the device says only now that its feeder is empty.
     bool Begin();
 
-    SANE_Frame Format() const {
-        return parameters_.format;
-    }
     // What PageInfo makes of it.
     const ImageInfo& Info() const {
         return info_;
     }
-    int Depth() const {
-        return parameters_.depth;
+    const SANE_Parameters& Parameters() const {
+        return parameters_;
     }
-    std::size_t LineBytes() const {
-        return line_.size();
-    }
-
     // The next line, null after the last one. Where the device stops within a line, or short of the height that it
     // announced, that is an Error (kDevice).
     const std::uint8_t* ReadLine();
@@ -51,8 +45,5 @@ class ScanFrame {
     std::uint32_t lines_ = 0;
     bool ended_ = false;
 };
-
-// What a page of these parameters looks like to the program. Heights that aren't known are 0.
-ImageInfo PageInfo(const SANE_Parameters& parameters);
 
 }  // namespace platen_tool

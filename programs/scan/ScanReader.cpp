@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "programs/base/Error.h"
 #include "programs/io/Samples.h"
-#include "programs/io/Spool.h"
+#include "programs/scan/DeviceLine.h"
 #include "programs/scan/SaneLibrary.h"
 #include "programs/scan/ScanFrame.h"
 #include "programs/scan/ScanInterrupt.h"
@@ -14,18 +13,6 @@
 namespace platen_tool {
 
 namespace {
-
-// One bit a sample as a byte, 1 being full light: colour's way round. The packed bytes lie `apart` from each
-// other, the samples written three.
-void ExpandBits(const std::uint8_t* packed, std::size_t width, std::size_t apart, std::uint8_t* out) {
-    for (std::size_t x = 0; x < width; ++x) {
-        out[3 * x] = (packed[x / 8 * apart] >> (7 - x % 8) & 1) != 0 ? 255 : 0;
-    }
-}
-
-std::size_t ChannelOf(SANE_Frame format) {
-    return format == SANE_FRAME_RED ? 0 : format == SANE_FRAME_GREEN ? 1 : 2;
-}
 
 // The three planes of a page that comes in three passes.
 class ThreePasses {
@@ -51,59 +38,41 @@ class ThreePasses {
     }
 
     void ReadLine(std::uint32_t y, std::uint8_t* line) {
-        std::uint64_t offset = std::uint64_t{y} * lineBytes_;
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            planes_[channel].ReadAt(offset, plane_.data(), lineBytes_);
-            if (depth_ == 1) {
-                ExpandBits(plane_.data(), width_, 1, line + channel);
-                continue;
-            }
-            const auto bytes = static_cast<std::size_t>(depth_) / 8;
-            for (std::size_t x = 0; x < width_; ++x) {
-                std::memcpy(line + (3 * x + channel) * bytes, &plane_[x * bytes], bytes);
-            }
-        }
+        planes_.ReadLine(form_, y, line);
     }
 
   private:
     void TakePlane(ScanFrame& frame, int pass, const Limits& limits) {
-        if (frame.Format() == SANE_FRAME_GRAY || frame.Format() == SANE_FRAME_RGB) {
+        const SANE_Parameters& form = frame.Parameters();
+        if (!IsOnePass(form)) {
             throw Error(ExitCode::kDevice, "the device sends a whole page where one of three passes was due");
         }
-        const std::size_t channel = ChannelOf(frame.Format());
+        const std::size_t channel = ChannelOf(form.format);
         if (taken_[channel]) {
             throw Error(ExitCode::kDevice, "the device sends the same colour twice");
         }
         taken_[channel] = true;
         if (pass == 0) {
-            width_ = frame.Info().width;
-            depth_ = frame.Depth();
-            lineBytes_ = frame.LineBytes();
-            plane_.resize(lineBytes_);
+            form_ = form;
         }
         std::uint32_t lines = 0;
         while (const std::uint8_t* line = frame.ReadLine()) {
             CheckSize(frame.Info().width, lines + 1, limits);  // as long as the height isn't known
-            planes_[channel].WriteAt(std::uint64_t{lines} * lineBytes_, line,
-                                     std::min(lineBytes_, frame.LineBytes()));
+            planes_.Put(form, lines, line);
             ++lines;
         }
         frame.Drain();
-        const bool same =
-            frame.Info().width == width_ && frame.Depth() == depth_ && frame.LineBytes() == lineBytes_;
+        const bool same = form.pixels_per_line == form_.pixels_per_line && form.depth == form_.depth;
         if (!same || (pass > 0 && lines != height_) || lines == 0) {
             throw Error(ExitCode::kDevice, "the device's three passes differ in size");
         }
         height_ = lines;
     }
 
-    std::array<Spool, 3> planes_;
+    Planes planes_;
     std::array<bool, 3> taken_{};
-    std::size_t width_ = 0;
-    int depth_ = 8;
-    std::size_t lineBytes_ = 0;
+    SANE_Parameters form_{};  // of the first pass
     std::uint32_t height_ = 0;
-    std::vector<std::uint8_t> plane_;
 };
 
 class ScanReader : public LineReader {
@@ -149,7 +118,7 @@ class ScanReader : public LineReader {
             return false;
         }
         CheckSize(info_.width, ++lines_, options_.limits);  // as long as the height isn't known
-        Convert(raw, line);
+        TakeDeviceLine(frame_->Parameters(), raw, line);
         return true;
     }
 
@@ -190,7 +159,7 @@ class ScanReader : public LineReader {
         info_ = frame_->Info();
         info_.resolution = resolution_;
         CheckSize(info_.width, std::max(info_.height, 1u), options_.limits);
-        if (frame_->Format() != SANE_FRAME_GRAY && frame_->Format() != SANE_FRAME_RGB) {
+        if (IsOnePass(frame_->Parameters())) {
             if (options_.strictStream) {
                 throw Error(ExitCode::kUnsupported,
                             "the device makes three passes over a page; --strict-stream forbids spooling");
@@ -203,19 +172,6 @@ class ScanReader : public LineReader {
     void CheckLines() const {
         if (lines_ == 0) {
             throw Error(ExitCode::kDevice, "the device sent a page without lines");
-        }
-    }
-
-    void Convert(const std::uint8_t* raw, std::uint8_t* line) const {
-        if (frame_->Depth() == 1 && frame_->Format() == SANE_FRAME_RGB) {
-            for (std::size_t channel = 0; channel < 3; ++channel) {
-                ExpandBits(raw + channel, info_.width, 3, line + channel);
-            }
-            return;
-        }
-        std::memcpy(line, raw, info_.LineBytes());
-        if (info_.bitsPerSample == 1) {
-            ClearPadding(line, info_.width);
         }
     }
 

@@ -193,6 +193,14 @@ SANE_Status sane_read(SANE_Handle /*handle*/, SANE_Byte* bytes, SANE_Int room, S
 
 void sane_cancel(SANE_Handle /*handle*/) {}
 
+SANE_Status sane_set_io_mode(SANE_Handle /*handle*/, SANE_Bool nonBlocking) {
+    return nonBlocking == SANE_FALSE ? SANE_STATUS_GOOD : SANE_STATUS_UNSUPPORTED;
+}
+
+SANE_Status sane_get_select_fd(SANE_Handle /*handle*/, SANE_Int* /*descriptor*/) {
+    return SANE_STATUS_UNSUPPORTED;
+}
+
 SANE_String_Const sane_strstatus(SANE_Status status) {
     static const char* const kWords[] = {"good", "unsupported", "cancelled", "busy",  "invalid", "end",
                                          "jam",  "empty",       "cover",     "input", "memory",  "denied"};
