@@ -144,6 +144,7 @@ SANE_Status Resolutions::SetDevice(Axis& axis, SANE_Word value, SANE_Int& info) 
 SANE_Status Resolutions::Set(Axis& axis, SANE_Word asked, SANE_Int& info) {
     Refresh(axis);
     const SANE_Word wanted = std::clamp(asked, axis.range.min, axis.range.max);
+    const Axis before = axis;
     const SANE_Status status = SetDevice(axis, Suitable(axis, wanted), info);
     if (status != SANE_STATUS_GOOD) {
         return status;
@@ -151,19 +152,31 @@ SANE_Status Resolutions::Set(Axis& axis, SANE_Word asked, SANE_Int& info) {
     axis.asked = wanted;
     axis.chosen = true;
     info |= SANE_INFO_RELOAD_PARAMS | (wanted != asked ? SANE_INFO_INEXACT : 0);
-    // Devices may set the other axis along with this one.
     for (Axis& other : axes_) {
-        if (other.option == 0 || &other == &axis) {
-            continue;
-        }
-        const SANE_Word before = other.actual;
-        ReadBack(other);
-        if (other.actual != before) {
-            other.asked = other.actual == axis.actual ? axis.asked : other.actual;
-            info |= SANE_INFO_RELOAD_OPTIONS;
+        if (other.option != 0 && &other != &axis) {
+            FollowAxis(other, axis, before, info);
         }
     }
     return SANE_STATUS_GOOD;
+}
+
+// Devices may set the other axis along with this one.
+void Resolutions::FollowAxis(Axis& other, const Axis& axis, const Axis& before, SANE_Int& info) {
+    const Axis old = other;
+    ReadBack(other);
+    const bool agreed = old.actual == before.actual && old.asked == before.asked;
+    if (&axis == &axes_[0] && axis.actual != before.actual) {
+        follow_ = other.actual == axis.actual;
+    }
+    if (other.actual != old.actual) {
+        other.asked = other.actual == axis.actual ? axis.asked : other.actual;
+    } else if (&axis == &axes_[0] && follow_ && agreed && axis.actual == before.actual) {
+        other.asked = axis.asked;
+    }
+    if (other.asked != old.asked) {
+        other.chosen = axis.chosen;
+        info |= SANE_INFO_RELOAD_OPTIONS;
+    }
 }
 
 SANE_Status Resolutions::Control(SANE_Int option, SANE_Action action, void* value, SANE_Int& info) {

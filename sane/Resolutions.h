@@ -57,6 +57,7 @@ class Resolutions {
     void ReadBack(Axis& axis);
     SANE_Word Suitable(const Axis& axis, SANE_Word asked) const;
     SANE_Status Set(Axis& axis, SANE_Word asked, SANE_Int& info);
+    void FollowAxis(Axis& other, const Axis& axis, const Axis& before, SANE_Int& info);
     SANE_Status SetDevice(Axis& axis, SANE_Word value, SANE_Int& info);
     const Axis* X() const;
     const Axis* Y() const;
@@ -65,6 +66,9 @@ class Resolutions {
     Device& device_;
     const Configuration& configuration_;
     std::array<Axis, 3> axes_;  // resolution, x-resolution, y-resolution
+
+    // Whether the other axes go with "resolution"; until a setting has shown it, those that agree with it do.
+    bool follow_ = true;
 };
 
 }  // namespace platen_sane
