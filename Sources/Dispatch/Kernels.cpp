@@ -22,6 +22,14 @@ namespace {
     return true;  // what the whole library is built with, on 32-bit x86 too
 }
 
+[[maybe_unused]] bool Runs_neon() {
+    return true;  // every 64-bit ARM has it
+}
+
+[[maybe_unused]] bool Runs_simd128() {
+    return true;  // a module with vectors isn't loaded where there are none
+}
+
 #if defined(__x86_64__)
 
 [[maybe_unused]] bool Runs_avx2() {
@@ -54,6 +62,8 @@ constexpr KernelTable kTable_reference = {
 #define PLATEN_HorzPlan_sse2 none
 #define PLATEN_HorzPlan_avx2 avx2
 #define PLATEN_HorzPlan_avx512 avx512
+#define PLATEN_HorzPlan_neon none
+#define PLATEN_HorzPlan_simd128 none
 
 #define PLATEN_JOIN2(a, b) a##_##b
 #define PLATEN_JOIN(a, b) PLATEN_JOIN2(a, b)
