@@ -22,8 +22,6 @@ platen_kernel_target(sse2     "x86_64;i686" -msse2)
 platen_kernel_target(avx2     "x86_64" -mavx2 -mpopcnt)
 platen_kernel_target(avx512   "x86_64" -mpopcnt -mavx512f -mavx512bw -mavx512vl -mavx512dq -mavx512vbmi
   -mprefer-vector-width=512)
-platen_kernel_target(neon     "aarch64")
-platen_kernel_target(simd128  "wasm32" -msimd128)
 
 # This build's processor family. Big-endian ARM is none of these: it runs the baseline.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86|x86)$")
@@ -45,7 +43,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/KernelTargetLacks.cmake)
 # Announces a family of kernels, from the folder above its kernels/: <family>_<target>.cpp for every target.
 #
 #   platen_kernels(SharpRow)
-#   platen_kernels(HorzPass ONLY baseline avx2)   the others take the nearest plainer target's
+#   platen_kernels(HorzPlan ONLY baseline avx2)   the others take the nearest plainer target's
 function(platen_kernels family)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ONLY")
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/kernels)

@@ -22,14 +22,6 @@ namespace {
     return true;  // what the whole library is built with, on 32-bit x86 too
 }
 
-[[maybe_unused]] bool Runs_neon() {
-    return true;  // every 64-bit ARM has it
-}
-
-[[maybe_unused]] bool Runs_simd128() {
-    return true;  // a module with vectors isn't loaded where there are none
-}
-
 #if defined(__x86_64__)
 
 [[maybe_unused]] bool Runs_avx2() {
@@ -49,36 +41,24 @@ constexpr KernelTable kTable_reference = {
     .sharpRow = SharpRow_reference,
     .sharpPut = SharpPut_reference,
     .hsvRow = HsvRow_reference,
-    .expandHorzU8 = reference::ExpandHorz<std::uint32_t, std::uint8_t>,
-    .expandHorzU16 = reference::ExpandHorz<std::uint32_t, std::uint16_t>,
-    .expandHorzPlanned = ExpandHorzPlanned_none,
+    .horz = &kHorz_reference,
     .vert = &kVert_reference,
     .unpackBits = reference::UnpackBits,
     .packBits = reference::PackBits,
 };
 
-// The targets that have a horizontal pass by a plan.
-#define PLATEN_HorzPlan_baseline none
-#define PLATEN_HorzPlan_sse2 none
-#define PLATEN_HorzPlan_avx2 avx2
-#define PLATEN_HorzPlan_avx512 avx512
-#define PLATEN_HorzPlan_neon none
-#define PLATEN_HorzPlan_simd128 none
-
 #define PLATEN_JOIN2(a, b) a##_##b
 #define PLATEN_JOIN(a, b) PLATEN_JOIN2(a, b)
-#define PLATEN_TABLE(target)                                                           \
-    constexpr KernelTable kTable_##target = {                                          \
-        .name = #target,                                                               \
-        .sharpRow = PLATEN_JOIN(SharpRow, PLATEN_SharpRow_##target),                   \
-        .sharpPut = PLATEN_JOIN(SharpPut, PLATEN_SharpRow_##target),                   \
-        .hsvRow = PLATEN_JOIN(HsvRow, PLATEN_HsvRow_##target),                         \
-        .expandHorzU8 = PLATEN_JOIN(ExpandHorzU8, PLATEN_HorzPass_##target),           \
-        .expandHorzU16 = PLATEN_JOIN(ExpandHorzU16, PLATEN_HorzPass_##target),         \
-        .expandHorzPlanned = PLATEN_JOIN(ExpandHorzPlanned, PLATEN_HorzPlan_##target), \
-        .vert = &PLATEN_JOIN(kVert, PLATEN_VertPass_##target),                         \
-        .unpackBits = PLATEN_JOIN(UnpackBits, PLATEN_BilevelLine_##target),            \
-        .packBits = PLATEN_JOIN(PackBits, PLATEN_BilevelLine_##target),                \
+#define PLATEN_TABLE(target)                                                \
+    constexpr KernelTable kTable_##target = {                               \
+        .name = #target,                                                    \
+        .sharpRow = PLATEN_JOIN(SharpRow, PLATEN_SharpRow_##target),        \
+        .sharpPut = PLATEN_JOIN(SharpPut, PLATEN_SharpRow_##target),        \
+        .hsvRow = PLATEN_JOIN(HsvRow, PLATEN_HsvRow_##target),              \
+        .horz = &PLATEN_JOIN(kHorz, PLATEN_HorzPlan_##target),              \
+        .vert = &PLATEN_JOIN(kVert, PLATEN_VertPass_##target),              \
+        .unpackBits = PLATEN_JOIN(UnpackBits, PLATEN_BilevelLine_##target), \
+        .packBits = PLATEN_JOIN(PackBits, PLATEN_BilevelLine_##target),     \
     };
 PLATEN_EACH_TARGET(PLATEN_TABLE)
 

@@ -6,7 +6,6 @@
 #include "LineFilters/HsvRow.h"
 #include "LineFilters/SharpRow.h"
 #include "Sources/PX_Zoom/BilevelLine.h"
-#include "Sources/PX_Zoom/HorzPass.h"
 #include "Sources/PX_Zoom/HorzPlan.h"
 #include "Sources/PX_Zoom/VertPass.h"
 
@@ -20,9 +19,7 @@ struct KernelTable {
     SharpRowFn sharpRow;
     SharpPutFn sharpPut;
     HsvRowFn hsvRow;
-    ExpandHorzU8Fn expandHorzU8;
-    ExpandHorzU16Fn expandHorzU16;
-    ExpandHorzPlannedFn expandHorzPlanned;
+    const HorzKernels* horz;
     const VertKernels* vert;
     UnpackBitsFn unpackBits;
     PackBitsFn packBits;

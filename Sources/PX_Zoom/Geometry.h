@@ -42,14 +42,15 @@ inline std::size_t DstSamples(const PX_ZoomBilinear& zoom) {
 
 // What the horizontal pass needs of a scaler.
 inline HorzPass ColumnsOf(const PX_ZoomBilinear& zoom) {
-    return {zoom.horzParam, zoom.dstWidth, zoom.srcWidth, SamplesPerPixel(zoom.bitsPerPixel)};
+    return {zoom.horzParam, zoom.dstWidth, zoom.srcWidth, SamplesPerPixel(zoom.bitsPerPixel),
+            HasWideSamples(zoom.bitsPerPixel) ? 2 : 1};
 }
 
-// What workLine[1] has behind its numbers: no pass goes there, so a plan of the horizontal one may.
+// What workLine[1] has after its numbers: no pass goes there, so a plan of the horizontal one may.
 inline PlanRoom RoomOf(const PX_ZoomBilinear& zoom) {
     const std::size_t used = DstSamples(zoom) * sizeof(std::uint32_t);
     const std::size_t bytes = zoom.workLineBytes;
-    if (bytes <= used) {
+    if (bytes <= used || zoom.workLine[1] == nullptr) {
         return {nullptr, 0};
     }
     return {static_cast<unsigned char*>(zoom.workLine[1]) + used, bytes - used};

@@ -11,9 +11,10 @@
 // sample: std::uint8_t or std::uint16_t. Sample pointers may be odd; work lines are aligned for doubles. No buffer
 // overlaps another.
 //
-// Ranges, as Open makes them (the passes don't check): weights are 0..2^31-1, weightSum at least 1; in 32-bit
-// arithmetic a weight sum times the largest sample is below 2^32. Every quotient then lies within the samples'
-// range.
+// Any records will do. Positions outside the source line count as samples of 0 and are not read; in 32-bit
+// arithmetic a weightSum of 0, which has no quotient, gives 0. As Open makes them weights are 0..2^31-1, weightSum
+// is at least 1 and in 32-bit arithmetic a weight sum times the largest sample is below 2^32: every quotient then
+// lies within the samples' range.
 
 namespace platen {
 
@@ -22,14 +23,15 @@ struct HorzPass {
     const PX_Zoom2_Param* columns;  // dstWidth records
     std::int32_t dstWidth;
     std::int32_t srcWidth;
-    std::int32_t samples;  // per pixel
+    std::int32_t samples;          // per pixel
+    std::int32_t sampleBytes = 1;  // 1 or 2
 };
 
-// The judge: one statement per rule, never tuned, always built. A faster kernel must give the same results for
-// every input that the contract allows.
+// The reference: one statement per rule, never tuned, always built. A faster kernel must give the same results for
+// every input that its contract allows.
 namespace reference {
 
-// Per column and sample, by the way of the axis:
+// Per column and sample, by the mode of the axis:
 //   reduce   (src[start] x startWeight + the whole ones x dstWidth + src[wholeEnd + 1] x endWeight) / weightSum,
 //            the last one read only if its weight is not 0
 //   enlarge  (src[start] x startWeight + src[start + 1] x endWeight) / weightSum
@@ -38,6 +40,11 @@ namespace reference {
 // out receives dstWidth x samples whole numbers, also when A is double.
 template <class A, class S>
 void ExpandHorz(std::uint32_t* out, const S* src, const HorzPass& pass);
+
+// The columns from `first` on of a reduced or an enlarged line, in 32-bit arithmetic. Numbers before are left
+// alone.
+template <class S>
+void ExpandColumns(std::uint32_t* out, const S* src, const HorzPass& pass, std::int32_t first);
 
 // acc[k] += line[k] x weight; the weight is signed in double arithmetic.
 template <class A>
@@ -59,7 +66,7 @@ void EqualVert(S* out, const std::uint32_t* line, std::size_t count);
 // One byte a pixel, 255 for a set bit and 0 for a clear one; reads ceil(width / 8) bytes.
 void UnpackBits(std::uint8_t* out, const std::uint8_t* bits, std::int32_t width);
 
-// The other way round: a byte of 128 or more gives a set bit; the last byte's unused bits are 0.
+// The reverse: a byte of 128 or more gives a set bit; the last byte's unused bits are 0.
 void PackBits(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
 
 }  // namespace reference

@@ -16,6 +16,7 @@ constexpr std::int32_t kSmallSource = 5;
 // The place that the message names is part of the interface, so it does not follow this file's lines.
 [[noreturn]] void FailAssertion() {
     std::fprintf(stderr, "%s:%u: failed assertion `%s'\n", "Sources/PX_Zoom/PX_Zoom", 84u, "0");
+    std::fflush(stderr);  // the host may have given it a buffer
     std::abort();
 }
 

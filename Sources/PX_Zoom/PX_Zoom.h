@@ -77,8 +77,8 @@ class PLATEN_API PX_Zoom {
     // The method becomes 2 where an axis is reduced; else where the source is at most 5 pixels wide or at most 5
     // lines high and the request is not 1; else where the format is bilevel.
     // KEPT: a request of 0 that none of these changes is refused with 2. (PX_Zoom.LargeEnlargementRefusesMethod0)
-    // KEPT: any other request but 2 ends the process, before any argument is looked at, with the message
-    // "Sources/PX_Zoom/PX_Zoom:84: failed assertion `0'" on the standard error stream.
+    // KEPT: any other request but 2 that none of these changes ends the process, though another argument may be
+    // bad, with the message "Sources/PX_Zoom/PX_Zoom:84: failed assertion `0'" on the standard error stream.
     //                                                            (PX_ZoomDeathTest.LargeEnlargementByMethod1Aborts)
     virtual int Open(int dstWidth, int dstHeight, int srcWidth, int srcHeight, int pixelFormat, int method);
 

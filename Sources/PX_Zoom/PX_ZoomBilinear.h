@@ -7,13 +7,14 @@
 
 // What one destination position (a column or a line) takes from the source. Weights are whole numbers; their unit
 // is a source position divided into as many parts as the axis has destination positions when it is reduced, into
-// destination count - 1 parts when it is enlarged.
+// destination count - 1 parts when it is enlarged. An axis enlarged from one source position has the records of the
+// last column with start 0, but for emit: the destination count on the first record, 0 on the others.
 struct PX_Zoom2_Param {
     //                            reduce                                enlarge                    keep
     std::int32_t start;         // first position covered               left or upper neighbour    the position
     std::int32_t startWeight;   // how much of it is covered            its weight                 1
     std::int32_t wholeEnd;      // last position covered whole          0                          0
-    std::int32_t endWeight;     // shaped weight of the one behind      weight of start + 1        0
+    std::int32_t endWeight;     // shaped weight of the one after       weight of start + 1        0
     std::int32_t endRemainder;  // how much of that one is covered      0                          0
     std::int32_t weightSum;     // the divisor                          the divisor                1
     std::int32_t emit;          // last position that contributes       records that share start,  1
@@ -26,7 +27,7 @@ static_assert(offsetof(PX_Zoom2_Param, startWeight) == 4 && offsetof(PX_Zoom2_Pa
                   offsetof(PX_Zoom2_Param, weightSum) == 20 && offsetof(PX_Zoom2_Param, emit) == 24,
               "field order");
 
-// The bilinear scaler. Each axis has its own way: it enlarges by linear interpolation, the outermost destination
+// The bilinear scaler. Each axis has its own mode: it enlarges by linear interpolation, the outermost destination
 // positions lying exactly on the outermost source positions; it reduces by the average of what a destination
 // position covers; or it keeps. Each axis computes in 32-bit integers, or in doubles where those could overflow.
 // All quotients are cut, not rounded.
@@ -34,11 +35,21 @@ static_assert(offsetof(PX_Zoom2_Param, startWeight) == 4 && offsetof(PX_Zoom2_Pa
 // A source line first becomes a work line of whole numbers, one per destination sample (the horizontal pass); work
 // lines then become destination lines (the vertical pass).
 //
-// After Open the buffers are the scaler's: hosts may read horzParam, vertParam and the work lines, but should not
-// write to them. Behind the numbers of workLine[1] lies what Send keeps there: what the columns' records say, in
-// another form, so that they need not be read again for every line. A host that writes there gets other pixels,
-// never a crash, and records that are changed after the first line may not count. The passes as members always go
-// by the records.
+// After Open the buffers are the scaler's, but hosts may read and write the records of horzParam and vertParam and
+// the numbers of the work lines:
+//   horzParam   Send follows what the records say when it takes the first line, whoever wrote them. They count anew
+//               after the next Open, after Calc_ReducedParam or Calc_ExpandParam has written to the scaler's own
+//               table, and where horzParam points elsewhere. Edits that a host makes by itself in between may count
+//               or not, column by column: comparing the records for every line would take from 6 % to four times as
+//               long.
+//   vertParam   counts line by line.
+//   positions   outside the source line count as samples of 0. Nothing outside the line is read, whatever a record
+//   says. weights     of any sign; 32-bit sums are modulo 2^32, and a weightSum of 0 gives 0 there. work lines What
+//   stands in workLine[0] when a line is added to it, or read, counts. The bytes after a work line's
+//               numbers belong to the scaler: Send keeps there, after those of workLine[1], what the columns'
+//               records say in another form. A host that writes to it gets other numbers, and nothing else is
+//               touched.
+// The passes as members follow the records as they are when they are called.
 //
 // A source line that two destination lines share when the height is reduced is taken a second time inside Read, so
 // the caller sends every line once.
@@ -86,12 +97,15 @@ class PLATEN_API PX_ZoomBilinear : public PX_Zoom {
     // Fills dstCount records for an enlarged or kept axis (dstCount >= srcCount). Returns 0.
     int Calc_ExpandParam(PX_Zoom2_Param* table, int dstCount, int srcCount);
 
-    // The passes. A is the arithmetic, std::uint32_t (modulo 2^32) or double; S the sample, std::uint8_t or
-    // std::uint16_t. All process dstWidth pixels, the vertical ones with the weights of the record at vertCursor,
-    // and all sample pointers may be odd. Work lines hold 32-bit whole numbers whichever A computed them; only the
-    // accumulator of Add_ReduceVert and Reduce_Vert holds values of type A.
+    // The passes. A is the arithmetic, std::uint32_t (products and sums modulo 2^32, whatever the weights) or
+    // double; S the sample, std::uint8_t or std::uint16_t. All process dstWidth pixels, the vertical ones with the
+    // weights of the record at vertCursor, and all sample pointers may be odd. They need no Open: a host may fill
+    // in the fields that they read (dstWidth, bitsPerPixel; srcWidth and horzParam; vertCursor). Close and the
+    // destructor free horzParam, so a table of the host's own has to be taken out before. Work lines hold 32-bit
+    // whole numbers whichever A computed them; only the accumulator of Add_ReduceVert and Reduce_Vert holds values
+    // of type A.
 
-    // The horizontal pass, all three ways, with the records of horzParam.
+    // The horizontal pass, all three modes, with the records of horzParam.
     // KEPT: of a source one pixel wide the first sample serves all samples.
     //                                                       (PX_ZoomBilinearStream.OnePixelWideSourceUsesFirstSample)
     template <class A, class S>
@@ -122,11 +136,12 @@ class PLATEN_API PX_ZoomBilinear : public PX_Zoom {
     std::int32_t resendLine;      // 1: the last source line is the first one of the next destination line too
     std::int32_t horzDouble;      // 1: the horizontal pass computes in doubles
     std::int32_t vertDouble;      // 1: the vertical pass computes in doubles
-    void* workLine[2];            // owned; reducing: accumulator and newest line, else the two newest lines
-    std::uint8_t* bilevelLine;    // owned, format 1 only: a line of 255 and 0
-    PX_Zoom2_Param* horzParam;    // owned; the first dstWidth records are used
-    PX_Zoom2_Param* vertParam;    // owned; the first dstHeight records are used
-    PX_Zoom2_Param* vertCursor;   // the record of the destination line that is read next
+    void* workLine[2];  // owned; height reduced: accumulator and newest line; enlarged: the two newest lines;
+                        // kept: the newest line in the first
+    std::uint8_t* bilevelLine;   // owned, format 1 only: a line of 255 and 0
+    PX_Zoom2_Param* horzParam;   // owned; the first dstWidth records are used
+    PX_Zoom2_Param* vertParam;   // owned; the first dstHeight records are used
+    PX_Zoom2_Param* vertCursor;  // the record of the destination line that is read next
 };
 
 #define PLATEN_ZOOM_DECLARE(...) extern template void PX_ZoomBilinear::__VA_ARGS__;

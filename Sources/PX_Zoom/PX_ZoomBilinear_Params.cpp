@@ -1,5 +1,9 @@
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 
+#include "Sources/PX_Zoom/Geometry.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "Sources/Support/Truncate.h"
 
@@ -45,7 +49,7 @@ void Kept(PX_Zoom2_Param* table, int count) {
 }
 
 // One enlarged position, `emit` still 0. A position that falls exactly on a source position takes that as its right
-// neighbour, so that the last one needs no neighbour behind the source's end.
+// neighbour, so that the last one needs no neighbour past the source's end.
 PX_Zoom2_Param Interpolated(std::int64_t i, std::int64_t dstSteps, std::int64_t srcSteps) {
     const std::int64_t place = i * srcSteps;
     // A single destination position (of a negative source) has no steps, but its place is 0.
@@ -60,6 +64,15 @@ PX_Zoom2_Param Interpolated(std::int64_t i, std::int64_t dstSteps, std::int64_t 
             .endRemainder = 0,
             .weightSum = Field(dstSteps),
             .emit = 0};
+}
+
+// Send has made a plan of the columns' records, perhaps: it looks again at those that are written here.
+void ForgetPlanOf(const PX_ZoomBilinear& zoom, const PX_Zoom2_Param* table) {
+    const std::ptrdiff_t columns = std::max(zoom.dstWidth, zoom.srcWidth);
+    const std::less<> before;
+    if (zoom.horzParam != nullptr && !before(table, zoom.horzParam) && before(table, zoom.horzParam + columns)) {
+        platen::ForgetPlan(platen::RoomOf(zoom));
+    }
 }
 
 }  // namespace
@@ -80,6 +93,7 @@ long PX_ZoomBilinear::Shift_Coefficient(long weight, long range) {
 }
 
 int PX_ZoomBilinear::Calc_ReducedParam(PX_Zoom2_Param* table, int dstCount, int srcCount) {
+    ForgetPlanOf(*this, table);
     const std::int64_t dst = dstCount;
     const std::int64_t src = srcCount;
     std::int64_t carried = 0;
@@ -109,6 +123,7 @@ int PX_ZoomBilinear::Calc_ReducedParam(PX_Zoom2_Param* table, int dstCount, int 
 }
 
 int PX_ZoomBilinear::Calc_ExpandParam(PX_Zoom2_Param* table, int dstCount, int srcCount) {
+    ForgetPlanOf(*this, table);
     if (srcCount == 1) {
         OneSourcePosition(table, dstCount);
         return 0;

@@ -8,7 +8,7 @@
 //   closed       no buffers                   Send, Read: 3
 //   accepting    linesReady == 0              Send: goes on, or delivers; Read: 3
 //   delivering   linesReady > 0               Read: goes on, or accepts; Send: 3
-//   finished     vertCursor behind the last   Send, Read: 3
+//   finished     vertCursor past the last     Send, Read: 3
 //
 // (A null line is 2 before any of these, but for Send while a resend is pending.) What a refused call changes is
 // nothing.
@@ -55,20 +55,50 @@ void ScaleHorizontally(PX_ZoomBilinear& zoom, void* out, void* source) {
     }
 }
 
-// The pass by a plan, where there is one.
-bool FollowsPlan(const PX_ZoomBilinear& zoom, void* out, const void* source) {
-    const platen::HorzPass pass = platen::ColumnsOf(zoom);
-    return zoom.horzDouble != 1 &&
-           platen::Kernels().expandHorzPlanned(Whole(out), static_cast<const std::uint8_t*>(source), pass,
-                                               platen::RoomOf(zoom));
+// A line that is as wide as the source's looks at no records. (Of one pixel every sample is the first.)
+bool Keeps(const PX_ZoomBilinear& zoom, std::uint32_t* out, const std::uint8_t* source) {
+    const platen::HorzKernels& kernels = *platen::Kernels().horz;
+    if (zoom.dstWidth != zoom.srcWidth || zoom.srcWidth == 1 || kernels.keepU8 == nullptr) {
+        return false;
+    }
+    const auto keep = platen::HasWideSamples(zoom.bitsPerPixel) ? kernels.keepU16 : kernels.keepU8;
+    keep(out, source, platen::DstSamples(zoom));
+    return true;
 }
 
-void HorizontalPass(PX_ZoomBilinear& zoom, void* out, void* source) {
-    if (platen::HasWideSamples(zoom.bitsPerPixel)) {
-        ScaleHorizontally<std::uint16_t>(zoom, out, source);
-    } else if (!FollowsPlan(zoom, out, source)) {
-        ScaleHorizontally<std::uint8_t>(zoom, out, source);
+enum class Made { kNothing, kLine, kLineAndSum };
+
+// The pass by a plan, where there is one, and the sum of lines along with it, where its kernel does that.
+Made FollowPlan(const PX_ZoomBilinear& zoom, platen::HorzTarget to, const std::uint8_t* source) {
+    const platen::HorzKernels& kernels = *platen::Kernels().horz;
+    const platen::HorzPass pass = platen::ColumnsOf(zoom);
+    platen::HorzPlan plan;
+    if (zoom.horzDouble == 1 || !platen::FindPlan(plan, pass, platen::RoomOf(zoom), kernels.kinds)) {
+        return Made::kNothing;
     }
+    if ((kernels.sums & platen::PlanBit(plan.kind)) == 0) {
+        to.sum = nullptr;
+    }
+    kernels.follow(to, source, pass, plan);
+    return to.sum != nullptr ? Made::kLineAndSum : Made::kLine;
+}
+
+// Scales a source line to to.line; returns whether the sum is made, too.
+bool HorizontalPass(PX_ZoomBilinear& zoom, const platen::HorzTarget& to, void* source) {
+    const auto* const bytes = static_cast<const std::uint8_t*>(source);
+    if (Keeps(zoom, to.line, bytes)) {
+        return false;
+    }
+    const Made made = FollowPlan(zoom, to, bytes);
+    if (made != Made::kNothing) {
+        return made == Made::kLineAndSum;
+    }
+    if (platen::HasWideSamples(zoom.bitsPerPixel)) {
+        ScaleHorizontally<std::uint16_t>(zoom, to.line, source);
+    } else {
+        ScaleHorizontally<std::uint8_t>(zoom, to.line, source);
+    }
+    return false;
 }
 
 int LineWeight(const PX_ZoomBilinear& zoom) {
@@ -80,7 +110,7 @@ int LineWeight(const PX_ZoomBilinear& zoom) {
 }
 
 // Makes the newest line the first of a sum. This is the accumulator cleared, and the line added: what the buffer
-// has behind the accumulators is zero since Open, and no pass of a reduction writes there.
+// has after the accumulators is zero since Open, and no pass of a reduction writes there.
 void StartSum(PX_ZoomBilinear& zoom) {
     const platen::VertKernels& kernels = *platen::Kernels().vert;
     const auto* const line = Whole(zoom.workLine[1]);
@@ -92,18 +122,24 @@ void StartSum(PX_ZoomBilinear& zoom) {
     }
 }
 
-// Adds the newest line to the destination line being built; completes that where it is its last.
-void AccumulateLine(PX_ZoomBilinear& zoom, void* source) {
-    const PX_Zoom2_Param& record = *zoom.vertCursor;
-    if (zoom.resendLine != 1) {
-        HorizontalPass(zoom, zoom.workLine[1], source);
-    }
-    if (zoom.srcLineIndex == record.start) {
+void AddToSum(PX_ZoomBilinear& zoom) {
+    if (zoom.srcLineIndex == zoom.vertCursor->start) {
         StartSum(zoom);
     } else if (zoom.vertDouble == 1) {
         zoom.Add_ReduceVert(static_cast<double*>(zoom.workLine[0]), zoom.workLine[1], LineWeight(zoom));
     } else {
         zoom.Add_ReduceVert(Whole(zoom.workLine[0]), zoom.workLine[1], LineWeight(zoom));
+    }
+}
+
+// Adds the newest line to the destination line being built; completes that where it is its last.
+void AccumulateLine(PX_ZoomBilinear& zoom, void* source) {
+    const PX_Zoom2_Param& record = *zoom.vertCursor;
+    const platen::HorzTarget to = {Whole(zoom.workLine[1]),
+                                   zoom.vertDouble == 1 ? nullptr : Whole(zoom.workLine[0]), LineWeight(zoom),
+                                   zoom.srcLineIndex == record.start};
+    if (zoom.resendLine == 1 || !HorizontalPass(zoom, to, source)) {
+        AddToSum(zoom);
     }
     if (zoom.srcLineIndex != record.emit) {
         return;
@@ -117,7 +153,7 @@ void AccumulateLine(PX_ZoomBilinear& zoom, void* source) {
 
 // Keeps the newest line; makes the lines of a run ready where it completes the pair that they need.
 void BufferLine(PX_ZoomBilinear& zoom, void* source) {
-    HorizontalPass(zoom, zoom.workLine[zoom.currentWork], source);
+    HorizontalPass(zoom, {Whole(zoom.workLine[zoom.currentWork]), nullptr, 0, false}, source);
     const bool first = zoom.srcLineIndex == 0;
     const bool needsNoPair = zoom.srcHeight == 1 || zoom.srcHeight == zoom.dstHeight;
     if (first ? needsNoPair : zoom.srcLineIndex >= zoom.vertCursor->start) {

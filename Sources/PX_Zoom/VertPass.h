@@ -6,7 +6,8 @@
 // The vertical passes' kernels: the contract between the line pipeline and whatever combines its work lines. A
 // table of functions per processor family. Not installed.
 //
-// All hold for any content and any weights, since hosts may call the passes themselves, but weightSum is not 0.
+// All hold for any content and any weights, since hosts may call the passes themselves; in 32-bit arithmetic a
+// weightSum of 0 gives 0.
 // What Open makes is the fast case: work lines of samples, weights that make up weightSum, so that no quotient
 // leaves the samples' range. Products and sums of 32-bit arithmetic are modulo 2^32. Samples may lie at odd
 // addresses, work lines are aligned for what they hold, no buffer overlaps another, and exactly `count` elements of
@@ -50,7 +51,7 @@ struct VertKernels {
     void (*equalToU16)(std::uint16_t* out, const std::uint32_t* line, std::size_t count);
 };
 
-// The judge: the plain passes of LineKernels.h.
+// The reference: the plain passes of LineKernels.h.
 extern const VertKernels kVert_reference;
 
 // The same for one processor family each, see VertPass_loop.inc.

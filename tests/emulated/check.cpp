@@ -367,6 +367,7 @@ void CheckScaler(const KernelTable& variant) {
 }
 
 // The horizontal pass by a plan, wherever the kernel has one: made for the first line, and used for the second.
+// Every fifth ratio is a whole number.
 void CheckPlans(const KernelTable& variant) {
     static constexpr std::int32_t kSamples[] = {1, 1, 3, 4};
     alignas(64) static std::uint8_t memory[1u << 17];
@@ -376,20 +377,29 @@ void CheckPlans(const KernelTable& variant) {
     PX_ZoomBilinear tables;
     for (int round = 0; round < 400; ++round) {
         const auto src = static_cast<std::int32_t>(random.Between(2, round % 2 == 0 ? 900 : 100));
-        const auto dst = static_cast<std::int32_t>(random.Between((src + 7) / 8, 2 * src));
-        const platen::HorzPass pass{columns, dst, src, kSamples[round % 4]};
-        if (dst < src) {
-            tables.Calc_ReducedParam(columns, dst, src);
+        const auto dst = round % 5 == 0 ? src / static_cast<std::int32_t>(random.Between(1, 6)) + 1
+                                        : static_cast<std::int32_t>(random.Between((src + 7) / 8, 2 * src));
+        const platen::HorzPass pass{columns, dst, round % 5 == 0 ? src / dst * dst : src, kSamples[round % 4],
+                                    1 + round / 4 % 2};
+        if (dst < pass.srcWidth) {
+            tables.Calc_ReducedParam(columns, dst, pass.srcWidth);
         } else {
-            tables.Calc_ExpandParam(columns, dst, src);
+            tables.Calc_ExpandParam(columns, dst, pass.srcWidth);
         }
         memset(memory, 0, sizeof memory);
         for (int line = 0; line < 2; ++line) {
-            Fill(random, first, static_cast<std::size_t>(src * pass.samples));
-            if (variant.expandHorzPlanned(lineA, first, pass, {memory, sizeof memory})) {
-                platen::reference::ExpandHorz<std::uint32_t>(lineB, first, pass);
-                tally.Compare(lineB, lineA, static_cast<std::size_t>(dst * pass.samples) * sizeof *lineA);
+            Fill(random, first, static_cast<std::size_t>(pass.srcWidth * pass.samples * pass.sampleBytes));
+            platen::HorzPlan plan;
+            if (!platen::FindPlan(plan, pass, {memory, sizeof memory}, variant.horz->kinds)) {
+                continue;
             }
+            variant.horz->follow({lineA, nullptr, 0, false}, first, pass, plan);
+            if (pass.sampleBytes == 1) {
+                platen::reference::ExpandHorz<std::uint32_t>(lineB, first, pass);
+            } else {
+                platen::reference::ExpandHorz<std::uint32_t>(lineB, reinterpret_cast<std::uint16_t*>(first), pass);
+            }
+            tally.Compare(lineB, lineA, static_cast<std::size_t>(dst * pass.samples) * sizeof *lineA);
         }
     }
 }

@@ -93,6 +93,7 @@ TEST(Dispatch, TablesAreComplete) {
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {
         SCOPED_TRACE(variant->name);
         EXPECT_TRUE(IsComplete(*variant));
+        ASSERT_NE(nullptr, variant->horz);
         ASSERT_NE(nullptr, variant->vert);
         EXPECT_TRUE(IsComplete(*variant->vert));
     }

@@ -1,9 +1,10 @@
+#include <algorithm>
 #include <cstring>
 
 #include "Sources/PX_Zoom/LineKernels.h"
 #include "Sources/Support/Truncate.h"
 
-// The contract is in LineKernels.h. These loops are the judge of all others: read them, don't tune them.
+// The contract is in LineKernels.h. All others are held against these loops: read them, don't tune them.
 
 namespace platen::reference {
 
@@ -35,27 +36,56 @@ std::size_t Index(std::int32_t value) {
     return static_cast<std::size_t>(value);
 }
 
+// A sample of the line's pixel at a position, or 0 outside.
+template <class A, class S>
+A SampleAt(const S* src, std::int64_t position, const HorzPass& pass, std::size_t s) {
+    if (position < 0 || position >= pass.srcWidth) {
+        return A{0};
+    }
+    return static_cast<A>(Load(src, static_cast<std::size_t>(position) * Index(pass.samples) + s));
+}
+
+std::uint32_t Divided(std::uint32_t sum, std::int32_t weightSum) {
+    return weightSum != 0 ? sum / static_cast<std::uint32_t>(weightSum) : 0;
+}
+
+double Divided(double sum, std::int32_t weightSum) {
+    return sum / weightSum;
+}
+
 // One sample of a reduced column.
 template <class A, class S>
 A Average(const S* src, const PX_Zoom2_Param& p, const HorzPass& pass, std::size_t s) {
-    const std::size_t n = Index(pass.samples);
-    A acc = static_cast<A>(Load(src, Index(p.start) * n + s)) * static_cast<A>(p.startWeight);
-    for (std::size_t k = Index(p.start) + 1; k <= Index(p.wholeEnd); ++k) {
-        acc += static_cast<A>(Load(src, k * n + s)) * static_cast<A>(pass.dstWidth);
+    A acc = SampleAt<A>(src, p.start, pass, s) * static_cast<A>(p.startWeight);
+    const std::int64_t first = std::max<std::int64_t>(std::int64_t{p.start} + 1, 0);
+    const std::int64_t last = std::min<std::int64_t>(p.wholeEnd, pass.srcWidth - 1);
+    for (std::int64_t k = first; k <= last; ++k) {
+        acc += SampleAt<A>(src, k, pass, s) * static_cast<A>(pass.dstWidth);
     }
     if (p.endWeight != 0) {
-        acc += static_cast<A>(Load(src, (Index(p.wholeEnd) + 1) * n + s)) * static_cast<A>(p.endWeight);
+        acc += SampleAt<A>(src, std::int64_t{p.wholeEnd} + 1, pass, s) * static_cast<A>(p.endWeight);
     }
-    return acc / static_cast<A>(p.weightSum);
+    return Divided(acc, p.weightSum);
 }
 
 // One sample of an enlarged column. Both neighbours are read, whatever their weights.
 template <class A, class S>
 A Between(const S* src, const PX_Zoom2_Param& p, const HorzPass& pass, std::size_t s) {
+    const A left = SampleAt<A>(src, p.start, pass, s) * static_cast<A>(p.startWeight);
+    const A right = SampleAt<A>(src, std::int64_t{p.start} + 1, pass, s) * static_cast<A>(p.endWeight);
+    return Divided(left + right, p.weightSum);
+}
+
+template <class A, class S>
+void Columns(std::uint32_t* out, const S* src, const HorzPass& pass, std::int32_t first) {
     const std::size_t n = Index(pass.samples);
-    const A left = static_cast<A>(Load(src, Index(p.start) * n + s)) * static_cast<A>(p.startWeight);
-    const A right = static_cast<A>(Load(src, (Index(p.start) + 1) * n + s)) * static_cast<A>(p.endWeight);
-    return (left + right) / static_cast<A>(p.weightSum);
+    for (std::int32_t c = first; c < pass.dstWidth; ++c) {
+        const PX_Zoom2_Param& p = pass.columns[c];
+        for (std::size_t s = 0; s < n; ++s) {
+            out[Index(c) * n + s] = WholePart(pass.dstWidth < pass.srcWidth ? Average<A>(src, p, pass, s)
+                                                                            : Between<A>(src, p, pass, s));
+        }
+    }
 }
 
 template <class S>
@@ -84,13 +114,12 @@ void ExpandHorz(std::uint32_t* out, const S* src, const HorzPass& pass) {
         CopyOrRepeat(out, src, pass);
         return;
     }
-    for (std::size_t c = 0; c < Index(pass.dstWidth); ++c) {
-        const PX_Zoom2_Param& p = pass.columns[c];
-        for (std::size_t s = 0; s < n; ++s) {
-            out[c * n + s] = WholePart(pass.dstWidth < pass.srcWidth ? Average<A>(src, p, pass, s)
-                                                                     : Between<A>(src, p, pass, s));
-        }
-    }
+    Columns<A>(out, src, pass, 0);
+}
+
+template <class S>
+void ExpandColumns(std::uint32_t* out, const S* src, const HorzPass& pass, std::int32_t first) {
+    Columns<std::uint32_t>(out, src, pass, first);
 }
 
 template <class A>
@@ -106,7 +135,7 @@ void AddReduceVert(A* acc, const std::uint32_t* line, std::int32_t weight, std::
 template <class S, class A>
 void ReduceVert(S* out, const A* acc, std::int32_t weightSum, std::size_t count) {
     for (std::size_t k = 0; k < count; ++k) {
-        Store(out, k, static_cast<S>(WholePart(acc[k] / static_cast<A>(weightSum))));
+        Store(out, k, static_cast<S>(WholePart(Divided(acc[k], weightSum))));
     }
 }
 
@@ -116,7 +145,7 @@ void ExpandVert(S* out, const std::uint32_t* upper, const std::uint32_t* lower, 
     for (std::size_t k = 0; k < count; ++k) {
         const A above = static_cast<A>(upper[k]) * static_cast<A>(weights.startWeight);
         const A below = static_cast<A>(lower[k]) * static_cast<A>(weights.endWeight);
-        Store(out, k, static_cast<S>(WholePart((above + below) / static_cast<A>(weights.weightSum))));
+        Store(out, k, static_cast<S>(WholePart(Divided(above + below, weights.weightSum))));
     }
 }
 
@@ -146,6 +175,8 @@ void PackBits(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width)
 
 template void ExpandHorz<std::uint32_t>(std::uint32_t*, const std::uint8_t*, const HorzPass&);
 template void ExpandHorz<std::uint32_t>(std::uint32_t*, const std::uint16_t*, const HorzPass&);
+template void ExpandColumns(std::uint32_t*, const std::uint8_t*, const HorzPass&, std::int32_t);
+template void ExpandColumns(std::uint32_t*, const std::uint16_t*, const HorzPass&, std::int32_t);
 template void ExpandHorz<double>(std::uint32_t*, const std::uint8_t*, const HorzPass&);
 template void ExpandHorz<double>(std::uint32_t*, const std::uint16_t*, const HorzPass&);
 template void AddReduceVert(std::uint32_t*, const std::uint32_t*, std::int32_t, std::size_t);

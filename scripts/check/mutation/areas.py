@@ -29,11 +29,10 @@ AREAS = {
                   ["sharpness"]),
     "dispatch": ("Sources/Dispatch/", [KERNELS + "*_test.cpp"], ["zoom", "hsv", "sharpness"]),
     "bilevel": (".*/BilevelLine", [KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
-    "horizontal": (".*/HorzPass", [KERNELS + "HorzPass_test.cpp"], ["zoom"]),
-    "plans": (".*/HorzPlan", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp"], ["zoom"]),
+    "plans": (".*/Horz", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp"], ["zoom"]),
     "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp"], ["zoom"]),
     "reciprocal": (".*/ReciprocalAbove", [KERNELS + "ReciprocalAbove_test.cpp", KERNELS + "VertPass_test.cpp"], ["zoom"]),
-    "lines": (".*/LineKernels", [KERNELS + "*Pass_test.cpp", KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
+    "lines": (".*/LineKernels", [KERNELS + "HorzPlan_test.cpp", KERNELS + "VertPass_test.cpp", KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
     "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
 

@@ -252,6 +252,18 @@ TEST(PX_ZoomDeathTest, AssertionComesBeforeValidation) {
     EXPECT_EXIT(zoom.Open(0, 0, 0, 0, 24, 1), testing::KilledBySignal(SIGABRT), kAssertion);
 }
 
+// The text is out before the process ends, though the host has given standard error a buffer.
+TEST(PX_ZoomDeathTest, AssertionIsPrintedThroughABuffer) {
+    testing::FLAGS_gtest_death_test_style = kDeathTestStyle;
+    PX_Zoom zoom;
+    const auto buffered = [&zoom] {
+        static char buffer[4096];
+        std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
+        zoom.Open(200, 200, 100, 100, 24, 1);
+    };
+    EXPECT_EXIT(buffered(), testing::KilledBySignal(SIGABRT), kAssertion);
+}
+
 TEST(PX_ZoomHelpers, SamplesAndBits) {
     const int formats[] = {1, 8, 16, 24, 32, 48, 64, 12, 0, -1, 2, 128};
     const int samples[] = {1, 1, 1, 3, 4, 3, 4, 0, 0, 0, 0, 0};

@@ -1,7 +1,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Sources/PX_Zoom/HorzPass.h"
+#include "Sources/PX_Zoom/HorzPlan.h"
 
 // 64-bit processors only: on 32-bit x86 GCC 12 takes a block's function for one without effects, though its own
 // dump of it ends in the store, and drops the calls (its late analyses: -fno-ipa-pure-const with -fno-ipa-modref
@@ -10,7 +10,7 @@
 
 #include <emmintrin.h>
 
-// What HorzPass_loop.inc asks of a target, with 16-byte registers: four lanes are four columns of one sample, or
+// What HorzTaps_loop.inc asks of a target, with 16-byte registers: four lanes are four columns of one sample, or
 // one pixel of three or four samples.
 
 namespace platen {
@@ -46,37 +46,9 @@ Floats Load(const float* from) {
 Doubles Load(const double* from) {
     return {_mm_load_pd(from), _mm_load_pd(from + 2)};
 }
-void Store(int32_t* to, Words words) {
-    _mm_store_si128(reinterpret_cast<__m128i*>(to), words);
-}
-void Store(float* to, Floats floats) {
-    _mm_store_ps(to, floats);
-}
-void Store(double* to, Doubles doubles) {
-    _mm_store_pd(to, doubles.low);
-    _mm_store_pd(to + 2, doubles.high);
-}
 
 Words Add(Words a, Words b) {
     return _mm_add_epi32(a, b);
-}
-Words Subtract(Words a, Words b) {
-    return _mm_sub_epi32(a, b);
-}
-Words Equal(Words a, Words b) {
-    return _mm_cmpeq_epi32(a, b);
-}
-Words And(Words a, Words b) {
-    return _mm_and_si128(a, b);
-}
-Words Or(Words a, Words b) {
-    return _mm_or_si128(a, b);
-}
-Words Pick(Words mask, Words yes, Words no) {
-    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
-}
-Words High(Words words) {
-    return _mm_slli_epi32(words, 16);
 }
 Words SumOfProducts(Words pairs, Words weights) {
     return _mm_madd_epi16(pairs, weights);
@@ -118,31 +90,6 @@ Doubles Spread(const double* columns) {
     return All(*columns);
 }
 
-Words Sixteen(const void* from) {
-    return _mm_loadu_si128(static_cast<const __m128i*>(from));
-}
-
-struct Records {
-    Words start, startWeight, wholeEnd, endWeight, weightSum;
-};
-
-// Four records, turned.
-[[gnu::always_inline]] inline Records LoadRecords(const PX_Zoom2_Param* p) {
-    const Words a = Sixteen(&p[0].start);
-    const Words b = Sixteen(&p[1].start);
-    const Words c = Sixteen(&p[2].start);
-    const Words d = Sixteen(&p[3].start);
-    const Words starts01 = _mm_unpacklo_epi32(a, b);
-    const Words starts23 = _mm_unpacklo_epi32(c, d);
-    const Words ends01 = _mm_unpackhi_epi32(a, b);
-    const Words ends23 = _mm_unpackhi_epi32(c, d);
-    const Words sums01 = _mm_unpackhi_epi32(Sixteen(&p[0].endWeight), Sixteen(&p[1].endWeight));
-    const Words sums23 = _mm_unpackhi_epi32(Sixteen(&p[2].endWeight), Sixteen(&p[3].endWeight));
-    return {_mm_unpacklo_epi64(starts01, starts23), _mm_unpackhi_epi64(starts01, starts23),
-            _mm_unpacklo_epi64(ends01, ends23), _mm_unpackhi_epi64(ends01, ends23),
-            _mm_unpacklo_epi64(sums01, sums23)};
-}
-
 Words Load4(const uint8_t* from) {
     int32_t word;
     __builtin_memcpy(&word, from, sizeof word);
@@ -175,10 +122,6 @@ struct Taps {
     Words first, second;  // pairs of 16-bit taps 0 and 1, 2 and 3
 };
 
-struct EightTaps {
-    Taps first, last;
-};
-
 // How four or two taps of a step's columns are fetched; what a column may read from its first tap on.
 template <class Sample, int kSamples>
 struct Fetch {
@@ -206,25 +149,13 @@ struct Fetch {
 template <>
 struct Fetch<uint8_t, 1> {
     static constexpr size_t kFourTapsBytes = 4;
-    static constexpr size_t kNearBytes = 4;
-    static constexpr size_t kEightTapsBytes = 8;
+    static constexpr size_t kTwoTapsBytes = 4;
 
     static Taps Four(const uint8_t* src, const int32_t* at) {
         return InPairs(Gather4(src, at));
     }
-    static Taps NearFour(const uint8_t* src, const PX_Zoom2_Param* p, Words) {
-        const int32_t at[4] = {p[0].start, p[1].start, p[2].start, p[3].start};
-        return Four(src, at);
-    }
-    static Words NearTwo(const uint8_t* src, const PX_Zoom2_Param* p, Words starts) {
-        return NearFour(src, p, starts).first;
-    }
-    // Taps 0 to 3, and four from `last` on.
-    static EightTaps Eight(const uint8_t* src, const PX_Zoom2_Param* p, int last) {
-        const Words a = _mm_unpacklo_epi64(Load8(src + p[0].start), Load8(src + p[1].start));
-        const Words b = _mm_unpacklo_epi64(Load8(src + p[2].start), Load8(src + p[3].start));
-        const Words bits = _mm_cvtsi32_si128(8 * last);
-        return {InPairs(Evens(a, b)), InPairs(Evens(_mm_srl_epi64(a, bits), _mm_srl_epi64(b, bits)))};
+    static Words Two(const uint8_t* src, const int32_t* at) {
+        return Four(src, at).first;
     }
     static void Put(uint32_t* out, Words columns) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(out), columns);
@@ -259,20 +190,67 @@ struct Fetch<uint16_t, 1> {
 }  // namespace
 }  // namespace platen
 
-#define KERNEL_TARGET baseline
-#include "Sources/PX_Zoom/kernels/HorzPass_loop.inc"
+#include "Sources/PX_Zoom/kernels/HorzTaps_loop.inc"
+
+namespace platen {
+namespace {
+
+// Four columns of grey: the first tap's place in its window, clamped as all places are; then `moved` is set.
+Words ThreeTaps(const uint8_t* src, size_t last, const uint8_t* block, const uint32_t* places, size_t c,
+                bool& moved) {
+    const uint8_t* const in = block + kPlanVector + 16;
+    int32_t at[4];
+    for (size_t i = 0; i < 4; ++i) {
+        const size_t place = size_t{places[c / 4]} + in[c + i];
+        at[i] = static_cast<int32_t>(place < last ? place : last);
+        moved |= place > last;
+    }
+    const Taps taps = Fetch<uint8_t, 1>::Four(src, at);
+    const Words pair = Load(reinterpret_cast<const int32_t*>(block) + c);
+    const Words third = _mm_unpacklo_epi16(Load8(block + kPlanVector + 2 * c), _mm_setzero_si128());
+    const Words ones = All(0x00010001);
+    const Words sums = Add(SumOfProducts(taps.first, pair), SumOfProducts(taps.second, third));
+    return Divisors<uint8_t>::Divide(sums, ToFloats(Add(SumOfProducts(ones, pair), SumOfProducts(ones, third))));
+}
+
+// Columns from the block on in which four bytes would leave the line are made by their records.
+void FollowThreeTaps(uint32_t* out, const uint8_t* src, const HorzPass& pass, const HorzPlan& plan) {
+    const size_t last = static_cast<size_t>(pass.srcWidth) - 4;
+    size_t made = plan.columns;
+    for (size_t b = 0; b < plan.count; ++b) {
+        const uint8_t* const block = plan.blocks + b * 2 * kPlanVector;
+        const size_t first = FirstOf(b, plan);
+        bool moved = false;
+        for (size_t c = 0; c < kPlanColumns; c += 4) {
+            Fetch<uint8_t, 1>::Put(out + first + c, ThreeTaps(src, last, block, plan.places + 2 * b, c, moved));
+        }
+        made = moved && first < made ? first : made;
+    }
+    if (made < plan.columns) {
+        reference::ExpandColumns(out, src, pass, static_cast<int32_t>(made));
+    }
+}
+
+void Follow(const HorzTarget& to, const uint8_t* src, const HorzPass& pass, const HorzPlan& plan) {
+    if (plan.kind == kPairsDivided) {
+        FollowThreeTaps(to.line, src, pass, plan);
+    } else {
+        FollowTaps(to.line, src, pass, plan);
+    }
+}
+
+}  // namespace
+
+constinit const HorzKernels kHorz_baseline = {PlanBit(kPairsDivided) | PlanBit(kTaps) | PlanBit(kTapsDivided), 0,
+                                              Follow, Keep<uint8_t>, Keep<uint16_t>};
+
+}  // namespace platen
 
 #else
 
 namespace platen {
 
-void ExpandHorzU8_baseline(std::uint32_t* out, const std::uint8_t* src, const HorzPass& pass) {
-    reference::ExpandHorz<std::uint32_t>(out, src, pass);
-}
-
-void ExpandHorzU16_baseline(std::uint32_t* out, const std::uint16_t* src, const HorzPass& pass) {
-    reference::ExpandHorz<std::uint32_t>(out, src, pass);
-}
+constinit const HorzKernels kHorz_baseline = {0, 0, nullptr, nullptr, nullptr};
 
 }  // namespace platen
 
