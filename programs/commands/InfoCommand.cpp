@@ -19,6 +19,8 @@ const char* ContainerName(Container container) {
             return "JPEG";
         case Container::kPnm:
             return "PNM";
+        case Container::kPdf:
+            return "PDF";  // written only
     }
     return "";
 }

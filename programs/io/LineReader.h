@@ -10,7 +10,7 @@
 namespace platen_tool {
 
 // What an input file's container was, for outputs that keep what the input had.
-enum class Container { kPng, kTiff, kJpeg, kPnm };
+enum class Container { kPng, kTiff, kJpeg, kPnm, kPdf };
 
 // What a reader may take before it refuses. Checked before the first allocation that depends on the file.
 struct Limits {

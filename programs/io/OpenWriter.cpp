@@ -20,6 +20,12 @@ std::string Ending(const std::string& path) {
     return ending;
 }
 
+// A name without its folder and ending.
+std::string FileStem(const std::string& path) {
+    const std::string name = path.substr(path.rfind('/') + 1);
+    return name.substr(0, name.rfind('.'));
+}
+
 }  // namespace
 
 Container OutputContainer(const std::string& path, std::optional<Container> asked, Container inputContainer) {
@@ -42,15 +48,18 @@ Container OutputContainer(const std::string& path, std::optional<Container> aske
     if (ending == "pbm" || ending == "pgm" || ending == "ppm" || ending == "pnm" || ending == "pam") {
         return Container::kPnm;
     }
+    if (ending == "pdf") {
+        return Container::kPdf;
+    }
     throw Error(ExitCode::kUsage, "-o: '" + path +
-                                      "' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and "
-                                      ".pam do, or --format");
+                                      "' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm "
+                                      "and .pam do, or --format");
 }
 
 void RequireSeveralPages(Container container) {
     if (container == Container::kPng || container == Container::kJpeg) {
         throw Error(ExitCode::kUnsupported, std::string(container == Container::kPng ? "a PNG" : "a JPEG") +
-                                                " holds one page; TIFF and PNM hold several");
+                                                " holds one page; TIFF, PDF and PNM hold several");
     }
 }
 
@@ -59,6 +68,8 @@ void CheckOutput(const std::string& path, const WriteOptions& options, const Ima
     CheckOutputPath(path, options.force);
     if (container == Container::kJpeg) {
         CheckJpegLayout(page);
+    } else if (container == Container::kPdf) {
+        CheckPdfLayout(page);
     }
 }
 
@@ -72,6 +83,9 @@ std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptio
             return MakeSpoolingWriter(MakePngWriter(std::move(file), options), options.strictStream);
         case Container::kJpeg:
             return MakeSpoolingWriter(MakeJpegWriter(std::move(file), options), options.strictStream);
+        case Container::kPdf:
+            return MakeSpoolingWriter(MakePdfWriter(std::move(file), options, FileStem(path)),
+                                      options.strictStream);
         case Container::kPnm:
             break;
     }

@@ -1,6 +1,5 @@
 #include <png.h>
 
-#include <bit>
 #include <optional>
 #include <vector>
 
@@ -137,12 +136,11 @@ class PngWriter : public LineWriter {
                             state_.chunkBytes = count;
                             Run(WriteData);
                         });
-        row_.resize(bytes);
     }
 
     void WriteLine(const std::uint8_t* line) override {
         lines_.CheckRoom();
-        stream_->WriteRow(Stored(line));
+        stream_->WriteRow(StoreBigEndian(line, info_, row_));
         lines_.Add();
     }
 
@@ -162,23 +160,6 @@ class PngWriter : public LineWriter {
     }
 
   private:
-    // A line as PNG stores it: 1 is white, samples are big-endian.
-    const std::uint8_t* Stored(const std::uint8_t* line) {
-        if (info_.bitsPerSample == 1) {
-            row_.assign(line, line + row_.size());
-            InvertBits(row_.data(), info_.width);
-            return row_.data();
-        }
-        if (info_.bitsPerSample == 16 && std::endian::native == std::endian::little) {
-            for (std::size_t i = 0; i + 1 < row_.size(); i += 2) {
-                row_[i] = line[i + 1];
-                row_[i + 1] = line[i];
-            }
-            return row_.data();
-        }
-        return line;
-    }
-
     void Run(CodecGuard::Step step) {
         if (!state_.guard.Run(step, &state_)) {
             file_->CheckWriteError();

@@ -1,5 +1,7 @@
 #include "programs/io/Samples.h"
 
+#include <bit>
+
 #include "programs/base/Error.h"
 
 namespace platen_tool {
@@ -16,6 +18,25 @@ void InvertBits(std::uint8_t* line, std::uint32_t width) {
         line[i] = static_cast<std::uint8_t>(~line[i]);
     }
     ClearPadding(line, width);
+}
+
+const std::uint8_t* StoreBigEndian(const std::uint8_t* line, const ImageInfo& info,
+                                   std::vector<std::uint8_t>& room) {
+    const std::size_t bytes = info.LineBytes();
+    if (info.bitsPerSample == 1) {
+        room.assign(line, line + bytes);
+        InvertBits(room.data(), info.width);
+        return room.data();
+    }
+    if (info.bitsPerSample == 16 && std::endian::native == std::endian::little) {
+        room.resize(bytes);
+        for (std::size_t i = 0; i < bytes; i += 2) {
+            room[i] = line[i + 1];
+            room[i + 1] = line[i];
+        }
+        return room.data();
+    }
+    return line;
 }
 
 void CheckSize(std::uint64_t width, std::uint64_t height, const Limits& limits) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "programs/base/ImageInfo.h"
 #include "programs/io/LineReader.h"
@@ -16,6 +17,11 @@ void ClearPadding(std::uint8_t* line, std::uint32_t width);
 
 // Exchanges black and white of a packed line and clears the padding.
 void InvertBits(std::uint8_t* line, std::uint32_t width);
+
+// A line as PNG and PDF store it, 1 for white and 16-bit samples big-endian: the line itself, or `room` filled with
+// it.
+const std::uint8_t* StoreBigEndian(const std::uint8_t* line, const ImageInfo& info,
+                                   std::vector<std::uint8_t>& room);
 
 // Sample number `index` of a line with 1, 2, 4 or 8 bits a sample, most significant bits first.
 inline unsigned PackedSample(const std::uint8_t* line, std::size_t index, int bits) {

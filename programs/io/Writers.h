@@ -16,6 +16,10 @@ std::unique_ptr<LineWriter> MakeTiffWriter(std::unique_ptr<OutputFile> file, con
 std::unique_ptr<LineWriter> MakeJpegWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options);
 std::unique_ptr<LineWriter> MakePnmWriter(std::unique_ptr<OutputFile> file, bool pamOnly);
 
+// `title` is the document's. A page of unknown height needs MakeSpoolingWriter.
+std::unique_ptr<LineWriter> MakePdfWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options,
+                                          const std::string& title);
+
 // How many lines of a page have been written. A page of height 0, which isn't known yet, may have any number but
 // none.
 class LineCount {
@@ -52,6 +56,9 @@ class LineCount {
 
 // An Error (kUnsupported) for a page that no JPEG can hold.
 void CheckJpegLayout(const ImageInfo& info);
+
+// An Error (kUnsupported) for a page that no PDF of ours can hold.
+void CheckPdfLayout(const ImageInfo& info);
 
 // Passes everything on to `inner`, but keeps the lines of a page of unknown height in a temporary file until the
 // height is known. With strictStream such a page is refused.

@@ -63,8 +63,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers},
 
     {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kPageUsers},
-    {"format", 0, "NAME", kOutput, "png, tiff, jpeg or pnm, whatever FILE ends in", kPageUsers, kInPresets,
-     "png tiff jpeg pnm"},
+    {"format", 0, "NAME", kOutput, "png, tiff, jpeg, pdf or pnm, whatever FILE ends in", kPageUsers, kInPresets,
+     "png tiff jpeg pdf pnm"},
     {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers, kInPresets},
     {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
     {"first-page-number", 0, "N", kOutput, "what %d begins with (1)", kPageUsers},
@@ -130,7 +130,7 @@ std::string HelpText(CommandBit command) {
         "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]    see platen curve --help\n"
         "platen info [--json] FILE...                                 see platen info --help\n"
         "platen presets [list | show NAME | check FILE...]\n"
-        "Files are PNG, TIFF, JPEG, PNM or PAM; '-' is standard input or output.\n";
+        "Files are PNG, TIFF, JPEG, PNM or PAM, outputs PDF too; '-' is standard input or output.\n";
     const char* group = nullptr;
     std::string line = " ";
     for (const OptionSpec& spec : kTable) {

@@ -141,6 +141,7 @@ bool TakeFileOption(Settings& s, const std::string& name, const std::string& val
                                      {{"png", Container::kPng},
                                       {"tiff", Container::kTiff},
                                       {"jpeg", Container::kJpeg},
+                                      {"pdf", Container::kPdf},
                                       {"pnm", Container::kPnm}});
     } else if (name == "quality") {
         s.quality = static_cast<int>(ParseWhole("--quality", value, 1, 100));

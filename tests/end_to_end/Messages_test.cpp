@@ -242,10 +242,10 @@ TEST_F(Messages, OfOutputsThatCannotBe) {
     EXPECT_EQ(say("b.png", {"--gamma=2", "--plot=a.ppm"}), "2 platen: --plot: a.ppm is an input of this run\n");
     EXPECT_EQ(say("b.png", {"--gamma=2", "--save-preset=none/x.toml"}),
               "1 platen: none/x.toml: can't be created: No such file or directory\n");
-    EXPECT_EQ(
-        say("x"),
-        "2 platen: a.ppm: -o: 'x' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, "
-        "or --format\n");
+    EXPECT_EQ(say("x"),
+              "2 platen: a.ppm: -o: 'x' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm "
+              "and .pam do, "
+              "or --format\n");
     EXPECT_EQ(say("x.jpg", {"--depth=16"}).substr(0, 35), "3 platen: a.ppm: JPEG can't hold 16");
 }
 

@@ -175,7 +175,7 @@ TEST_F(ScanDevice, TheFeederFillsOneTiff) {
     // No page is scanned for it.
     for (const char* pages : {"--pages=2", "--pages=all"}) {
         ExpectError(Set({"read-return-value=SANE_STATUS_IO_ERROR"}) + Words{pages}, 3,
-                    "a PNG holds one page; TIFF and PNM hold several");
+                    "a PNG holds one page; TIFF, PDF and PNM hold several");
     }
     ExpectError({"--pages=all", "--format=tiff"}, 2,
                 "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder");
@@ -248,10 +248,10 @@ TEST_F(ScanDevice, WrongOptionsNameWhatIsAllowed) {
               "platen: -o: %s is an input file's name, and a scan has none; %d and %03d number the pages\n");
     const Outcome format = RunScan({"-o", "page"});
     EXPECT_EQ(format.code, 2);
-    EXPECT_EQ(
-        format.err,
-        "platen: -o: 'page' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, or "
-        "--format\n");
+    EXPECT_EQ(format.err,
+              "platen: -o: 'page' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm and .pam "
+              "do, or "
+              "--format\n");
     WriteFile(configuration.File("long.txt"), std::string(4'000'010, '1'));
     const std::string file = configuration.File("long.txt");
     EXPECT_EQ(RunScan(Set({"gamma-table=@" + file}) + Words{"-o", "x.png"}).err,

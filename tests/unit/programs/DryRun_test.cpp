@@ -131,11 +131,12 @@ TEST_F(DryRunOfFiles, AnOutputThatCannotHoldThePagesIsAnError) {
         unsigned long next = 1;
         return ErrorText(code, [&] { Describe(path, words, output, next); });
     };
-    EXPECT_EQ(refusal(ExitCode::kUnsupported, {}, "two.png"), "a PNG holds one page; TIFF and PNM hold several");
+    EXPECT_EQ(refusal(ExitCode::kUnsupported, {}, "two.png"),
+              "a PNG holds one page; TIFF, PDF and PNM hold several");
     EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=2-3", "--format=jpeg"}, "two.tif"),
-              "a JPEG holds one page; TIFF and PNM hold several");
+              "a JPEG holds one page; TIFF, PDF and PNM hold several");
     EXPECT_EQ(refusal(ExitCode::kUsage, {}, "foo"),
-              "-o: 'foo' doesn't tell its format; .png, .tif, .jpg, .pbm, .pgm, .ppm, .pnm and .pam do, or "
+              "-o: 'foo' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm and .pam do, or "
               "--format");
     EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=1", "--depth=16"}, "one.jpg"),
               "JPEG can't hold 16-bit grey; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");

@@ -107,7 +107,7 @@ TEST(Settings, WrongValuesAreNamed) {
     EXPECT_EQ(Refusal({"--page=3-2"}), "--page: '2' is out of range; allowed are 3 to 4294967295");
     EXPECT_EQ(Refusal({"--mode=rgb"}), "--mode: 'rgb' is none of lineart, gray, color");
     EXPECT_EQ(Refusal({"--depth=4"}), "--depth: '4' is none of 1, 8, 16");
-    EXPECT_EQ(Refusal({"--format=gif"}), "--format: 'gif' is none of png, tiff, jpeg, pnm");
+    EXPECT_EQ(Refusal({"--format=gif"}), "--format: 'gif' is none of png, tiff, jpeg, pdf, pnm");
     EXPECT_EQ(Refusal({"--threshold=101"}), "--threshold: '101' is out of range; allowed are 0 to 100");
     EXPECT_EQ(Refusal({"--quality=0"}), "--quality: '0' is out of range; allowed are 1 to 100");
     EXPECT_EQ(Refusal({"--jobs=0"}), "--jobs: '0' is out of range; allowed are 1 to 256");

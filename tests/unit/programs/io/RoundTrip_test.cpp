@@ -119,12 +119,12 @@ TEST(RoundTrip, PngAndJpegRefuseASecondPage) {
         [&] {
             WritePages(scratch / "pages.png", {page, page});
         },
-        ExitCode::kUnsupported, "a PNG holds one page; TIFF and PNM hold several");
+        ExitCode::kUnsupported, "a PNG holds one page; TIFF, PDF and PNM hold several");
     ExpectError(
         [&] {
             WritePages(scratch / "pages.jpg", {page, page});
         },
-        ExitCode::kUnsupported, "a JPEG holds one page; TIFF and PNM hold several");
+        ExitCode::kUnsupported, "a JPEG holds one page; TIFF, PDF and PNM hold several");
     EXPECT_EQ(scratch.Files(), 0u);
 }
 
