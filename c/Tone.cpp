@@ -50,15 +50,15 @@ struct Default {
     } value;
 };
 
-constexpr Default Whole(std::uint32_t key, std::int32_t value = 0) {
+consteval Default Whole(std::uint32_t key, std::int32_t value = 0) {
     return {key, 4, {.whole = value}};
 }
 
-constexpr Default Number(std::uint32_t key) {
+consteval Default Number(std::uint32_t key) {
     return {key, 8, {.number = 0}};
 }
 
-constexpr Default Corner(std::uint32_t key, float level) {
+consteval Default Corner(std::uint32_t key, float level) {
     return {key, 8, {.point = {level, level}}};
 }
 

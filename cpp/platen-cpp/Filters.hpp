@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <new>
 #include <span>
 #include <utility>
 
@@ -144,7 +143,7 @@ class Sharpener {
         }
         const std::size_t bytes =
             sharpness.rowBytes != 0 ? sharpness.rowBytes : bytesOfLine(sharpness.format, sharpness.size.width);
-        std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[bytes]);
+        detail::LineBuffer buffer = detail::newLine(bytes);
         _SSharpParam param = {sharpness.level, static_cast<std::uint32_t>(sharpness.format),
                               static_cast<std::uint32_t>(sharpness.size.width),
                               static_cast<std::uint32_t>(sharpness.size.height), static_cast<std::uint32_t>(bytes)};
@@ -232,7 +231,7 @@ class Sharpener {
     }
 
     std::unique_ptr<void, detail::DisposeSharpnessOf> context_;
-    std::unique_ptr<std::uint8_t[]> buffer_;  // of lines()
+    detail::LineBuffer buffer_;
     std::size_t bytes_ = 0;
 };
 

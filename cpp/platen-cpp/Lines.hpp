@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <span>
 
 #include "platen-cpp/Status.hpp"
@@ -43,6 +45,19 @@ constexpr bool hasWideSamples(PixelFormat format) noexcept {
 }
 
 namespace detail {
+
+struct FreeBlock {
+    void operator()(void* block) const noexcept {
+        std::free(block);
+    }
+};
+
+// A line of its own, for lines(); not initialised, null without memory.
+using LineBuffer = std::unique_ptr<std::uint8_t[], FreeBlock>;
+
+inline LineBuffer newLine(std::size_t bytes) noexcept {
+    return LineBuffer(static_cast<std::uint8_t*>(std::malloc(bytes)));
+}
 
 inline constexpr double kLargest = std::numeric_limits<std::int32_t>::max();
 

@@ -64,7 +64,7 @@ class Scaler {
         }
         std::unique_ptr<PX_Zoom, detail::DestroyZoom> zoom(new (std::nothrow) PX_Zoom);
         const std::size_t bytes = bytesOfLine(scaling.format, scaling.to.width);
-        std::unique_ptr<std::uint8_t[]> buffer(new (std::nothrow) std::uint8_t[bytes]);
+        detail::LineBuffer buffer = detail::newLine(bytes);
         // With arguments that are in range, what the library answers but 0 is about memory.
         if (zoom == nullptr || buffer == nullptr ||
             zoom->Open(scaling.to.width, scaling.to.height, scaling.from.width, scaling.from.height,
@@ -176,7 +176,7 @@ class Scaler {
     }
 
     std::unique_ptr<PX_Zoom, detail::DestroyZoom> zoom_;
-    std::unique_ptr<std::uint8_t[]> buffer_;  // of lines()
+    detail::LineBuffer buffer_;
     std::size_t sourceBytes_ = 0;
     std::size_t bytes_ = 0;
     bool wide_ = false;

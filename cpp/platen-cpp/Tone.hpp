@@ -267,9 +267,7 @@ class ToneOperation {
         if (!get<S>() || setting.problem()) {
             return Status::badArgument;
         }
-        detail::Tone<S>::each(setting, [&](std::uint32_t key, const auto& member) {
-            SetOperationProperty(op_, key, sizeof member, &member);
-        });
+        write(setting);
         return Status::done;
     }
 
@@ -282,6 +280,15 @@ class ToneOperation {
 #endif
 
   private:
+    friend class ToneWorld;
+
+    template <ToneSetting S>
+    void write(const S& setting) noexcept {
+        detail::Tone<S>::each(setting, [&](std::uint32_t key, const auto& member) {
+            SetOperationProperty(op_, key, sizeof member, &member);
+        });
+    }
+
     // The first property with that key, where it has that size.
     const _SPropertyData* find(std::uint32_t key, std::size_t size) const noexcept {
         if (op_->properties != nullptr) {
@@ -380,9 +387,7 @@ class ToneWorld {
             if (detail::Tone<S>::kSetUp(raw) != 0 || raw->properties->size() != detail::Tone<S>::kProperties) {
                 return Status::outOfMemory;
             }
-            if (const Status status = ToneOperation(raw).trySet(setting); status != Status::done) {
-                return status;
-            }
+            ToneOperation(raw).write(setting);
             AddOperation(world_, raw);
             op.release();
             if (added != nullptr) {

@@ -361,6 +361,14 @@ TEST(CppScaler, SettingsOutOfRangeSayWhatIsAllowed) {
               "Scaling: to.width is 0; allowed are 1 to 2147483647");
 }
 
+TEST(CppLines, SettingsCompare) {
+    const auto differ = [](const auto& a, const auto& b) { return a == a && !(a == b) && a != b; };
+    EXPECT_TRUE(differ(Size{1, 2}, Size{1, 3}));
+    EXPECT_TRUE(differ(Hsv{.hue = 1}, Hsv{.hue = 2}));
+    EXPECT_TRUE(differ(Sharpness{.level = 1}, Sharpness{.level = 2}));
+    EXPECT_TRUE(differ(Scaling{.to = {1, 1}}, Scaling{.to = {1, 2}}));
+}
+
 TEST(CppLines, FormatsHaveTheirBytes) {
     EXPECT_EQ(platen::bytesOfLine(PixelFormat::bilevel, 9), 2u);
     EXPECT_EQ(platen::bytesOfLine(PixelFormat::gray8, 9), 9u);
@@ -409,8 +417,8 @@ void FailEveryRequest(const Setting& setting, std::size_t mallocs, std::size_t n
 
 TEST(CppLines, EveryFailingRequestOfAnOpeningGivesAStatus) {
     FailEveryRequest<HsvFilter>(Hsv{.hue = 1, .width = 4}, 1, 0, 0);
-    FailEveryRequest<Sharpener>(Sharpness{.size = {4, 4}}, 8, 0, 7);  // what SetupSharp leaves behind
-    FailEveryRequest<Scaler>(Scaling{.from = {4, 4}, .to = {3, 3}, .format = PixelFormat::bilevel}, 5, 2, 0);
+    FailEveryRequest<Sharpener>(Sharpness{.size = {4, 4}}, 9, 0, 7);  // what SetupSharp leaves behind
+    FailEveryRequest<Scaler>(Scaling{.from = {4, 4}, .to = {3, 3}, .format = PixelFormat::bilevel}, 6, 2, 0);
 }
 
 TEST(CppLines, NothingIsTakenForALine) {

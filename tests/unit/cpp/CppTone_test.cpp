@@ -328,12 +328,23 @@ TEST(CppTone, SettingsOutOfRangeAreNotAdded) {
     EXPECT_EQ(world.handle(), nullptr);
 }
 
+TEST(CppTone, SettingsCompare) {
+    const auto differ = [](const auto& a, const auto& b) { return a == a && !(a == b) && a != b; };
+    EXPECT_TRUE(differ(kContrast, BrightnessContrast{}));
+    EXPECT_TRUE(differ(kLevel, Level{}));
+    EXPECT_TRUE(differ(Balance{1, 2, 3}, Balance{1, 2, 4}));
+    EXPECT_TRUE(differ(kBalance, ColorBalance{}));
+    EXPECT_TRUE(differ(platen::Point{1, 2}, platen::Point{1, 3}));
+    EXPECT_TRUE(differ(kGamma, kLines));
+}
+
 TEST(CppTone, StatusesHaveTexts) {
     EXPECT_STREQ(platen::text(Status::done), "done");
     EXPECT_STREQ(platen::text(Status::outOfMemory), "out of memory");
     EXPECT_STREQ(platen::text(Status::badArgument), "bad argument");
     EXPECT_STREQ(platen::text(Status::outOfOrder),
                  "out of order: closed, or finished lines wait to be read, or no more are to come");
+    EXPECT_STREQ(platen::text(static_cast<Status>(9)), platen::text(Status::outOfOrder));
     EXPECT_EQ(platen::Problem().text(), "");
 }
 
