@@ -4,7 +4,7 @@ import glob
 import os
 import re
 
-INCLUDES = ["-I.", "-Itests", "-Ibuild/release/generated"]
+INCLUDES = ["-I.", "-Icpp", "-Ic", "-Itests", "-Ibuild/release/generated"]
 COMMON = ["-std=c++20", "-ffp-contract=off", "-fno-builtin-malloc", "-fno-trapping-math", "-w"]
 # What the sanitizer builds would find stops a mutant here too.
 CHECKS = ["-D_GLIBCXX_ASSERTIONS", "-fsanitize=bounds,shift,signed-integer-overflow,float-cast-overflow",
@@ -22,6 +22,7 @@ TOO_SLOW = {"SharpnessImage.StreamEqualsWholeImageAtWidths3To300AndHeights1To40"
 # Per area: the files, the tests' files, the golden programs. Kernels are judged by the tests that take every variant.
 UNIT, KERNELS = "tests/unit/", "tests/kernels/"
 AREAS = {
+    "interfaces": ("c/|cpp/", [UNIT + "c/*_test.cpp", UNIT + "cpp/*_test.cpp"], []),
     "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
              ["brightness_contrast", "level", "color_balance", "curves"]),
     "hsv": ("LineFilters/(kernels/)?Hsv", [UNIT + "LineFilters/Hsv*_test.cpp", KERNELS + "HsvRow_test.cpp"], ["hsv"]),
@@ -41,12 +42,12 @@ FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
     "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/kernels/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",
     "LineFilters/kernels/*.cpp", "LineFilters/kernels/*.inc", "Sources/PX_Zoom/kernels/*.cpp",
-    "Sources/PX_Zoom/kernels/*.inc",
+    "Sources/PX_Zoom/kernels/*.inc", "c/*.cpp", "cpp/platen-cpp/*.hpp",
 ]  # fmt: skip
 
 
 def library():
-    found = [f for folder in ("ToneWorld", "LineFilters", "Sources")
+    found = [f for folder in ("ToneWorld", "LineFilters", "Sources", "c")
              for f in glob.glob(f"{folder}/**/*.cpp", recursive=True)]  # fmt: skip
     return sorted(found)
 
@@ -85,7 +86,7 @@ def includes_of(path, cache={}):
         cache[path] = set()
         with open(path) as file:
             for name in re.findall(r'^#include "([^"]+)"', file.read(), re.M):
-                places = [name, f"tests/{name}", os.path.normpath(f"{os.path.dirname(path)}/{name}")]
+                places = [name, f"tests/{name}", f"cpp/{name}", os.path.normpath(f"{os.path.dirname(path)}/{name}")]
                 for found in [place for place in places if os.path.exists(place)][:1]:
                     cache[path] |= {found} | includes_of(found)
     return cache[path]
@@ -102,6 +103,8 @@ def builds_of(path, tests):
     """The sources whose objects a mutated file changes. Headers that tests include change those too."""
     if path.endswith(".cpp"):
         return [path]
+    if path.startswith("cpp/"):  # whose code is in the tests that include it
+        return [f for f in ["c/Tone.cpp", *tests] if path in includes_of(f)]
     folder = "ToneWorld/" if area_of(path) == "tone" else re.match(r"(?:Sources/)?\w+/", path).group()
     users = [f for f in library() if path in includes_of(f) and f.startswith(folder) and "avx512" not in f]
     users = sorted(users, key=lambda f: "avx2" not in f)
