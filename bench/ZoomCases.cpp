@@ -63,7 +63,7 @@ void EnlargeCase(Report& report, int bits, double factor) {
 
 void ZoomCases(Report& report) {
     for (const int bits : {24, 8, 48}) {
-        for (const double factor : {1.5, 2.0, 2.5, 3.0, 6.0}) {
+        for (const double factor : {1.5, 2.0, 2.5, 3.0, 4.0, 6.0}) {
             ReduceCase(report, bits, factor);
         }
     }

@@ -22,20 +22,32 @@ void Add(double* acc, const std::uint32_t* line, std::int32_t weight, std::size_
     Vert().addF64(acc, line, weight, count);
 }
 
-void Reduce(std::uint8_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count) {
-    Vert().reduceU32ToU8(out, acc, weightSum, count);
+// Whether a line averages whole ones, as many as a power of two: then the sums are most often multiples of the
+// weight.
+bool AveragesWholeLines(const PX_Zoom2_Param& p) {
+    if (p.startWeight < 1 || p.endWeight != 0 || p.weightSum < p.startWeight || p.weightSum % p.startWeight != 0) {
+        return false;
+    }
+    const std::int32_t lines = p.weightSum / p.startWeight;
+    return (lines & (lines - 1)) == 0;
 }
 
-void Reduce(std::uint16_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count) {
-    Vert().reduceU32ToU16(out, acc, weightSum, count);
+void Reduce(std::uint8_t* out, const std::uint32_t* acc, const PX_Zoom2_Param& p, std::size_t count) {
+    const auto kernel = AveragesWholeLines(p) ? Vert().reduceMultiplesToU8 : Vert().reduceU32ToU8;
+    kernel(out, acc, p.weightSum, count);
 }
 
-void Reduce(std::uint8_t* out, const double* acc, std::int32_t weightSum, std::size_t count) {
-    Vert().reduceF64ToU8(out, acc, weightSum, count);
+void Reduce(std::uint16_t* out, const std::uint32_t* acc, const PX_Zoom2_Param& p, std::size_t count) {
+    const auto kernel = AveragesWholeLines(p) ? Vert().reduceMultiplesToU16 : Vert().reduceU32ToU16;
+    kernel(out, acc, p.weightSum, count);
 }
 
-void Reduce(std::uint16_t* out, const double* acc, std::int32_t weightSum, std::size_t count) {
-    Vert().reduceF64ToU16(out, acc, weightSum, count);
+void Reduce(std::uint8_t* out, const double* acc, const PX_Zoom2_Param& p, std::size_t count) {
+    Vert().reduceF64ToU8(out, acc, p.weightSum, count);
+}
+
+void Reduce(std::uint16_t* out, const double* acc, const PX_Zoom2_Param& p, std::size_t count) {
+    Vert().reduceF64ToU16(out, acc, p.weightSum, count);
 }
 
 constexpr auto ExpandKernel(const std::uint32_t*, const std::uint8_t*) {
@@ -84,7 +96,7 @@ void PX_ZoomBilinear::Add_ReduceVert(A* acc, void* line, int weight) {
 template <class S, class A>
 void PX_ZoomBilinear::Reduce_Vert(S* out, A* acc) {
     if (const std::size_t count = platen::DstSamples(*this); count != 0) {
-        Reduce(out, acc, vertCursor->weightSum, count);
+        Reduce(out, acc, *vertCursor, count);
     }
 }
 

@@ -33,6 +33,13 @@ struct VertKernels {
     // out[k] = low bits of acc[k] / weightSum, truncated.
     void (*reduceU32ToU8)(std::uint8_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count);
     void (*reduceU32ToU16)(std::uint16_t* out, const std::uint32_t* acc, std::int32_t weightSum, std::size_t count);
+
+    // The same results, sooner where the numbers are multiples of weightSum's odd part, as they are in sums of
+    // whole lines of which a record takes a power of two.
+    void (*reduceMultiplesToU8)(std::uint8_t* out, const std::uint32_t* acc, std::int32_t weightSum,
+                                std::size_t count);
+    void (*reduceMultiplesToU16)(std::uint16_t* out, const std::uint32_t* acc, std::int32_t weightSum,
+                                 std::size_t count);
     void (*reduceF64ToU8)(std::uint8_t* out, const double* acc, std::int32_t weightSum, std::size_t count);
     void (*reduceF64ToU16)(std::uint16_t* out, const double* acc, std::int32_t weightSum, std::size_t count);
 

@@ -135,21 +135,25 @@ void ZoomRows(Table& table) {
         ZoomRow(table, std::string(what) + " " + std::to_string(bits) + " bit by " + Format("%g", factor), bits,
                 factor, way, goal);
     };
-    for (const double factor : {1.5, 2.0, 2.5, 3.0, 6.0}) {
-        row("reduce", 24, factor, Way::kReduce, factor == 2.0 ? Goal{} : Goal{3, 2.5});
-    }
-    for (const double factor : {1.5, 2.0, 2.5, 3.0, 6.0}) {
-        const Goal goal = factor == 6.0 ? Goal{1.0, 0.8} : Goal{1.3, 1.0};
-        row("reduce", 8, factor, Way::kReduce, factor == 2.0 ? Goal{} : goal);
-    }
-    for (const double factor : {1.5, 2.0, 2.5, 3.0, 6.0}) {
-        row("reduce", 48, factor, Way::kReduce, factor == 2.0 ? Goal{} : Goal{2.3, 2.0});
+    struct Reduction {
+        double factor;
+        Goal goals[3];  // of 24, 8 and 48 bit
+    };
+    constexpr Reduction kReductions[] = {
+        {1.5, {{3, 2.5}, {1.3, 1.3}, {2.3, 2.0}}},   {2.0, {{0.95, 0.95}, {0.8, 0.8}, {0.95, 0.95}}},
+        {2.5, {{3, 2.5}, {1.3, 1.3}, {2.3, 2.0}}},   {3.0, {{3, 2.5}, {1.3, 1.3}, {2.3, 2.0}}},
+        {4.0, {{4.5, 4.5}, {1.0, 1.0}, {2.5, 2.5}}}, {6.0, {{3, 2.5}, {1.0, 0.8}, {2.3, 2.0}}}};
+    constexpr int kBits[] = {24, 8, 48};
+    for (std::size_t b = 0; b < std::size(kBits); ++b) {
+        for (const Reduction& reduction : kReductions) {
+            row("reduce", kBits[b], reduction.factor, Way::kReduce, reduction.goals[b]);
+        }
     }
     for (const double factor : {1.5, 2.0}) {
-        row("enlarge", 24, factor, Way::kEnlarge, {1.5, 1.25});
-        row("enlarge", 8, factor, Way::kEnlarge, {1.4, 1.25});
+        row("enlarge", 24, factor, Way::kEnlarge, {1.7, 1.7});
+        row("enlarge", 8, factor, Way::kEnlarge, {1.4, 1.4});
     }
-    ZoomRow(table, "bilevel 600 to 300 dpi", 1, 2, Way::kReduce, {5000, 3000, true});
+    ZoomRow(table, "bilevel 600 to 300 dpi", 1, 2, Way::kReduce, {5000, 5000, true});
 }
 
 void ToneRow(Table& table) {

@@ -282,6 +282,12 @@ void CheckVertical(const KernelTable& variant) {
         judge.setF64(accumulator, lineA, part, count);
         compare([&](auto& k, void* out) { k.equalToU8(static_cast<std::uint8_t*>(out), lineA, count); }, 1);
         compare([&](auto& k, void* out) { k.equalToU16(static_cast<std::uint16_t*>(out), lineA, count); }, 2);
+        compare(
+            [&](auto& k, void* out) { k.reduceMultiplesToU8(static_cast<std::uint8_t*>(out), lineA, sum, count); },
+            1);
+        compare([&](auto& k,
+                    void* out) { k.reduceMultiplesToU16(static_cast<std::uint16_t*>(out), lineA, sum, count); },
+                2);
         compare([&](auto& k, void* out) { k.reduceU32ToU8(static_cast<std::uint8_t*>(out), lineA, sum, count); },
                 1);
         compare([&](auto& k, void* out) { k.reduceU32ToU16(static_cast<std::uint16_t*>(out), lineA, sum, count); },

@@ -326,6 +326,68 @@ TEST_P(VertPass, WordsAreExactForEveryWeightSum) {
 }
 
 // One less than a multiple of the weight sum: there a reciprocal in floats is off for many of the sums above 26214.
+TEST_P(VertPass, ReduceMultiplesEqualsReference) {
+    CompareReduce(Fast().reduceMultiplesToU8, Judge().reduceU32ToU8, 9);
+    CompareReduce(Fast().reduceMultiplesToU16, Judge().reduceU32ToU16, 10);
+}
+
+// Sums of whole lines: every count of destination lines by 2 and 4, the largest sums and some between, and one
+// number that is none of them.
+template <class S, class Fast, class Judge>
+void CompareMultiples(const Fast& fast, const Judge& judge, Random& random) {
+    constexpr std::size_t kCount = 150;
+    constexpr std::uint32_t kMost = std::numeric_limits<S>::max();
+    std::vector<std::uint32_t> acc(kCount);
+    std::vector<S> out(kCount), expected(kCount);
+    for (std::uint32_t unit = 1; unit <= 32767;
+         unit += unit < 300 ? 1 : static_cast<std::uint32_t>(random.Between(1, 9))) {
+        for (const std::uint32_t lines : {1u, 2u, 4u}) {
+            if (unit * lines > 65535) {
+                continue;
+            }
+            const auto w = static_cast<std::int32_t>(unit * lines);
+            for (std::size_t k = 0; k < kCount; ++k) {
+                acc[k] = unit * (random.OneIn(4) ? kMost * lines
+                                                 : static_cast<std::uint32_t>(random.Between(0, kMost * lines)));
+            }
+            if (random.OneIn(3)) {
+                acc[static_cast<std::size_t>(random.Between(0, kCount - 1))] =
+                    static_cast<std::uint32_t>(random.Next());
+            }
+            fast(out.data(), acc.data(), w, kCount);
+            judge(expected.data(), acc.data(), w, kCount);
+            ASSERT_EQ(out, expected) << "by " << w;
+        }
+    }
+}
+
+TEST_P(VertPass, MultiplesOfEveryCountOfLinesAreExact) {
+    Random random(11);
+    CompareMultiples<std::uint8_t>(Fast().reduceMultiplesToU8, Judge().reduceU32ToU8, random);
+    CompareMultiples<std::uint16_t>(Fast().reduceMultiplesToU16, Judge().reduceU32ToU16, random);
+}
+
+TEST_P(VertPass, SumsOfZeroGiveZero) {
+    const std::vector<std::uint32_t> line(50, 300);
+    const std::vector<std::uint8_t> zeros(50, 0);
+    const std::vector<std::uint16_t> wideZeros(50, 0);
+    for (const auto kernel : {Fast().reduceU32ToU8, Fast().reduceMultiplesToU8}) {
+        std::vector<std::uint8_t> out(50, 1);
+        kernel(out.data(), line.data(), 0, 50);
+        EXPECT_EQ(zeros, out);
+    }
+    for (const auto kernel : {Fast().reduceU32ToU16, Fast().reduceMultiplesToU16}) {
+        std::vector<std::uint16_t> out(50, 1);
+        kernel(out.data(), line.data(), 0, 50);
+        EXPECT_EQ(wideZeros, out);
+    }
+    std::vector<std::uint8_t> out(50, 1);
+    Fast().expandU32ToU8(out.data(), line.data(), line.data(), {3, 4, 0}, 50);
+    EXPECT_EQ(zeros, out);
+    Fast().expandU32ToU8(out.data(), line.data(), line.data(), {0, 0, 0}, 50);
+    EXPECT_EQ(zeros, out);
+}
+
 TEST_P(VertPass, BytesBetweenTwoLinesAreExactForHeavyWeights) {
     const std::vector<std::uint32_t> upper(70, 255u);
     const std::vector<std::uint32_t> lower(70, 254u);

@@ -54,6 +54,17 @@ V Times(V a, F r) {
     return _mm512_cvttps_epi32(_mm512_mul_ps(_mm512_cvtepi32_ps(a), r));
 }
 
+constexpr bool kMulsAll = true;
+
+struct Shift {
+    __m128i count;
+
+    explicit Shift(int n) : count(_mm_cvtsi32_si128(n)) {}
+    V Of(V a) const {
+        return _mm512_srl_epi32(a, count);
+    }
+};
+
 struct Divisor {
     V multiplier;
     V addend;

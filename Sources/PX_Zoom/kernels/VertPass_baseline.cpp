@@ -56,6 +56,17 @@ V Times(V a, F r) {
     return _mm_cvttps_epi32(_mm_mul_ps(_mm_cvtepi32_ps(a), r));
 }
 
+constexpr bool kMulsAll = false;
+
+struct Shift {
+    __m128i count;
+
+    explicit Shift(int n) : count(_mm_cvtsi32_si128(n)) {}
+    V Of(V a) const {
+        return _mm_srl_epi32(a, count);
+    }
+};
+
 struct Divisor {
     V multiplier;
     V addend;
@@ -148,6 +159,17 @@ V Times(V a, F r) {
     const F product = __builtin_convertvector(reinterpret_cast<Signed>(a), F) * r;
     return reinterpret_cast<V>(__builtin_convertvector(product, Signed));
 }
+
+constexpr bool kMulsAll = true;
+
+struct Shift {
+    int count;
+
+    explicit Shift(int n) : count(n) {}
+    V Of(V a) const {
+        return a >> count;
+    }
+};
 
 using Divisor = Reciprocal;
 

@@ -34,6 +34,8 @@ constinit const VertKernels kVert_reference = {
     reference::AddReduceVert<double>,
     reference::ReduceVert<std::uint8_t, std::uint32_t>,
     reference::ReduceVert<std::uint16_t, std::uint32_t>,
+    reference::ReduceVert<std::uint8_t, std::uint32_t>,
+    reference::ReduceVert<std::uint16_t, std::uint32_t>,
     reference::ReduceVert<std::uint8_t, double>,
     reference::ReduceVert<std::uint16_t, double>,
     Expand<std::uint32_t, std::uint8_t>,
