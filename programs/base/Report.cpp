@@ -114,6 +114,20 @@ double Now() {
     return std::chrono::duration<double>(time).count();
 }
 
+namespace {
+
+// 8 or 16 bits.
+unsigned SampleAt(const ImageInfo& info, const std::uint8_t* line, std::size_t index) {
+    if (info.bitsPerSample == 8) {
+        return line[index];
+    }
+    std::uint16_t wide = 0;
+    std::memcpy(&wide, line + 2 * index, sizeof wide);
+    return wide;
+}
+
+}  // namespace
+
 void Statistics::Add(const ImageInfo& info, const std::uint8_t* line) {
     ++lines_;
     bytes_ += info.LineBytes();
@@ -121,17 +135,15 @@ void Statistics::Add(const ImageInfo& info, const std::uint8_t* line) {
     const auto colours = static_cast<std::size_t>(info.ColourSamples());
     channels_ = std::max(channels_, colours);
     for (std::size_t x = 0; x < info.width; ++x) {
+        if (info.HasAlpha() && SampleAt(info, line, x * samples + colours) == 0) {
+            continue;  // nobody sees its colours
+        }
         for (std::size_t s = 0; s < colours; ++s) {
-            std::size_t level = 0;
-            if (info.bitsPerSample == 1) {
-                level = (line[x / 8] >> (7 - x % 8) & 1) != 0 ? 0 : 255;
-            } else if (info.bitsPerSample == 8) {
-                level = line[x * samples + s];
-            } else {
-                std::uint16_t wide = 0;
-                std::memcpy(&wide, line + 2 * (x * samples + s), sizeof wide);
-                level = wide >> 8;
-            }
+            const unsigned sample = info.bitsPerSample == 1 ? 0 : SampleAt(info, line, x * samples + s);
+            const bool black = info.bitsPerSample == 1 && (line[x / 8] >> (7 - x % 8) & 1) != 0;
+            const unsigned level = info.bitsPerSample == 1    ? (black ? 0 : 255)
+                                   : info.bitsPerSample == 16 ? sample >> 8
+                                                              : sample;
             ++histograms_[s][level];
         }
     }

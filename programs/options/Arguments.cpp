@@ -42,6 +42,18 @@ void RefuseEmptyValue(const OptionSpec& spec, const std::vector<std::string>& ar
     }
 }
 
+// The parser would take the next argument for the value.
+std::vector<std::string> WithBareValues(CommandBit command, std::vector<std::string> arguments) {
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    for (const OptionSpec& spec : OptionTable()) {
+        if (spec.bare != nullptr && (spec.commands & command) != 0) {
+            const std::string name = std::string("--") + spec.name;
+            std::replace(arguments.begin(), end, name, name + "=" + spec.bare);
+        }
+    }
+    return arguments;
+}
+
 void RefuseLeftOvers(const CLI::App& app) {
     for (const std::string& rest : app.remaining()) {
         if (rest != "--") {
@@ -63,7 +75,8 @@ void RefuseLeftOvers(const CLI::App& app) {
 
 }  // namespace
 
-ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string>& arguments) {
+ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string>& given) {
+    const std::vector<std::string> arguments = WithBareValues(command, given);
     CLI::App app;
     app.set_help_flag();
     app.allow_extras();

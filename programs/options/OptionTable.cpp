@@ -50,6 +50,9 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"threshold", 0, "N", kPixels, "0..100 percent; darker becomes black in lineart (50)", kPageUsers, kInPresets},
     {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers, kInPresets},
 
+    {"flatten", 0, "COLOUR", kPixels, "lay alpha over white, black or #RRGGBB (white)", kPageUsers, kInPresets,
+     "white black", "white"},
+
     {"scale", 0, "S", kSize, "50% or 0.5", kPageUsers, kInPresets},
     {"size", 0, "WxH", kSize, "exactly that many pixels", kPageUsers, kInPresets},
     {"width", 0, "N", kSize, nullptr, kPageUsers, kInPresets},
@@ -101,6 +104,9 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 std::string OptionText(const OptionSpec& spec) {
     std::string text = spec.letter != 0 ? std::string("-") + spec.letter + " --" : std::string("--");
     text += spec.name;
+    if (spec.bare != nullptr) {
+        return text + "[=" + spec.argument + "]";
+    }
     return spec.argument != nullptr ? text + "=" + spec.argument : text;
 }
 

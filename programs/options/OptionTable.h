@@ -21,6 +21,7 @@ struct OptionSpec {
     unsigned commands;              // CommandBit
     bool inPresets = false;         // whether a preset may hold it: it is about the picture
     const char* choices = nullptr;  // where the value is one of a few words, these
+    const char* bare = nullptr;     // its value where none is given, which then can follow '=' only
 };
 
 std::span<const OptionSpec> OptionTable();

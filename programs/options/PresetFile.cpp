@@ -159,6 +159,9 @@ class PresetReader {
             }
             return {};
         }
+        if (const auto* flag = entry.value->as_boolean(); spec->bare != nullptr && flag != nullptr && flag->get()) {
+            return spec->bare;
+        }
         const toml::array* list = entry.value->as_array();
         return list != nullptr ? Joined(entry, *list, entry.key == "curve" ? ':' : ',')
                                : Scalar(entry, *entry.value);

@@ -1,6 +1,7 @@
 #include "programs/options/Settings.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include "programs/base/Numbers.h"
 
@@ -80,6 +81,28 @@ std::array<StageKind, 4> ParseOrder(const std::string& text, unsigned& missing) 
     return order;
 }
 
+// Two hexadecimal digits.
+std::uint8_t ParseByte(const std::string& option, const std::string& text, std::size_t at) {
+    unsigned value = 0;
+    const char* end = text.data() + at + 2;
+    const auto result = std::from_chars(text.data() + at, end, value, 16);
+    if (result.ec != std::errc() || result.ptr != end) {
+        Refuse(option + ": '" + text + "' is none of white, black and #RRGGBB");
+    }
+    return static_cast<std::uint8_t>(value);
+}
+
+Colour ParseColour(const std::string& option, const std::string& text) {
+    if (text == "white") {
+        return {};
+    }
+    const std::string digits = text == "black" ? "#000000" : text;
+    if (digits.size() != 7 || digits[0] != '#') {
+        Refuse(option + ": '" + text + "' is none of white, black and #RRGGBB");
+    }
+    return {{ParseByte(option, digits, 1), ParseByte(option, digits, 3), ParseByte(option, digits, 5)}};
+}
+
 bool TakePixelOption(Settings& s, const std::string& name, const std::string& value) {
     if (name == "mode") {
         s.pixels.mode = Choose<PixelMode>(
@@ -91,6 +114,8 @@ bool TakePixelOption(Settings& s, const std::string& name, const std::string& va
         s.pixels.threshold = ParseNumber("--threshold", value, 0.0, 100.0);
     } else if (name == "negative") {
         s.pixels.negative = true;
+    } else if (name == "flatten") {
+        s.pixels.flatten = ParseColour("--flatten", value);
     } else if (name == "saturation") {
         s.hsv.saturation = static_cast<int>(ParseWhole("--saturation", value, -100, 100));
     } else if (name == "hue") {

@@ -41,12 +41,18 @@ struct SizeSettings {
     }
 };
 
+// Of 8 bits a sample; white, where nothing is said.
+struct Colour {
+    std::array<std::uint8_t, 3> rgb = {255, 255, 255};
+};
+
 // How a page's pixels come out.
 struct PixelSettings {
     std::optional<PixelMode> mode;
     std::optional<int> depth;  // 1, 8 or 16
     double threshold = 50.0;   // percent
     bool negative = false;
+    std::optional<Colour> flatten;  // what alpha is laid over
 };
 
 struct PageRange {

@@ -1,6 +1,7 @@
 #include "programs/page/PagePlan.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "programs/base/Error.h"
 #include "programs/base/Numbers.h"
@@ -10,6 +11,15 @@
 namespace platen_tool {
 
 namespace {
+
+std::string ColourText(const Colour& colour) {
+    if (colour.rgb == Colour{}.rgb) {
+        return "white";
+    }
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02x%02x%02x", colour.rgb[0], colour.rgb[1], colour.rgb[2]);
+    return text;
+}
 
 [[noreturn]] void Unsupported(const std::string& text) {
     throw Error(ExitCode::kUnsupported, text);
@@ -88,9 +98,10 @@ class Planner {
         if (settings_.pixels.negative) {
             Add(StepKind::kNegative, "negative");
         }
-        if (ToLineart() && info_.HasAlpha()) {
+        if ((ToLineart() || settings_.pixels.flatten) && info_.HasAlpha()) {
             info_.samplesPerPixel -= 1;
-            Add(StepKind::kFlatten, "alpha over white", info_.LineBytes());
+            plan_.background = settings_.pixels.flatten.value_or(Colour{});
+            Add(StepKind::kFlatten, "alpha over " + ColourText(plan_.background), info_.LineBytes());
         }
     }
 
@@ -215,7 +226,9 @@ class Planner {
         const bool known = in.height != 0 && out.height != 0;
         const std::size_t height = known ? PageZoom::Records(in.height, out.height) : most;
         const std::size_t bits = in.bitsPerSample == 1 ? 8 : static_cast<std::size_t>(in.bitsPerSample);
-        const std::size_t pixel = bits * static_cast<std::size_t>(in.samplesPerPixel);
+        const auto samples = static_cast<std::size_t>(in.samplesPerPixel);
+        // With alpha there are two scalers, one of them at 16 bits.
+        const std::size_t pixel = in.HasAlpha() ? bits * (samples - 1) + 16 * samples + 7 : bits * samples;
         constexpr std::size_t kRecord = 28;
         return 2 * width * (pixel + 7) + kRecord * (width + height) + out.LineBytes() +
                (in.bitsPerSample == 1 ? width : 0);

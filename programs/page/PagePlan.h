@@ -17,7 +17,7 @@ enum class StepKind {
     kColourToGrey,   // (299 R + 587 G + 114 B) / 1000, rounded; alpha stays
     kGreyToColour,
     kNegative,   // alpha stays
-    kFlatten,    // alpha over white
+    kFlatten,    // alpha over the background
     kThreshold,  // grey to 1 bit
     kTone,
     kHsv,
@@ -42,6 +42,7 @@ struct PagePlan {
     HsvSettings hsv;                   // for kHsv
     int sharpness = 0;                 // for kSharpen
     double threshold = 50.0;           // for kThreshold, percent
+    Colour background;                 // for kFlatten
     bool reducedTo8 = false;           // 16-bit samples lose bits though nobody asked for it
     std::vector<std::string> notices;  // for -v
 };

@@ -1,4 +1,4 @@
-#include <cmath>
+#include <array>
 #include <cstring>
 
 #include "programs/page/LineSink.h"
@@ -42,6 +42,7 @@ class PixelSink : public LineSink {
           outSamples_(static_cast<std::size_t>(step.out.samplesPerPixel)),
           wide_(step.in.bitsPerSample == 16),
           blackBelow_(plan.threshold * 2.55),
+          background_(BackgroundOf(plan.background, outSamples_, wide_)),
           line_(step.out.LineBytes()),
           next_(next) {}
 
@@ -51,6 +52,16 @@ class PixelSink : public LineSink {
     }
 
   private:
+    static std::array<std::uint64_t, 3> BackgroundOf(const Colour& colour, std::size_t samples, bool wide) {
+        const auto& rgb = colour.rgb;
+        const std::uint64_t grey = (299u * rgb[0] + 587u * rgb[1] + 114u * rgb[2] + 500u) / 1000u;
+        const std::uint64_t factor = wide ? 257 : 1;
+        if (samples == 1) {
+            return {grey * factor, 0, 0};
+        }
+        return {rgb[0] * factor, rgb[1] * factor, rgb[2] * factor};
+    }
+
     void Convert(const std::uint8_t* line) {
         switch (kind_) {
             case StepKind::kBilevelToGrey:
@@ -134,10 +145,15 @@ class PixelSink : public LineSink {
     }
 
     void Flatten(const std::uint8_t* line) {
+        const std::uint64_t most = wide_ ? 65535 : 255;
         for (std::size_t x = 0; x < width_; ++x) {
-            const std::uint32_t alpha = line[2 * x + 1];
-            const std::uint32_t sum = line[2 * x] * alpha + 255 * (255 - alpha);
-            line_[x] = static_cast<std::uint8_t>((sum + 127) / 255);
+            const std::uint64_t alpha = Load(line, x * inSamples_ + outSamples_, wide_);
+            for (std::size_t s = 0; s < outSamples_; ++s) {
+                const std::uint64_t sum =
+                    Load(line, x * inSamples_ + s, wide_) * alpha + background_[s] * (most - alpha);
+                Store(line_.data(), x * outSamples_ + s, wide_,
+                      static_cast<std::uint32_t>((sum + most / 2) / most));
+            }
         }
     }
 
@@ -157,6 +173,7 @@ class PixelSink : public LineSink {
     const std::size_t outSamples_;
     const bool wide_;
     const double blackBelow_;
+    const std::array<std::uint64_t, 3> background_;  // kFlatten: in the page's samples
     std::vector<std::uint8_t> line_;
     LineSink& next_;
 };
