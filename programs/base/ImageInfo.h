@@ -25,6 +25,14 @@ struct Resolution {
     Ratio y;
 };
 
+// A chunk of a PNG, as it stands there.
+struct PngChunk {
+    std::string name;
+    std::vector<std::uint8_t> data;
+
+    bool operator==(const PngChunk&) const = default;
+};
+
 // One page's description. Lines travel through the program in one form whatever the file's was:
 //
 //   1 bit      packed, most significant bit first, 1 is black, unused bits of the last byte are 0
@@ -39,6 +47,7 @@ struct ImageInfo {
     int samplesPerPixel = 1;   // 1 to 4
     std::optional<Resolution> resolution;
     std::vector<std::uint8_t> iccProfile;  // empty: none
+    std::vector<PngChunk> pngColours;      // what a PNG says of its colours besides: gAMA, cHRM, sRGB
     int orientation = 1;                   // 1 to 8 as in EXIF and TIFF, kept as a tag, never applied
 
     bool HasAlpha() const {

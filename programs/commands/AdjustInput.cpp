@@ -209,6 +209,7 @@ class InputRun {
                                     plan.input.samplesPerPixel == plan.output.samplesPerPixel;
             options.tiffCompression = sameLayout ? reader_->TiffCompression() : 0;
             const std::string path = name_.Make(input_, nextPage_);
+            Tell(LostMetadata(OutputContainer(path, options.container, options.inputContainer), plan.output));
             isInput_ = name_.HasPage() && files_.Claim("-o", path, owner_);
             writer_ = WithThread(OpenWriter(path, options), settings_);
         }

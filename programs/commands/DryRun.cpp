@@ -93,6 +93,11 @@ std::string DescribeInput(const Run& run, std::size_t index, unsigned long& next
             text += input + ", page " + std::to_string(page);
             text += output.empty() ? "\n" : ", to " + output + "\n";
             text += DescribePage(plan);
+            const std::string lost =
+                output.empty()
+                    ? ""
+                    : LostMetadata(OutputContainer(output, settings.format, reader->FileContainer()), plan.output);
+            text += lost.empty() ? "" : Row("note", lost);
         }
         if (reader->PageCount() == 1) {
             more = false;  // no need to read its lines to find the end

@@ -71,7 +71,8 @@ void CheckJpegLayout(const ImageInfo& info) {
                                                 "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
     }
     if (info.HasAlpha()) {
-        throw Error(ExitCode::kUnsupported, "JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it");
+        throw Error(ExitCode::kUnsupported,
+                    "JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it");
     }
     if (info.width > kMostJpegPixels || info.height > kMostJpegPixels) {
         throw Error(ExitCode::kUnsupported,

@@ -79,6 +79,9 @@ void CheckOutput(const std::string& path, const WriteOptions& options, const Ima
 // ("page.png"); where that names none an Error (kUsage).
 Container OutputContainer(const std::string& path, std::optional<Container> asked, Container inputContainer);
 
+// What of a page's metadata the container can't hold, as a sentence for -v; mostly empty.
+std::string LostMetadata(Container container, const ImageInfo& page);
+
 // An Error (kUnsupported) where the container holds one page only.
 void RequireSeveralPages(Container container);
 

@@ -63,6 +63,32 @@ void RequireSeveralPages(Container container) {
     }
 }
 
+std::string LostMetadata(Container container, const ImageInfo& page) {
+    static constexpr const char* kNames[] = {"PNG", "TIFF", "JPEG", "PNM"};
+    std::vector<std::string> lost;
+    if (container == Container::kPnm) {
+        if (page.resolution) {
+            lost.emplace_back("the resolution");
+        }
+        if (!page.iccProfile.empty()) {
+            lost.emplace_back("the ICC profile");
+        }
+        if (page.orientation != 1) {
+            lost.emplace_back("the orientation");
+        }
+    }
+    for (const PngChunk& chunk : page.pngColours) {
+        if (container != Container::kPng) {
+            lost.push_back("the PNG's " + chunk.name);
+        }
+    }
+    std::string text;
+    for (const std::string& one : lost) {
+        text += (text.empty() ? "" : ", ") + one;
+    }
+    return text.empty() ? text : text + ": left out, " + kNames[static_cast<int>(container)] + " can't hold it";
+}
+
 void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {
     const Container container = OutputContainer(path, options.container, options.inputContainer);
     CheckOutputPath(path, options.force);

@@ -1,5 +1,6 @@
 #include <png.h>
 
+#include <algorithm>
 #include <bit>
 #include <optional>
 #include <vector>
@@ -20,9 +21,12 @@ constexpr png_alloc_size_t kMostChunkBytes = 8'000'000;
 constexpr png_uint_32 kMostChunksKept = 64;
 
 // Chunks that say nothing that is kept; libpng skips them unread.
-constexpr png_byte kSkipped[] =
-    "bKGD\0cHRM\0gAMA\0hIST\0iTXt\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0sRGB\0tEXt\0tIME\0zTXt";
+constexpr png_byte kSkipped[] = "bKGD\0hIST\0iTXt\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0tEXt\0tIME\0zTXt";
 constexpr int kSkippedCount = static_cast<int>(sizeof kSkipped / 5);
+
+// Kept as they are: libpng would mix them with each other and with the profile.
+constexpr png_byte kKept[] = "cHRM\0gAMA\0sRGB";
+constexpr int kKeptCount = static_cast<int>(sizeof kKept / 5);
 
 // All that the guarded steps touch. Nothing in it has a destructor.
 struct PngState {
@@ -63,6 +67,7 @@ void Create(void* pointer) {
     png_set_chunk_cache_max(state->png, kMostChunksKept);
     png_set_crc_action(state->png, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
     png_set_keep_unknown_chunks(state->png, PNG_HANDLE_CHUNK_NEVER, kSkipped, kSkippedCount);
+    png_set_keep_unknown_chunks(state->png, PNG_HANDLE_CHUNK_ALWAYS, kKept, kKeptCount);
 }
 
 void ReadHeader(void* pointer) {
@@ -211,10 +216,26 @@ class PngReader : public LineReader {
         if (png_get_iCCP(state_.png, state_.info, &name, &compression, &profile, &profileBytes) != 0) {
             info_.iccProfile.assign(profile, profile + profileBytes);
         }
+        KeepChunks();
         png_bytep exif = nullptr;
         png_uint_32 exifBytes = 0;
         if (png_get_eXIf_1(state_.png, state_.info, &exifBytes, &exif) != 0) {
             info_.orientation = ReadExif(exif, exifBytes).orientation;
+        }
+    }
+
+    // The first of each name, where it has the length that it must have.
+    void KeepChunks() {
+        png_unknown_chunkp chunks = nullptr;
+        const int count = png_get_unknown_chunks(state_.png, state_.info, &chunks);
+        for (int i = 0; i < count; ++i) {
+            const std::string name(reinterpret_cast<const char*>(chunks[i].name), 4);
+            const std::size_t length = name == "cHRM" ? 32 : name == "gAMA" ? 4 : 1;
+            const bool known = std::any_of(info_.pngColours.begin(), info_.pngColours.end(),
+                                           [&](const PngChunk& chunk) { return chunk.name == name; });
+            if (chunks[i].size == length && !known) {
+                info_.pngColours.push_back({name, {chunks[i].data, chunks[i].data + length}});
+            }
         }
     }
 

@@ -1,5 +1,6 @@
 #include <png.h>
 
+#include <cstring>
 #include <optional>
 #include <vector>
 
@@ -63,6 +64,15 @@ void SetMetadata(PngState* state) {
         png_set_iCCP(png, state->info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, page.iccProfile.data(),
                      static_cast<png_uint_32>(page.iccProfile.size()));
         state->profileLeftOut = png_get_valid(png, state->info, PNG_INFO_iCCP) == 0;
+    }
+    for (const PngChunk& chunk : page.pngColours) {
+        png_unknown_chunk raw{};
+        std::memcpy(raw.name, chunk.name.c_str(), 4);
+        raw.data = const_cast<png_bytep>(chunk.data.data());  // copied
+        raw.size = chunk.data.size();
+        raw.location = PNG_HAVE_IHDR;
+        png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_ALWAYS, raw.name, 1);
+        png_set_unknown_chunks(png, state->info, &raw, 1);
     }
     if (state->exifBytes != 0) {
         png_set_eXIf_1(png, state->info, static_cast<png_uint_32>(state->exifBytes), state->exif);

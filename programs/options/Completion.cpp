@@ -134,7 +134,8 @@ std::string ZshAction(const OptionSpec& spec) {
     if (spec.argument == nullptr) {
         return "";
     }
-    const std::string message = ":" + Escaped(spec.argument, ":[]\\") + ":";
+    const std::string message =
+        std::string(spec.bare != nullptr ? "::" : ":") + Escaped(spec.argument, ":[]\\") + ":";
     if (spec.choices != nullptr) {
         return message + "(" + spec.choices + ")";
     }
@@ -152,7 +153,8 @@ std::string ZshOptions(CommandBit bit) {
             continue;
         }
         const std::string rest = "[" + Escaped(HelpOf(spec), ":[]\\") + "]" + ZshAction(spec) + "'";
-        text += std::string(" \\\n            '*--") + spec.name + (spec.argument != nullptr ? "=" : "") + rest;
+        const char* takes = spec.argument == nullptr ? "" : spec.bare != nullptr ? "=-" : "=";
+        text += std::string(" \\\n            '*--") + spec.name + takes + rest;
         if (spec.letter != 0) {
             text +=
                 std::string(" \\\n            '*-") + spec.letter + (spec.argument != nullptr ? "+" : "") + rest;

@@ -89,6 +89,7 @@ class Planner {
         if (info_.ColourSamples() == 3 && (mode == PixelMode::kGray || ToLineart())) {
             info_.samplesPerPixel -= 2;
             info_.iccProfile.clear();  // it describes colours that are gone
+            std::erase_if(info_.pngColours, [](const PngChunk& chunk) { return chunk.name == "cHRM"; });
             Add(StepKind::kColourToGrey, "colour to grey", info_.LineBytes());
         } else if (info_.ColourSamples() == 1 && info_.bitsPerSample != 1 && mode == PixelMode::kColor) {
             info_.samplesPerPixel += 2;
@@ -242,6 +243,7 @@ class Planner {
         }
         if (settings_.strip) {
             plan_.output.iccProfile.clear();
+            plan_.output.pngColours.clear();
             plan_.output.orientation = 1;
         }
     }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Spawn.h"
 #include "unit/programs/io/Pages.h"
 
@@ -152,6 +154,78 @@ TEST_F(Metadata, StripDropsProfileAndOrientationButNoResolution) {
         EXPECT_TRUE(Info(name).iccProfile.empty()) << name;
         EXPECT_EQ(ReadFile(folder.File(name)).find("scnr"), std::string::npos) << name;
     }
+}
+
+std::string Chunk(const std::string& name, const std::string& data) {
+    const auto big = [](std::uint32_t value) {
+        std::string text = Little(value, 4);
+        std::reverse(text.begin(), text.end());
+        return text;
+    };
+    std::uint32_t crc = 0xFFFFFFFFu;
+    for (const char c : name + data) {
+        crc ^= static_cast<unsigned char>(c);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 1) != 0 ? crc >> 1 ^ 0xEDB88320u : crc >> 1;
+        }
+    }
+    return big(static_cast<std::uint32_t>(data.size())) + name + data + big(~crc);
+}
+
+const std::string kGamma = Chunk("gAMA", std::string("\0\0\xB1\x8F", 4));
+const std::string kChromaticities = Chunk("cHRM", std::string("0123456789abcdefghijklmnopqrstuv"));
+const std::string kStandard = Chunk("sRGB", std::string("\1", 1));
+
+TEST_F(Metadata, WhatAPngSaysOfItsColoursStaysInAPng) {
+    Run({"in.jpg", "--strip", "-o", "bare.png"});
+    std::string bytes = ReadFile(folder.File("bare.png"));
+    bytes.insert(33, kGamma + kChromaticities + kStandard + Chunk("gAMA", "twice") + kGamma);
+    WriteFile(folder.File("marked.png"), bytes);
+    const auto holds = [this](const std::string& name) {
+        const std::string all = ReadFile(folder.File(name));
+        std::string text;
+        for (const auto& [chunk, letter] : {std::pair{kGamma, 'g'}, {kChromaticities, 'c'}, {kStandard, 's'}}) {
+            text += all.find(chunk) != std::string::npos ? std::string(1, letter) : "";
+        }
+        return text;
+    };
+    Run({"marked.png", "--brightness=10", "--scale=50%", "-o", "out.png"});
+    EXPECT_EQ(holds("out.png"), "gcs");
+    EXPECT_EQ(ReadFile(folder.File("out.png")).find("twice"), std::string::npos);
+    Run({"marked.png", "--mode=gray", "-o", "grey.png"});
+    EXPECT_EQ(holds("grey.png"), "gs");  // there are no colours any more
+    Run({"marked.png", "--strip", "-o", "stripped.png"});
+    EXPECT_EQ(holds("stripped.png"), "");
+    // A profile beside them stays too.
+    std::string both = ReadFile(folder.File("in.png"));
+    both.insert(33, kGamma);
+    WriteFile(folder.File("both.png"), both);
+    Run({"both.png", "-o", "both-out.png"});
+    EXPECT_EQ(holds("both-out.png"), "g");
+    EXPECT_EQ(Info("both-out.png").iccProfile, SmallProfile(true));
+}
+
+TEST_F(Metadata, WhatAFormatCannotHoldIsNamed) {
+    Run({"in.jpg", "--strip", "-o", "bare.png"});
+    std::string bytes = ReadFile(folder.File("bare.png"));
+    bytes.insert(33, kGamma + kStandard);
+    WriteFile(folder.File("marked.png"), bytes);
+    Streams streams;
+    streams.folder = folder.Path();
+    const auto told = [&](const std::string& from, const std::string& to) {
+        return Spawn({"-v", from, "-o", to}, streams).err;
+    };
+    const std::string chunks = "platen: marked.png: the PNG's gAMA, the PNG's sRGB: left out, ";
+    EXPECT_EQ(told("marked.png", "a.tif"), chunks + "TIFF can't hold it\n");
+    EXPECT_EQ(told("marked.png", "a.jpg"), chunks + "JPEG can't hold it\n");
+    EXPECT_EQ(told("marked.png", "a.png"), "");
+    EXPECT_EQ(told("in.tif", "a.ppm"),
+              "platen: in.tif: the resolution, the ICC profile, the orientation: left out, PNM can't hold it\n");
+    EXPECT_EQ(told("in.tif", "b.jpg"), "");
+    EXPECT_NE(
+        Spawn({"-n", "in.tif", "-o", "c.ppm"}, streams)
+            .out.find("note      the resolution, the ICC profile, the orientation: left out, PNM can't hold it\n"),
+        std::string::npos);
 }
 
 TEST_F(Metadata, AProfileOfColoursDoesNotStayWithGrey) {
