@@ -137,10 +137,14 @@ class InputRun {
         }
     }
 
-    void TellReduction(const PagePlan& plan) {
+    void TellOnce(const PagePlan& plan) {
         if (plan.reducedTo8 && !toldReduction_) {
             PrintMessage({input_, ": 16-bit samples are reduced to 8 bits"});
             toldReduction_ = true;
+        }
+        if (!plan.leftOut.empty() && !toldLeftOut_) {
+            PrintMessage({input_, ": ", plan.leftOut});
+            toldLeftOut_ = true;
         }
     }
 
@@ -158,7 +162,7 @@ class InputRun {
         for (const std::string& notice : plan.notices) {
             Tell(notice);
         }
-        TellReduction(plan);
+        TellOnce(plan);
         OpenPage(plan);
         WriterSink sink(*writer_);
         Pipeline pipeline(plan, sink);
@@ -248,6 +252,7 @@ class InputRun {
     Progress progress_;
     Statistics statistics_;
     bool toldReduction_ = false;
+    bool toldLeftOut_ = false;
     const double begin_;
 };
 

@@ -65,6 +65,9 @@ std::string DescribePage(const PagePlan& plan) {
             text += CurveRows(plan.tables);
         }
     }
+    if (!plan.leftOut.empty()) {
+        text += Row("note", plan.leftOut);
+    }
     for (const std::string& notice : plan.notices) {
         text += Row("note", notice);
     }

@@ -179,8 +179,8 @@ bool TakeFileOption(Settings& s, const std::string& name, const std::string& val
         s.jobs = static_cast<int>(ParseWhole("--jobs", value, 1, 256));
     } else if (name == "threads") {
         s.threads = static_cast<int>(ParseWhole("--threads", value, 1, 64));
-    } else if (name == "keep-going") {
-        s.keepGoing = true;
+    } else if (name == "keep-going" || name == "stop-on-error") {
+        s.keepGoing = name == "keep-going";
     } else if (name == "force") {
         s.force = true;
     } else if (name == "strip") {
@@ -214,6 +214,14 @@ bool TakeReportOption(Settings& s, const std::string& name, const std::string& v
     return true;
 }
 
+// A --curve-kind that waits for its curve has no step yet.
+void NoteOrigin(Settings& s, const ToneStepList& tone, const GivenOption& option) {
+    s.toneOrigins.resize(tone.Count(), {{}, option.presetNo == 0});
+    if (!s.toneOrigins.empty() && !tone.WaitsForCurve()) {
+        s.toneOrigins.back().options.push_back(option.name);
+    }
+}
+
 void TakeOption(Settings& s, ToneStepList& tone, unsigned& missingStages, const GivenOption& option) {
     if (option.name == "order") {
         s.order = ParseOrder(option.value, missingStages);
@@ -222,10 +230,18 @@ void TakeOption(Settings& s, ToneStepList& tone, unsigned& missingStages, const 
     if (option.newStep) {
         tone.EndStep();
     }
+    if (option.presetNo == 0) {
+        s.ofPresets.erase(option.name);
+    } else {
+        s.ofPresets.insert(option.name);
+    }
+    if (tone.Take(option.name, option.value)) {
+        NoteOrigin(s, tone, option);
+        return;
+    }
     // Every option of the table belongs to one of these; the first that knows it takes it.
-    tone.Take(option.name, option.value) || TakePixelOption(s, option.name, option.value) ||
-        TakeSizeOption(s, option.name, option.value) || TakeFileOption(s, option.name, option.value) ||
-        TakeReportOption(s, option.name, option.value);
+    TakePixelOption(s, option.name, option.value) || TakeSizeOption(s, option.name, option.value) ||
+        TakeFileOption(s, option.name, option.value) || TakeReportOption(s, option.name, option.value);
 }
 
 void CheckSize(const ParsedArguments& given) {

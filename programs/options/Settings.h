@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -60,11 +61,19 @@ struct PageRange {
     std::uint32_t last = 0xFFFFFFFF;
 };
 
+// Where a tone step came from.
+struct StepOrigin {
+    std::vector<std::string> options;  // their names, without dashes
+    bool typed = true;                 // on the command line itself; false: in a preset
+};
+
 // The adjusting command's line, parsed and checked as far as that goes without the input.
 struct Settings {
     std::vector<std::string> inputs;
     std::string output;
     std::vector<ToneStep> tone;
+    std::vector<StepOrigin> toneOrigins;  // one for each of `tone`
+    std::set<std::string> ofPresets;      // options whose value came with a preset
     HsvSettings hsv;
     int sharpness = 0;
     SizeSettings size;
@@ -79,8 +88,8 @@ struct Settings {
     std::optional<PageRange> pages;
     unsigned long firstPageNumber = 1;  // the number of the first page written, for %d
     int jobs = 1;
-    int threads = 0;  // 1 or 3 for each job; 0: 3 where the page and the machine are large enough
-    bool keepGoing = false;
+    int threads = 0;        // 1 or 3 for each job; 0: 3 where the page and the machine are large enough
+    bool keepGoing = true;  // with the next input after an error
     bool force = false;
     ReadOptions read;
 
@@ -89,6 +98,10 @@ struct Settings {
     std::optional<std::string> plot;
     std::optional<bool> progress;  // nothing said: on a terminal
     bool verbose = false;
+
+    bool Typed(const std::string& option) const {
+        return ofPresets.count(option) == 0;
+    }
 
     // Whether a stage was asked for that works on 8-bit samples only.
     bool NeedsEightBits() const {

@@ -7,6 +7,7 @@
 #include "programs/base/Numbers.h"
 #include "programs/page/Geometry.h"
 #include "programs/page/PageZoom.h"
+#include "programs/page/StageChoice.h"
 
 namespace platen_tool {
 
@@ -27,7 +28,9 @@ std::string ColourText(const Colour& colour) {
 
 class Planner {
   public:
-    Planner(const Settings& settings, const ImageInfo& page) : settings_(settings) {
+    Planner(const Settings& settings, const ImageInfo& page)
+        : settings_(settings), chosen_(ChooseStages(settings, page)) {
+        plan_.leftOut = chosen_.leftOut;
         plan_.input = page;
         if (settings.inputResolution) {
             plan_.input.resolution = settings.inputResolution;
@@ -63,17 +66,13 @@ class Planner {
     void PlanDepth() {
         const PixelSettings& pixels = settings_.pixels;
         if (info_.bitsPerSample == 1) {
-            const bool expand = !ToLineart() && (pixels.mode || pixels.depth);
-            if (!expand && settings_.NeedsEightBits()) {
-                Unsupported("a bilevel page has no tones to work on; give --mode=gray");
-            }
-            if (!expand) {
+            if (ToLineart() || (!pixels.mode && !pixels.depth)) {
                 return;
             }
             info_.bitsPerSample = 8;
             Add(StepKind::kBilevelToGrey, "1 bit to 8 bits", info_.LineBytes());
         }
-        if (info_.bitsPerSample == 16 && (settings_.NeedsEightBits() || pixels.depth == 8 || ToLineart())) {
+        if (info_.bitsPerSample == 16 && (chosen_.NeedsEightBits() || pixels.depth == 8 || ToLineart())) {
             plan_.reducedTo8 = pixels.depth != 8 && !ToLineart();
             info_.bitsPerSample = 8;
             Add(StepKind::kDepth16To8, "16 bits to 8 bits", info_.LineBytes());
@@ -120,31 +119,22 @@ class Planner {
     }
 
     void PlanTone() {
-        if (settings_.tone.empty()) {
+        if (chosen_.tone.empty()) {
             return;
         }
-        const bool colour = info_.ColourSamples() == 3;
-        if (!colour && std::any_of(settings_.tone.begin(), settings_.tone.end(), NeedsColour)) {
-            Unsupported(
-                "--balance-shadows, --balance-midtones and --balance-highlights need a colour page; "
-                "this one is grey");
-        }
-        plan_.tables = FoldToneSteps(settings_.tone, colour ? 24 : 8);
+        plan_.tables = FoldToneSteps(chosen_.tone, info_.ColourSamples() == 3 ? 24 : 8);
         std::string text;
-        for (const ToneStep& step : settings_.tone) {
+        for (const ToneStep& step : chosen_.tone) {
             text += (text.empty() ? "" : "; ") + StepText(step);
         }
         Add(StepKind::kTone, text, sizeof plan_.tables);
     }
 
     void PlanHsv() {
-        if (!settings_.hsv.Any()) {
+        if (!chosen_.hsv.Any()) {
             return;
         }
-        if (info_.ColourSamples() != 3) {
-            Unsupported("--saturation, --hue and --lightness need a colour page; this one is grey");
-        }
-        plan_.hsv = settings_.hsv;
+        plan_.hsv = chosen_.hsv;
         const auto number = [](int value) { return std::to_string(value); };
         Add(StepKind::kHsv,
             "saturation " + number(plan_.hsv.saturation) + ", hue " + number(plan_.hsv.hue) + ", lightness " +
@@ -188,7 +178,7 @@ class Planner {
     }
 
     void PlanSharpen() {
-        if (settings_.sharpness == 0) {
+        if (chosen_.sharpness == 0) {
             return;
         }
         NoteUnknownHeight();
@@ -199,7 +189,7 @@ class Planner {
                 "sharpened or softened");
             return;
         }
-        plan_.sharpness = settings_.sharpness;
+        plan_.sharpness = chosen_.sharpness;
         const std::size_t line = std::size_t{info_.width} * static_cast<std::size_t>(info_.ColourSamples());
         Add(StepKind::kSharpen, std::to_string(plan_.sharpness),
             6 * line + (info_.HasAlpha() ? 2 * std::size_t{info_.width} + info_.LineBytes() : 0));
@@ -249,6 +239,7 @@ class Planner {
     }
 
     const Settings& settings_;
+    const ChosenStages chosen_;
     PagePlan plan_;
     ImageInfo info_;
 };

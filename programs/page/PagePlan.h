@@ -45,6 +45,7 @@ struct PagePlan {
     Colour background;                 // for kFlatten
     bool reducedTo8 = false;           // 16-bit samples lose bits though nobody asked for it
     std::vector<std::string> notices;  // for -v
+    std::string leftOut;               // what of a preset doesn't fit the page, in words
 };
 
 // Plans a page. Pixel conversions come first, then the stages in the order of the settings, then the threshold

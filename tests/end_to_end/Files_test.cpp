@@ -155,14 +155,14 @@ TEST_F(Files, JobsGiveTheSameFilesAsOneProcess) {
     }
 }
 
-TEST_F(Files, AnErrorEndsTheRunUnlessItKeepsGoing) {
+TEST_F(Files, AnErrorKeepsNoOtherInputFromBeingDone) {
     WriteFile(folder.File("a.pgm"), "P5 9 9 255\nshort");
     WriteFile(folder.File("b.pgm"), PnmPage(9, 9, false));
-    EXPECT_EQ(Run({"a.pgm", "b.pgm", "-o", "x-%s.pgm"}).code, 1);
+    EXPECT_EQ(Run({"a.pgm", "b.pgm", "-o", "x-%s.pgm", "--stop-on-error"}).code, 1);
     EXPECT_EQ(folder.Listing(), "a.pgm b.pgm");
-    EXPECT_EQ(Run({"a.pgm", "b.pgm", "-o", "x-%s.pgm", "--keep-going"}).code, 1);
+    EXPECT_EQ(Run({"a.pgm", "b.pgm", "-o", "x-%s.pgm"}).code, 1);
     EXPECT_EQ(folder.Listing(), "a.pgm b.pgm x-b.pgm");
-    EXPECT_EQ(Run({"a.pgm", "b.pgm", "-o", "y-%s.pgm", "--keep-going", "--jobs=2"}).code, 1);
+    EXPECT_EQ(Run({"a.pgm", "b.pgm", "-o", "y-%s.pgm", "--jobs=2"}).code, 1);
     EXPECT_EQ(folder.Listing(), "a.pgm b.pgm x-b.pgm y-b.pgm");
 }
 

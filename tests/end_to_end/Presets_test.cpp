@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 #include "Spawn.h"
 
@@ -77,6 +78,53 @@ TEST_F(Presets, ThoseThatComeWithTheProgramWorkOnAPage) {
         const std::string after = Result({"--input-resolution=300", std::string("--preset=") + name});
         EXPECT_NE(after, before) << name;
     }
+}
+
+// The README's batch: colour, grey and bilevel pages in one folder.
+TEST_F(Presets, WhatDoesNotFitAPageIsLeftOutWithOneNoteAFile) {
+    WriteFile(folder.File("grey.pgm"), PnmPage(40, 30, false) + PnmPage(20, 10, false));
+    WriteFile(folder.File("bilevel.pbm"), "P4 16 2\nabcd");
+    for (const char* jobs : {"--jobs=1", "--jobs=2"}) {
+        const Outcome outcome = Run(
+            {"--preset=book-yellowed", jobs, "-f", "bilevel.pbm", "colour.ppm", "grey.pgm", "-o", "out-%s.tif"});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        const std::string grey =
+            "platen: grey.pgm: left out of the preset: --balance-midtones works on colours, and the page is grey\n";
+        const std::string bilevel =
+            "platen: bilevel.pbm: left out of the preset: --balance-midtones, --levels and --sharpness work on "
+            "tones, "
+            "and the page is bilevel\n";
+        EXPECT_NE(outcome.err.find(grey), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find(bilevel), std::string::npos) << outcome.err;
+        EXPECT_EQ(outcome.err.size(), grey.size() + bilevel.size()) << outcome.err;
+        EXPECT_EQ(Run({"out-bilevel.tif", "--format=pnm", "-o", "-"}).out, "P4\n16 2\nabcd");
+        EXPECT_EQ(Result({}, "out-grey.tif"), Result({"--levels=28,200,0.9", "--sharpness=1"}, "grey.pgm"));
+    }
+    EXPECT_NE(
+        Run({"-n", "--preset=book-yellowed", "grey.pgm"}).out.find("note      left out of the preset: --balance"),
+        std::string::npos);
+    // What stands on the command line itself is meant.
+    const Outcome typed = Run({"--preset=photo-neutral", "--hue=3", "grey.pgm", "-o", "never.png"});
+    EXPECT_EQ(typed.code, 3);
+    EXPECT_EQ(typed.err, "platen: grey.pgm: --hue needs a colour page; this one is grey\n");
+    EXPECT_EQ(Run({"--saturation=0", "--preset=photo-neutral", "grey.pgm", "-o", "fine.png"}).code, 0);
+    EXPECT_EQ(Run({"--preset=photo-neutral", "--saturation=1", "grey.pgm", "-o", "never.png"}).code, 3);
+    EXPECT_EQ(
+        Run({"--preset=photo-neutral", "--mode=gray", "colour.ppm", "-o", "gray.png"}).err,
+        "platen: colour.ppm: left out of the preset: --balance-midtones and --saturation work on colours, and the "
+        "page is grey\n");
+}
+
+TEST_F(Presets, PhotoNeutralClipsNoTone) {
+    std::istringstream table(Run({"curve", "--preset=photo-neutral"}).out);
+    int input = 0;
+    for (int red = 0, green = 0, blue = 0; table >> input >> red >> green >> blue;) {
+        for (const int output : {red, green, blue}) {
+            EXPECT_TRUE(input == 255 || output < 255) << input;
+            EXPECT_TRUE(input < 4 || output > 0) << input;
+        }
+    }
+    EXPECT_EQ(input, 255);
 }
 
 TEST_F(Presets, APresetDoesWhatItsOptionsDo) {

@@ -320,12 +320,11 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     EXPECT_EQ(layout.err,
               "platen: test: JPEG can't hold 16-bit grey; 8-bit grey and RGB it can, PNG, TIFF and PNM "
               "hold all\n");
-    ExpectError({"--hue=10"}, 3, "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    ExpectError({"--hue=10"}, 3, "test: --hue needs a colour page; this one is grey");
     // A scan of unknown height too, which would have come to this error.
     const Words hand = Set({"hand-scanner=yes", "read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--scale=50%"};
     ExpectError(hand, 4, "test: the scan failed: Error during device I/O");
-    ExpectError(hand + Words{"--hue=10"}, 3,
-                "test: --saturation, --hue and --lightness need a colour page; this one is grey");
+    ExpectError(hand + Words{"--hue=10"}, 3, "test: --hue needs a colour page; this one is grey");
     ExpectError(hand + Words{"--strict-stream"}, 3,
                 "test: the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
                 "spooling");

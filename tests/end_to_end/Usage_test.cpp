@@ -56,12 +56,17 @@ TEST_F(Usage, WrongCommandLinesEndWith2) {
 
 TEST_F(Usage, LayoutsThatAnOptionCannotWorkOnEndWith3) {
     Expect({"bilevel.pbm", "-o", "x.pbm", "--gamma=2"}, kUnsupported,
-           "bilevel.pbm: a bilevel page has no tones to work on; give --mode=gray");
+           "bilevel.pbm: --gamma needs a page with tones; this one is bilevel, and --mode=gray makes it grey");
     Expect({"grey.pgm", "-o", "x.pgm", "--hue=2"}, kUnsupported,
-           "grey.pgm: --saturation, --hue and --lightness need a colour page; this one is grey");
+           "grey.pgm: --hue needs a colour page; this one is grey");
     Expect({"grey.pgm", "-o", "x.pgm", "--balance-shadows=1,2,3"}, kUnsupported,
-           "grey.pgm: --balance-shadows, --balance-midtones and --balance-highlights need a colour page; "
-           "this one is grey");
+           "grey.pgm: --balance-shadows needs a colour page; this one is grey");
+    Expect({"colour.ppm", "-o", "x.pgm", "--mode=lineart", "--saturation=9"}, kUnsupported,
+           "colour.ppm: --saturation needs colours, which --mode=lineart takes away before");
+    Expect({"colour.ppm", "-o", "x.pgm", "--depth=1", "--hue=9", "--balance-midtones=1,2,3",
+            "--balance-midtones=3,2,1"},
+           kUnsupported,
+           "colour.ppm: --balance-midtones and --hue need colours, which --depth=1 takes away before");
     Expect({"grey.pgm", "-o", "x.pgm", "--size=99999x9"}, kUnsupported,
            "grey.pgm: the result would have 99999 x 9 pixels; allowed are 65535 a side and 268435456 in all "
            "(--max-side, --max-pixels)");

@@ -87,24 +87,23 @@ class AdjustTest : public testing::Test {
     std::string out_;
 };
 
-TEST_F(AdjustTest, OneAfterTheOtherTheFirstFailureEndsIt) {
-    EXPECT_EQ(Run({"--gamma=2", "-o", Template()}, {"a.pgm", "bad.pgm", "b.pgm"}), 1);
+TEST_F(AdjustTest, OneAfterTheOtherTheFirstFailureEndsItWhereThatIsWanted) {
+    EXPECT_EQ(Run({"--gamma=2", "--stop-on-error", "-o", Template()}, {"a.pgm", "bad.pgm", "b.pgm"}), 1);
     EXPECT_EQ(Outputs(), "a");
     EXPECT_NE(told_.find("bad.pgm: "), std::string::npos) << told_;
-    EXPECT_EQ(Run({"--gamma=2", "--keep-going", "-o", Template()}, {"a.pgm", "bad.pgm", "b.pgm"}), 1);
+    EXPECT_EQ(Run({"--gamma=2", "-o", Template()}, {"a.pgm", "bad.pgm", "b.pgm"}), 1);
     EXPECT_EQ(Outputs(), "ab");
 }
 
-TEST_F(AdjustTest, InSeveralProcessesTheFirstFailureStartsNoMore) {
+TEST_F(AdjustTest, InSeveralProcessesTheFirstFailureStartsNoMoreWhereThatIsWanted) {
     EXPECT_EQ(Run({"--gamma=2", "--jobs=2", "-o", Template()}, {"a.pgm", "b.pgm", "c.pgm"}), 0);
     EXPECT_EQ(Outputs(), "abc");
     // One process each, so that the failure is known before the last input is due.
-    EXPECT_EQ(Run({"--gamma=2", "--jobs=2", "-o", Template()}, {"bad.pgm", "bad2.pgm", "a.pgm", "b.pgm", "c.pgm"}),
+    EXPECT_EQ(Run({"--gamma=2", "--jobs=2", "--stop-on-error", "-o", Template()},
+                  {"bad.pgm", "bad2.pgm", "a.pgm", "b.pgm", "c.pgm"}),
               1);
     EXPECT_EQ(Outputs().find('c'), std::string::npos);
-    EXPECT_EQ(
-        Run({"--gamma=2", "--jobs=2", "--keep-going", "-o", Template()}, {"bad.pgm", "a.pgm", "b.pgm", "c.pgm"}),
-        1);
+    EXPECT_EQ(Run({"--gamma=2", "--jobs=2", "-o", Template()}, {"bad.pgm", "a.pgm", "b.pgm", "c.pgm"}), 1);
     EXPECT_EQ(Outputs(), "abc");
 }
 

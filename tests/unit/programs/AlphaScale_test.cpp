@@ -4,7 +4,7 @@
 
 #include "Expect.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "programs/LineSink.h"
+#include "programs/page/LineSink.h"
 #include "support/Random.h"
 
 // Pages with alpha, scaled, against a computation in doubles that weighs each colour by its alpha.

@@ -157,7 +157,7 @@ TEST_F(DryRunOfFiles, AnOutputThatIsThereAlreadyNeedsForce) {
               there + ": exists already; --force overwrites it");
     EXPECT_NE(Describe(path, {"--force"}, there.c_str(), next), "");
     EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { Describe(path, {"--hue=1"}, there.c_str(), next); }),
-              "--saturation, --hue and --lightness need a colour page; this one is grey");
+              "--hue needs a colour page; this one is grey");
     EXPECT_EQ(platen_test::FileBytes(there), before);
 }
 

@@ -76,8 +76,11 @@ TEST(PagePlan, SixteenBitsAreReducedForEightBitStagesAndThatIsToldUnlessAsked) {
 }
 
 TEST(PagePlan, BilevelPagesNeedAModeForTone) {
-    EXPECT_EQ(Refusal({"--gamma=2"}, 1, 1), "a bilevel page has no tones to work on; give --mode=gray");
-    EXPECT_EQ(Refusal({"--sharpness=1"}, 1, 1), "a bilevel page has no tones to work on; give --mode=gray");
+    EXPECT_EQ(Refusal({"--gamma=2"}, 1, 1),
+              "--gamma needs a page with tones; this one is bilevel, and --mode=gray makes it grey");
+    EXPECT_EQ(Refusal({"--sharpness=1", "--levels=0,99", "--contrast=1", "--hue=1"}, 1, 1),
+              "--levels, --contrast, --hue and --sharpness need a page with tones; this one is bilevel, and "
+              "--mode=gray makes it grey");
     EXPECT_EQ(Steps({"--gamma=2", "--mode=gray"}, 1, 1), "1to8 tone -> 8x1");
     EXPECT_EQ(Steps({"--hue=2", "--mode=color"}, 1, 1), "1to8 colour hsv -> 8x3");
     EXPECT_EQ(Steps({"--depth=16"}, 1, 1), "1to8 8to16 -> 16x1");
@@ -94,13 +97,12 @@ TEST(PagePlan, ModesConvertFirstAndLineartLast) {
 }
 
 TEST(PagePlan, ColourOptionsNeedColour) {
-    EXPECT_EQ(Refusal({"--hue=2"}, 8, 1),
-              "--saturation, --hue and --lightness need a colour page; this one is grey");
-    EXPECT_EQ(Refusal({"--lightness=2"}, 8, 2),
-              "--saturation, --hue and --lightness need a colour page; this one is grey");
-    EXPECT_EQ(
-        Refusal({"--balance-midtones=0,0,1"}, 8, 1),
-        "--balance-shadows, --balance-midtones and --balance-highlights need a colour page; this one is grey");
+    EXPECT_EQ(Refusal({"--hue=2"}, 8, 1), "--hue needs a colour page; this one is grey");
+    EXPECT_EQ(Refusal({"--lightness=2"}, 8, 2), "--lightness needs a colour page; this one is grey");
+    EXPECT_EQ(Refusal({"--lightness=2", "--mode=gray"}, 8, 4),
+              "--lightness needs colours, which --mode=gray takes away before");
+    EXPECT_EQ(Refusal({"--balance-midtones=0,0,1"}, 8, 1),
+              "--balance-midtones needs a colour page; this one is grey");
 }
 
 TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
@@ -191,7 +193,7 @@ TEST(PagePlan, UnknownHeightsArePlannedAsFarAsTheyGo) {
                         [&] {
                             PlanPage(With({"--scale=50%", "--saturation=10"}), info);
                         }),
-              "--saturation, --hue and --lightness need a colour page; this one is grey");
+              "--saturation needs a colour page; this one is grey");
 }
 
 TEST(PagePlan, MetadataIsKeptUnlessItNoLongerFits) {

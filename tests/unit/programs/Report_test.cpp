@@ -42,6 +42,19 @@ TEST(Statistics, AlphaDoesNotCountAndChannelsAreApart) {
     EXPECT_NE(text.find("--levels=10,30\n"), std::string::npos) << text;
 }
 
+TEST(Statistics, WhatIsFullyTransparentDoesNotCount) {
+    const std::uint8_t line[] = {10, 0, 40, 1, 50, 255};
+    Statistics statistics;
+    statistics.Add(Info(3, 8, 2), line);
+    EXPECT_NE(statistics.Text(1.0).find("grey           40    40    40    40    50    50    50\n"),
+              std::string::npos)
+        << statistics.Text(1.0);
+    const std::uint16_t wide[] = {0x1000, 0, 0x2000, 1};
+    Statistics deep;
+    deep.Add(Info(2, 16, 2), reinterpret_cast<const std::uint8_t*>(wide));
+    EXPECT_NE(deep.Text(1.0).find("grey           32    32"), std::string::npos) << deep.Text(1.0);
+}
+
 TEST(Statistics, FlatPagesGetLevelsThatTheOptionTakes) {
     const std::pair<std::uint8_t, const char*> cases[] = {{0, "--levels=0,8\n"},
                                                           {255, "--levels=247,255\n"},
