@@ -64,7 +64,7 @@ void RequireSeveralPages(Container container) {
 }
 
 std::string LostMetadata(Container container, const ImageInfo& page) {
-    static constexpr const char* kNames[] = {"PNG", "TIFF", "JPEG", "PNM"};
+    static constexpr const char* kNames[] = {"PNG", "TIFF", "JPEG", "PNM", "PDF"};
     std::vector<std::string> lost;
     if (container == Container::kPnm) {
         if (page.resolution) {

@@ -66,11 +66,11 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers},
 
     {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kPageUsers},
-    {"format", 0, "NAME", kOutput, "png, tiff, jpeg, pdf or pnm, whatever FILE ends in", kPageUsers, kInPresets,
+    {"first-page-number", 0, "N", kOutput, nullptr, kPageUsers},
+    {"format", 0, "NAME", kOutput, "what %d begins with; png, tiff, jpeg, pdf or pnm", kPageUsers, kInPresets,
      "png tiff jpeg pdf pnm"},
     {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers, kInPresets},
     {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
-    {"first-page-number", 0, "N", kOutput, "what %d begins with (1)", kPageUsers},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
     {"threads", 0, "N", kOutput, "1..64 for a page; more than 1 read, adjust and compress together", kAdjust},
     {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust},

@@ -107,7 +107,7 @@ TEST_F(Presets, WhatDoesNotFitAPageIsLeftOutWithOneNoteAFile) {
     const Outcome typed = Run({"--preset=photo-neutral", "--hue=3", "grey.pgm", "-o", "never.png"});
     EXPECT_EQ(typed.code, 3);
     EXPECT_EQ(typed.err, "platen: grey.pgm: --hue needs a colour page; this one is grey\n");
-    EXPECT_EQ(Run({"--saturation=0", "--preset=photo-neutral", "grey.pgm", "-o", "fine.png"}).code, 0);
+    EXPECT_EQ(Run({"--saturation=0", "--preset=photo-neutral", "grey.pgm", "-o", "fine.tif"}).code, 0);
     EXPECT_EQ(Run({"--preset=photo-neutral", "--saturation=1", "grey.pgm", "-o", "never.png"}).code, 3);
     EXPECT_EQ(
         Run({"--preset=photo-neutral", "--mode=gray", "colour.ppm", "-o", "gray.png"}).err,

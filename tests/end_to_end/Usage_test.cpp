@@ -72,6 +72,19 @@ TEST_F(Usage, LayoutsThatAnOptionCannotWorkOnEndWith3) {
            "(--max-side, --max-pixels)");
 }
 
+TEST_F(Usage, ColoursToFlattenOverAreNamesOrNumbers) {
+    for (const std::string colour : {"red", "#12345", "#12345g", "#1234567", "123456"}) {
+        Expect({"grey.pgm", "-o", "x.pgm", "--flatten=" + colour}, kUsage,
+               "--flatten: '" + colour + "' is none of white, black and #RRGGBB");
+    }
+    WriteFile(folder.File("alpha.pam"),
+              "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\nENDHDR\nab");
+    before = folder.Listing();
+    Expect({"alpha.pam", "-o", "x.jpg"}, kUnsupported,
+           "alpha.pam: JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it");
+    EXPECT_EQ(Spawn({folder.File("alpha.pam"), "--flatten", "-o", folder.File("f.jpg")}).code, 0);
+}
+
 TEST_F(Usage, InputsThatFailEndWith1) {
     Expect({"grey.pgm", "-o", "x.pgm", "--resolution=300"}, kFailed,
            "grey.pgm: --resolution: the file does not say what resolution it has; give --input-resolution");

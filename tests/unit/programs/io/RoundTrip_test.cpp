@@ -136,8 +136,9 @@ TEST(RoundTrip, JpegRefusesWhatItLacks) {
         }
         const Page page = RandomPage(8, 8, layout.bits, layout.samples, 1);
         ExpectError([&] { WritePages(scratch / "page.jpg", {page}); }, ExitCode::kUnsupported,
-                    layout.bits == 8 ? "JPEG has no alpha channel; PNG, TIFF and PAM have"
-                                     : "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
+                    layout.bits == 8
+                        ? "JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it"
+                        : "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
     }
     ExpectError([&] { WritePages(scratch / "page.jpg", {RandomPage(65501, 1, 8, 1, 1)}); }, ExitCode::kUnsupported,
                 "JPEG holds at most 65500 pixels on a side; PNG, TIFF and PNM hold more");
