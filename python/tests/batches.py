@@ -16,6 +16,7 @@ import numpy as np
 
 PROGRAM = conftest.BUILD / "python" / "platen-batch"
 FORCED = conftest.BUILD / "python" / "tests" / "platen_forced"
+STARTED = []
 SAMPLES = conftest.SOURCE.parent / "shared" / "data"
 
 
@@ -47,6 +48,12 @@ def tree(root, pages):
     assert made == pages
 
 
+def small_tree(root, pages=8):
+    root.mkdir(exist_ok=True)
+    base_pages(root, pages, 40)
+    return root
+
+
 def sample_tree(root, pages):
     """The same of the real scans: parts of them, reduced; None where there are no scans."""
     if not SAMPLES.is_dir():
@@ -67,13 +74,24 @@ def sample_tree(root, pages):
 
 
 def start(*words, **more):
-    return subprocess.Popen(
+    process = subprocess.Popen(
         [sys.executable, str(PROGRAM), *(str(word) for word in words)],
         stderr=subprocess.PIPE,
         text=True,
         start_new_session=True,
         **more,
     )
+    STARTED.append(process)
+    return process
+
+
+def end_all():
+    """Nothing that a test started outlives it."""
+    for process in STARTED:
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.communicate()
+    STARTED.clear()
 
 
 def batch(*words, code=0, **more):
@@ -104,7 +122,12 @@ def files(folder):
 
 
 def count(folder):
-    return sum(1 for path in folder.rglob("*") if path.is_file() and ".platen-batch" not in path.parts)
+    """The files below the folder but the batch's own; it may be at work there."""
+    found = 0
+    for _, folders, names in os.walk(folder):
+        folders[:] = [name for name in folders if name != ".platen-batch"]
+        found += len(names)
+    return found
 
 
 def wait_for(condition, seconds=60):

@@ -60,3 +60,11 @@ def tool():
     if not TOOL.exists():
         pytest.skip("the tool isn't built")
     return TOOL
+
+
+@pytest.fixture(autouse=True)
+def no_program_outlives_its_test():
+    yield
+    import batches
+
+    batches.end_all()

@@ -1,5 +1,5 @@
 // The tool with the kernel variant that PLATEN_TEST_KERNELS names; see tests/support/ForcedVariant.h.
-#include "programs/Program.h"
+#include "programs/commands/Program.h"
 #include "support/ForcedVariant.h"
 
 int main(int count, char** words) {

@@ -87,6 +87,16 @@ def test_imageio_example(tmp_path):
     assert np.array_equal(out, platen.adjust(page, contrast=25, sharpness=1))
 
 
+def test_pipeline_example(tmp_path):
+    page = conftest.random_page(6, 61, 43, 3)
+    (tmp_path / "in.ppm").write_bytes(b"P6\n43 61\n255\n" + page.tobytes())
+    run([sys.executable, example("pipeline.py"), "in.ppm", "out.ppm"], tmp_path)
+    settings = dict(levels=(20, 235, 1.2), contrast=10, saturation=15, sharpness=1, size=(22, 31))
+    expected = platen.adjust(page, **settings, order="tone,hsv,sharpen,scale")
+    assert (tmp_path / "out.ppm").read_bytes() == b"P6\n22 31\n255\n" + expected.tobytes()
+    assert len(example("pipeline.py").read_text().splitlines()) <= 40
+
+
 def mypy(module, *arguments, folder):
     pytest.importorskip("mypy")
     build = str(conftest.BUILD / "python")
@@ -96,7 +106,7 @@ def mypy(module, *arguments, folder):
 
 def test_examples_and_package_are_typed(tmp_path):
     config = conftest.SOURCE / "python" / "mypy.ini"
-    files = sorted((conftest.SOURCE / "examples").glob("*.py")) + sorted((conftest.BUILD / "python/platen").glob("*.py"))
+    files = [*(conftest.SOURCE / "examples").glob("*.py"), *(conftest.BUILD / "python/platen").rglob("*.py")]
     mypy("mypy", "--config-file", config, *files, folder=tmp_path)
 
 

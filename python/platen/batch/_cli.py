@@ -170,10 +170,10 @@ class Batch:
             known = (known_input, known_output) if made_by == s.hash + s.version else (None, None)
             yield Job(self.source, self.out, name, output, s.tool, s.preset, s.extra, s.hash, s.version, *known)
 
-    def _cluster(self) -> Any:
+    def _cluster(self, pages: int) -> Any:
         from ._run import Cluster  # Dask takes a second to load: after the command line has been found right
 
-        workers = self.arguments.workers or os.cpu_count() or 1
+        workers = min(self.arguments.workers or os.cpu_count() or 1, pages)
         cluster = Cluster(self.arguments.scheduler, workers, self.arguments.patience)
         link = cluster.dashboard()
         if link is not None:
@@ -220,7 +220,7 @@ class Batch:
         threads, begun, code = 0, time.monotonic(), DONE
         cluster, progress = None, None
         try:
-            cluster = self._cluster()
+            cluster = self._cluster(plan.to_do)
             threads = cluster.threads()
             begun = time.monotonic()
             progress = Progress(plan.to_do, self.arguments.progress)
@@ -324,8 +324,12 @@ class Batch:
 
         checked, wrong = 0, 0
         cluster = None
+        pages = self.manifest.done()
+        if pages == 0:
+            say(f"{self.manifest.path}: no page has been done")
+            return DONE
         try:
-            cluster = self._cluster()
+            cluster = self._cluster(pages)
             flow = Flow(cluster, _verify, self.arguments.in_flight, "verify")
             jobs = ((self.out, output, sha) for _, output, sha in self.manifest.outputs())
             for outcome in flow.run(jobs):

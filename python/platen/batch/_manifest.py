@@ -280,6 +280,10 @@ class Manifest:
         rows = self._db.execute("SELECT status, count(*) FROM pages WHERE run = ? GROUP BY status", (run,))
         return {status: count for status, count in rows}
 
+    def done(self) -> int:
+        """Pages that are done, in this run or an earlier one."""
+        return int(self._db.execute("SELECT count(*) FROM pages WHERE status = 'done'").fetchone()[0])
+
     def vanished(self, run: int) -> int:
         """Pages that were done once and whose inputs are gone."""
         row = self._db.execute("SELECT count(*) FROM pages WHERE run < ? AND status = 'done'", (run,)).fetchone()

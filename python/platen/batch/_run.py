@@ -7,9 +7,9 @@ import importlib.util
 import logging
 import queue
 import shutil
-import sys
 import tempfile
 import time
+import warnings
 from typing import Any, Callable, Deque, Dict, Iterator, List, NamedTuple, Optional, Tuple
 
 import dask
@@ -33,17 +33,18 @@ class Outcome(NamedTuple):
 
 
 def _quiet() -> None:
-    """Dask keeps a log of every transition of every task, and says on standard error what ends and starts."""
+    """Dask keeps a log of every transition of every task and each task's source, and says on standard error what ends
+    and starts."""
     dask.config.set(
         {
             "distributed.scheduler.transition-log-length": 1000,
             "distributed.scheduler.events-log-length": 1000,
             "distributed.admin.log-length": 1000,
+            "distributed.diagnostics.computations.ignore-modules": [".*"],  # else it reads the source for every task
             "distributed.comm.timeouts.connect": "10s",
         }
     )
-    for name in ("distributed", "tornado", "asyncio"):
-        logging.getLogger(name).setLevel(logging.CRITICAL)
+    logging.disable(logging.CRITICAL)  # what a page or a run comes to, the program says itself
 
 
 class Cluster:
@@ -53,11 +54,13 @@ class Cluster:
         _quiet()
         self._address = scheduler
         self._patience = patience
+        self._workers = workers
         self._local: Any = None
         self._scratch: Optional[str] = None
         if scheduler is None:
             self._scratch = tempfile.mkdtemp(prefix="platen-batch-")
-            dashboard = ":8787" if importlib.util.find_spec("bokeh") is not None else None
+            dashboard = ":8787" if importlib.util.find_spec("bokeh") is not None else ":0"
+            warnings.filterwarnings("ignore", "Port 8787 is already in use")
             self._local = distributed.LocalCluster(
                 n_workers=workers,
                 threads_per_worker=1,
@@ -98,15 +101,18 @@ class Cluster:
         return str(link) if link else None
 
     def threads(self) -> int:
-        """The threads of all workers; waits for the first one."""
-        deadline = time.monotonic() + self._patience
+        """The threads of all workers; waits for the first one. On this machine workers that are gone for good are
+        replaced: Dask itself does that for one that ends at work, not for one that ends while it starts."""
+        deadline = time.monotonic() + (self._patience if self._local is None else max(self._patience, 120.0))
         while True:
+            if self._local is not None:
+                self._local.scale(self._workers)
             count = sum(self.client.nthreads().values())
             if count > 0:
                 return int(count)
             if time.monotonic() > deadline:
                 raise ClusterLost("the cluster has no workers")
-            time.sleep(0.1)
+            time.sleep(0.2)
 
     def workers(self) -> Dict[str, int]:
         """Process ids by address, of workers that can be asked."""
@@ -168,10 +174,25 @@ class Flow:
         self._ended = queue.SimpleQueue()
         self._cluster.reconnect()
 
-    def _take(self, future: Any) -> Optional[Outcome]:
+    def _take(self, futures: List[Any]) -> Iterator[Outcome]:
+        """What the ended futures came to. Results lie with the workers, and are asked for together where that works."""
+        try:
+            results = self._cluster.client.gather(futures) if len(futures) > 1 else None
+        except Exception:  # one of them has none: each by itself
+            results = None
+        if results is not None:
+            for future, result in zip(futures, results):
+                yield Outcome(self._flying.pop(future)[0], result, None)
+            return
+        for future in futures:
+            outcome = self._take_one(future)
+            if outcome is not None:
+                yield outcome
+
+    def _take_one(self, future: Any) -> Optional[Outcome]:
         job, round_ = self._flying.pop(future)
         try:
-            # The result lies with its worker; where that has ended meanwhile, the page is done again.
+            # Where its worker has ended meanwhile, the page is done again.
             return Outcome(job, future.result(timeout=60), None)
         except distributed.KilledWorker:
             if round_ < ROUNDS:
@@ -183,6 +204,17 @@ class Flow:
             return None
         except Exception as error:  # whatever else a page brings up is that page's failure
             return Outcome(job, None, f"{type(error).__name__}: {error}")
+
+    def _next_ended(self) -> List[Any]:
+        """The futures that have ended, one at least if any does within a second."""
+        ended = []
+        try:
+            ended.append(self._ended.get(timeout=1.0))
+            while True:
+                ended.append(self._ended.get_nowait())
+        except queue.Empty:
+            pass
+        return [future for future in ended if future in self._flying]
 
     def run(self, jobs: Iterator[Any]) -> Iterator[Outcome]:
         room = 0
@@ -196,26 +228,12 @@ class Flow:
                 if self.stopping or not self._again:
                     return
                 continue
-            try:
-                future = self._ended.get(timeout=1.0)
-            except queue.Empty:
-                if self._cluster.client.status != "running":
-                    self._lost()
-                    looked = 0.0
+            ended = self._next_ended()
+            lost = self._cluster.client.status != "running"
+            if lost and not all(future.status == "finished" for future in ended):
+                ended = []
+            if lost and not ended:
+                self._lost()
+                looked = 0.0
                 continue
-            if future not in self._flying:
-                continue
-            if future.status in ("cancelled", "lost") or self._cluster.client.status != "running":
-                if not future.status == "finished":
-                    self._lost()
-                    looked = 0.0
-                    continue
-            outcome = self._take(future)
-            if outcome is not None:
-                yield outcome
-
-
-
-
-def warn(text: str) -> None:
-    print("platen-batch: " + text, file=sys.stderr, flush=True)
+            yield from self._take(ended)
