@@ -27,7 +27,7 @@ def adjust(source: BinaryIO, target: BinaryIO) -> None:
             raise ValueError(f"it ends at line {y} of {height}")
         toned = world.apply(line.cast("B", (1, width, 3)))
         for sharp in sharpener.push(hsv.apply(toned, out=toned)):
-            target.write(scaler.push(sharp))
+            target.write(scaler.push(sharp).tobytes())
 
 
 if __name__ == "__main__":

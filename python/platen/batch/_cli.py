@@ -110,7 +110,8 @@ class Settings:
         self.ending: Optional[str] = None
         for line in self.preset.splitlines():
             if line.startswith("format = "):
-                self.ending = FORMAT_ENDINGS[line.split('"')[1]]
+                name = line.split('"')[1]
+                self.ending = FORMAT_ENDINGS.get(name, "." + name)
 
     def _preset(self, options: List[str]) -> str:
         """The options, presets included, as the tool itself writes them down; it refuses what is wrong."""

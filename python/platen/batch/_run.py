@@ -13,9 +13,7 @@ import warnings
 from typing import Any, Callable, Deque, Dict, Iterator, List, NamedTuple, Optional, Tuple
 
 import dask
-import distributed as _distributed
-
-distributed: Any = _distributed  # it has no types of its own
+import distributed
 
 # How often a page may be on a worker that ends before the page counts as the reason: Dask counts three for each of
 # these.

@@ -8,7 +8,7 @@ from typing import Iterator, NamedTuple, Optional, Tuple
 ENDINGS = (".png", ".tif", ".tiff", ".jpg", ".jpeg", ".pnm", ".pbm", ".pgm", ".ppm", ".pam")
 
 # What --format makes of an output's ending.
-FORMAT_ENDINGS = {"png": ".png", "tiff": ".tif", "jpeg": ".jpg", "pnm": ".pnm"}
+FORMAT_ENDINGS = {"png": ".png", "tiff": ".tif", "jpeg": ".jpg", "pnm": ".pnm", "pdf": ".pdf"}
 
 
 class Found(NamedTuple):
