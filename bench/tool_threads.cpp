@@ -21,8 +21,10 @@
 #include "programs/commands/AdjustInput.h"
 #include "programs/io/LineReader.h"
 #include "programs/io/LineWriter.h"
-#include "programs/page/LineSink.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/page/PagePlan.h"
+#include "programs/page/Pipeline.h"
 
 namespace platen_bench {
 namespace {
@@ -73,7 +75,7 @@ void Decode(const std::string& path, std::vector<std::uint8_t>& lines) {
     reader->NextPage();
 }
 
-class NullSink : public LineSink {
+class NullStage : public platen_tool::Stage {
   public:
     void Take(std::uint8_t*) override {}
 };
@@ -139,8 +141,8 @@ class Bench {
 
     void Adjust() const {
         const PagePlan plan = PlanPage(HalfSize(input_, output_, 1), PageInfo(kWidth, kHeight));
-        NullSink sink;
-        Pipeline pipeline(plan, sink);
+        NullStage end;
+        Pipeline pipeline(plan, end);
         std::vector<std::uint8_t> line(page_.RowBytes());
         for (int y = 0; y < page_.Height(); ++y) {
             std::copy_n(page_.Row(y), line.size(), line.data());

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "programs/base/Error.h"
+#include "programs/io/OpenReader.h"
 
 namespace platen_demo {
 namespace {

@@ -7,6 +7,7 @@
 #include "demo/Page.h"
 #include "demo/Photo.h"
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenWriter.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include "demo/HalfImage.h"
 #include "demo/Ink.h"
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenWriter.h"
 
 namespace platen_demo {
 namespace {

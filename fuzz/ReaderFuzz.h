@@ -11,6 +11,7 @@
 
 #include "programs/base/Error.h"
 #include "programs/io/LineReader.h"
+#include "programs/io/OpenReader.h"
 
 namespace platen_fuzz {
 

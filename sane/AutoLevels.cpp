@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "programs/base/Report.h"
-#include "programs/page/LineSink.h"
+#include "programs/page/Pipeline.h"
 #include "programs/scan/DeviceLine.h"
 #include "sane/FramePlan.h"
 #include "sane/LineSource.h"
@@ -56,7 +56,7 @@ class PreviewOptions {
     std::optional<SANE_Word> before_;
 };
 
-class Counter : public platen_tool::LineSink {
+class Counter : public platen_tool::Stage {
   public:
     explicit Counter(const platen_tool::ImageInfo& info) : info_(info) {}
     void Take(std::uint8_t* line) override {

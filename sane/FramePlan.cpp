@@ -12,7 +12,7 @@ using platen_tool::GivenOption;
 using platen_tool::ImageInfo;
 using platen_tool::PagePlan;
 using platen_tool::Settings;
-using platen_tool::StepKind;
+using platen_tool::StageKind;
 
 namespace {
 
@@ -77,8 +77,8 @@ bool IsOneColour(SANE_Frame format) {
 }
 
 bool NeedsPixel(const PagePlan& plan) {
-    return std::any_of(plan.steps.begin(), plan.steps.end(), [](const platen_tool::PlannedStep& step) {
-        return step.kind == StepKind::kHsv || step.kind == StepKind::kColourToGrey;
+    return std::any_of(plan.stages.begin(), plan.stages.end(), [](const platen_tool::PlannedStage& stage) {
+        return stage.kind == StageKind::kHsv || stage.kind == StageKind::kColourToGrey;
     });
 }
 
@@ -110,7 +110,7 @@ PagePlan PlanPlane(Settings settings, ImageInfo page, SANE_Frame format, const A
         return colour;
     }
     const bool tones = std::any_of(colour.steps.begin(), colour.steps.end(),
-                                   [](const auto& step) { return step.kind == StepKind::kTone; });
+                                   [](const auto& stage) { return stage.kind == StageKind::kTone; });
     if (tones && settings.tone.empty()) {
         settings.tone.emplace_back(platen_tool::BrightnessContrastStep{});
     }

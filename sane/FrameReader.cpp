@@ -7,7 +7,7 @@ namespace platen_sane {
 
 // The lines that one line of the device has made: none mostly while a filter holds one back or the page gets
 // smaller, a few where it gets larger.
-class FrameReader::Output : public platen_tool::LineSink {
+class FrameReader::Output : public platen_tool::Stage {
   public:
     explicit Output(std::size_t lineBytes) : lineBytes_(lineBytes) {}
 

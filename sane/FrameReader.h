@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "programs/page/LineSink.h"
+#include "programs/page/Pipeline.h"
 #include "sane/FramePlan.h"
 #include "sane/LineSource.h"
 

@@ -11,6 +11,7 @@
 
 #include "programs/base/Report.h"
 #include "programs/commands/AdjustInput.h"
+#include "programs/commands/DryRun.h"
 #include "programs/io/Signals.h"
 #include "programs/page/CurvePlot.h"
 

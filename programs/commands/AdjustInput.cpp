@@ -9,9 +9,11 @@
 #include "programs/base/Error.h"
 #include "programs/base/Report.h"
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/io/OutputFile.h"
-#include "programs/page/LineSink.h"
 #include "programs/page/PagePlan.h"
+#include "programs/page/Pipeline.h"
 #include "programs/threads/SpooledPage.h"
 #include "programs/threads/Threads.h"
 
@@ -19,9 +21,9 @@ namespace platen_tool {
 
 namespace {
 
-class WriterSink : public LineSink {
+class WriterStage : public Stage {
   public:
-    explicit WriterSink(LineWriter& writer) : writer_(writer) {}
+    explicit WriterStage(LineWriter& writer) : writer_(writer) {}
     void Take(std::uint8_t* line) override {
         writer_.WriteLine(line);
     }
@@ -164,8 +166,8 @@ class InputRun {
         }
         TellOnce(plan);
         OpenPage(plan);
-        WriterSink sink(*writer_);
-        Pipeline pipeline(plan, sink);
+        WriterStage end(*writer_);
+        Pipeline pipeline(plan, end);
         std::vector<std::uint8_t> line(plan.input.LineBytes());
         for (std::uint32_t y = 0; plan.input.height == 0 || y < plan.input.height; ++y) {
             if (!ReadLine(plan.input, spooled, line.data())) {

@@ -36,8 +36,4 @@ void AdjustSheets(const Run& run, const Sheets& sheets, std::unique_ptr<LineRead
 // How an output is written. `input`: what the pages come in.
 WriteOptions MakeWriteOptions(const Settings& settings, Container input);
 
-// --dry-run: what AdjustInput would do, in words.
-std::string DescribeInput(const Run& run, std::size_t input, unsigned long& nextPage);
-std::string DescribePage(const PagePlan& plan);
-
 }  // namespace platen_tool

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "programs/options/OptionTable.h"
+#include "programs/options/Arguments.h"
 #include "programs/page/ToneTables.h"
 
 namespace platen_tool {

@@ -1,20 +1,23 @@
-#include "programs/commands/AdjustInput.h"
+#include "programs/commands/DryRun.h"
+
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/page/PagePlan.h"
 
 namespace platen_tool {
 
 namespace {
 
-std::string StepName(StepKind kind) {
+std::string StageName(StageKind kind) {
     switch (kind) {
-        case StepKind::kTone:
+        case StageKind::kTone:
             return "tone";
-        case StepKind::kHsv:
+        case StageKind::kHsv:
             return "hsv";
-        case StepKind::kScale:
+        case StageKind::kScale:
             return "scale";
-        case StepKind::kSharpen:
+        case StageKind::kSharpen:
             return "sharpen";
         default:
             return "pixels";
@@ -59,9 +62,9 @@ void CheckPage(const std::string& output, const Settings& settings, Container in
 
 std::string DescribePage(const PagePlan& plan) {
     std::string text = Row("input", PageText(plan.input));
-    for (const PlannedStep& step : plan.steps) {
-        text += Row(StepName(step.kind), step.text);
-        if (step.kind == StepKind::kTone) {
+    for (const PlannedStage& stage : plan.stages) {
+        text += Row(StageName(stage.kind), stage.text);
+        if (stage.kind == StageKind::kTone) {
             text += CurveRows(plan.tables);
         }
     }

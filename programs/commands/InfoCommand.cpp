@@ -2,6 +2,7 @@
 
 #include "programs/base/Report.h"
 #include "programs/commands/Adjust.h"
+#include "programs/io/OpenReader.h"
 #include "programs/options/Settings.h"
 #include "programs/page/PagePlan.h"
 

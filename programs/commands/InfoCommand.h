@@ -1,7 +1,7 @@
 #pragma once
 
 #include "programs/base/Error.h"
-#include "programs/options/OptionTable.h"
+#include "programs/options/Arguments.h"
 
 namespace platen_tool {
 

@@ -7,6 +7,7 @@
 
 #include "programs/base/Report.h"
 #include "programs/io/OutputFile.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/PresetFile.h"
 #include "programs/options/PresetSearch.h"
 #include "programs/options/ScanSettings.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "programs/base/Error.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/OptionTable.h"
 
 namespace platen_tool {

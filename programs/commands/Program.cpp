@@ -15,6 +15,7 @@
 #include "programs/io/OutputName.h"
 #include "programs/io/RunFiles.h"
 #include "programs/io/Signals.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/Completion.h"
 #include "programs/options/Settings.h"
 

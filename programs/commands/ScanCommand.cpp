@@ -3,6 +3,8 @@
 #include "programs/base/Report.h"
 #include "programs/commands/Adjust.h"
 #include "programs/commands/AdjustInput.h"
+#include "programs/commands/DryRun.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/io/OutputFile.h"
 #include "programs/io/OutputName.h"
 #include "programs/page/CurvePlot.h"

@@ -1,3 +1,5 @@
+#include "programs/io/JpegReader.h"
+
 #include <cstddef>
 #include <cstdio>
 // jpeglib.h wants the two above first.
@@ -11,7 +13,6 @@
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
 #include "programs/io/Ratios.h"
-#include "programs/io/Readers.h"
 #include "programs/io/Samples.h"
 
 namespace platen_tool {

@@ -1,9 +1,12 @@
+#include "programs/io/JpegWriter.h"
+
 #include <utility>
 
 #include "programs/base/Error.h"
 #include "programs/io/JpegEncoder.h"
+#include "programs/io/LineCount.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/io/Samples.h"
-#include "programs/io/Writers.h"
 
 namespace platen_tool {
 

@@ -69,11 +69,4 @@ class LineReader {
     }
 };
 
-// Opens a file, or standard input for "-", finds out its container from its first bytes, and reads up to the
-// first line of the first page.
-std::unique_ptr<LineReader> OpenReader(const std::string& path, const ReadOptions& options);
-
-// Reads a page of known height to its end, from its first line on.
-void SkipLines(LineReader& reader);
-
 }  // namespace platen_tool

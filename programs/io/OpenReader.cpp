@@ -1,8 +1,12 @@
+#include "programs/io/OpenReader.h"
+
 #include <cstring>
 
 #include "programs/base/Error.h"
-#include "programs/io/LineReader.h"
-#include "programs/io/Readers.h"
+#include "programs/io/JpegReader.h"
+#include "programs/io/PngReader.h"
+#include "programs/io/PnmReader.h"
+#include "programs/io/TiffReader.h"
 
 namespace platen_tool {
 

@@ -1,9 +1,15 @@
+#include "programs/io/OpenWriter.h"
+
 #include <algorithm>
 #include <cctype>
 
 #include "programs/base/Error.h"
-#include "programs/io/LineWriter.h"
-#include "programs/io/Writers.h"
+#include "programs/io/JpegWriter.h"
+#include "programs/io/PdfWriter.h"
+#include "programs/io/PngWriter.h"
+#include "programs/io/PnmWriter.h"
+#include "programs/io/SpoolingWriter.h"
+#include "programs/io/TiffWriter.h"
 
 namespace platen_tool {
 

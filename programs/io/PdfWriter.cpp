@@ -1,3 +1,5 @@
+#include "programs/io/PdfWriter.h"
+
 #include <tiffio.h>
 
 #include <array>
@@ -9,12 +11,12 @@
 
 #include "programs/base/Error.h"
 #include "programs/io/JpegEncoder.h"
+#include "programs/io/LineCount.h"
 #include "programs/io/PngStream.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 #include "programs/io/TiffHandle.h"
-#include "programs/io/Writers.h"
 
 namespace platen_tool {
 

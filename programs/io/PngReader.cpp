@@ -1,3 +1,5 @@
+#include "programs/io/PngReader.h"
+
 #include <png.h>
 
 #include <algorithm>
@@ -9,7 +11,6 @@
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
 #include "programs/io/Ratios.h"
-#include "programs/io/Readers.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 

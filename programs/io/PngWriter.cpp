@@ -1,3 +1,5 @@
+#include "programs/io/PngWriter.h"
+
 #include <png.h>
 
 #include <cstring>
@@ -7,10 +9,11 @@
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
+#include "programs/io/LineCount.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/io/PngStream.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
-#include "programs/io/Writers.h"
 
 namespace platen_tool {
 

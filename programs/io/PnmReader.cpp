@@ -1,9 +1,10 @@
+#include "programs/io/PnmReader.h"
+
 #include <cstring>
 #include <vector>
 
 #include "programs/base/Error.h"
 #include "programs/io/PnmHeader.h"
-#include "programs/io/Readers.h"
 #include "programs/io/Samples.h"
 
 namespace platen_tool {

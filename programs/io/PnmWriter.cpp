@@ -1,11 +1,13 @@
+#include "programs/io/PnmWriter.h"
+
 #include <bit>
 #include <cstring>
 #include <vector>
 
 #include "programs/base/Error.h"
+#include "programs/io/LineCount.h"
 #include "programs/io/PnmHeader.h"
 #include "programs/io/Samples.h"
-#include "programs/io/Writers.h"
 
 namespace platen_tool {
 

@@ -1,3 +1,5 @@
+#include "programs/io/SpoolingWriter.h"
+
 #include <algorithm>
 #include <optional>
 #include <vector>
@@ -5,7 +7,6 @@
 #include "programs/base/Error.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
-#include "programs/io/Writers.h"
 
 namespace platen_tool {
 

@@ -1,9 +1,10 @@
+#include "programs/io/TiffReader.h"
+
 #include <algorithm>
 #include <optional>
 #include <unordered_set>
 #include <vector>
 
-#include "programs/io/Readers.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 #include "programs/io/TiffDirectory.h"

@@ -1,10 +1,11 @@
+#include "programs/io/TiffRows.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "programs/io/Spool.h"
-#include "programs/io/TiffPage.h"
 
 namespace platen_tool {
 

@@ -1,3 +1,5 @@
+#include "programs/io/TiffWriter.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -5,13 +7,13 @@
 #include <optional>
 #include <vector>
 
+#include "programs/io/LineCount.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 #include "programs/io/TiffDirectory.h"
 #include "programs/io/TiffHandle.h"
 #include "programs/io/TiffStrips.h"
-#include "programs/io/Writers.h"
 
 namespace platen_tool {
 

@@ -123,12 +123,6 @@ const OptionSpec* FindOption(std::string_view name) {
     return found != kTable.end() ? &*found : nullptr;
 }
 
-const GivenOption* ParsedArguments::Last(std::string_view name) const {
-    const auto found = std::find_if(options.rbegin(), options.rend(),
-                                    [name](const GivenOption& option) { return option.name == name; });
-    return found != options.rend() ? &*found : nullptr;
-}
-
 std::string HelpText(CommandBit command) {
     constexpr std::size_t kHelpColumn = 32;
     std::string text =

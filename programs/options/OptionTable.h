@@ -3,7 +3,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace platen_tool {
 
@@ -28,30 +27,6 @@ std::span<const OptionSpec> OptionTable();
 
 // The option of that name; null where there is none.
 const OptionSpec* FindOption(std::string_view name);
-
-// One occurrence of an option, in the command line's order. Flags have an empty value.
-struct GivenOption {
-    std::string name;
-    std::string value;
-    bool newStep = false;   // a tone option that joins no step before it
-    unsigned presetNo = 0;  // which --preset it came with, from 1; 0: it stood on the command line itself
-};
-
-struct ParsedArguments {
-    std::vector<GivenOption> options;
-    std::vector<std::string> operands;
-
-    // The option's last occurrence, which is the one that counts; null where it is not given.
-    const GivenOption* Last(std::string_view name) const;
-
-    bool Given(std::string_view name) const {
-        return Last(name) != nullptr;
-    }
-};
-
-// Splits the arguments of a sub-command (without program and sub-command) into options and operands. An unknown
-// option, or one without its argument, is an Error (kUsage).
-ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string>& arguments);
 
 // The text of --help: usage lines, then the sub-command's options in groups.
 std::string HelpText(CommandBit command);

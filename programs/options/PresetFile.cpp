@@ -11,6 +11,7 @@
 
 #include "programs/base/Error.h"
 #include "programs/base/Numbers.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/Settings.h"
 
 namespace platen_tool {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "programs/options/OptionTable.h"
+#include "programs/options/Arguments.h"
 
 namespace platen_tool {
 

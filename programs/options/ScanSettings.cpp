@@ -5,6 +5,7 @@
 #include "programs/base/Error.h"
 #include "programs/base/Numbers.h"
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/io/OutputName.h"
 
 namespace platen_tool {

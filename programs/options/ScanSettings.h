@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "programs/options/OptionTable.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/Settings.h"
 
 namespace platen_tool {

@@ -56,27 +56,27 @@ PageRange ParsePages(const std::string& text) {
 }
 
 // The stages in LIST; those it leaves out come back as a mask, since only stages in use must be in it.
-std::array<StageKind, 4> ParseOrder(const std::string& text, unsigned& missing) {
-    std::vector<StageKind> list;
+std::array<Adjustment, 4> ParseOrder(const std::string& text, unsigned& missing) {
+    std::vector<Adjustment> list;
     for (const std::string_view part : SplitText(text, ',')) {
-        const StageKind kind = Choose<StageKind>("order", std::string(part),
-                                                 {{"tone", StageKind::kTone},
-                                                  {"hsv", StageKind::kHsv},
-                                                  {"scale", StageKind::kScale},
-                                                  {"sharpen", StageKind::kSharpen}});
+        const Adjustment kind = Choose<Adjustment>("order", std::string(part),
+                                                   {{"tone", Adjustment::kTone},
+                                                    {"hsv", Adjustment::kHsv},
+                                                    {"scale", Adjustment::kScale},
+                                                    {"sharpen", Adjustment::kSharpen}});
         if (std::find(list.begin(), list.end(), kind) != list.end()) {
             Refuse("--order: '" + std::string(part) + "' is there twice");
         }
         list.push_back(kind);
     }
     missing = 0;
-    for (const StageKind kind : {StageKind::kTone, StageKind::kHsv, StageKind::kScale, StageKind::kSharpen}) {
+    for (const Adjustment kind : {Adjustment::kTone, Adjustment::kHsv, Adjustment::kScale, Adjustment::kSharpen}) {
         if (std::find(list.begin(), list.end(), kind) == list.end()) {
             list.push_back(kind);
             missing |= 1u << static_cast<int>(kind);
         }
     }
-    std::array<StageKind, 4> order{};
+    std::array<Adjustment, 4> order{};
     std::copy(list.begin(), list.end(), order.begin());
     return order;
 }
@@ -258,15 +258,15 @@ void CheckSize(const ParsedArguments& given) {
 }
 
 void CheckOrder(const Settings& s, unsigned missing) {
-    const auto check = [&](StageKind kind, bool used, const char* name) {
+    const auto check = [&](Adjustment kind, bool used, const char* name) {
         if (used && (missing >> static_cast<int>(kind) & 1) != 0) {
             Refuse(std::string("--order: '") + name + "' is missing, and options ask for it");
         }
     };
-    check(StageKind::kTone, !s.tone.empty(), "tone");
-    check(StageKind::kHsv, s.hsv.Any(), "hsv");
-    check(StageKind::kScale, s.size.Any(), "scale");
-    check(StageKind::kSharpen, s.sharpness != 0, "sharpen");
+    check(Adjustment::kTone, !s.tone.empty(), "tone");
+    check(Adjustment::kHsv, s.hsv.Any(), "hsv");
+    check(Adjustment::kScale, s.size.Any(), "scale");
+    check(Adjustment::kSharpen, s.sharpness != 0, "sharpen");
 }
 
 void CheckPixels(const Settings& s) {

@@ -10,12 +10,12 @@
 #include "programs/base/Error.h"
 #include "programs/base/ImageInfo.h"
 #include "programs/io/LineReader.h"
-#include "programs/options/OptionTable.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/ToneSteps.h"
 
 namespace platen_tool {
 
-enum class StageKind { kTone, kHsv, kScale, kSharpen };
+enum class Adjustment { kTone, kHsv, kScale, kSharpen };
 
 enum class PixelMode { kLineart, kGray, kColor };
 
@@ -78,7 +78,8 @@ struct Settings {
     int sharpness = 0;
     SizeSettings size;
     PixelSettings pixels;
-    std::array<StageKind, 4> order = {StageKind::kTone, StageKind::kHsv, StageKind::kScale, StageKind::kSharpen};
+    std::array<Adjustment, 4> order = {Adjustment::kTone, Adjustment::kHsv, Adjustment::kScale,
+                                       Adjustment::kSharpen};
     std::optional<Resolution> inputResolution;
     std::optional<Resolution> setResolution;
     bool strip = false;

@@ -1,3 +1,5 @@
+#include "programs/page/HsvStage.h"
+
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -7,7 +9,6 @@
 
 #include "LineFilters/Hsv.h"
 #include "programs/page/AlphaPlane.h"
-#include "programs/page/LineSink.h"
 
 namespace platen_tool {
 
@@ -18,9 +19,9 @@ namespace {
 std::mutex tableLock;
 const void* tableOwner = nullptr;
 
-class HsvSink : public LineSink {
+class HsvStage : public Stage {
   public:
-    HsvSink(const HsvSettings& settings, const ImageInfo& info, LineSink& next)
+    HsvStage(const HsvSettings& settings, const ImageInfo& info, Stage& next)
         : width_(info.width), alpha_(info.HasAlpha()), next_(next) {
         _SHsvParam param{};
         param.hue = settings.hue;
@@ -41,13 +42,13 @@ class HsvSink : public LineSink {
         tableOwner = this;
     }
 
-    ~HsvSink() override {
+    ~HsvStage() override {
         const std::lock_guard lock(tableLock);
         tableOwner = tableOwner == this ? nullptr : tableOwner;
         Disposehsv(handle_);
     }
-    HsvSink(const HsvSink&) = delete;
-    HsvSink& operator=(const HsvSink&) = delete;
+    HsvStage(const HsvStage&) = delete;
+    HsvStage& operator=(const HsvStage&) = delete;
 
     void Take(std::uint8_t* line) override {
         if (alpha_) {
@@ -77,13 +78,13 @@ class HsvSink : public LineSink {
     std::vector<std::uint8_t> colours_;
     std::array<std::uint32_t, 256> table_{};
     void* handle_ = nullptr;
-    LineSink& next_;
+    Stage& next_;
 };
 
 }  // namespace
 
-std::unique_ptr<LineSink> MakeHsvStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
-    return std::make_unique<HsvSink>(plan.hsv, step.in, next);
+std::unique_ptr<Stage> MakeHsvStage(const PagePlan& plan, const PlannedStage& stage, Stage& next) {
+    return std::make_unique<HsvStage>(plan.hsv, stage.in, next);
 }
 
 }  // namespace platen_tool

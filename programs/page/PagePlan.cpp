@@ -41,12 +41,12 @@ class Planner {
     PagePlan Plan() {
         PlanDepth();
         PlanColours();
-        for (const StageKind kind : settings_.order) {
+        for (const Adjustment kind : settings_.order) {
             PlanStage(kind);
         }
         if (ToLineart() && info_.bitsPerSample == 8) {
             info_.bitsPerSample = 1;
-            Add(StepKind::kThreshold, "threshold " + NumberText(settings_.pixels.threshold) + " %");
+            Add(StageKind::kThreshold, "threshold " + NumberText(settings_.pixels.threshold) + " %");
         }
         FinishOutput();
         return plan_;
@@ -57,10 +57,10 @@ class Planner {
         return settings_.pixels.mode == PixelMode::kLineart || settings_.pixels.depth == 1;
     }
 
-    // info_ is what the step gives; the step before, or the page, what it takes.
-    void Add(StepKind kind, std::string text, std::size_t memory = 0) {
-        const ImageInfo& in = plan_.steps.empty() ? plan_.input : plan_.steps.back().out;
-        plan_.steps.push_back({kind, in, info_, std::move(text), memory});
+    // info_ is what the stage gives; the stage before, or the page, what it takes.
+    void Add(StageKind kind, std::string text, std::size_t memory = 0) {
+        const ImageInfo& in = plan_.stages.empty() ? plan_.input : plan_.stages.back().out;
+        plan_.stages.push_back({kind, in, info_, std::move(text), memory});
     }
 
     void PlanDepth() {
@@ -70,16 +70,16 @@ class Planner {
                 return;
             }
             info_.bitsPerSample = 8;
-            Add(StepKind::kBilevelToGrey, "1 bit to 8 bits", info_.LineBytes());
+            Add(StageKind::kBilevelToGrey, "1 bit to 8 bits", info_.LineBytes());
         }
         if (info_.bitsPerSample == 16 && (chosen_.NeedsEightBits() || pixels.depth == 8 || ToLineart())) {
             plan_.reducedTo8 = pixels.depth != 8 && !ToLineart();
             info_.bitsPerSample = 8;
-            Add(StepKind::kDepth16To8, "16 bits to 8 bits", info_.LineBytes());
+            Add(StageKind::kDepth16To8, "16 bits to 8 bits", info_.LineBytes());
         }
         if (info_.bitsPerSample == 8 && pixels.depth == 16) {
             info_.bitsPerSample = 16;
-            Add(StepKind::kDepth8To16, "8 bits to 16 bits", info_.LineBytes());
+            Add(StageKind::kDepth8To16, "8 bits to 16 bits", info_.LineBytes());
         }
     }
 
@@ -89,31 +89,31 @@ class Planner {
             info_.samplesPerPixel -= 2;
             info_.iccProfile.clear();  // it describes colours that are gone
             std::erase_if(info_.pngColours, [](const PngChunk& chunk) { return chunk.name == "cHRM"; });
-            Add(StepKind::kColourToGrey, "colour to grey", info_.LineBytes());
+            Add(StageKind::kColourToGrey, "colour to grey", info_.LineBytes());
         } else if (info_.ColourSamples() == 1 && info_.bitsPerSample != 1 && mode == PixelMode::kColor) {
             info_.samplesPerPixel += 2;
             info_.iccProfile.clear();
-            Add(StepKind::kGreyToColour, "grey to colour", info_.LineBytes());
+            Add(StageKind::kGreyToColour, "grey to colour", info_.LineBytes());
         }
         if (settings_.pixels.negative) {
-            Add(StepKind::kNegative, "negative");
+            Add(StageKind::kNegative, "negative");
         }
         if ((ToLineart() || settings_.pixels.flatten) && info_.HasAlpha()) {
             info_.samplesPerPixel -= 1;
             plan_.background = settings_.pixels.flatten.value_or(Colour{});
-            Add(StepKind::kFlatten, "alpha over " + ColourText(plan_.background), info_.LineBytes());
+            Add(StageKind::kFlatten, "alpha over " + ColourText(plan_.background), info_.LineBytes());
         }
     }
 
-    void PlanStage(StageKind kind) {
+    void PlanStage(Adjustment kind) {
         switch (kind) {
-            case StageKind::kTone:
+            case Adjustment::kTone:
                 return PlanTone();
-            case StageKind::kHsv:
+            case Adjustment::kHsv:
                 return PlanHsv();
-            case StageKind::kScale:
+            case Adjustment::kScale:
                 return PlanScale();
-            case StageKind::kSharpen:
+            case Adjustment::kSharpen:
                 return PlanSharpen();
         }
     }
@@ -127,7 +127,7 @@ class Planner {
         for (const ToneStep& step : chosen_.tone) {
             text += (text.empty() ? "" : "; ") + StepText(step);
         }
-        Add(StepKind::kTone, text, sizeof plan_.tables);
+        Add(StageKind::kTone, text, sizeof plan_.tables);
     }
 
     void PlanHsv() {
@@ -136,7 +136,7 @@ class Planner {
         }
         plan_.hsv = chosen_.hsv;
         const auto number = [](int value) { return std::to_string(value); };
-        Add(StepKind::kHsv,
+        Add(StageKind::kHsv,
             "saturation " + number(plan_.hsv.saturation) + ", hue " + number(plan_.hsv.hue) + ", lightness " +
                 number(plan_.hsv.lightness),
             info_.HasAlpha() ? std::size_t{info_.width} * 3 : 0);
@@ -157,7 +157,7 @@ class Planner {
             plan_.notices.push_back("the page has its size already; nothing is scaled");
             return;
         }
-        Add(StepKind::kScale, SizeText(before.width, before.height) + " to " + SizeText(info_.width, info_.height),
+        Add(StageKind::kScale, SizeText(before.width, before.height) + " to " + SizeText(info_.width, info_.height),
             ScalerMemory(before, info_));
     }
 
@@ -191,7 +191,7 @@ class Planner {
         }
         plan_.sharpness = chosen_.sharpness;
         const std::size_t line = std::size_t{info_.width} * static_cast<std::size_t>(info_.ColourSamples());
-        Add(StepKind::kSharpen, std::to_string(plan_.sharpness),
+        Add(StageKind::kSharpen, std::to_string(plan_.sharpness),
             6 * line + (info_.HasAlpha() ? 2 * std::size_t{info_.width} + info_.LineBytes() : 0));
     }
 
@@ -255,8 +255,8 @@ std::size_t ExpectedMemory(const PagePlan& plan) {
     constexpr std::size_t kProgram = 9'000'000;
     constexpr std::size_t kCodecLines = 16;
     std::size_t bytes = kProgram + kCodecLines * (plan.input.LineBytes() + plan.output.LineBytes());
-    for (const PlannedStep& step : plan.steps) {
-        bytes += step.memory;
+    for (const PlannedStage& stage : plan.stages) {
+        bytes += stage.memory;
     }
     return bytes;
 }

@@ -10,7 +10,7 @@
 namespace platen_tool {
 
 // What can happen to a line on its way from the reader to the writer.
-enum class StepKind {
+enum class StageKind {
     kBilevelToGrey,  // 1 bit to 8
     kDepth16To8,     // rounded to the nearest
     kDepth8To16,     // x 257
@@ -25,9 +25,9 @@ enum class StepKind {
     kSharpen,
 };
 
-struct PlannedStep {
-    StepKind kind;
-    ImageInfo in;   // of the lines that the step takes
+struct PlannedStage {
+    StageKind kind;
+    ImageInfo in;   // of the lines that the stage takes
     ImageInfo out;  // of those that it gives
     std::string text;
     std::size_t memory = 0;  // bytes it holds while it works
@@ -37,7 +37,7 @@ struct PlannedStep {
 struct PagePlan {
     ImageInfo input;
     ImageInfo output;
-    std::vector<PlannedStep> steps;
+    std::vector<PlannedStage> stages;
     ToneTables tables{};               // for kTone
     HsvSettings hsv;                   // for kHsv
     int sharpness = 0;                 // for kSharpen
@@ -55,7 +55,7 @@ struct PagePlan {
 // a plan shows what is to come and what can't be, a Pipeline wants one that is made when the lines are counted.
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page);
 
-// The bytes that the program is expected to take at its peak: code, codec buffers and the steps' lines.
+// The bytes that the program is expected to take at its peak: code, codec buffers and the stages' lines.
 std::size_t ExpectedMemory(const PagePlan& plan);
 
 // "2480 x 3508, 8-bit RGB, 300 dpi".

@@ -1,30 +1,36 @@
-#include "programs/page/LineSink.h"
+#include "programs/page/Pipeline.h"
+
+#include "programs/page/HsvStage.h"
+#include "programs/page/PixelStage.h"
+#include "programs/page/ScaleStage.h"
+#include "programs/page/SharpenStage.h"
+#include "programs/page/ToneStage.h"
 
 namespace platen_tool {
 
 namespace {
 
-std::unique_ptr<LineSink> MakeStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
-    switch (step.kind) {
-        case StepKind::kTone:
-            return MakeToneStep(plan, step, next);
-        case StepKind::kHsv:
-            return MakeHsvStep(plan, step, next);
-        case StepKind::kScale:
-            return MakeScaleStep(step, next);
-        case StepKind::kSharpen:
-            return MakeSharpenStep(plan, step, next);
+std::unique_ptr<Stage> MakeStage(const PagePlan& plan, const PlannedStage& stage, Stage& next) {
+    switch (stage.kind) {
+        case StageKind::kTone:
+            return MakeToneStage(plan, stage, next);
+        case StageKind::kHsv:
+            return MakeHsvStage(plan, stage, next);
+        case StageKind::kScale:
+            return MakeScaleStage(stage, next);
+        case StageKind::kSharpen:
+            return MakeSharpenStage(plan, stage, next);
         default:
-            return MakePixelStep(plan, step, next);
+            return MakePixelStage(plan, stage, next);
     }
 }
 
 }  // namespace
 
-Pipeline::Pipeline(const PagePlan& plan, LineSink& last) : first_(&last) {
-    for (auto step = plan.steps.rbegin(); step != plan.steps.rend(); ++step) {
-        steps_.push_back(MakeStep(plan, *step, *first_));
-        first_ = steps_.back().get();
+Pipeline::Pipeline(const PagePlan& plan, Stage& last) : first_(&last) {
+    for (auto stage = plan.stages.rbegin(); stage != plan.stages.rend(); ++stage) {
+        stages_.push_back(MakeStage(plan, *stage, *first_));
+        first_ = stages_.back().get();
     }
 }
 

@@ -1,7 +1,7 @@
+#include "programs/page/PixelStage.h"
+
 #include <array>
 #include <cstring>
-
-#include "programs/page/LineSink.h"
 
 namespace platen_tool {
 
@@ -32,18 +32,18 @@ void Store(std::uint8_t* line, std::size_t sample, bool wide, std::uint32_t valu
 
 // Everything that is done to a pixel by itself. One object does one of the conversions, chosen for each line,
 // from the line given into one of its own.
-class PixelSink : public LineSink {
+class PixelStage : public Stage {
   public:
-    PixelSink(const PagePlan& plan, const PlannedStep& step, LineSink& next)
-        : kind_(step.kind),
-          in_(step.in),
-          width_(step.in.width),
-          inSamples_(static_cast<std::size_t>(step.in.samplesPerPixel)),
-          outSamples_(static_cast<std::size_t>(step.out.samplesPerPixel)),
-          wide_(step.in.bitsPerSample == 16),
+    PixelStage(const PagePlan& plan, const PlannedStage& stage, Stage& next)
+        : kind_(stage.kind),
+          in_(stage.in),
+          width_(stage.in.width),
+          inSamples_(static_cast<std::size_t>(stage.in.samplesPerPixel)),
+          outSamples_(static_cast<std::size_t>(stage.out.samplesPerPixel)),
+          wide_(stage.in.bitsPerSample == 16),
           blackBelow_(plan.threshold * 2.55),
           background_(BackgroundOf(plan.background, outSamples_, wide_)),
-          line_(step.out.LineBytes()),
+          line_(stage.out.LineBytes()),
           next_(next) {}
 
     void Take(std::uint8_t* line) override {
@@ -64,19 +64,19 @@ class PixelSink : public LineSink {
 
     void Convert(const std::uint8_t* line) {
         switch (kind_) {
-            case StepKind::kBilevelToGrey:
+            case StageKind::kBilevelToGrey:
                 return BilevelToGrey(line);
-            case StepKind::kDepth16To8:
+            case StageKind::kDepth16To8:
                 return Depth16To8(line);
-            case StepKind::kDepth8To16:
+            case StageKind::kDepth8To16:
                 return Depth8To16(line);
-            case StepKind::kColourToGrey:
+            case StageKind::kColourToGrey:
                 return ColourToGrey(line);
-            case StepKind::kGreyToColour:
+            case StageKind::kGreyToColour:
                 return GreyToColour(line);
-            case StepKind::kNegative:
+            case StageKind::kNegative:
                 return Negative(line);
-            case StepKind::kFlatten:
+            case StageKind::kFlatten:
                 return Flatten(line);
             default:
                 return Threshold(line);
@@ -166,7 +166,7 @@ class PixelSink : public LineSink {
         }
     }
 
-    const StepKind kind_;
+    const StageKind kind_;
     const ImageInfo in_;
     const std::size_t width_;
     const std::size_t inSamples_;
@@ -175,13 +175,13 @@ class PixelSink : public LineSink {
     const double blackBelow_;
     const std::array<std::uint64_t, 3> background_;  // kFlatten: in the page's samples
     std::vector<std::uint8_t> line_;
-    LineSink& next_;
+    Stage& next_;
 };
 
 }  // namespace
 
-std::unique_ptr<LineSink> MakePixelStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
-    return std::make_unique<PixelSink>(plan, step, next);
+std::unique_ptr<Stage> MakePixelStage(const PagePlan& plan, const PlannedStage& stage, Stage& next) {
+    return std::make_unique<PixelStage>(plan, stage, next);
 }
 
 }  // namespace platen_tool

@@ -1,8 +1,10 @@
+#include "programs/page/ScaleStage.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "programs/page/LineSink.h"
 #include "programs/page/PageZoom.h"
+#include "programs/page/Stage.h"
 
 namespace platen_tool {
 
@@ -16,16 +18,16 @@ namespace {
 // Samples never mix in the scaler, so the planes come out as they would side by side.
 class LineZoom {
   public:
-    LineZoom(const PlannedStep& step, int bits, std::size_t samples)
+    LineZoom(const PlannedStage& stage, int bits, std::size_t samples)
         : samples_(samples),
           sampleBytes_(static_cast<std::size_t>(bits) / 8),
-          inWidth_(step.in.width),
-          outWidth_(step.out.width),
+          inWidth_(stage.in.width),
+          outWidth_(stage.out.width),
           zooms_(samples == 2 || (samples > 1 && inWidth_ == 1) ? samples : 1) {
         const bool planes = zooms_.size() > 1;
         plane_.resize(planes ? std::max(inWidth_, outWidth_) * sampleBytes_ : 0);
         for (PageZoom& zoom : zooms_) {
-            zoom.Open(step.in, step.out, bits * static_cast<int>(planes ? 1 : samples));
+            zoom.Open(stage.in, stage.out, bits * static_cast<int>(planes ? 1 : samples));
         }
     }
 
@@ -68,12 +70,12 @@ class LineZoom {
     std::vector<std::uint8_t> plane_;
 };
 
-class ScaleSink : public LineSink {
+class ScaleStage : public Stage {
   public:
-    ScaleSink(const PlannedStep& step, LineSink& next)
-        : zoom_(step, step.in.bitsPerSample, static_cast<std::size_t>(step.in.samplesPerPixel)),
-          line_(step.out.LineBytes()),
-          linesLeft_(step.out.height),
+    ScaleStage(const PlannedStage& stage, Stage& next)
+        : zoom_(stage, stage.in.bitsPerSample, static_cast<std::size_t>(stage.in.samplesPerPixel)),
+          line_(stage.out.LineBytes()),
+          linesLeft_(stage.out.height),
           next_(next) {}
 
     void Take(std::uint8_t* line) override {
@@ -92,7 +94,7 @@ class ScaleSink : public LineSink {
     LineZoom zoom_;
     std::vector<std::uint8_t> line_;
     std::uint32_t linesLeft_;
-    LineSink& next_;
+    Stage& next_;
 };
 
 // A page with alpha: a colour counts as much as its pixel can be seen. The page goes through two scalers:
@@ -104,18 +106,18 @@ class ScaleSink : public LineSink {
 //                pixel that it was made from is so, all have the same weight, and the bytes are exactly those of a
 //                page without alpha. Where nothing of a pixel can be seen its colour is what was beneath.
 template <class Sample>
-class AlphaScaleSink : public LineSink {
+class AlphaScaleStage : public Stage {
   public:
-    AlphaScaleSink(const PlannedStep& step, LineSink& next)
-        : samples_(static_cast<std::size_t>(step.in.samplesPerPixel)),
-          inWidth_(step.in.width),
-          outWidth_(step.out.width),
-          plain_(step, step.in.bitsPerSample, samples_ - 1),
-          multiplied_(step, 16, samples_),
+    AlphaScaleStage(const PlannedStage& stage, Stage& next)
+        : samples_(static_cast<std::size_t>(stage.in.samplesPerPixel)),
+          inWidth_(stage.in.width),
+          outWidth_(stage.out.width),
+          plain_(stage, stage.in.bitsPerSample, samples_ - 1),
+          multiplied_(stage, 16, samples_),
           colours_(std::max(inWidth_, outWidth_) * (samples_ - 1)),
           wide_(std::max(inWidth_, outWidth_) * samples_),
           line_(outWidth_ * samples_),
-          linesLeft_(step.out.height),
+          linesLeft_(stage.out.height),
           next_(next) {}
 
     void Take(std::uint8_t* line) override {
@@ -167,7 +169,7 @@ class AlphaScaleSink : public LineSink {
         }
     }
 
-    // The scaler cuts off what lies beyond the sixteenth bit: half a step more is what it was on the average.
+    // The scaler cuts off what lies beyond the sixteenth bit: half a stage more is what it was on the average.
     static Sample Rounded(std::uint64_t wide) {
         if (kMost == kWide) {
             return static_cast<Sample>(wide);
@@ -189,19 +191,19 @@ class AlphaScaleSink : public LineSink {
     std::vector<std::uint16_t> wide_;
     std::vector<Sample> line_;
     std::uint32_t linesLeft_;
-    LineSink& next_;
+    Stage& next_;
 };
 
 }  // namespace
 
-std::unique_ptr<LineSink> MakeScaleStep(const PlannedStep& step, LineSink& next) {
-    if (!step.in.HasAlpha()) {
-        return std::make_unique<ScaleSink>(step, next);
+std::unique_ptr<Stage> MakeScaleStage(const PlannedStage& stage, Stage& next) {
+    if (!stage.in.HasAlpha()) {
+        return std::make_unique<ScaleStage>(stage, next);
     }
-    if (step.in.bitsPerSample == 16) {
-        return std::make_unique<AlphaScaleSink<std::uint16_t>>(step, next);
+    if (stage.in.bitsPerSample == 16) {
+        return std::make_unique<AlphaScaleStage<std::uint16_t>>(stage, next);
     }
-    return std::make_unique<AlphaScaleSink<std::uint8_t>>(step, next);
+    return std::make_unique<AlphaScaleStage<std::uint8_t>>(stage, next);
 }
 
 }  // namespace platen_tool

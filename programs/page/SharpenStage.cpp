@@ -1,19 +1,20 @@
+#include "programs/page/SharpenStage.h"
+
 #include <array>
 #include <new>
 #include <stdexcept>
 
 #include "LineFilters/Sharpness.h"
 #include "programs/page/AlphaPlane.h"
-#include "programs/page/LineSink.h"
 
 namespace platen_tool {
 
 namespace {
 
 // The filter holds one line back, so the alpha of the last two lines waits beside it.
-class SharpenSink : public LineSink {
+class SharpenStage : public Stage {
   public:
-    SharpenSink(int level, const ImageInfo& info, LineSink& next)
+    SharpenStage(int level, const ImageInfo& info, Stage& next)
         : width_(info.width),
           colours_(static_cast<std::size_t>(info.ColourSamples())),
           alpha_(info.HasAlpha()),
@@ -35,11 +36,11 @@ class SharpenSink : public LineSink {
         }
     }
 
-    ~SharpenSink() override {
+    ~SharpenStage() override {
         DisposeSharpness(handle_);
     }
-    SharpenSink(const SharpenSink&) = delete;
-    SharpenSink& operator=(const SharpenSink&) = delete;
+    SharpenStage(const SharpenStage&) = delete;
+    SharpenStage& operator=(const SharpenStage&) = delete;
 
     void Take(std::uint8_t* line) override {
         std::uint8_t* colours = line;
@@ -83,13 +84,13 @@ class SharpenSink : public LineSink {
     std::uint32_t taken_ = 0;
     std::uint32_t given_ = 0;
     void* handle_ = nullptr;
-    LineSink& next_;
+    Stage& next_;
 };
 
 }  // namespace
 
-std::unique_ptr<LineSink> MakeSharpenStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
-    return std::make_unique<SharpenSink>(plan.sharpness, step.in, next);
+std::unique_ptr<Stage> MakeSharpenStage(const PagePlan& plan, const PlannedStage& stage, Stage& next) {
+    return std::make_unique<SharpenStage>(plan.sharpness, stage.in, next);
 }
 
 }  // namespace platen_tool

@@ -1,16 +1,16 @@
-#include "programs/page/LineSink.h"
+#include "programs/page/ToneStage.h"
 
 namespace platen_tool {
 
 namespace {
 
-class ToneSink : public LineSink {
+class ToneStage : public Stage {
   public:
-    ToneSink(const PagePlan& plan, const PlannedStep& step, LineSink& next)
+    ToneStage(const PagePlan& plan, const PlannedStage& stage, Stage& next)
         : tables_(plan.tables),
-          width_(step.in.width),
-          samples_(static_cast<std::size_t>(step.in.samplesPerPixel)),
-          colour_(step.in.ColourSamples() == 3),
+          width_(stage.in.width),
+          samples_(static_cast<std::size_t>(stage.in.samplesPerPixel)),
+          colour_(stage.in.ColourSamples() == 3),
           next_(next) {}
 
     void Take(std::uint8_t* line) override {
@@ -34,13 +34,13 @@ class ToneSink : public LineSink {
     const std::size_t width_;
     const std::size_t samples_;
     const bool colour_;
-    LineSink& next_;
+    Stage& next_;
 };
 
 }  // namespace
 
-std::unique_ptr<LineSink> MakeToneStep(const PagePlan& plan, const PlannedStep& step, LineSink& next) {
-    return std::make_unique<ToneSink>(plan, step, next);
+std::unique_ptr<Stage> MakeToneStage(const PagePlan& plan, const PlannedStage& stage, Stage& next) {
+    return std::make_unique<ToneStage>(plan, stage, next);
 }
 
 }  // namespace platen_tool

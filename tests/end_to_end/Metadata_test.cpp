@@ -5,6 +5,8 @@
 #include "Spawn.h"
 #include "unit/programs/io/Pages.h"
 
+#include "programs/io/OpenReader.h"
+
 // What a file says about its picture, on every way through the program: resolution, profile, orientation.
 
 namespace platen_test {

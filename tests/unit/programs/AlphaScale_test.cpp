@@ -4,7 +4,7 @@
 
 #include "Expect.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "programs/page/LineSink.h"
+#include "programs/page/Pipeline.h"
 #include "support/Random.h"
 
 // Pages with alpha, scaled, against a computation in doubles that weighs each colour by its alpha.
@@ -120,7 +120,7 @@ Plane Multiplied(Plane plane) {
     return plane;
 }
 
-class Lines : public LineSink {
+class Lines : public Stage {
   public:
     explicit Lines(std::size_t lineBytes) : lineBytes_(lineBytes) {}
     void Take(std::uint8_t* line) override {

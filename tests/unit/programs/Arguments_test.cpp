@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "Expect.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/OptionTable.h"
 
 namespace platen_tool {

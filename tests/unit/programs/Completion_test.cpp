@@ -4,6 +4,7 @@
 
 #include "Expect.h"
 #include "programs/commands/CurveCommand.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/OptionTable.h"
 #include "programs/options/Settings.h"
 

@@ -1,3 +1,4 @@
+#include "programs/commands/DryRun.h"
 #include "Expect.h"
 #include "io/Pages.h"
 #include "programs/commands/AdjustInput.h"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "NumberedLines.h"
+#include "programs/io/OpenReader.h"
 #include "programs/threads/ThreadedReader.h"
 
 namespace platen_tool {

@@ -26,8 +26,8 @@ std::string StepNames(const PagePlan& plan) {
     static constexpr const char* kNames[] = {"1to8",    "16to8",     "8to16", "grey", "colour", "negative",
                                              "flatten", "threshold", "tone",  "hsv",  "scale",  "sharpen"};
     std::string text;
-    for (const PlannedStep& step : plan.steps) {
-        text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(step.kind)]);
+    for (const PlannedStage& stage : plan.stages) {
+        text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(stage.kind)]);
     }
     return text;
 }
@@ -112,7 +112,7 @@ TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
     flat.height = 1;
     for (const ImageInfo& info : {narrow, flat}) {
         const PagePlan plan = PlanPage(With({"--sharpness=2"}), info);
-        EXPECT_TRUE(plan.steps.empty());
+        EXPECT_TRUE(plan.stages.empty());
         ASSERT_EQ(plan.notices.size(), 1u);
         EXPECT_EQ(plan.notices[0],
                   "the page is less than three pixels wide or two lines high; it is not sharpened or softened");
@@ -121,7 +121,7 @@ TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
 
 TEST(PagePlan, TheSameSizeIsNotScaled) {
     const PagePlan plan = PlanPage(With({"--scale=100%"}), Page(8, 3));
-    EXPECT_TRUE(plan.steps.empty());
+    EXPECT_TRUE(plan.stages.empty());
     ASSERT_EQ(plan.notices.size(), 1u);
     EXPECT_EQ(plan.notices[0], "the page has its size already; nothing is scaled");
 }
@@ -143,8 +143,8 @@ TEST(PagePlan, UnknownHeightIsRefusedWhereStreamingIsStrict) {
 TEST(PagePlan, ConversionsAreNamed) {
     const auto texts = [](const std::vector<std::string>& words, int bits, int samples) {
         std::string text;
-        for (const PlannedStep& step : PlanPage(With(words), Page(bits, samples)).steps) {
-            text += (text.empty() ? "" : "; ") + step.text;
+        for (const PlannedStage& stage : PlanPage(With(words), Page(bits, samples)).stages) {
+            text += (text.empty() ? "" : "; ") + stage.text;
         }
         return text;
     };
@@ -163,7 +163,7 @@ TEST(PagePlan, UnknownHeightsArePlannedAsFarAsTheyGo) {
         const PagePlan plan = PlanPage(With(words), info);
         EXPECT_EQ(plan.notices.size(), 1u);
         EXPECT_GT(ExpectedMemory(plan), 0u);
-        return plan.steps.back().text + ": " + PageText(plan.output);
+        return plan.stages.back().text + ": " + PageText(plan.output);
     };
     EXPECT_EQ(result({"--scale=50%"}), "100 x ? to 50 x ?: 50 x ?, 8-bit RGB, 150 dpi");
     EXPECT_EQ(result({"--resolution=600"}), "100 x ? to 200 x ?: 200 x ?, 8-bit RGB, 600 dpi");
@@ -186,7 +186,7 @@ TEST(PagePlan, UnknownHeightsArePlannedAsFarAsTheyGo) {
     }
     // A height that may not come to pass is no reason.
     for (const char* word : {"--width=65535", "--height=65535", "--scale=655"}) {
-        EXPECT_EQ(PlanPage(With({word}), info).steps.size(), 1u) << word;
+        EXPECT_EQ(PlanPage(With({word}), info).stages.size(), 1u) << word;
     }
     info.samplesPerPixel = 1;
     EXPECT_EQ(ErrorText(ExitCode::kUnsupported,
@@ -219,13 +219,13 @@ TEST(PagePlan, ResolutionsFollowTheirOptions) {
 TEST(PagePlan, ChainedStepsFitTogether) {
     const PagePlan plan =
         PlanPage(With({"--mode=lineart", "--gamma=2", "--scale=50%", "--sharpness=1"}), Page(16, 4));
-    ASSERT_FALSE(plan.steps.empty());
-    EXPECT_EQ(plan.steps.front().in.LineBytes(), plan.input.LineBytes());
-    for (std::size_t i = 1; i < plan.steps.size(); ++i) {
-        EXPECT_EQ(plan.steps[i].in.LineBytes(), plan.steps[i - 1].out.LineBytes());
+    ASSERT_FALSE(plan.stages.empty());
+    EXPECT_EQ(plan.stages.front().in.LineBytes(), plan.input.LineBytes());
+    for (std::size_t i = 1; i < plan.stages.size(); ++i) {
+        EXPECT_EQ(plan.stages[i].in.LineBytes(), plan.stages[i - 1].out.LineBytes());
     }
-    EXPECT_EQ(plan.steps.back().out.LineBytes(), plan.output.LineBytes());
-    EXPECT_GT(ExpectedMemory(plan), plan.steps[0].memory);
+    EXPECT_EQ(plan.stages.back().out.LineBytes(), plan.output.LineBytes());
+    EXPECT_GT(ExpectedMemory(plan), plan.stages[0].memory);
 }
 
 TEST(PagePlan, TextNamesSizeLayoutAndResolution) {

@@ -4,7 +4,7 @@
 #include "LineFilters/Hsv.h"
 #include "LineFilters/Sharpness.h"
 #include "Sources/PX_Zoom/PX_Zoom.h"
-#include "programs/page/LineSink.h"
+#include "programs/page/Pipeline.h"
 #include "support/Random.h"
 
 // Pages in memory through the chain of steps, against the library called directly on whole planes.
@@ -15,7 +15,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Page = std::vector<Bytes>;
 
-class Collector : public LineSink {
+class Collector : public Stage {
   public:
     explicit Collector(std::size_t lineBytes) : lineBytes_(lineBytes) {}
     void Take(std::uint8_t* line) override {

@@ -2,6 +2,7 @@
 
 #include "Expect.h"
 #include "programs/base/Numbers.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/Settings.h"
 #include "programs/page/ToneTables.h"
 

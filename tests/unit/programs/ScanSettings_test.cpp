@@ -1,4 +1,5 @@
 #include "programs/options/ScanSettings.h"
+#include "programs/options/Arguments.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "programs/options/Settings.h"
+#include "programs/options/Arguments.h"
 
 #include "Expect.h"
 
@@ -116,8 +117,8 @@ TEST(Settings, WrongValuesAreNamed) {
 
 TEST(Settings, OrderNamesTheStagesInUse) {
     const Settings s = MakeWith({"--order=sharpen,scale", "--sharpness=1", "--scale=2"});
-    EXPECT_EQ(s.order[0], StageKind::kSharpen);
-    EXPECT_EQ(s.order[1], StageKind::kScale);
+    EXPECT_EQ(s.order[0], Adjustment::kSharpen);
+    EXPECT_EQ(s.order[1], Adjustment::kScale);
     EXPECT_EQ(Refusal({"--order=scale", "--gamma=2"}), "--order: 'tone' is missing, and options ask for it");
     EXPECT_EQ(Refusal({"--order=scale,scale"}), "--order: 'scale' is there twice");
     EXPECT_EQ(Refusal({"--order=scale,blur"}), "--order: 'blur' is none of tone, hsv, scale, sharpen");

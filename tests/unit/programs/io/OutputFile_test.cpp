@@ -1,4 +1,6 @@
 #include "programs/io/OutputFile.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>

@@ -15,6 +15,8 @@
 #include "programs/base/Error.h"
 #include "programs/io/LineReader.h"
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 #include "support/Random.h"
 
 // Pages in memory and short ways to write and read them, for the tests of readers and writers.

@@ -2,6 +2,8 @@
 
 #include "Pages.h"
 
+#include "programs/io/OpenReader.h"
+
 namespace {
 
 using namespace platen_test;

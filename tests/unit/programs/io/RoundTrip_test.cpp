@@ -1,6 +1,8 @@
 #include <numeric>
 
 #include "Pages.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 #include "programs/io/Ratios.h"
 
 namespace {

@@ -11,6 +11,8 @@
 #include "programs/base/Error.h"
 #include "programs/io/LineReader.h"
 #include "programs/io/LineWriter.h"
+#include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 
 namespace {
 

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <memory>
+
+#include "programs/io/InputFile.h"
+#include "programs/io/LineReader.h"
+
+namespace platen_tool {
+
+// Reads a PNG. The file's first bytes have shown what it is; nothing of it has been taken yet.
+std::unique_ptr<LineReader> MakePngReader(std::unique_ptr<InputFile> file, const ReadOptions& options);
+
+}  // namespace platen_tool

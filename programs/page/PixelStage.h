@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+
+#include "programs/page/PagePlan.h"
+#include "programs/page/Stage.h"
+
+namespace platen_tool {
+
+// Depth, colour and grey, negative, alpha, threshold: what is done to a pixel by itself. Hands the lines it
+// finishes to `next`, which outlives it.
+std::unique_ptr<Stage> MakePixelStage(const PagePlan& plan, const PlannedStage& stage, Stage& next);
+
+}  // namespace platen_tool

@@ -1,0 +1,3 @@
+#include <vector>
+
+#include "programs/io/Down.h"
