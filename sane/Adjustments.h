@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "programs/base/ImageInfo.h"
-#include "programs/options/OptionTable.h"
+#include "programs/options/Arguments.h"
 #include "programs/options/PresetSearch.h"
 #include "programs/options/Settings.h"
 

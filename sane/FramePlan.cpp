@@ -106,10 +106,10 @@ PagePlan PlanColourPage(const Settings& settings, const ImageInfo& page, const A
 PagePlan PlanPlane(Settings settings, ImageInfo page, SANE_Frame format, const Adjustments& adjustments) {
     const PagePlan colour = PlanColourPage(settings, page, adjustments);
     std::erase_if(settings.tone, platen_tool::NeedsColour);
-    if (colour.steps.empty()) {
+    if (colour.stages.empty()) {
         return colour;
     }
-    const bool tones = std::any_of(colour.steps.begin(), colour.steps.end(),
+    const bool tones = std::any_of(colour.stages.begin(), colour.stages.end(),
                                    [](const auto& stage) { return stage.kind == StageKind::kTone; });
     if (tones && settings.tone.empty()) {
         settings.tone.emplace_back(platen_tool::BrightnessContrastStep{});
@@ -170,7 +170,7 @@ FramePlan PlanFrame(const SANE_Parameters& device, const Adjustments& adjustment
     const ImageInfo page = platen_tool::PageInfo(device);
     plan.settings = PageSettings(adjustments, resolutions, page, plan.command);
     plan.page = PlanColourPage(plan.settings, page, adjustments);
-    if (plan.page.steps.empty()) {
+    if (plan.page.stages.empty()) {
         return plan;
     }
     plan.route = !IsOneColour(device.format) ? Route::kLines
