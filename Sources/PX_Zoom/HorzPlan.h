@@ -97,6 +97,5 @@ void ForgetPlan(const PlanRoom& room);
 extern const HorzKernels kHorz_reference;
 extern const HorzKernels kHorz_baseline;
 extern const HorzKernels kHorz_avx2;
-extern const HorzKernels kHorz_avx512;
 
 }  // namespace platen
