@@ -73,6 +73,8 @@ void TakeLine(Configuration& configuration, const std::vector<std::string>& word
         device.model = words.size() > 3 ? words[3] : device.name;
         device.type = words.size() > 4 ? words[4] : device.type;
         configuration.devices.push_back(device);
+    } else if (what == "preset" && words.size() == 2) {
+        (configuration.devices.empty() ? configuration.preset : configuration.devices.back().preset) = words[1];
     } else if (what == "presets" && words.size() == 2) {
         configuration.presetFolders.push_back(words[1]);
     } else if (what == "resolution" && words.size() == 3) {
@@ -81,10 +83,11 @@ void TakeLine(Configuration& configuration, const std::vector<std::string>& word
         configuration.lowestDpi = lowest;
         configuration.highestDpi = highest;
     } else {
-        throw platen_tool::Error(platen_tool::ExitCode::kUsage,
-                                 "'" + what +
-                                     "' is none of: device NAME [VENDOR [MODEL [TYPE]]], presets FOLDER, "
-                                     "resolution LOWEST HIGHEST");
+        throw platen_tool::Error(
+            platen_tool::ExitCode::kUsage,
+            "'" + what +
+                "' is none of: device NAME [VENDOR [MODEL [TYPE]]], preset NAME, presets FOLDER, "
+                "resolution LOWEST HIGHEST");
     }
 }
 
@@ -113,6 +116,15 @@ Configuration ReadConfiguration() {
         break;
     }
     return configuration;
+}
+
+std::string FirstPreset(const Configuration& configuration, const std::string& device) {
+    for (const ConfiguredDevice& one : configuration.devices) {
+        if (one.name == device && !one.preset.empty()) {
+            return one.preset;
+        }
+    }
+    return configuration.preset;
 }
 
 }  // namespace platen_sane

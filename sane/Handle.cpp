@@ -46,6 +46,21 @@ Handle::Handle(const std::string& device, Configuration configuration)
       adjustments_(Names(device_), platen_tool::FindAllPresets(PresetFolders(configuration_))) {
     SANE_Int info = 0;
     FollowPage(info);
+    ChooseFirstPreset(FirstPreset(configuration_, device));
+}
+
+// A preset that can't be had is no reason not to scan.
+void Handle::ChooseFirstPreset(std::string name) {
+    if (name.empty()) {
+        return;
+    }
+    SANE_Int info = 0;
+    name.resize(static_cast<std::size_t>(adjustments_.Descriptor(Setting::kPreset)->size), '\0');
+    const SANE_Status status =
+        Guarded([&] { return ControlOurs(Setting::kPreset, SANE_ACTION_SET_VALUE, name.data(), info); });
+    if (status != SANE_STATUS_GOOD) {
+        Tell("platen.conf: the preset " + std::string(name.c_str()) + " can't be used");
+    }
 }
 
 Handle::~Handle() = default;

@@ -41,6 +41,7 @@ class Handle {
   private:
     SANE_Status ControlDevice(SANE_Int option, SANE_Action action, void* value, SANE_Int& info);
     SANE_Status ControlOurs(Setting setting, SANE_Action action, void* value, SANE_Int& info);
+    void ChooseFirstPreset(std::string name);
     void AskPresetResolution(SANE_Int& info);
     void FollowPage(SANE_Int& info);
     void Begin();

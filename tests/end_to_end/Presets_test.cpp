@@ -335,8 +335,9 @@ TEST(Manual, IsWithoutWarnings) {
     if (Lacks("mandoc")) {
         GTEST_SKIP() << "no mandoc";
     }
-    EXPECT_EQ(
-        std::system("mandoc -T lint -W warning " PLATEN_MANUAL "/platen.1 " PLATEN_MANUAL "/platen-presets.5"), 0);
+    EXPECT_EQ(std::system("mandoc -T lint -W warning " PLATEN_MANUAL "/platen.1 " PLATEN_MANUAL
+                          "/platen-presets.5 " PLATEN_MANUAL "/sane-platen.5"),
+              0);
 }
 
 // The shell only reads it.

@@ -306,6 +306,12 @@ TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
         Adjusted(BarePage({"Passes", 8, 75, false}),
                  {"--preset=" + folder.File("own.toml"), "--brightness=10", "--input-resolution=75"});
     EXPECT_TRUE(application.Scan().bytes == passes);
+    // What the configuration begins with.
+    WriteFile(configuration.File("platen.conf"),
+              "presets " + folder.Path() + "\npreset nothing\ndevice standin:\npreset own\ndevice standin:x\n");
+    EXPECT_EQ(Application(kWrapped).Text("platen-preset"), "own");
+    EXPECT_EQ(Application(kWrapped).Word("resolution"), 60);
+    EXPECT_EQ(Application("platen:standin:x").Text("platen-preset"), "None");
     WriteFile(folder.File("own.toml"), "nonsense = 1\n");
     EXPECT_EQ(application.SetText("platen-preset", "own"), SANE_STATUS_INVAL);
     EXPECT_EQ(application.SetText("platen-preset", "None"), SANE_STATUS_GOOD);

@@ -232,14 +232,16 @@ TEST_F(ThroughScanImage, PagesEqualTheToolsInAllCombinations) {
     const char* wanted = std::getenv("PLATEN_SANE_COMBINATIONS");
     const unsigned count = wanted != nullptr ? static_cast<unsigned>(std::atoi(wanted)) : 60;
     unsigned adjusted = 0;
+    unsigned different = 0;
     for (unsigned number = 1; number <= count; ++number) {
         const Combination combination(number);
         const std::string expected = Tool(combination.bare, combination.tool);
-        ASSERT_FALSE(expected.empty()) << number << ": " << combination.Text();
-        ASSERT_TRUE(Same(Wrapped(combination.wrapped), expected)) << number << ": " << combination.Text();
+        const bool same = !expected.empty() && Wrapped(combination.wrapped) == expected;
+        EXPECT_TRUE(same) << number << ": " << combination.Text();
+        different += same ? 0 : 1;
         adjusted += combination.tool.empty() ? 0 : 1;
     }
-    std::printf("%u combinations equal, %u of them adjusted\n", count, adjusted);
+    std::printf("%u combinations, %u differ\n", count, different);
     EXPECT_GT(adjusted, count / 2);
 }
 

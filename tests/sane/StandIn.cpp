@@ -4,6 +4,9 @@
 //   fault = "CALL STATUS SKIP"   the call after the next SKIP of CALL (start, read, parameters, control) answers
 //                                STATUS; "hang" as CALL: reads wait for a cancel; "vanish": everything fails from
 //                                then on; "" ends it
+//
+// With STANDIN_PAGE in the environment it has that page (P5 or P6, 8 bits) on its glass, and 300 dpi only: for the
+// pictures of docs/scanning.md.
 
 #include <sane/sane.h>
 #include <sane/saneopts.h>
@@ -15,6 +18,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
@@ -41,7 +46,29 @@ const SANE_Word kDepths[] = {3, 1, 8, 16};
 const SANE_Word kResolutions[] = {3, 75, 150, 300};
 constexpr SANE_Int kPagesInFeeder = 3;
 
+const SANE_Word kPageResolution[] = {1, 300};
+
 std::atomic<int> opened{0};
+
+// The page on the glass.
+struct Page {
+    bool colour = false;
+    SANE_Int width = 0;
+    SANE_Int height = 0;
+    std::string samples;
+};
+
+bool ReadPage(const char* path, Page& page) {
+    std::ifstream file(path, std::ios::binary);
+    std::string magic;
+    int most = 0;
+    file >> magic >> page.width >> page.height >> most;
+    file.get();
+    page.samples.assign(std::istreambuf_iterator<char>(file), {});
+    page.colour = magic == "P6";
+    return most == 255 && page.samples.size() == static_cast<std::size_t>(page.width) *
+                                                     static_cast<std::size_t>(page.height) * (page.colour ? 3 : 1);
+}
 
 struct Scanner {
     std::string mode = "Gray";
@@ -60,6 +87,8 @@ struct Scanner {
     int pass = 0;
     int fed = 0;
     std::size_t sent = 0;
+    bool hasPage = false;
+    Page page;
     SANE_Option_Descriptor options[kEnd]{};
 
     Scanner() {
@@ -92,6 +121,14 @@ struct Scanner {
             options[option].constraint_type = SANE_CONSTRAINT_WORD_LIST;
             options[option].constraint.word_list = kResolutions;
         }
+        const char* path = std::getenv("STANDIN_PAGE");
+        hasPage = path != nullptr && ReadPage(path, page);
+        if (hasPage) {
+            mode = page.colour ? "Color" : "Gray";
+            resolution = yResolution = kPageResolution[1];
+            options[kResolution].constraint.word_list = kPageResolution;
+            options[kYResolution].cap |= SANE_CAP_INACTIVE;
+        }
     }
 
     // What a call answers in place of its work.
@@ -111,8 +148,8 @@ struct Scanner {
 
     SANE_Parameters Parameters() const {
         SANE_Parameters p{};
-        p.pixels_per_line = 61 * resolution / 75;
-        p.lines = unknownHeight != SANE_FALSE ? -1 : 47 * yResolution / 75;
+        p.pixels_per_line = hasPage ? page.width : 61 * resolution / 75;
+        p.lines = unknownHeight != SANE_FALSE ? -1 : Height();
         p.depth = mode == "Strange" ? 12 : depth;
         p.last_frame = mode == "Passes" && pass < 3 ? SANE_FALSE : SANE_TRUE;
         p.format = mode == "Color"    ? SANE_FRAME_RGB
@@ -124,9 +161,13 @@ struct Scanner {
         return p;
     }
 
+    SANE_Int Height() const {
+        return hasPage ? page.height : 47 * yResolution / 75;
+    }
+
     std::size_t FrameBytes() const {
         const SANE_Parameters p = Parameters();
-        return static_cast<std::size_t>(p.bytes_per_line) * static_cast<std::size_t>(47 * yResolution / 75);
+        return static_cast<std::size_t>(p.bytes_per_line) * static_cast<std::size_t>(Height());
     }
 
     void* Value(SANE_Int option) {
@@ -310,8 +351,8 @@ EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_
     const std::size_t part = std::min({left, static_cast<std::size_t>(room), std::size_t{1009}});
     for (std::size_t i = 0; i < part; ++i) {
         const std::size_t at = scanner.sent + i;
-        bytes[i] =
-            static_cast<SANE_Byte>(40 + (at * 7 + at / 61 * 3 + static_cast<std::size_t>(scanner.pass) * 50) % 200);
+        const std::size_t pattern = 40 + (at * 7 + at / 61 * 3 + static_cast<std::size_t>(scanner.pass) * 50) % 200;
+        bytes[i] = static_cast<SANE_Byte>(scanner.hasPage ? scanner.page.samples[at] : static_cast<char>(pattern));
     }
     scanner.sent += part;
     *count = static_cast<SANE_Int>(part);
