@@ -62,8 +62,8 @@ constexpr Row kRows[] = {
      "above.",
      SANE_TYPE_STRING, SANE_UNIT_NONE, nullptr, 0, Needs::kNothing, false},
     {Setting::kAuto, nullptr, "platen-auto", "Find levels and white",
-     "Looks at the page in a quick scan of its own, and sets black level, white level and the balance of the "
-     "highlights so that the paper becomes white.",
+     "Looks at the page in a quick scan of its own, and sets black level and white level so that its paper becomes "
+     "white.",
      SANE_TYPE_BUTTON, SANE_UNIT_NONE, nullptr, 0, Needs::kTones, false},
     {Setting::kBrightness, SANE_NAME_BRIGHTNESS, "platen-brightness", SANE_TITLE_BRIGHTNESS,
      "Makes the page lighter or darker.", SANE_TYPE_INT, SANE_UNIT_PERCENT, &kPercent, 0, Needs::kTones, false},
@@ -439,12 +439,9 @@ std::vector<GivenOption> Adjustments::PresetSize() const {
     return options;
 }
 
-void Adjustments::SetAuto(int black, int white, const std::array<int, 3>& highlights) {
+void Adjustments::SetLevels(int black, int white) {
     Word(Setting::kShadow) = black;
     Word(Setting::kHighlight) = white;
-    Word(Setting::kHighlightsRed) = highlights[0];
-    Word(Setting::kHighlightsGreen) = highlights[1];
-    Word(Setting::kHighlightsBlue) = highlights[2];
 }
 
 }  // namespace platen_sane

@@ -80,8 +80,8 @@ class Adjustments {
     }
     bool TableActs() const;
 
-    // What platen-auto found: levels and the shift of the highlights.
-    void SetAuto(int black, int white, const std::array<int, 3>& highlights);
+    // What platen-auto found.
+    void SetLevels(int black, int white);
 
     // The steps that come before the levels.
     std::vector<platen_tool::GivenOption> BeforeLevels() const;

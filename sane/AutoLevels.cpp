@@ -71,29 +71,15 @@ class Counter : public platen_tool::Stage {
     platen_tool::Statistics statistics_;
 };
 
-// The shifts of the highlights that bring each channel's white nearest to 255 after the levels; of several the
-// smallest.
-std::array<int, 3> WhiteShift(const platen_tool::Statistics& statistics, int black, int white) {
-    std::array<int, 3> best{};
-    std::array<int, 3> bestLevel{-1, -1, -1};
-    for (int step = 0; step <= 200; ++step) {
-        const int shift = step % 2 != 0 ? (step + 1) / 2 : -step / 2;  // 0, 1, -1, 2, ...
-        platen_tool::LevelsStep levels;
-        levels.black = black;
-        levels.white = white;
-        const platen_tool::BalanceStep balance = {platen_tool::BalanceGroup::kHighlights, {shift, shift, shift}};
-        const platen_tool::ToneStep steps[] = {levels, balance};
-        const platen_tool::ToneTables tables = platen_tool::FoldToneSteps(steps, 24);
-        const platen_tool::ToneTable* of[] = {&tables.red, &tables.green, &tables.blue};
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            const int level = (*of[channel])[statistics.Percentile(channel, kWhitePercent)];
-            if (level > bestLevel[channel]) {
-                bestLevel[channel] = level;
-                best[channel] = shift;
-            }
-        }
+// Paper is white where its weakest colour is. A picture without paper may have hardly any of one colour: four
+// fifths of the white of all colours together are the least.
+int PaperWhite(const platen_tool::Statistics& statistics, std::size_t channels, int black, int white) {
+    constexpr int kSmallestSpan = 8;  // of levels
+    int paper = white;
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+        paper = std::min(paper, static_cast<int>(statistics.Percentile(channel, kWhitePercent)));
     }
-    return best;
+    return std::max({paper, white * 4 / 5, black + kSmallestSpan});
 }
 
 }  // namespace
@@ -130,8 +116,8 @@ SANE_Status FindLevels(Device& device, Resolutions& resolutions, Adjustments& ad
         return SANE_STATUS_IO_ERROR;
     }
     const auto [black, white] = counter.Result().SuggestedLevels();
-    const bool colour = plan.output.ColourSamples() == 3;
-    adjustments.SetAuto(black, white, colour ? WhiteShift(counter.Result(), black, white) : std::array<int, 3>{});
+    const auto channels = static_cast<std::size_t>(plan.output.ColourSamples());
+    adjustments.SetLevels(black, PaperWhite(counter.Result(), channels, black, white));
     return SANE_STATUS_GOOD;
 }
 

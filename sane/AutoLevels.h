@@ -12,8 +12,9 @@ namespace platen_sane {
 
 // Looks at the page in a scan of its own, at a low resolution, with the device's other options as they are, and
 // sets
-//   - black and white level to what 0.5 and 99.5 percent of the samples lie below
-//   - of a colour page, the shifts of the highlights that bring each colour's 99.5th percentile to white
+//   - the black level to what 0.5 percent of the samples lie below
+//   - the white level to what 99.5 percent lie below; of a colour page that of the weakest colour, so that yellowed
+//     paper becomes white, but no less than four fifths of the level for all colours together
 // Adjustments that act before the levels are in effect meanwhile. Whatever happens, the device's resolution and its
 // preview option are as they were afterwards.
 //   returns  SANE_STATUS_GOOD | UNSUPPORTED where the source is a feeder, which would lose a page, or the page has

@@ -55,6 +55,13 @@ class ThroughScanImage : public SaneTest {
         return outcome.out;
     }
 
+    static std::string Header(const std::string& page) {
+        std::string header = page.substr(0, std::min<std::size_t>(page.size(), 16));
+        std::replace_if(
+            header.begin(), header.end(), [](char c) { return c < ' ' || c > '~'; }, ' ');
+        return header;
+    }
+
     // The header in the tool's form.
     static std::string WithoutComment(std::string bytes) {
         const std::size_t at = bytes.find("# SANE data follows\n");
@@ -177,7 +184,7 @@ class Combination {
                 PutBoth("--resolution=" + std::to_string(Pick(20, 200)));
                 break;
             case 1: {  // between two of them
-                const int whole = Pick(20, 200);
+                const int whole = Pick(20, 199);
                 wrapped.push_back("--resolution=" + std::to_string(whole) + ".5");
                 bare.push_back("--resolution=" + std::to_string(whole + 1));
                 tool.push_back("--input-resolution=" + std::to_string(whole + 1));
@@ -236,8 +243,10 @@ TEST_F(ThroughScanImage, PagesEqualTheToolsInAllCombinations) {
     for (unsigned number = 1; number <= count; ++number) {
         const Combination combination(number);
         const std::string expected = Tool(combination.bare, combination.tool);
-        const bool same = !expected.empty() && Wrapped(combination.wrapped) == expected;
-        EXPECT_TRUE(same) << number << ": " << combination.Text();
+        const std::string wrapped = Wrapped(combination.wrapped);
+        const bool same = !expected.empty() && wrapped == expected;
+        EXPECT_TRUE(same) << number << ": " << combination.Text() << Header(wrapped) << ", " << wrapped.size()
+                          << " bytes; " << Header(expected) << ", " << expected.size() << " bytes";
         different += same ? 0 : 1;
         adjusted += combination.tool.empty() ? 0 : 1;
     }
