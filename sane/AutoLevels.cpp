@@ -105,9 +105,14 @@ SANE_Status FindLevels(Device& device, Resolutions& resolutions, Adjustments& ad
     Counter counter(plan.output);
     platen_tool::Pipeline pipeline(plan, counter);
     std::vector<std::uint8_t> line(plan.input.LineBytes());
-    SANE_Status status = source->Next(line.data());
-    for (; status == SANE_STATUS_GOOD; status = source->Next(line.data())) {
-        pipeline.Take(line.data());
+    SANE_Status status = SANE_STATUS_GOOD;
+    for (;;) {
+        std::uint8_t* at = line.data();
+        status = source->Next(at);
+        if (status != SANE_STATUS_GOOD) {
+            break;
+        }
+        pipeline.Take(at);
     }
     if (status != SANE_STATUS_EOF) {
         return status;

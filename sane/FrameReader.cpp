@@ -5,32 +5,50 @@
 
 namespace platen_sane {
 
-// The lines that one line of the device has made: none mostly while a filter holds one back or the page gets
-// smaller, a few where it gets larger.
+// Takes the lines that one line of the device has made, none, one or a few: straight to the application as far as
+// they fit there, the rest until it asks again.
 class FrameReader::Output : public platen_tool::Stage {
   public:
     explicit Output(std::size_t lineBytes) : lineBytes_(lineBytes) {}
 
+    // Where the application wants the next bytes.
+    void SetRoom(SANE_Byte* bytes, std::size_t room) {
+        room_ = bytes;
+        left_ = room;
+    }
+    std::size_t Left() const {
+        return left_;
+    }
+
     void Take(std::uint8_t* line) override {
-        bytes_.insert(bytes_.end(), line, line + lineBytes_);
+        const std::size_t count = waiting_.empty() ? Put(line, lineBytes_) : 0;
+        waiting_.insert(waiting_.end(), line + count, line + lineBytes_);
     }
-    bool Empty() const {
-        return begin_ == bytes_.size();
-    }
-    std::size_t Give(SANE_Byte* bytes, std::size_t room) {
-        const std::size_t count = std::min(room, bytes_.size() - begin_);
-        std::memcpy(bytes, bytes_.data() + begin_, count);
-        begin_ += count;
-        if (Empty()) {
-            bytes_.clear();
+
+    // What waits, as far as there is room.
+    void Give() {
+        begin_ += Put(waiting_.data() + begin_, waiting_.size() - begin_);
+        if (begin_ == waiting_.size()) {
+            waiting_.clear();
             begin_ = 0;
         }
-        return count;
     }
 
   private:
+    std::size_t Put(const std::uint8_t* bytes, std::size_t count) {
+        const std::size_t part = std::min(count, left_);
+        if (part > 0) {
+            std::memcpy(room_, bytes, part);
+            room_ += part;
+            left_ -= part;
+        }
+        return part;
+    }
+
     const std::size_t lineBytes_;
-    std::vector<std::uint8_t> bytes_;
+    SANE_Byte* room_ = nullptr;
+    std::size_t left_ = 0;
+    std::vector<std::uint8_t> waiting_;
     std::size_t begin_ = 0;
 };
 
@@ -74,20 +92,18 @@ SANE_Status FrameReader::Read(SANE_Byte* bytes, SANE_Int room, SANE_Int& count) 
         }
     }
     const auto wanted = static_cast<std::size_t>(std::max(room, 0));
-    std::size_t given = 0;
+    output_->SetRoom(bytes, wanted);
+    output_->Give();
     // As much as there is without waiting for the device; a call that has nothing waits.
-    while (given < wanted && (given == 0 || !output_->Empty() || source_->Ready())) {
-        if (!output_->Empty()) {
-            given += output_->Give(bytes + given, wanted - given);
-            continue;
-        }
-        const SANE_Status status = source_->Next(line_.data());
+    while (output_->Left() > 0 && (output_->Left() == wanted || source_->Ready())) {
+        std::uint8_t* line = line_.data();
+        const SANE_Status status = source_->Next(line);
         if (status != SANE_STATUS_GOOD) {
             return status;  // nothing was given: a line that is ready comes with no other status
         }
-        pipeline_->Take(line_.data());
+        pipeline_->Take(line);
     }
-    count = static_cast<SANE_Int>(given);
+    count = static_cast<SANE_Int>(wanted - output_->Left());
     return SANE_STATUS_GOOD;
 }
 

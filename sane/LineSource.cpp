@@ -34,7 +34,7 @@ class SpooledLines : public LineSource {
     bool Ready() const override {
         return next_ < height_;
     }
-    SANE_Status Next(std::uint8_t* line) override {
+    SANE_Status Next(std::uint8_t*& line) override {
         if (next_ == height_) {
             return SANE_STATUS_EOF;
         }
@@ -78,7 +78,7 @@ class CollectedLines : public LineSource {
     bool Ready() const override {
         return next_ < height_;
     }
-    SANE_Status Next(std::uint8_t* line) override {
+    SANE_Status Next(std::uint8_t*& line) override {
         if (next_ == height_) {
             return SANE_STATUS_EOF;
         }
@@ -101,6 +101,7 @@ DeviceLines::DeviceLines(Device& device, const SANE_Parameters& parameters, cons
       parameters_(parameters),
       cancelled_(cancelled),
       most_(parameters.lines > 0 ? parameters.lines : kMostLines),
+      bytes_(parameters.depth == 8),
       buffer_(kBufferBytes),
       line_(static_cast<std::size_t>(parameters.bytes_per_line)) {}
 
@@ -126,12 +127,12 @@ SANE_Status DeviceLines::Fill() {
     return status;
 }
 
-const std::uint8_t* DeviceLines::NextRaw(SANE_Status& status) {
+std::uint8_t* DeviceLines::NextRaw(SANE_Status& status) {
     while (!ended_) {
         // What comes after the last line is read, since the device wants that, and left alone.
         if (begin_ < end_ && lines_ < most_) {
             if (have_ == 0 && end_ - begin_ >= line_.size()) {
-                const std::uint8_t* line = buffer_.data() + begin_;
+                std::uint8_t* line = buffer_.data() + begin_;
                 begin_ += line_.size();
                 ++lines_;
                 status = SANE_STATUS_GOOD;
@@ -162,10 +163,12 @@ bool DeviceLines::Ready() const {
     return lines_ < most_ && have_ + (end_ - begin_) >= line_.size();
 }
 
-SANE_Status DeviceLines::Next(std::uint8_t* line) {
+SANE_Status DeviceLines::Next(std::uint8_t*& line) {
     SANE_Status status = SANE_STATUS_GOOD;
-    const std::uint8_t* raw = NextRaw(status);
-    if (raw != nullptr) {
+    std::uint8_t* raw = NextRaw(status);
+    if (raw != nullptr && bytes_) {
+        line = raw;  // it is in the program's form already, and bytes have no alignment to keep
+    } else if (raw != nullptr) {
         platen_tool::TakeDeviceLine(parameters_, raw, line);
     }
     return status;
@@ -176,9 +179,14 @@ SANE_Status SpoolFrame(Device& device, const SANE_Parameters& parameters, const 
     DeviceLines lines(device, parameters, cancelled);
     auto spooled = std::make_unique<SpooledLines>(LineBytes(parameters));
     std::vector<std::uint8_t> line(LineBytes(parameters));
-    SANE_Status status = lines.Next(line.data());
-    for (; status == SANE_STATUS_GOOD; status = lines.Next(line.data())) {
-        spooled->Put(line.data());
+    SANE_Status status = SANE_STATUS_GOOD;
+    for (;;) {
+        std::uint8_t* at = line.data();
+        status = lines.Next(at);
+        if (status != SANE_STATUS_GOOD) {
+            break;
+        }
+        spooled->Put(at);
     }
     if (status != SANE_STATUS_EOF) {
         return status;

@@ -16,8 +16,10 @@ class LineSource {
   public:
     virtual ~LineSource() = default;
 
-    // The next line: SANE_STATUS_GOOD; SANE_STATUS_EOF after the last one; else what the device said.
-    virtual SANE_Status Next(std::uint8_t* line) = 0;
+    // The next line: SANE_STATUS_GOOD; SANE_STATUS_EOF after the last one; else what the device said. `line` has
+    // room for one and is set to where it is: there, or in the source's own buffer. It may be changed until the
+    // next call.
+    virtual SANE_Status Next(std::uint8_t*& line) = 0;
 
     // Whether Next has a line without waiting for the device.
     virtual bool Ready() const = 0;
@@ -28,11 +30,11 @@ class DeviceLines : public LineSource {
   public:
     DeviceLines(Device& device, const SANE_Parameters& parameters, const std::atomic<bool>& cancelled);
 
-    SANE_Status Next(std::uint8_t* line) override;
+    SANE_Status Next(std::uint8_t*& line) override;
     bool Ready() const override;
 
     // The same in the device's own form: null where the status isn't SANE_STATUS_GOOD.
-    const std::uint8_t* NextRaw(SANE_Status& status);
+    std::uint8_t* NextRaw(SANE_Status& status);
 
   private:
     SANE_Status Fill();
@@ -41,6 +43,7 @@ class DeviceLines : public LineSource {
     const SANE_Parameters parameters_;
     const std::atomic<bool>& cancelled_;
     const SANE_Int most_;  // lines
+    const bool bytes_;     // 8 bits a sample
     std::vector<std::uint8_t> buffer_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;

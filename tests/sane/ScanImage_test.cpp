@@ -240,17 +240,26 @@ TEST_F(ThroughScanImage, PagesEqualTheToolsInAllCombinations) {
     const unsigned count = wanted != nullptr ? static_cast<unsigned>(std::atoi(wanted)) : 60;
     unsigned adjusted = 0;
     unsigned different = 0;
+    unsigned astray = 0;
     for (unsigned number = 1; number <= count; ++number) {
         const Combination combination(number);
-        const std::string expected = Tool(combination.bare, combination.tool);
+        std::string expected = Tool(combination.bare, combination.tool);
         const std::string wrapped = Wrapped(combination.wrapped);
+        if (wrapped != expected) {
+            // One in a thousand or so of the device's own pages through scanimage is another than the rest.
+            const std::string again = Tool(combination.bare, combination.tool);
+            astray += again != expected ? 1 : 0;
+            expected = again;
+        }
         const bool same = !expected.empty() && wrapped == expected;
         EXPECT_TRUE(same) << number << ": " << combination.Text() << Header(wrapped) << ", " << wrapped.size()
                           << " bytes; " << Header(expected) << ", " << expected.size() << " bytes";
         different += same ? 0 : 1;
         adjusted += combination.tool.empty() ? 0 : 1;
     }
+    std::printf("%u pages of the bare device were not what it sent at a second time\n", astray);
     std::printf("%u combinations, %u differ\n", count, different);
+    EXPECT_LE(astray, 1 + count / 100);
     EXPECT_GT(adjusted, count / 2);
 }
 
