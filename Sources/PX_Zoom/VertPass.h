@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Sources/Dispatch/KernelTargets.h"
+
 // The vertical passes' kernels: the contract between the line pipeline and whatever combines its work lines. A
 // table of functions per processor family. Not installed.
 //
@@ -61,9 +63,9 @@ struct VertKernels {
 // The reference: the plain passes of LineKernels.h.
 extern const VertKernels kVert_reference;
 
-// The same for one processor family each, see VertPass_loop.inc.
-extern const VertKernels kVert_baseline;
-extern const VertKernels kVert_avx2;
-extern const VertKernels kVert_avx512;
+// The same for each target, see kernels/VertPass_loop.inc.
+#define PLATEN_DECLARE(target) extern const VertKernels kVert_##target;
+PLATEN_EACH_TARGET(PLATEN_DECLARE)
+#undef PLATEN_DECLARE
 
 }  // namespace platen
