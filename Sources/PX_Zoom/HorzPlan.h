@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Sources/Dispatch/KernelTargets.h"
 #include "Sources/PX_Zoom/LineKernels.h"
 
 // The horizontal pass in 32-bit arithmetic: the columns' records are checked and turned into a plan, once; kernels
@@ -95,7 +96,8 @@ bool FindPlan(HorzPlan& plan, const HorzPass& pass, const PlanRoom& room, std::u
 void ForgetPlan(const PlanRoom& room);
 
 extern const HorzKernels kHorz_reference;
-extern const HorzKernels kHorz_baseline;
-extern const HorzKernels kHorz_avx2;
+#define PLATEN_DECLARE(target) extern const HorzKernels kHorz_##target;
+PLATEN_EACH_TARGET(PLATEN_DECLARE)
+#undef PLATEN_DECLARE
 
 }  // namespace platen
