@@ -22,6 +22,8 @@ platen_kernel_target(sse2     "x86_64;i686" -msse2)
 platen_kernel_target(avx2     "x86_64" -mavx2 -mpopcnt)
 platen_kernel_target(avx512   "x86_64" -mpopcnt -mavx512f -mavx512bw -mavx512vl -mavx512dq -mavx512vbmi
   -mprefer-vector-width=512)
+platen_kernel_target(neon     "aarch64")
+platen_kernel_target(simd128  "wasm32" -msimd128)
 
 # This build's processor family. Big-endian ARM is none of these: it runs the baseline.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86|x86)$")

@@ -22,6 +22,14 @@ namespace {
     return true;  // what the whole library is built with, on 32-bit x86 too
 }
 
+[[maybe_unused]] bool Runs_neon() {
+    return true;  // every 64-bit ARM has it
+}
+
+[[maybe_unused]] bool Runs_simd128() {
+    return true;  // a module with vectors isn't loaded where there are none
+}
+
 #if defined(__x86_64__)
 
 [[maybe_unused]] bool Runs_avx2() {

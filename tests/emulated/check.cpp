@@ -70,10 +70,6 @@ int __fprintf_chk(void*, int, const char*, ...) {
 
 void* stderr = nullptr;
 
-int fflush(void*) {
-    return 0;
-}
-
 [[noreturn]] void abort() {
     for (;;) {
     }
