@@ -242,7 +242,7 @@ void Follow(const HorzTarget& to, const uint8_t* src, const HorzPass& pass, cons
 }  // namespace
 
 constinit const HorzKernels kHorz_sse2 = {PlanBit(kPairsDivided) | PlanBit(kTaps) | PlanBit(kTapsDivided), 0,
-                                              Follow, Keep<uint8_t>, Keep<uint16_t>};
+                                          Follow, Keep<uint8_t>, Keep<uint16_t>};
 
 }  // namespace platen
 

@@ -37,11 +37,13 @@ Floats AllFloats(float value) {
     return Floats{value, value, value, value};
 }
 
+constexpr bool kMulsAll32 = true;
+
 Vector Add32(Vector a, Vector b) {
     return a + b;
 }
 
-Vector Mul32By16(Vector a, Vector factor) {
+Vector Mul32(Vector a, Vector factor) {
     return a * factor;
 }
 
@@ -56,6 +58,18 @@ Vector And(Vector a, Vector b) {
 Vector TruncatedProduct(Vector a, Floats r) {
     const Floats product = __builtin_convertvector(reinterpret_cast<Signed>(a), Floats) * r;
     return reinterpret_cast<Vector>(__builtin_convertvector(product, Signed));
+}
+
+struct Shift32 {
+    int count;
+};
+
+Shift32 MakeShift32(int count) {
+    return {count};
+}
+
+Vector ShiftRight32(Vector a, Shift32 by) {
+    return a >> by.count;
 }
 
 struct Divisor32 {
