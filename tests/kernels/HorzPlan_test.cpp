@@ -245,7 +245,8 @@ std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, std::siz
 TEST(HorzPlan, EveryVariantHasItsOwnFollower) {
     const auto variants = platen::AvailableKernels();
     for (std::size_t i = 0; i < variants.size(); ++i) {
-        if (std::strcmp(variants[i]->name, "sse2") == 0 || std::strcmp(variants[i]->name, "avx512") == 0) {
+        const std::string name = variants[i]->name;
+        if (name == "avx512" || name == "neon" || name == "simd128") {
             continue;  // they take those of the target before them
         }
         for (std::size_t k = 0; k < i; ++k) {
