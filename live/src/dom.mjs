@@ -35,17 +35,25 @@ const decimals = (step) => (String(step).split('.')[1] ?? '').length;
 
 // A slider with a number field beside it.
 //   get, set   the value; set is told whether the change goes on (`live`) or is done
-export function slider({ label, min, max, step = 1, get, set, neutral = 0, track = '' }) {
+//   log        equal ways on the slider are equal factors
+export function slider({ label, min, max, step = 1, get, set, neutral = 0, track = '', log = false }) {
     const id = newId('slider');
     const format = (value) => String(Number(value.toFixed(decimals(step))));
+    const ROOM = 1000;  // the steps of a logarithmic slider
+    const toRange = (value) => (log ? (Math.log(value / min) / Math.log(max / min)) * ROOM : value);
+    const fromRange = (place) => (log ? min * (max / min) ** (place / ROOM) : place);
+    const ends = log ? { min: 0, max: ROOM, step: 1 } : { min, max, step };
+    const part = (value) => `${((toRange(value) - ends.min) / (ends.max - ends.min)) * 100}%`;
     const show = () => {
-        range.value = get();
+        range.value = toRange(get());
+        if (log) {
+            range.setAttribute('aria-valuetext', format(get()));
+        }
         number.value = format(get());
         row.classList.toggle('changed', get() !== neutral);
-        const part = ((get() - min) / (max - min)) * 100;
-        const zero = ((neutral - min) / (max - min)) * 100;
-        range.style.setProperty('--from', `${Math.min(part, zero)}%`);
-        range.style.setProperty('--to', `${Math.max(part, zero)}%`);
+        const [low, high] = [get(), neutral].sort((a, b) => a - b);
+        range.style.setProperty('--from', part(low));
+        range.style.setProperty('--to', part(high));
     };
     const put = (value, live) => {
         if (!Number.isFinite(value)) {
@@ -57,8 +65,8 @@ export function slider({ label, min, max, step = 1, get, set, neutral = 0, track
         show();
     };
     const range = h(`input.range${track === '' ? '' : `.${track}`}`, {
-        type: 'range', id, min, max, step,
-        oninput: () => put(Number(range.value), true), onchange: () => put(Number(range.value), false),
+        type: 'range', id, ...ends,
+        oninput: () => put(fromRange(Number(range.value)), true), onchange: () => put(fromRange(Number(range.value)), false),
         ondblclick: () => put(neutral, false),
     });
     const number = h('input.number', {

@@ -133,17 +133,20 @@ export class Engine {
         this.x.page_end();
     }
 
-    // Lines of a layout as RGBA.
+    // Lines of a layout as RGBA: a view that is gone with the next call.
     show(layout, lines, count) {
+        const bytes = layout.width * count * 4;
         const at = this.lineBuffer(lines.length);
         this.bytes(at, lines.length).set(lines);
-        const out = this.alloc(layout.width * count * 4);
+        if ((this.screenBytes ?? 0) < bytes) {
+            this.x.live_free(this.screen ?? 0);
+            this.screen = this.alloc(bytes);
+            this.screenBytes = bytes;
+        }
         const shape = this.layout(layout);
-        this.x.show_lines(shape, at, count, out);
-        const rgba = new Uint8ClampedArray(this.x.memory.buffer, out, layout.width * count * 4).slice();
+        this.x.show_lines(shape, at, count, this.screen);
         this.x.live_free(shape);
-        this.x.live_free(out);
-        return rgba;
+        return this.bytes(this.screen, bytes);
     }
 
     // Histograms of lines of 8 bits: red, green, blue and luminance, 256 counts each, added up over the calls.

@@ -12,6 +12,7 @@ import { Recipe } from './recipe.mjs';
 import { Viewer } from './viewer.mjs';
 
 const WAIT_FOR_WHOLE_PAGE = 120;  // ms after the last change
+const FRAME = 13;                 // ms that a preview may take, the rest of a frame is the browser's
 
 const fromBase64 = async (text) => new Uint8Array(await (await fetch(`data:application/octet-stream;base64,${text}`)).arrayBuffer());
 
@@ -77,6 +78,7 @@ class App {
     // A control has changed this.settings; `live` while it is being dragged.
     changed(live = false) {
         ++this.version;
+        this.dragging = live;
         this.makePlan();
         this.showTone();
         this.showRecipe();
@@ -259,11 +261,16 @@ class App {
         }
         const { plan, version } = this;
         this.previewBusy = true;
-        this.reduced.send({ command: 'run', plan: previewPlan(plan, this.page.proxy), tables: this.tables }).then(({ tiles, milliseconds }) => {
-            this.previewTime = milliseconds;
+        const fast = this.dragging && this.previewTime > FRAME;
+        const reduced = fast ? this.page.small : this.page.proxy;
+        const begun = performance.now();
+        this.reduced.send({ command: 'run', plan: previewPlan(plan, reduced), tables: this.tables, fast }).then(({ tiles }) => {
+            if (!fast) {
+                this.previewTime = performance.now() - begun;
+            }
             if (this.wholeVersion < version) {
                 const { width, height } = plan.output;
-                this.after = { width, height, tiles: null, proxy: { width: this.page.proxy.width, height: this.page.proxy.height, tiles } };
+                this.after = { width, height, tiles: null, proxy: { width: reduced.width, height: reduced.height, tiles } };
                 this.viewer.show(this.before(), this.after);
             }
         }).catch((error) => error instanceof Cancelled || this.showMessage(error.message, true)).finally(() => {
@@ -375,13 +382,13 @@ class App {
         try {
             const loaded = await this.whole.send({ command: 'load', blob }, (part) => this.showProgress(`Reading ${name}`, part));
             ++this.version;
-            const { tiles } = await this.reduced.send({ command: 'keep', proxy: loaded.proxy });
+            const { tiles, small } = await this.reduced.send({ command: 'keep', proxy: loaded.proxy });
             const { width, height, samples, bits } = loaded.proxy;
             if (this.suggested !== undefined && this.recorded === this.suggested && !this.data.samples.some((one) => one.name === name)) {
                 this.settings = newSettings();  // what the sample was shown with is not for other pages
                 this.panel.rebuild();
             }
-            this.page = { ...loaded, proxy: { width, height, samples, bits, tiles }, name };
+            this.page = { ...loaded, proxy: { width, height, samples, bits, tiles }, small, name };
             this.after = null;
             this.wholeVersion = -1;
             this.viewer.show(this.before(), null);

@@ -52,7 +52,7 @@ export class Panel {
                     this.focusStep(app.selected);
                 }
             },
-        }, h('option', { value: '' }, '+ Add a step'), ...Object.entries(STEP_NAMES).map(([value, text]) => h('option', { value }, text)));
+        }, h('option', { value: '' }, 'Add a step…'), ...Object.entries(STEP_NAMES).map(([value, text]) => h('option', { value }, text)));
         const presets = h('select', {
             'aria-label': 'Presets', id: 'presets',
             onchange: () => {
@@ -97,7 +97,7 @@ export class Panel {
         const whole = (text) => /^\d{1,5}$/.test(text) && Number(text) >= 1 && Number(text) <= 65535;
         const number = (name) => ({ get: () => String(app.settings.size[name]), set: (text) => size(name).set(Number(text)), valid: whole });
         const sizeFields = {
-            scale: [slider({ label: 'Percent', min: 1, max: 400, step: 0.5, neutral: 100, ...size('percent') })],
+            scale: [slider({ label: 'Percent', min: 1, max: 400, step: 0.5, neutral: 100, log: true, ...size('percent') })],
             size: [textField({ label: 'Width', hint: 'pixels', ...number('width') }), textField({ label: 'Height', hint: 'pixels', ...number('height') })],
             width: [textField({ label: 'Width', hint: 'pixels; the proportions stay', ...number('width') })],
             height: [textField({ label: 'Height', hint: 'pixels; the proportions stay', ...number('height') })],
@@ -124,9 +124,9 @@ export class Panel {
         this.showOrder = () => this.fillOrder(orderList);
         const controls = [
             mode, threshold, checkbox({ label: 'Negative', ...this.bind('negative') }),
-            dropdown({ label: 'Bits a sample', ...this.bind('depth'), choices: [['', 'as they are'], ['1', '1'], ['8', '8'], ['16', '16']] }),
-            textField({ label: 'The page has', hint: 'dpi; empty: what the file says', ...this.bind('inputResolution'), valid: optional }),
-            textField({ label: 'Write', hint: 'dpi, whatever the size; empty: follows it', ...this.bind('setResolution'), valid: optional }),
+            dropdown({ label: 'Bit depth', ...this.bind('depth'), choices: [['', 'as they are'], ['1', '1'], ['8', '8'], ['16', '16']] }),
+            textField({ label: 'Input', hint: 'dpi; empty: as the file says', ...this.bind('inputResolution'), valid: optional }),
+            textField({ label: 'Output', hint: 'dpi; empty: follows the size', ...this.bind('setResolution'), valid: optional }),
         ];
         this.controls = [...hsv, sharpness, kind, ...Object.values(sizeFields).flat(), shrinkOnly, ...controls];
         this.hsv = hsv;
@@ -249,7 +249,7 @@ export class Panel {
                 const output = ['outBlack', 'outWhite'];
                 return [
                     slider({ label: 'Black', min: 0, max: 247, ...ends(input, 0) }),
-                    slider({ label: 'Gamma', min: 0.1, max: 9.99, step: 0.01, neutral: 1, ...field('gamma') }),
+                    slider({ label: 'Gamma', min: 0.1, max: 9.99, step: 0.01, neutral: 1, log: true, ...field('gamma') }),
                     slider({ label: 'White', min: 8, max: 255, neutral: 255, ...ends(input, 1) }),
                     slider({ label: 'Output black', min: 0, max: 247, ...ends(output, 0) }),
                     slider({ label: 'Output white', min: 8, max: 255, neutral: 255, ...ends(output, 1) }),

@@ -15,6 +15,7 @@ const AT_ONCE = 1 << 20;  // bytes of lines that go to the module in one call
 
 let engine = null;
 let page = null;    // the whole page, or the reduced one
+let small = null;   // of the reduced page a quarter, for settings that take longer than a frame
 let result = null;  // what the last finished run made of it
 let running = 0;    // the run that may go on
 
@@ -82,8 +83,8 @@ async function tilesOf(whole) {
     return tiles;
 }
 
-// The page with 8 bits a sample and at most two million pixels.
-async function proxyOf(whole) {
+// The page with 8 bits a sample and at most that many pixels.
+async function proxyOf(whole, most) {
     const layout = ({ width, height, samples, bits }) => ({ width, height, samples, bits });
     const plan = { steps: [], output: layout(whole) };
     const add = (kind, changes) => {
@@ -96,7 +97,7 @@ async function proxyOf(whole) {
     } else if (whole.bits === 16) {
         add(KIND.depth16To8, { bits: 8 });
     }
-    const factor = Math.min(1, Math.sqrt(PROXY_PIXELS / (whole.width * whole.height)));
+    const factor = Math.min(1, Math.sqrt(most / (whole.width * whole.height)));
     if (factor < 1) {
         const side = (length) => Math.max(1, Math.floor(length * factor));
         add(KIND.scale, { width: side(whole.width), height: side(whole.height) });
@@ -131,7 +132,7 @@ const COMMANDS = {
         const next = await decode(blob, engine, progress);
         page = next;
         result = null;
-        const proxy = await proxyOf(page);
+        const proxy = await proxyOf(page, PROXY_PIXELS);
         const tiles = await tilesOf(page);
         const { data, ...info } = page;
         const proxyCopy = { ...proxy, data: proxy.data.slice() };
@@ -139,15 +140,18 @@ const COMMANDS = {
             [proxyCopy.data.buffer, ...tiles.map((tile) => tile.bitmap)]];
     },
 
-    // Takes a reduced page to work on.
+    // Takes a reduced page to work on, and reduces it once more.
     async keep({ proxy }) {
         page = proxy;
-        return [{ tiles: await tilesOf(page) }];
+        small = await proxyOf(page, PROXY_PIXELS / 4);
+        const tiles = await tilesOf(page);
+        return [{ tiles, small: { width: small.width, height: small.height, samples: small.samples, bits: small.bits } },
+            tiles.map((tile) => tile.bitmap)];
     },
 
-    async run({ plan, tables, keepResult }, progress) {
+    async run({ plan, tables, keepResult, fast }, progress) {
         const begun = performance.now();
-        const done = await run(page, plan, tables, progress);
+        const done = await run(fast ? small : page, plan, tables, progress);
         const computed = performance.now() - begun;
         result = keepResult ? { ...done, icc: plan.output.coloursChanged ? null : page.icc } : null;
         const tiles = await tilesOf(done);
