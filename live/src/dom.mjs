@@ -44,8 +44,10 @@ export function slider({ label, min, max, step = 1, get, set, neutral = 0, track
     const fromRange = (place) => (log ? min * (max / min) ** (place / ROOM) : place);
     const ends = log ? { min: 0, max: ROOM, step: 1 } : { min, max, step };
     const part = (value) => `${((toRange(value) - ends.min) / (ends.max - ends.min)) * 100}%`;
+    let shownAt = 0;
     const show = () => {
         range.value = toRange(get());
+        shownAt = range.value;
         if (log) {
             range.setAttribute('aria-valuetext', format(get()));
         }
@@ -64,9 +66,16 @@ export function slider({ label, min, max, step = 1, get, set, neutral = 0, track
         set(Number(Math.min(Math.max(whole, min), max).toFixed(decimals(step))), live);
         show();
     };
+    // A logarithmic slider's steps can be smaller than the value's: then it is the value's step that is taken.
+    const slide = (live) => {
+        const moved = Number(range.value) - Number(shownAt);
+        const value = fromRange(Number(range.value));
+        const same = Math.round(value / step) === Math.round(get() / step);
+        put(log && same && live ? get() + Math.sign(moved) * step : log && same ? get() : value, live);
+    };
     const range = h(`input.range${track === '' ? '' : `.${track}`}`, {
         type: 'range', id, ...ends,
-        oninput: () => put(fromRange(Number(range.value)), true), onchange: () => put(fromRange(Number(range.value)), false),
+        oninput: () => slide(true), onchange: () => slide(false),
         ondblclick: () => put(neutral, false),
     });
     const number = h('input.number', {

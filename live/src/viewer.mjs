@@ -63,9 +63,8 @@ export class Viewer {
         if (page) {
             const margin = 24 * this.density;
             this.scale = Math.min((this.canvas.width - margin) / page.width, (this.canvas.height - margin) / page.height, 8);
-            this.left = (this.canvas.width - page.width * this.scale) / 2;
-            this.top = (this.canvas.height - page.height * this.scale) / 2;
         }
+        this.clampPlace();
         this.zoomChanged();
         this.draw();
     }
@@ -101,9 +100,9 @@ export class Viewer {
         if (!page) {
             return;
         }
-        const keep = (place, length, room) => {
+        const keep = (place, length, room) => {  // on whole pixels of the screen
             const edge = Math.min(80 * this.density, room / 4);
-            return length <= room ? (room - length) / 2 : Math.min(Math.max(place, room - length - edge), edge);
+            return Math.round(length <= room ? (room - length) / 2 : Math.min(Math.max(place, room - length - edge), edge));
         };
         this.left = keep(this.left, page.width * this.scale, this.canvas.width);
         this.top = keep(this.top, page.height * this.scale, this.canvas.height);
