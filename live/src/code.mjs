@@ -32,13 +32,14 @@ export function cppLines(settings, plan) {
     const before = ['#include <platen.hpp>', ''];
     const perLine = [];
     const page = plan?.input ?? { width: 2480, height: 3508, samples: 3 };
+    const grey = page.samples < 3 || ['gray', 'lineart'].includes(settings.mode) || settings.depth === '1';
     const to = plan?.output ?? page;
     let size = page;
     for (const stage of settings.order.filter((name) => used[name])) {
         if (stage === 'tone') {
             before.push('const platen::ToneTables tables = platen::ToneWorld(',
                 `${tone.map((step) => `    ${cppStep(step)}`).join(',\n')}).tables();`);
-            perLine.push(page.samples === 1 ? 'tables.mapGray(line);' : 'tables.mapRgb(line);');
+            perLine.push(grey ? 'tables.mapGray(line);' : 'tables.mapRgb(line);');
         } else if (stage === 'hsv') {
             before.push(`platen::HsvFilter hsv({.hue = ${settings.hue}, .saturation = ${settings.saturation}, ` +
                 `.lightness = ${settings.lightness}, .width = ${size.width}});`);
@@ -52,29 +53,38 @@ export function cppLines(settings, plan) {
             perLine.push('for (auto line : sharpener.push(line))');
         }
     }
-    // What stands after a loop's head is the loop's body.
+    // What stands after a loop's head is the loop's body. Lines that a stage gives are its own: what changes a line in place
+    // gets a copy.
     const body = [];
     let indent = '    ';
     let name = 'line';
-    let next = 0;
+    let own = true;
+    let loops = 0;
     for (const text of perLine) {
         if (text.startsWith('for')) {
-            const inner = ['scaled', 'sharpened'][next++];
-            const maker = text.includes('scaler') ? 'scaler' : 'sharpener';
+            const [inner, maker] = text.includes('scaler') ? ['scaled', 'scaler'] : ['sharpened', 'sharpener'];
             body.push(`${indent}for (auto ${inner} : ${maker}.push(${name})) {`);
             indent += '    ';
             name = inner;
+            own = false;
+            ++loops;
         } else {
+            if (!own) {
+                body.push(`${indent}std::vector<std::uint8_t> copy(${name}.begin(), ${name}.end());`);
+                name = 'copy';
+                own = true;
+            }
             body.push(indent + text.replace('line', name));
         }
     }
     body.push(`${indent}write(${name});`);
-    for (; next > 0; --next) {
+    for (; loops > 0; --loops) {
         indent = indent.slice(4);
         body.push(`${indent}}`);
     }
     const loop = [`for (int y = 0; y < ${page.height}; ++y) {`, '    std::span<std::uint8_t> line = read(y);', ...body, '}'];
-    return [...before, '', ...loop, ...modeNotes(settings, '//')].join('\n');
+    const vector = body.some((text) => text.includes('std::vector')) ? ['#include <vector>'] : [];
+    return [before[0], ...vector, ...before.slice(1), '', ...loop, ...modeNotes(settings, '//')].join('\n');
 }
 
 // What is no business of the library.

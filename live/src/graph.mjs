@@ -20,6 +20,7 @@ export class Graph {
     // changed(live) is called when a handle has moved.
     constructor({ changed }) {
         this.changed = changed;
+        this.updaters = [];  // of the handles
         this.histogram = svg('g', { class: 'histogram' });
         this.curves = svg('g', { class: 'curves' });
         this.handles = svg('g', { class: 'handles' });

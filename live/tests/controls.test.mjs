@@ -260,10 +260,10 @@ test('what the viewer draws at 100 % is the page before and after', { timeout: 1
         }
         return rgb;
     }, mode);
-    const body = (file) => [...samplesOf(file).subarray(-320 * 240 * 3)];
-    assert.deepEqual(await drawn('before'), body('controls.png'));
+    const body = (file) => samplesOf(file).subarray(-320 * 240 * 3);
+    assert.ok(Buffer.from(await drawn('before')).equals(body('controls.png')), 'before');
     assert.equal(shell(`${(await line()).replace('platen', 'platen --force')}`).status, 0);
-    assert.deepEqual(await drawn('after'), body('controls-adjusted.png'));
+    assert.ok(Buffer.from(await drawn('after')).equals(body('controls-adjusted.png')), 'after');
     await page.evaluate(() => window.platen.viewer.setMode('split'));
 });
 

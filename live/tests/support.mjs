@@ -40,7 +40,7 @@ export class Random {
 }
 
 export function platen(...args) {
-    return execFileSync(join(TOOL_FOLDER, 'platen'), args, { cwd: WORK, stdio: ['ignore', 'pipe', 'pipe'] });
+    return execFileSync(join(TOOL_FOLDER, 'platen'), args, { cwd: WORK, stdio: ['ignore', 'pipe', 'pipe'], maxBuffer: 1 << 28 });
 }
 
 // A command line as one pastes it into a shell; { status, stderr }.
