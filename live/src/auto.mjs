@@ -18,8 +18,8 @@ function percentile(counts, part, fromAbove = false) {
     return fromAbove ? 0 : 255;
 }
 
-// A histogram of red, green, blue and luminance after tables. What a stretch pulls apart is spread over the gap, so that it
-// shows no comb.
+// A histogram of red, green, blue and luminance after tables. What a stretch pulls apart is spread over the gap and
+// smoothed, so that it shows no comb.
 export function mapHistogram(histogram, tables) {
     const mapped = new Float64Array(1024);
     for (let c = 0; c < 4; ++c) {
@@ -32,7 +32,14 @@ export function mapHistogram(histogram, tables) {
             }
         }
     }
-    return mapped;
+    return smooth(smooth(mapped));
+}
+
+function smooth(counts) {
+    return counts.map((count, i) => {
+        const at = i % 256;
+        return (counts[at > 0 ? i - 1 : i] + 2 * count + counts[at < 255 ? i + 1 : i]) / 4;
+    });
 }
 
 // --levels from the channels together: `cut` of each side's samples may be lost. { step, notice }.

@@ -110,7 +110,7 @@ function pythonStep(step) {
             return `platen.Curves([${points}]${step.kind === 'spline' ? '' : ', kind="polyline"'})`;
         }
         case 'curveGamma':
-            return `platen.Curves(kind="gamma", strength=${step.strength})`;
+            return `platen.Curves(kind="gamma", gamma=${step.strength})`;
         default:
             return `platen.ColorBalance(${step.group}=(${step.shift.join(', ')}))`;
     }

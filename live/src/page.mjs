@@ -232,7 +232,7 @@ class App {
         this.panel.graph.showHandles(step);
         if (this.page !== null) {
             const before = this.settings.tone.slice(0, Math.max(this.selected, 0));
-            const counts = mapHistogram(this.toneHistogram(), this.engine.fold(before, depth));
+            const counts = before.length === 0 ? this.toneHistogram() : mapHistogram(this.toneHistogram(), this.engine.fold(before, depth));
             this.panel.graph.showHistogram(counts, colour);
         }
     }
@@ -268,7 +268,7 @@ class App {
             if (!fast) {
                 this.previewTime = performance.now() - begun;
             }
-            if (this.wholeVersion < version) {
+            if (this.wholeVersion < version) {  // else there is better already
                 const { width, height } = plan.output;
                 this.after = { width, height, tiles: null, proxy: { width: reduced.width, height: reduced.height, tiles } };
                 this.viewer.show(this.before(), this.after);
@@ -306,13 +306,13 @@ class App {
         this.wholeStarted = version;
         this.showProgress('Computing', 0);
         this.wholeRun = this.whole.send({ command: 'run', plan, tables: this.tables, keepResult: true }, (part) => this.showProgress('Computing', part))
-            .then(({ tiles, milliseconds }) => {
+            .then(({ tiles, reduced, milliseconds }) => {
                 if (version !== this.version) {
                     return;
                 }
                 this.wholeVersion = version;
                 const { width, height } = plan.output;
-                this.after = { width, height, tiles, proxy: this.after?.proxy ?? null };
+                this.after = { width, height, tiles, proxy: reduced };
                 this.viewer.show(this.before(), this.after);
                 this.hideProgress(`${width} x ${height}, ${Math.round(milliseconds)} ms`);
             }).catch((error) => {

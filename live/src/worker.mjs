@@ -155,7 +155,14 @@ const COMMANDS = {
         const computed = performance.now() - begun;
         result = keepResult ? { ...done, icc: plan.output.coloursChanged ? null : page.icc } : null;
         const tiles = await tilesOf(done);
-        return [{ tiles, milliseconds: computed }, tiles.map((tile) => tile.bitmap)];
+        // A large result is drawn from a reduced copy of it where it is shown reduced.
+        let reduced = null;
+        if (keepResult && done.width * done.height > PROXY_PIXELS) {
+            const copy = await proxyOf(done, PROXY_PIXELS);
+            reduced = { width: copy.width, height: copy.height, tiles: await tilesOf(copy) };
+        }
+        const bitmaps = [...tiles, ...(reduced?.tiles ?? [])].map((tile) => tile.bitmap);
+        return [{ tiles, reduced, milliseconds: computed }, bitmaps];
     },
 
     async cancel() {

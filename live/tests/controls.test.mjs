@@ -267,6 +267,40 @@ test('what the viewer draws at 100 % is the page before and after', { timeout: 1
     await page.evaluate(() => window.platen.viewer.setMode('split'));
 });
 
+test('a reduced view shows the last settings, not those before', { timeout: 120000 }, async () => {
+    for (const [address, file] of [['levels=60,190&negative', 'a'], ['curve-gamma=60', 'b'], ['levels=0,120&scale=50pc', 'c']]) {
+        await page.evaluate((text) => {
+            const { platen: app } = window;
+            app.takeSettings(app.parse('negative&lightness=-90'));
+            app.takeSettings(app.parse(text));
+            return app.computeWhole();
+        }, address);
+        const mean = await page.evaluate(() => {
+            const { viewer } = window.platen;
+            viewer.setMode('after');
+            viewer.zoomTo(0.5);
+            viewer.drawNow();
+            const { width, height } = viewer.page();
+            const { data } = viewer.context.getImageData(viewer.left + 2, viewer.top + 2, width / 2 - 4, height / 2 - 4);
+            let sum = 0;
+            for (let i = 0; i < data.length; i += 4) {
+                sum += data[i] + data[i + 1] + data[i + 2];
+            }
+            return sum / (data.length * 0.75);
+        });
+        const options = (await line()).replace(/^platen (.*) controls\.png -o .*$/, '$1');
+        assert.equal(shell(`platen ${options} --force controls.png -o reduced-${file}.ppm`).status, 0);
+        const whole = samplesOf(`reduced-${file}.ppm`);
+        const body = whole.subarray(whole.indexOf('255\n') + 4);
+        const native = body.reduce((sum, level) => sum + level, 0) / body.length;
+        assert.ok(Math.abs(mean - native) < 4, `${address}: ${mean} is drawn, the tool's mean is ${native}`);
+    }
+    await page.evaluate(() => {
+        window.platen.viewer.setMode('split');
+        window.platen.viewer.fit();
+    });
+});
+
 test('presets, reset, undo and redo, automatic settings', { timeout: 120000 }, async () => {
     const empty = await line();
     assert.match(await changes('Preset', () => page.getByLabel('Presets').selectOption('photo-neutral')), /--balance-midtones=-9,0,15 --levels=18,212,1.25 --saturation=12/);

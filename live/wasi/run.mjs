@@ -14,7 +14,7 @@ if (args.length === 0) {
 
 const wasi = new WASI({ version: 'preview1', args, env: process.env, preopens: { '/': '/' }, returnOnExit: true });
 const module = await WebAssembly.compile(readFileSync(args[0]));
-const instance = await WebAssembly.instantiate(module, wasi.getImportObject());
+const instance = await WebAssembly.instantiate(module, { wasi_snapshot_preview1: wasi.wasiImport });
 try {
     process.exitCode = wasi.start(instance);
 } catch (error) {
