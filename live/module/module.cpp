@@ -6,14 +6,23 @@
 #include <vector>
 
 #include "Sources/Dispatch/Kernels.h"
-#include "live/module/Steps.h"
+#include "programs/page/Pipeline.h"
 
 namespace {
 
-using namespace platen_live;
+using platen_tool::ImageInfo;
+using platen_tool::StageKind;
+
+// live/src/plan.mjs has these numbers.
+static_assert(static_cast<int>(StageKind::kBilevelToGrey) == 0 && static_cast<int>(StageKind::kDepth16To8) == 1 &&
+              static_cast<int>(StageKind::kDepth8To16) == 2 && static_cast<int>(StageKind::kColourToGrey) == 3 &&
+              static_cast<int>(StageKind::kGreyToColour) == 4 && static_cast<int>(StageKind::kNegative) == 5 &&
+              static_cast<int>(StageKind::kFlatten) == 6 && static_cast<int>(StageKind::kThreshold) == 7 &&
+              static_cast<int>(StageKind::kTone) == 8 && static_cast<int>(StageKind::kHsv) == 9 &&
+              static_cast<int>(StageKind::kScale) == 10 && static_cast<int>(StageKind::kSharpen) == 11);
 
 // Keeps the lines that come out of the last step.
-class Collector : public LineSink {
+class Collector : public platen_tool::Stage {
   public:
     void Begin(std::size_t lineBytes) {
         lineBytes_ = lineBytes;
@@ -37,32 +46,17 @@ class Collector : public LineSink {
     std::vector<std::uint8_t> lines_;
 };
 
-struct PlannedStep {
-    Step step;
-    std::vector<std::uint8_t> tables;
-};
-
 Collector collector;
-std::vector<PlannedStep> plan;
-std::vector<std::unique_ptr<LineSink>> sinks;  // the last step first
+platen_tool::PagePlan plan;
+std::unique_ptr<platen_tool::Pipeline> pipeline;
 
-Layout ToLayout(const LiveLayout& layout) {
-    return {layout.width, layout.height, layout.samples, layout.bits};
-}
-
-std::unique_ptr<LineSink> MakeStep(const Step& step, LineSink& next) {
-    switch (step.kind) {
-        case StepKind::kTone:
-            return MakeToneStep(step, next);
-        case StepKind::kHsv:
-            return MakeHsvStep(step, next);
-        case StepKind::kScale:
-            return MakeScaleStep(step, next);
-        case StepKind::kSharpen:
-            return MakeSharpenStep(step, next);
-        default:
-            return MakePixelStep(step, next);
-    }
+ImageInfo ToInfo(const LiveLayout& layout) {
+    ImageInfo info;
+    info.width = layout.width;
+    info.height = layout.height;
+    info.samplesPerPixel = layout.samples;
+    info.bitsPerSample = layout.bits;
+    return info;
 }
 
 }  // namespace
@@ -87,36 +81,35 @@ void page_begin() {
 
 void page_step(std::int32_t kind, const LiveLayout* in, const LiveLayout* out, const double* settings,
                const std::uint8_t* tables) {
-    PlannedStep& planned = plan.emplace_back();
-    planned.step.kind = static_cast<StepKind>(kind);
-    planned.step.in = ToLayout(*in);
-    planned.step.out = ToLayout(*out);
-    std::memcpy(planned.step.settings, settings, sizeof planned.step.settings);
-    if (tables != nullptr) {
-        planned.tables.assign(tables, tables + 768);
+    platen_tool::PlannedStage step;
+    step.kind = static_cast<StageKind>(kind);
+    step.in = ToInfo(*in);
+    step.out = ToInfo(*out);
+    if (step.kind == StageKind::kTone) {
+        std::memcpy(plan.tables.red.data(), tables, 256);
+        std::memcpy(plan.tables.green.data(), tables + 256, 256);
+        std::memcpy(plan.tables.blue.data(), tables + 512, 256);
+    } else if (step.kind == StageKind::kHsv) {
+        plan.hsv.saturation = static_cast<int>(settings[0]);
+        plan.hsv.hue = static_cast<int>(settings[1]);
+        plan.hsv.lightness = static_cast<int>(settings[2]);
+    } else if (step.kind == StageKind::kSharpen) {
+        plan.sharpness = static_cast<int>(settings[0]);
+    } else if (step.kind == StageKind::kThreshold) {
+        plan.threshold = settings[0];
     }
+    plan.stages.push_back(step);
 }
 
-std::int32_t page_start(const LiveLayout* result) {
-    collector.Begin(ToLayout(*result).LineBytes());
-    LineSink* next = &collector;
-    for (auto planned = plan.rbegin(); planned != plan.rend(); ++planned) {
-        planned->step.tables = planned->tables.data();
-        sinks.push_back(MakeStep(planned->step, *next));
-        next = sinks.back().get();
-        if (next == nullptr) {
-            page_end();
-            return 1;
-        }
-    }
-    return 0;
+void page_start(const LiveLayout* result) {
+    collector.Begin(ToInfo(*result).LineBytes());
+    pipeline = std::make_unique<platen_tool::Pipeline>(plan, collector);
 }
 
 std::uint32_t page_take(std::uint8_t* lines, std::uint32_t lineBytes, std::uint32_t count) {
     collector.Clear();
-    LineSink& first = sinks.empty() ? collector : *sinks.back();
     for (std::uint32_t i = 0; i < count; ++i) {
-        first.Take(lines + std::size_t{i} * lineBytes);
+        pipeline->Take(lines + std::size_t{i} * lineBytes);
     }
     return collector.Count();
 }
@@ -126,8 +119,8 @@ const std::uint8_t* page_lines() {
 }
 
 void page_end() {
-    sinks.clear();
-    plan.clear();
+    pipeline.reset();
+    plan = {};
     collector.Clear();
 }
 

@@ -33,10 +33,9 @@ void PLATEN_LIVE(tone_fold)(std::int32_t depth, std::uint8_t* tables);
 // One page at a time: page_begin, page_step for each step from the first to the last, page_start, then page_take
 // with the source lines from the top, in as many calls as one likes. Each gives the number of result lines that are
 // ready; they lie at page_lines() and are gone with the next call.
-//   kind       see StepKind
-//   settings   three doubles
+//   kind       the tool's StageKind (programs/page/PagePlan.h)
+//   settings   three doubles: saturation, hue, lightness; the sharpness; the threshold in percent
 //   tables     for tone steps, as from tone_fold; null for others
-//   returns of page_start   0 | 1 the library refused a step's settings or memory is short
 struct LiveLayout {
     std::uint32_t width;
     std::uint32_t height;
@@ -46,7 +45,7 @@ struct LiveLayout {
 void PLATEN_LIVE(page_begin)();
 void PLATEN_LIVE(page_step)(std::int32_t kind, const LiveLayout* in, const LiveLayout* out, const double* settings,
                             const std::uint8_t* tables);
-std::int32_t PLATEN_LIVE(page_start)(const LiveLayout* result);
+void PLATEN_LIVE(page_start)(const LiveLayout* result);
 std::uint32_t PLATEN_LIVE(page_take)(std::uint8_t* lines, std::uint32_t lineBytes, std::uint32_t count);
 const std::uint8_t* PLATEN_LIVE(page_lines)();
 void PLATEN_LIVE(page_end)();

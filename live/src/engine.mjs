@@ -105,11 +105,8 @@ export class Engine {
             this.bytes(table, TABLE_BYTES).set(tables);
             x.page_step(step.kind, keep(this.layout(step.in)), keep(this.layout(step.out)), settings, table);
         }
-        const status = x.page_start(keep(this.layout(plan.output)));
+        x.page_start(keep(this.layout(plan.output)));
         freeLater.forEach((at) => x.live_free(at));
-        if (status !== 0) {
-            throw new RangeError('memory is short');
-        }
     }
 
     // Bytes of the buffer for lines that go in, which `take` reads.

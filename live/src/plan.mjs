@@ -5,7 +5,7 @@
 
 import { usedStages } from './options.mjs';
 
-// As StepKind of live/module/Steps.h.
+// As the tool's StageKind.
 export const KIND = {
     bilevelToGrey: 0, depth16To8: 1, depth8To16: 2, colourToGrey: 3, greyToColour: 4, negative: 5, flatten: 6,
     threshold: 7, tone: 8, hsv: 9, scale: 10, sharpen: 11,

@@ -1,5 +1,5 @@
 // PNG files, read and written with their samples untouched: the browser's own decoder would convert colours, expand grey
-// pages and multiply by alpha. The result has the tool's layouts (live/module/Steps.h); palettes are expanded, 2 and 4
+// pages and multiply by alpha. The result has the tool's layouts (programs/base/ImageInfo.h); palettes are expanded, 2 and 4
 // bits become 8, transparency by colour becomes alpha.
 
 const SIGNATURE = [137, 80, 78, 71, 13, 10, 26, 10];

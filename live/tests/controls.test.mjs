@@ -303,12 +303,15 @@ test('a reduced view shows the last settings, not those before', { timeout: 1200
 
 test('presets, reset, undo and redo, automatic settings', { timeout: 120000 }, async () => {
     const empty = await line();
-    assert.match(await changes('Preset', () => page.getByLabel('Presets').selectOption('photo-neutral')), /--balance-midtones=-9,0,15 --levels=18,212,1.25 --saturation=12/);
+    const preset = await changes('Preset', () => page.getByLabel('Presets').selectOption('photo-neutral'));
+    assert.equal(shell(preset.replace('platen', 'platen --force')).status, 0);
+    assert.equal(shell('platen --preset=photo-neutral --force controls.png -o preset.png').status, 0);
+    assert.ok(samplesOf('preset.png').equals(samplesOf('controls-adjusted.png')), 'the preset is the tool\'s');
     await changes('Reset', () => page.getByRole('button', { name: 'Reset' }).click());
     assert.equal(await line(), empty);
-    assert.match(await changes('Undo', () => page.getByRole('button', { name: 'Undo' }).click()), /--saturation=12/);
+    assert.match(await changes('Undo', () => page.getByRole('button', { name: 'Undo' }).click()), /--saturation=/);
     await changes('Redo', () => page.getByRole('button', { name: 'Redo' }).click());
-    assert.match(await changes('Undo by key', () => page.keyboard.press('Control+z')), /--saturation=12/);
+    assert.match(await changes('Undo by key', () => page.keyboard.press('Control+z')), /--saturation=/);
     await changes('Redo by key', () => page.keyboard.press('Control+Shift+z'));
     const levels = await changes('Auto levels', () => page.getByRole('button', { name: 'Auto levels' }).click());
     const [black, white] = levels.match(/--levels=(\d+),(\d+)/).slice(1).map(Number);

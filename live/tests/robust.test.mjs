@@ -211,9 +211,18 @@ test('a page of 35 megapixels: read, adjusted, cancelled, saved', { timeout: 240
     assert.match(await page.textContent('#file-info'), /5000 x 7000/);
     // Cancelled on its way, by the button.
     await page.evaluate(() => window.platen.takeSettings(window.platen.parse('levels=30,220&saturation=20&hue=15&sharpness=1')));
-    await page.waitForSelector('#cancel:visible');
-    assert.ok(await page.isVisible('#progress'));
-    await page.click('#cancel');
+    await page.evaluate(() => new Promise((done) => {
+        const look = () => {
+            const cancel = document.getElementById('cancel');
+            if (cancel.hidden || document.getElementById('progress').hidden) {
+                setTimeout(look, 1);
+            } else {
+                cancel.click();
+                done();
+            }
+        };
+        look();
+    }));
     await page.waitForFunction(() => document.getElementById('status').textContent.startsWith('Cancelled'));
     assert.equal(await page.evaluate(() => window.platen.wholeVersion === window.platen.version), false);
     // And again to its end.
