@@ -10,7 +10,7 @@
 namespace platen {
 
 // Changes `width` packed RGB pixels in place.
-//   line        3 x width bytes, any alignment; nothing behind them is touched, read or written
+//   line        3 x width bytes, any alignment; nothing past them is read or written
 //   width       any, also 0
 //   hue         -180 to 180; 0 skips the hue stage
 //   saturation  -100 to 100; 0 skips the saturation stage
@@ -23,7 +23,7 @@ namespace platen {
 using HsvRowFn = void (*)(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
                           const std::uint8_t* lightness);
 
-// The judge: plain, never tuned, always built.
+// The reference: plain, never tuned, always built.
 void HsvRow_reference(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
                       const std::uint8_t* lightness);
 

@@ -46,13 +46,13 @@ struct SharpPutArgs {
 // other buffer. Whoever copies and filters in one pass has to see that the other four don't overlap either.
 using SharpPutFn = void (*)(std::uint8_t* out, const SharpPutArgs& put);
 
-// The kernels that have ways of their own. kBox: nine ones over 9. kCross: zero corners and four equal arms of at
+// The kernels that have loops of their own. kBox: nine ones over 9. kCross: zero corners and four equal arms of at
 // most 3, a centre of at most 20, over 4 or 8, which includes the table's four others and keeps sums within 16
 // bits.
 enum class SharpShape { kOther, kBox, kCross };
 SharpShape SharpShapeOf(const std::int32_t* kernel);
 
-// The judges: plain, never tuned, always built, for any kernel.
+// The references: plain, never tuned, always built, for any kernel.
 void SharpRow_reference(std::uint8_t* out, const SharpRowArgs& row);
 void SharpPut_reference(std::uint8_t* out, const SharpPutArgs& put);
 
