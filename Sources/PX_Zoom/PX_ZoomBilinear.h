@@ -37,18 +37,22 @@ static_assert(offsetof(PX_Zoom2_Param, startWeight) == 4 && offsetof(PX_Zoom2_Pa
 //
 // After Open the buffers are the scaler's, but hosts may read and write the records of horzParam and vertParam and
 // the numbers of the work lines:
-//   horzParam   Send follows what the records say when it takes the first line, whoever wrote them. They count anew
-//               after the next Open, after Calc_ReducedParam or Calc_ExpandParam has written to the scaler's own
-//               table, and where horzParam points elsewhere. Edits that a host makes by itself in between may count
-//               or not, column by column: comparing the records for every line would take from 6 % to four times as
-//               long.
-//   vertParam   counts line by line.
-//   positions   outside the source line count as samples of 0. Nothing outside the line is read, whatever a record
-//   says. weights     of any sign; 32-bit sums are modulo 2^32, and a weightSum of 0 gives 0 there. work lines What
-//   stands in workLine[0] when a line is added to it, or read, counts. The bytes after a work line's
-//               numbers belong to the scaler: Send keeps there, after those of workLine[1], what the columns'
-//               records say in another form. A host that writes to it gets other numbers, and nothing else is
-//               touched.
+//   horzParam
+//     Send follows the records as they are when it takes the first line, whoever wrote them. They count anew after
+//     the next Open, after Calc_ReducedParam or Calc_ExpandParam has written to the scaler's own table, and where
+//     horzParam points elsewhere. Edits that a host makes by itself in between may count or not, column by column:
+//     comparing the records for every line would take from 6 % to four times as long.
+//   vertParam
+//     Its records count line by line.
+//   Positions
+//     Outside the source line they count as samples of 0. Nothing outside the line is read, whatever a record says.
+//   Weights
+//     They may have any sign. 32-bit sums are modulo 2^32; there a weightSum of 0 gives 0.
+//   Work lines
+//     What stands in workLine[0] when a line is added to it, or read, counts. The bytes after a work line's numbers
+//     belong to the scaler: Send keeps there, after those of workLine[1], what the columns' records say in another
+//     form. A host that writes to them gets other numbers; nothing else is touched.
+//
 // The passes as members follow the records as they are when they are called.
 //
 // A source line that two destination lines share when the height is reduced is taken a second time inside Read, so
