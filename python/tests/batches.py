@@ -130,7 +130,7 @@ def count(folder):
     return found
 
 
-def wait_for(condition, seconds=60):
+def wait_for(condition, seconds=300):
     deadline = time.monotonic() + seconds
     while not condition():
         assert time.monotonic() < deadline, "it didn't come about"
