@@ -5,6 +5,7 @@ from __future__ import annotations
 import collections
 import importlib.util
 import logging
+import os
 import queue
 import shutil
 import tempfile
@@ -56,6 +57,7 @@ class Cluster:
         self._local: Any = None
         self._scratch: Optional[str] = None
         if scheduler is None:
+            os.environ.setdefault("DASK_LOGGING__DISTRIBUTED", "critical")  # for the workers
             self._scratch = tempfile.mkdtemp(prefix="platen-batch-")
             dashboard = ":8787" if importlib.util.find_spec("bokeh") is not None else ":0"
             warnings.filterwarnings("ignore", "Port 8787 is already in use")
@@ -112,10 +114,6 @@ class Cluster:
                 raise ClusterLost("the cluster has no workers")
             time.sleep(0.2)
 
-    def workers(self) -> Dict[str, int]:
-        """Process ids by address, of workers that can be asked."""
-        return dict(self.client.run(_pid))
-
     def close(self) -> None:
         for part in (self.client, self._local):
             if part is not None:
@@ -125,12 +123,6 @@ class Cluster:
                     pass
         if self._scratch is not None:
             shutil.rmtree(self._scratch, ignore_errors=True)
-
-
-def _pid() -> int:
-    import os
-
-    return os.getpid()
 
 
 class Flow:
