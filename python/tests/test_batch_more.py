@@ -2,6 +2,7 @@
 seconds."""
 
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -161,7 +162,9 @@ echo "second $code $(find "$3" -name 'p*.ppm' | wc -l)"
     assert first.startswith("first 3 ") and 0 < int(first.split()[2]) < 40, run.stdout + run.stderr
     assert "No space left on device" in run.stderr and "make room and run again" in run.stderr
     assert second == "second 0 40"
-    assert f"{first.split()[2]} done before and unchanged" in run.stderr
+    # What was written while the manifest's disk was full too isn't recorded, and is done again.
+    done = int(re.search(r"(\d+) done before and unchanged", run.stderr).group(1))
+    assert 0 < done <= int(first.split()[2])
 
 
 def test_every_kernel_variant_gives_the_same_files(tmp_path):
