@@ -109,7 +109,8 @@ def scale(image: Any, size: Tuple[int, int], out: Optional[Any] = None) -> Any:
            image's. None: a new array
 
     Each axis by itself is enlarged by linear interpolation or reduced by averaging; results are truncated. A bilevel
-    page stays bilevel: a pixel becomes black where at least 128 / 255 of what it covers is.
+    page stays bilevel: a pixel becomes black where at least 128 / 255 of what it covers is. Of a page with alpha, colours
+    count by their alpha, so nothing bleeds in from transparent pixels.
 
     TypeError for another dtype, ValueError for another shape or size, or an `out` that is read-only or overlaps.
     """
@@ -124,23 +125,54 @@ def scale(image: Any, size: Tuple[int, int], out: Optional[Any] = None) -> Any:
         raise ValueError(
             f"out: is {what}; allowed is an array of dtype {page.dtype}, shape {(height, width) + page.shape[2:]}"
         )
-    source_size = page.shape[1], page.shape[0]
     if page.dtype == np.bool_:
+        source_size = page.shape[1], page.shape[0]
         black = np.packbits(~page, axis=1)
         scaled = Scaler(source_size, (width, height), 1).apply(black)
         np.copyto(result, np.unpackbits(scaled, axis=1, count=width) == 0)
         return result
+    if _samples(page) in (2, 4):
+        _scale_with_alpha(page, (width, height), result)
+    else:
+        _scale_samples(page, (width, height), result)
+    return result
+
+
+def _scale_samples(page: Any, size: Tuple[int, int], result: Any) -> None:
+    """Every sample by itself, alpha too."""
     samples = _samples(page)
+    source_size = page.shape[1], page.shape[0]
     bits = 8 * page.itemsize
     if samples == 2 or (samples > 1 and page.shape[1] == 1):
         # There is no format of two samples, and of a page one pixel wide every sample would take the first one's value.
         for plane, target in zip(_planes(page), _planes(result)):
-            Scaler(source_size, (width, height), bits).apply(plane, target)
+            Scaler(source_size, size, bits).apply(plane, target)
     elif samples == 1:
-        Scaler(source_size, (width, height), bits).apply(_planes(page)[0], _planes(result)[0])
+        Scaler(source_size, size, bits).apply(_planes(page)[0], _planes(result)[0])
     else:
-        Scaler(source_size, (width, height), bits * samples).apply(page, result)
-    return result
+        Scaler(source_size, size, bits * samples).apply(page, result)
+
+
+def _scale_with_alpha(page: Any, size: Tuple[int, int], result: Any) -> None:
+    """As the tool does it: a colour counts as much as its pixel can be seen. The colours are scaled at 16 bits, multiplied
+    with alpha, and divided by the alpha that comes out; where a pixel is opaque, or can't be seen at all, they are those
+    of a page without alpha."""
+    most = int(np.iinfo(page.dtype).max)
+    step = 65535 // most
+    colours, alpha = page[..., :-1], page[..., -1:].astype(np.uint32)
+    wide = np.empty(page.shape, np.uint16)  # all products stay below 2^32
+    wide[..., :-1] = (colours.astype(np.uint32) * (alpha * np.uint32(step)) + np.uint32(most // 2)) // np.uint32(most)
+    wide[..., -1:] = alpha * np.uint32(step)
+    scaled = np.empty(result.shape, np.uint16)
+    _scale_samples(wide, size, scaled)
+    _scale_samples(colours, size, result[..., :-1])
+    alpha = scaled[..., -1:].astype(np.uint32)
+    rounded = alpha if most == 65535 else (2 * alpha + 1 + step) // (2 * step)
+    seen_through = (alpha != 65535) & (rounded != 0)
+    divisor = np.where(alpha == 0, np.uint32(1), alpha)
+    divided = np.minimum((scaled[..., :-1].astype(np.uint32) * np.uint32(most) + divisor // 2) // divisor, most)
+    np.copyto(result[..., :-1], divided, where=seen_through, casting="unsafe")
+    result[..., -1:] = rounded
 
 
 def sharpen(image: Any, level: int, out: Optional[Any] = None) -> Any:
@@ -398,7 +430,7 @@ def adjust(image: Any, **settings: Any) -> Any:
     order               the stages' order, where it is not ("tone", "hsv", "scale", "sharpen")
 
     The stages, their order and their results are those of the command-line tool with the options of the same names.
-    Alpha is scaled with the page, and otherwise stays as it is.
+    Alpha is scaled with the page, colours by their alpha; otherwise alpha stays as it is.
 
     Tone, colour and sharpness work on 8 bits: a uint16 page is reduced for them, with a PlatenWarning. A page too small
     for sharpness (under 3 x 2 pixels) isn't sharpened, with a PlatenWarning too.
