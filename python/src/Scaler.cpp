@@ -213,7 +213,7 @@ bits         of a pixel, and with it the rows' type and shape:
 
 ValueError for a value out of its range, MemoryError for sizes that don't fit. One thread at a time; a second one gets
 a RuntimeError. KEPT: of a page one pixel wide every sample of a pixel takes the first one's value; platen.scale scales
-such pages sample by sample.)")
+such pages sample by sample. Four samples are four of a kind here; platen.scale takes the fourth for alpha.)")
         .def(py::init<py::object, py::object, py::object>(), py::arg("source_size"), py::arg("size"),
              py::arg("bits") = 24)
         .def("push", &Scaler::Push, py::arg("rows"),
