@@ -1,5 +1,6 @@
 #include "programs/base/Report.h"
 
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -7,18 +8,21 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <numeric>
 
 #include "programs/base/Error.h"
+#include "programs/base/Json.h"
 
 namespace platen_tool {
 
 namespace {
 
-// Characters of the progress line that stands on standard error.
+// Columns of the progress line that stands on standard error.
 std::size_t progressShown = 0;
+bool foreignProgress = false;
 
 // Collects bytes for standard error and writes them together, so that lines of several processes don't mix; only
 // lines longer than the buffer are written in parts. Nothing can be done about a failure.
@@ -34,6 +38,9 @@ class ErrorLine {
         std::for_each(text.begin(), text.end(), [this](char c) { Put(c); });
     }
     void ClearProgress() {
+        if (foreignProgress) {
+            progressShown = TerminalColumns() - 1;
+        }
         if (progressShown > 0) {
             Put('\r');
             for (; progressShown > 0; --progressShown) {
@@ -89,7 +96,25 @@ void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept {
     line.Write();
 }
 
+void PrintError(std::string_view text) noexcept {
+    ErrorLine line;
+    line.ClearProgress();
+    line.Put(text);
+    line.Write();
+}
+
+std::size_t TerminalColumns() noexcept {
+    winsize size{};
+    std::size_t columns = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+    const char* said = std::getenv("COLUMNS");
+    if (columns == 0 && said != nullptr) {
+        columns = static_cast<std::size_t>(std::strtoul(said, nullptr, 10));
+    }
+    return columns == 0 || columns > 10000 ? 80 : std::max<std::size_t>(columns, 2);
+}
+
 void PrintOutput(std::string_view text) {
+    ClearProgressLine();
     while (!text.empty()) {
         text.remove_prefix(WriteSome(STDOUT_FILENO, text));
     }
@@ -181,9 +206,34 @@ Statistics::Levels Statistics::SuggestedLevels() const {
     return {static_cast<int>(black), static_cast<int>(white)};
 }
 
+namespace {
+
+constexpr double kPercents[] = {0.5, 5, 25, 50, 75, 95, 99.5};
+constexpr const char* kNames[] = {"red", "green", "blue"};
+
+}  // namespace
+
+std::string Statistics::Json(const std::string& file, double seconds) const {
+    std::string json = "{\"file\": " + JsonText(file) + ", \"percentiles\": {";
+    for (std::size_t s = 0; s < channels_; ++s) {
+        json += std::string(s > 0 ? ", " : "") + "\"" + (channels_ == 1 ? "grey" : kNames[s]) + "\": {";
+        for (const double percent : kPercents) {
+            char key[32];
+            std::snprintf(key, sizeof key, "\"%g\": ", percent);
+            json +=
+                (percent == kPercents[0] ? "" : ", ") + (key + std::to_string(Percentile(histograms_[s], percent)));
+        }
+        json += "}";
+    }
+    const auto [black, white] = SuggestedLevels();
+    const double rate = seconds > 0.0 ? static_cast<double>(bytes_) / 1e6 / seconds : 0.0;
+    return json + "}, \"levels\": [" + std::to_string(black) + ", " + std::to_string(white) +
+           "], \"pages\": " + std::to_string(pages_) + ", \"lines\": " + std::to_string(lines_) +
+           ", \"megabytesPerSecond\": " + FixedText(rate) +
+           ", \"peakMegabytes\": " + FixedText(static_cast<double>(PeakMemory()) / 1e6) + "}";
+}
+
 std::string Statistics::Text(double seconds) const {
-    static constexpr double kPercents[] = {0.5, 5, 25, 50, 75, 95, 99.5};
-    static constexpr const char* kNames[] = {"red", "green", "blue"};
     std::string text = "percentiles  0.5%    5%   25%   50%   75%   95% 99.5%\n";
     for (std::size_t s = 0; s < channels_; ++s) {
         std::string line = channels_ == 1 ? "grey" : kNames[s];
@@ -202,31 +252,25 @@ std::string Statistics::Text(double seconds) const {
            FixedText(static_cast<double>(PeakMemory()) / 1e6) + " MB\n";
 }
 
-Progress::Progress(bool on, std::string name) : on_(on), name_(std::move(name)) {}
+void ShowProgressLine(std::string_view text, std::size_t columns) {
+    ErrorLine line;
+    line.Put('\r');
+    line.Put(text);
+    for (std::size_t i = columns; i < progressShown; ++i) {
+        line.Put(' ');
+    }
+    line.Write();
+    progressShown = columns;
+}
 
-Progress::~Progress() {
+void ClearProgressLine() noexcept {
     ErrorLine line;
     line.ClearProgress();
     line.Write();
 }
 
-void Progress::Show(unsigned long page, std::uint32_t line, std::uint32_t height) {
-    constexpr std::int64_t kInterval = 100'000'000;
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    const std::int64_t time = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
-    if (time < next_) {
-        return;
-    }
-    next_ = time + kInterval;
-    std::string text = name_ + ": page " + std::to_string(page) + ", line " + std::to_string(line);
-    if (height != 0) {
-        text += " of " + std::to_string(height) + " (" + std::to_string(std::uint64_t{line} * 100 / height) + " %)";
-    }
-    const std::size_t length = text.size();
-    text.resize(std::max(length, progressShown), ' ');
-    progressShown = length;
-    std::fprintf(stderr, "\r%s", text.c_str());
-    std::fflush(stderr);
+void ExpectForeignProgress() {
+    foreignProgress = true;
 }
 
 }  // namespace platen_tool

@@ -14,6 +14,18 @@ namespace platen_tool {
 // progress makes room for it. Takes no memory.
 void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept;
 
+// The line of progress: `text` takes the place of what was there and is `columns` wide, or nothing does.
+void ShowProgressLine(std::string_view text, std::size_t columns);
+void ClearProgressLine() noexcept;
+// From here on another process shows one, and messages clear the whole line.
+void ExpectForeignProgress();
+
+// How wide the terminal at standard error is; 80 where that can't be found out. At least 2.
+std::size_t TerminalColumns() noexcept;
+
+// The text alone, on standard error.
+void PrintError(std::string_view text) noexcept;
+
 // Writes all of the text to standard output and checks that it got there: an Error (kFailed), or (kBrokenPipe)
 // where nobody reads.
 void PrintOutput(std::string_view text);
@@ -29,8 +41,10 @@ class Statistics {
         ++pages_;
     }
 
-    // Percentiles of each channel, a --levels that spreads them, pages, lines, MB/s, peak memory.
+    // Percentiles of each channel, a --levels that spreads them, pages, lines, MB/s, peak memory: as lines, or as
+    // one JSON object.
     std::string Text(double seconds) const;
+    std::string Json(const std::string& file, double seconds) const;
 
     std::uint64_t Lines() const {
         return lines_;
@@ -57,28 +71,6 @@ class Statistics {
     std::uint64_t pages_ = 0;
     std::uint64_t lines_ = 0;
     std::uint64_t bytes_ = 0;
-};
-
-// One line on standard error about how far the work is, rewritten in place at most ten times a second.
-class Progress {
-  public:
-    Progress(bool on, std::string name);
-    ~Progress();  // clears the line
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-    void Line(unsigned long page, std::uint32_t line, std::uint32_t height) {
-        if (on_) {
-            Show(page, line, height);
-        }
-    }
-
-  private:
-    void Show(unsigned long page, std::uint32_t line, std::uint32_t height);
-
-    const bool on_;
-    const std::string name_;
-    std::int64_t next_ = 0;  // no sooner than this, in nanoseconds
 };
 
 // Seconds on a clock that never goes back.

@@ -1,5 +1,7 @@
 #include "programs/commands/Adjust.h"
 
+#include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -7,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <map>
 #include <new>
 
 #include "programs/base/Report.h"
@@ -41,6 +44,7 @@ ExitCode RunInThisProcess(const Run& run) {
             nextPage = settings.firstPageNumber;
         }
         const ExitCode code = AdjustOne(run, input, nextPage);
+        run.progress->EndFile(input);
         result = result == ExitCode::kDone ? code : result;
         // With the reader of standard output gone nothing that follows can be of use; a wrong command line is wrong
         // for the others too.
@@ -52,12 +56,58 @@ ExitCode RunInThisProcess(const Run& run) {
     return result;
 }
 
+// Wakes the process some times a second.
+class Ticker {
+  public:
+    explicit Ticker(bool on) : on_(on) {
+        if (on_) {
+            struct sigaction action {};
+            action.sa_handler = [](int) {};
+            sigaction(SIGALRM, &action, &before_);
+            Set(100'000);
+        }
+    }
+    ~Ticker() {
+        if (on_) {
+            Set(0);
+            sigaction(SIGALRM, &before_, nullptr);
+        }
+    }
+    Ticker(const Ticker&) = delete;
+    Ticker& operator=(const Ticker&) = delete;
+
+  private:
+    static void Set(long microseconds) {
+        const itimerval timer{{0, microseconds}, {0, microseconds}};
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+
+    const bool on_;
+    struct sigaction before_ {};
+};
+
+// What each input counts: its size, where all are files.
+std::vector<std::uint64_t> Weights(const std::vector<std::string>& inputs) {
+    std::vector<std::uint64_t> weights;
+    for (const std::string& input : inputs) {
+        struct stat status {};
+        const bool file = stat(input.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+        if (!file) {
+            return std::vector<std::uint64_t>(inputs.size(), 1);
+        }
+        weights.push_back(static_cast<std::uint64_t>(status.st_size));
+    }
+    return weights;
+}
+
 // One working process for each input: a filter's table belongs to a whole process.
 class WorkerPool {
   public:
     explicit WorkerPool(const Run& run) : run_(run), settings_(run.settings) {}
 
     ExitCode Work() {
+        const Ticker ticker(run_.progress->On());
+        run_.progress->BeParallel();
         for (std::size_t input = 0; input < settings_.inputs.size(); ++input) {
             if (running_ == settings_.jobs) {
                 WaitForOne();
@@ -83,6 +133,7 @@ class WorkerPool {
         const pid_t worker = fork();
         if (worker == 0) {
             ForgetAllWorkers();
+            run_.progress->BecomeWorker();
             sigprocmask(SIG_SETMASK, &before, nullptr);
             unsigned long page = settings_.firstPageNumber;
             _exit(static_cast<int>(AdjustOne(run_, input, page)));
@@ -90,6 +141,7 @@ class WorkerPool {
         const int error = errno;
         if (worker > 0) {
             NoteWorker(worker);
+            files_[worker] = input;
             ++running_;
         }
         sigprocmask(SIG_SETMASK, &before, nullptr);
@@ -101,12 +153,18 @@ class WorkerPool {
 
     void WaitForOne() {
         int status = 0;
-        const pid_t worker = waitpid(-1, &status, 0);
+        pid_t worker = waitpid(-1, &status, 0);
+        while (worker < 0 && errno == EINTR) {
+            run_.progress->Show();
+            worker = waitpid(-1, &status, 0);
+        }
         if (worker < 0) {
             running_ = 0;
             return;
         }
         ForgetWorker(worker);
+        run_.progress->EndFile(files_[worker]);
+        files_.erase(worker);
         --running_;
         if (WIFEXITED(status)) {
             Note(static_cast<ExitCode>(WEXITSTATUS(status)));
@@ -122,6 +180,7 @@ class WorkerPool {
 
     const Run& run_;
     const Settings& settings_;
+    std::map<pid_t, std::size_t> files_;  // what each worker has in hand
     int running_ = 0;
     ExitCode result_ = ExitCode::kDone;
 };
@@ -146,7 +205,7 @@ ExitCode ReportFailure(const std::string& name) noexcept {
 }
 
 ExitCode RunAdjust(const Settings& settings, RunFiles& files) {
-    const OutputName name(settings.output);
+    const OutputName name(settings.output, settings.formatName);
     const bool parallel = settings.jobs > 1 && settings.inputs.size() > 1;
     if (!settings.output.empty()) {  // a dry run needs none
         CheckOutputName(name, settings.inputs);
@@ -154,10 +213,13 @@ ExitCode RunAdjust(const Settings& settings, RunFiles& files) {
             throw Error(ExitCode::kUsage, "--jobs: several inputs at a time need %s in the output's name");
         }
     }
-    if (settings.plot && !settings.dryRun) {
+    if (settings.plot && settings.dryRun) {
+        PrintOutput(DescribePlot(settings));
+    } else if (settings.plot) {
         WriteCurvePlot(*settings.plot, settings.tone, settings.force);
     }
-    const Run run{settings, name, files};
+    Progress progress(ShowsProgress(settings) && !settings.dryRun, Weights(settings.inputs));
+    const Run run{settings, name, files, &progress};
     return parallel && !settings.dryRun ? WorkerPool(run).Work() : RunInThisProcess(run);
 }
 

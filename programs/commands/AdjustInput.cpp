@@ -32,13 +32,6 @@ class WriterStage : public Stage {
     LineWriter& writer_;
 };
 
-bool ShowProgress(const Settings& settings) {
-    if (settings.jobs > 1) {
-        return false;  // the lines of several processes would overwrite each other
-    }
-    return settings.progress.value_or(isatty(STDERR_FILENO) != 0);
-}
-
 class InputRun {
   public:
     InputRun(const Run& run, std::size_t input, const Sheets* sheets, std::unique_ptr<LineReader> reader,
@@ -51,8 +44,12 @@ class InputRun {
           sheets_(sheets),
           nextPage_(nextPage),
           reader_(std::move(reader)),
-          progress_(ShowProgress(run.settings), input_),
-          begin_(Now()) {}
+          progress_(run.progress),
+          begin_(Now()) {
+        if (progress_ != nullptr) {
+            progress_->BeginFile(input, input_, reader_->PageCount());
+        }
+    }
 
     void Work() {
         if (sheets_ == nullptr) {
@@ -86,7 +83,7 @@ class InputRun {
             throw NoSuchPage(page - 1);
         }
         // Whatever can fail comes before the output's appearance.
-        const std::string statistics = settings_.stats ? statistics_.Text(Now() - begin_) : "";
+        const std::string statistics = settings_.stats ? StatisticsText() : "";
         CommitWriter();
         if (inputsPage_ != nullptr) {
             inputsPage_->Commit();
@@ -150,7 +147,33 @@ class InputRun {
         }
     }
 
+    void TellProgress(unsigned long page, std::uint32_t line, std::uint32_t height) {
+        if (progress_ != nullptr) {
+            progress_->Line(page, line, height);
+        }
+    }
+
+    // For --stats without an output.
+    void CountPage(unsigned long page) {
+        const ImageInfo& info = reader_->Info();
+        std::vector<std::uint8_t> line(info.LineBytes());
+        for (std::uint32_t y = 0; info.height == 0 || y < info.height; ++y) {
+            if (info.height != 0) {
+                reader_->ReadLine(line.data());
+            } else if (!reader_->ReadLineOrEnd(line.data())) {
+                break;
+            }
+            statistics_.Add(info, line.data());
+            TellProgress(page, y + 1, info.height);
+        }
+        statistics_.EndPage();
+    }
+
     void AdjustPage(unsigned long page) {
+        if (settings_.output.empty()) {
+            CountPage(page);
+            return;
+        }
         // What can't be done is refused before the page is spooled for it.
         PagePlan plan = PlanPage(settings_, reader_->Info());
         std::optional<SpooledPage> spooled;
@@ -177,7 +200,7 @@ class InputRun {
                 statistics_.Add(plan.input, line.data());
             }
             pipeline.Take(line.data());
-            progress_.Line(page, y + 1, plan.input.height);
+            TellProgress(page, y + 1, plan.input.height);
         }
         statistics_.EndPage();
         writer_->EndPage();
@@ -230,11 +253,33 @@ class InputRun {
         }
     }
 
-    void PrintStatistics(std::string_view text) const {
-        for (std::size_t begin = 0; begin < text.size();) {
-            const std::size_t end = text.find('\n', begin);
-            PrintMessage({input_, ": ", text.substr(begin, end - begin)});
+    std::string StatisticsText() const {
+        const double seconds = Now() - begin_;
+        if (settings_.json) {
+            return statistics_.Json(input_, seconds) + "\n";
+        }
+        std::string text = input_ + ":\n";
+        const std::string lines = statistics_.Text(seconds);
+        for (std::size_t begin = 0; begin < lines.size();) {
+            const std::size_t end = lines.find('\n', begin);
+            text += "  " + lines.substr(begin, end + 1 - begin);
             begin = end + 1;
+        }
+        return text;
+    }
+
+    // On standard output, where no page may be; else on standard error.
+    void PrintStatistics(std::string text) const {
+        if (text.empty()) {
+            return;
+        }
+        if (settings_.output.empty()) {
+            PrintOutput(text);
+        } else if (settings_.json) {
+            PrintError(text);
+        } else {
+            text.pop_back();
+            PrintMessage({text});
         }
     }
 
@@ -251,7 +296,7 @@ class InputRun {
     bool isInput_ = false;                    // the writer's name is the input's
     std::unique_ptr<LineWriter> inputsPage_;  // a page of several with the input's name, until all have been read
     unsigned long wholePages_ = 0;
-    Progress progress_;
+    Progress* const progress_;
     Statistics statistics_;
     bool toldReduction_ = false;
     bool toldLeftOut_ = false;
@@ -259,6 +304,10 @@ class InputRun {
 };
 
 }  // namespace
+
+bool ShowsProgress(const Settings& settings) {
+    return settings.progress.value_or(isatty(STDERR_FILENO) != 0);
+}
 
 WriteOptions MakeWriteOptions(const Settings& settings, Container input) {
     WriteOptions options;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "programs/base/Progress.h"
 #include "programs/io/LineReader.h"
 #include "programs/io/LineWriter.h"
 #include "programs/io/OutputName.h"
@@ -17,7 +18,11 @@ struct Run {
     const Settings& settings;
     const OutputName& name;
     RunFiles& files;
+    Progress* progress = nullptr;
 };
+
+// Whether there is to be a line about the progress.
+bool ShowsProgress(const Settings& settings);
 
 // Works on one of the settings' inputs from its first page to its last.
 //   nextPage  the number that %d gives to the first page written; receives the one after the last

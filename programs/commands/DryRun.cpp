@@ -79,6 +79,16 @@ std::string DescribePage(const PagePlan& plan) {
     return text + Row("memory", "about " + std::to_string(megabytes) + " MB at most");
 }
 
+std::string DescribePlot(const Settings& settings) {
+    std::string text;
+    for (const ToneStep& step : settings.tone) {
+        text += (text.empty() ? "" : "; ") + StepText(step);
+    }
+    return "plot, to " + *settings.plot + "\n" +
+           Row("tone", text.empty() ? "nothing: the curve is a straight line" : text) +
+           CurveRows(FoldToneSteps(settings.tone, 24));
+}
+
 std::string DescribeInput(const Run& run, std::size_t index, unsigned long& nextPage) {
     const Settings& settings = run.settings;
     const OutputName& name = run.name;

@@ -1,5 +1,6 @@
 #include "programs/commands/InfoCommand.h"
 
+#include "programs/base/Json.h"
 #include "programs/base/Report.h"
 #include "programs/commands/Adjust.h"
 #include "programs/io/OpenReader.h"
@@ -47,26 +48,15 @@ std::string CompressionName(int tag) {
             return "Deflate";
         case 32773:
             return "PackBits";
+        case 34925:
+            return "LZMA";
+        case 50000:
+            return "Zstd";
+        case 50001:
+            return "WebP";
         default:
             return "TIFF compression " + std::to_string(tag);
     }
-}
-
-// Text within quotes; bytes that are no characters of their own are escaped.
-std::string JsonText(const std::string& text) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    std::string json = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            json += std::string("\\") + c;
-        } else if (byte < 0x20) {
-            json += std::string("\\u00") + kHex[byte >> 4] + kHex[byte & 15];
-        } else {
-            json += c;
-        }
-    }
-    return json + "\"";
 }
 
 std::string JsonRatio(const Ratio& ratio) {
@@ -87,7 +77,12 @@ std::string JsonPage(const LineReader& reader) {
     json += ", \"icc\": " + std::to_string(info.iccProfile.size()) +
             ", \"orientation\": " + std::to_string(info.orientation);
     const std::string compression = CompressionName(reader.TiffCompression());
-    return json + (compression.empty() ? "" : ", \"compression\": " + JsonText(compression)) + "}";
+    json += compression.empty() ? "" : ", \"compression\": " + JsonText(compression);
+    std::string storage;
+    for (const std::string& word : reader.Storage()) {
+        storage += (storage.empty() ? "" : ", ") + JsonText(word);
+    }
+    return json + (storage.empty() ? "" : ", \"storage\": [" + storage + "]") + "}";
 }
 
 std::string PlainPage(const LineReader& reader) {
@@ -95,6 +90,9 @@ std::string PlainPage(const LineReader& reader) {
     std::string text = PageText(info);
     const std::string compression = CompressionName(reader.TiffCompression());
     text += compression.empty() ? "" : ", " + compression;
+    for (const std::string& word : reader.Storage()) {
+        text += ", " + word;
+    }
     text += info.iccProfile.empty() ? "" : ", ICC profile of " + std::to_string(info.iccProfile.size()) + " bytes";
     text += info.orientation == 1 ? "" : ", orientation " + std::to_string(info.orientation);
     return text;
@@ -114,8 +112,10 @@ std::string FileText(const std::string& path, const ReadOptions& options, bool j
         } else {
             text += "  page " + std::to_string(page) + ": " + PlainPage(*reader) + "\n";
         }
-        SkipLines(*reader);
-    } while (reader->NextPage());
+        if (!options.headersOnly) {
+            SkipLines(*reader);
+        }
+    } while (options.headersOnly ? reader->SkipPage() : reader->NextPage());
     return json ? text + "]}" : text;
 }
 
@@ -126,7 +126,8 @@ ExitCode RunInfo(const ParsedArguments& arguments) {
         throw Error(ExitCode::kUsage, "info: no file; see platen --help");
     }
     const bool json = arguments.Given("json");
-    const ReadOptions options = MakeReadOptions(arguments.options);
+    ReadOptions options = MakeReadOptions(arguments.options);
+    options.headersOnly = !arguments.Given("check");
     ExitCode result = ExitCode::kDone;
     std::string list;
     for (const std::string& path : arguments.operands) {

@@ -58,12 +58,19 @@ void ClaimOutputs(CommandBit command, const ParsedArguments& arguments, RunFiles
         }
     }
     const GivenOption* output = arguments.Last("output");
-    const bool writes = output != nullptr || !arguments.Given("dry-run");
+    const bool writes = output != nullptr || !(arguments.Given("dry-run") || arguments.Given("stats"));
     if ((command != kAdjust && command != kScan) || !writes) {
         return;
     }
-    const OutputName name(output != nullptr ? output->value : "-");
+    const GivenOption* format = arguments.Last("format");
+    const OutputName name(output != nullptr ? output->value : "-", format != nullptr ? format->value : "");
     const std::vector<std::string> inputs = InputsOf(command, arguments);
+    if (output == nullptr && inputs.size() > 1) {
+        throw Error(ExitCode::kUsage,
+                    "no output: '" + inputs.back() +
+                        "' counts as an input; -o FILE names the output, for several inputs with %s "
+                        "or %d in it");
+    }
     CheckOutputName(name, inputs);
     if (name.HasPage()) {
         return;

@@ -100,6 +100,9 @@ void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     const std::string path = name.Make("", nextPage);
     const PagePlan plan = PlanFirstPage(settings, device, path);
     CheckNames(settings, name, files);
+    if (settings.page.dryRun && settings.page.plot) {
+        PrintOutput(DescribePlot(settings.page));
+    }
     if (settings.page.dryRun) {
         const std::string head = settings.device + ", page 1" + (path.empty() ? "" : ", to " + path) + "\n";
         PrintOutput(head + DescribePage(plan));
@@ -108,7 +111,8 @@ void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     if (settings.page.plot) {
         WriteCurvePlot(*settings.page.plot, settings.page.tone, settings.page.force);
     }
-    const Run run{settings.page, name, files};
+    Progress progress(ShowsProgress(settings.page), {1});
+    const Run run{settings.page, name, files, &progress};
     AdjustSheets(run, {!settings.pages, TakeTime}, MakeScanReader(device, settings.pages, settings.page.read),
                  nextPage);
     const unsigned long pages = nextPage - settings.page.firstPageNumber;
@@ -143,7 +147,11 @@ ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device, RunFile
 
 ExitCode RunScan(const ScanSettings& settings, RunFiles& files) {
     if (settings.listDevices) {
-        PrintOutput(SaneSession().ListDevices());
+        const std::string list = SaneSession().ListDevices();
+        if (list.empty()) {
+            PrintMessage({"scan: SANE finds no scanner; see sane-find-scanner(1)"});
+        }
+        PrintOutput(list);
         return ExitCode::kDone;
     }
     try {

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "programs/base/Error.h"
+#include "programs/io/Spool.h"
 
 namespace platen_tool {
 
@@ -90,6 +91,28 @@ std::size_t InputFile::Read(void* destination, std::size_t count) noexcept {
         done += part;
     }
     return done;
+}
+
+bool InputFile::Skip(std::uint64_t count) noexcept {
+    const std::size_t have = end_ - begin_;
+    if (seekable_ && count > have) {
+        const off_t at = lseek(descriptor_, 0, SEEK_CUR);
+        const auto left = static_cast<off_t>(count - have);
+        if (at >= 0 && static_cast<std::uint64_t>(at + left) <= FileSize(descriptor_) &&
+            lseek(descriptor_, left, SEEK_CUR) == at + left) {
+            begin_ = end_;
+            return true;
+        }
+    }
+    for (std::uint64_t left = count; left != 0;) {
+        if (begin_ == end_ && !Fill()) {
+            return false;
+        }
+        const auto part = std::min<std::uint64_t>(left, end_ - begin_);
+        begin_ += static_cast<std::size_t>(part);
+        left -= part;
+    }
+    return true;
 }
 
 std::size_t InputFile::TakeBuffered(const std::uint8_t** bytes) noexcept {

@@ -25,6 +25,9 @@ class InputFile {
     // Reads until `count` bytes are there or the file ends; the number read.
     std::size_t Read(void* destination, std::size_t count) noexcept;
 
+    // Passes over `count` bytes; false where the file ends before. Bytes that were never read aren't looked at.
+    bool Skip(std::uint64_t count) noexcept;
+
     // The next byte, or -1 at the end.
     int Get() noexcept {
         if (begin_ == end_ && !Fill()) {

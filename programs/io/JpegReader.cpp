@@ -143,9 +143,12 @@ class JpegReader : public LineReader {
             Run(ReadHeader);
             CheckSize(state_.codec.image_width, state_.codec.image_height, options.limits);
             CheckColours();
-            CheckMemory(options.strictStream);
             Describe();
-            Run(Start);
+            progressive_ = jpeg_has_multiple_scans(&state_.codec) != FALSE;
+            if (!options.headersOnly) {
+                CheckMemory(options.strictStream);
+                Run(Start);
+            }
         } catch (...) {
             Destroy();
             throw;
@@ -178,6 +181,13 @@ class JpegReader : public LineReader {
         state_.row = line;
         Run(ReadRow);
         ++nextLine_;
+    }
+
+    bool SkipPage() override {
+        return false;
+    }
+    std::vector<std::string> Storage() const override {
+        return progressive_ ? std::vector<std::string>{"progressive"} : std::vector<std::string>();
     }
 
     bool NextPage() override {
@@ -306,6 +316,7 @@ class JpegReader : public LineReader {
     ImageInfo info_;
     std::string notice_;
     std::uint32_t nextLine_ = 0;
+    bool progressive_ = false;
     bool ended_ = false;
 };
 

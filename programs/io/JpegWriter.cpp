@@ -70,8 +70,10 @@ constexpr std::uint32_t kMostJpegPixels = 65500;
 
 void CheckJpegLayout(const ImageInfo& info) {
     if (info.bitsPerSample != 8) {
-        throw Error(ExitCode::kUnsupported, "JPEG can't hold " + LayoutName(info) +
-                                                "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
+        const bool bilevel = info.bitsPerSample == 1;
+        throw Error(ExitCode::kUnsupported, "JPEG can't hold " + LayoutName(info) + "; " +
+                                                (bilevel ? "--mode=gray" : "--depth=8") +
+                                                " makes what it can, and PNG, TIFF and PNM hold all");
     }
     if (info.HasAlpha()) {
         throw Error(ExitCode::kUnsupported,

@@ -21,6 +21,7 @@ struct Limits {
 struct ReadOptions {
     Limits limits;
     bool strictStream = false;  // refuse what can't be streamed instead of spooling it
+    bool headersOnly = false;   // no line will be read, but SkipPage called
 };
 
 // Reads an image file line by line, from the top; no whole image is held. Every failure is an Error: a damaged
@@ -53,6 +54,20 @@ class LineReader {
     // After the last line of the page: goes to the next page and returns true, or checks that the file ends
     // as it should and returns false.
     virtual bool NextPage() = 0;
+
+    // The same without reading the page's lines, where the file allows it: whether they are right isn't looked at.
+    virtual bool SkipPage() {
+        std::vector<std::uint8_t> line(Info().LineBytes());
+        for (std::uint32_t y = 0; y < Info().height; ++y) {
+            ReadLine(line.data());
+        }
+        return NextPage();
+    }
+
+    // How the page is stored, in words for `platen info`: "palette", "tiles".
+    virtual std::vector<std::string> Storage() const {
+        return {};
+    }
 
     // The pages of the file, 0 where that is not known before the end.
     virtual std::uint32_t PageCount() const = 0;

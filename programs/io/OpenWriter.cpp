@@ -64,8 +64,10 @@ Container OutputContainer(const std::string& path, std::optional<Container> aske
 
 void RequireSeveralPages(Container container) {
     if (container == Container::kPng || container == Container::kJpeg) {
-        throw Error(ExitCode::kUnsupported, std::string(container == Container::kPng ? "a PNG" : "a JPEG") +
-                                                " holds one page; TIFF, PDF and PNM hold several");
+        throw Error(ExitCode::kUnsupported,
+                    std::string(container == Container::kPng ? "a PNG" : "a JPEG") +
+                        " holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each "
+                        "page a file");
     }
 }
 

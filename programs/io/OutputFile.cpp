@@ -260,6 +260,9 @@ bool OutputFile::Write(const void* bytes, std::size_t count) noexcept {
 }
 
 void OutputFile::CheckWriteError() const {
+    if (error_ != 0 && failed_ != nullptr) {
+        throw Error(ExitCode::kFailed, failed_ + (" can't be written: " + std::string(std::strerror(error_))));
+    }
     if (error_ == EPIPE) {
         throw Error(ExitCode::kBrokenPipe, name_ + ": nobody reads the output any more");
     }

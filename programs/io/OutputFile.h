@@ -39,7 +39,9 @@ class OutputFile {
     }
 
     // Records a failure that happened while Descriptor() was written directly.
-    void SetWriteError(int error) noexcept {
+    //   what  what could not be written, where that is not the output itself
+    void SetWriteError(int error, const char* what = nullptr) noexcept {
+        failed_ = error_ == 0 ? what : failed_;
         error_ = error_ == 0 ? error : error_;
     }
 
@@ -75,6 +77,7 @@ class OutputFile {
     int slot_ = -1;
     int descriptor_ = -1;
     int error_ = 0;
+    const char* failed_ = nullptr;  // what failed, null: the output
     std::uint64_t written_ = 0;
     std::uint64_t pageAt_ = 0;
     std::vector<std::uint8_t> buffer_;

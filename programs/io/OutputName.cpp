@@ -18,6 +18,13 @@ std::string StemOf(std::string_view input) {
     return std::string(dot == std::string_view::npos || dot == 0 ? file : file.substr(0, dot));
 }
 
+// With its dot; empty where there is none.
+std::string EndingOf(std::string_view input) {
+    const std::string_view file = input.substr(input.rfind('/') + 1);
+    const std::size_t dot = file.rfind('.');
+    return std::string(dot == std::string_view::npos || dot == 0 ? std::string_view() : file.substr(dot));
+}
+
 }  // namespace
 
 void OutputName::Append(Piece::Kind kind, std::string text, unsigned digits) {
@@ -26,7 +33,7 @@ void OutputName::Append(Piece::Kind kind, std::string text, unsigned digits) {
     pieces_.push_back({kind, std::move(text), digits});
 }
 
-OutputName::OutputName(std::string_view text) {
+OutputName::OutputName(std::string_view text, std::string_view format) {
     const std::string whole(text);
     while (!text.empty()) {
         const std::size_t at = text.find('%');
@@ -54,6 +61,18 @@ OutputName::OutputName(std::string_view text) {
         }
         text.remove_prefix(1);
     }
+    if (whole.ends_with('/')) {
+        Append(Piece::kName, "", 0);
+        if (format.empty()) {
+            Append(Piece::kEnding, "", 0);
+        } else {
+            Append(Piece::kText,
+                   "." + std::string(format == "tiff"   ? "tif"
+                                     : format == "jpeg" ? "jpg"
+                                                        : format),
+                   0);
+        }
+    }
 }
 
 std::string OutputName::Make(std::string_view input, unsigned long page) const {
@@ -63,6 +82,8 @@ std::string OutputName::Make(std::string_view input, unsigned long page) const {
             name += piece.text;
         } else if (piece.kind == Piece::kName) {
             name += StemOf(input);
+        } else if (piece.kind == Piece::kEnding) {
+            name += EndingOf(input);
         } else {
             const std::string number = std::to_string(page);
             name += std::string(piece.digits > number.size() ? piece.digits - number.size() : 0, '0') + number;

@@ -10,10 +10,12 @@ namespace platen_tool {
 //   %s            the input's name without folder and ending ("stdin" for standard input)
 //   %d, %03d      the page's number in its input, from 1; without %s counting on over all inputs
 //   %%            a percent sign
+//   DIR/          a folder: the input's name in it, with the format's ending where one was asked for
 class OutputName {
   public:
     // Any other percent sign is an Error (kUsage).
-    explicit OutputName(std::string_view text);
+    //   format  "png", "tiff" and so on, or empty: for a folder's files
+    explicit OutputName(std::string_view text, std::string_view format = {});
 
     bool HasName() const {
         return hasName_;
@@ -25,7 +27,7 @@ class OutputName {
 
   private:
     struct Piece {
-        enum Kind { kText, kName, kPage } kind;
+        enum Kind { kText, kName, kPage, kEnding } kind;
         std::string text;     // kText
         unsigned digits = 0;  // kPage: at least that many, filled with zeros
     };

@@ -121,7 +121,9 @@ class PngReader : public LineReader {
             Run(ReadHeader);
             Run(ChooseForm);
             Describe();
-            if (png_get_interlace_type(state_.png, state_.info) != PNG_INTERLACE_NONE) {
+            interlaced_ = png_get_interlace_type(state_.png, state_.info) != PNG_INTERLACE_NONE;
+            palette_ = png_get_color_type(state_.png, state_.info) == PNG_COLOR_TYPE_PALETTE;
+            if (interlaced_ && !options.headersOnly) {
                 SpoolPasses(options.strictStream);
             }
         } catch (...) {
@@ -163,6 +165,21 @@ class PngReader : public LineReader {
         if (info_.bitsPerSample == 1) {
             InvertBits(line, info_.width);
         }
+    }
+
+    bool SkipPage() override {
+        return false;
+    }
+
+    std::vector<std::string> Storage() const override {
+        std::vector<std::string> words;
+        if (palette_) {
+            words.emplace_back("palette");
+        }
+        if (interlaced_) {
+            words.emplace_back("interlaced");
+        }
+        return words;
     }
 
     bool NextPage() override {
@@ -280,6 +297,8 @@ class PngReader : public LineReader {
     ImageInfo info_;
     std::optional<Spool> spool_;
     std::uint32_t nextLine_ = 0;
+    bool interlaced_ = false;
+    bool palette_ = false;
     bool ended_ = false;
 };
 

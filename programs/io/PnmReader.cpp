@@ -47,6 +47,22 @@ class PnmReader : public LineReader {
         }
     }
 
+    bool SkipPage() override {
+        if (header_.Text()) {
+            return LineReader::SkipPage();
+        }
+        const bool spread = header_.kind == 7 && header_.bilevel;
+        const std::size_t line = header_.kind == 4      ? info_.LineBytes()
+                                 : spread               ? samples_
+                                 : header_.maxval > 255 ? samples_ * 2
+                                                        : samples_;
+        if (!file_->Skip(std::uint64_t{line} * info_.height)) {
+            file_->CheckReadError();
+            throw Error(ExitCode::kFailed, "the PNM is damaged: the file ends before the last line");
+        }
+        return NextPage();
+    }
+
     bool NextPage() override {
         int byte = file_->Peek(1) == 0 ? -1 : *file_->Buffered();
         while (byte >= 0 && (IsPnmSpace(byte) || (header_.Text() && byte == '#'))) {

@@ -133,7 +133,8 @@ tmsize_t TiffHandle::OnWrite(thandle_t user, void* bytes, tmsize_t count) {
     }
     const int failure = WriteFully(self->descriptor_, self->position_, bytes, static_cast<std::size_t>(count));
     if (failure != 0) {
-        self->output_->SetWriteError(failure);
+        const bool own = self->descriptor_ == self->output_->Descriptor();
+        self->output_->SetWriteError(failure, own ? nullptr : "the temporary file");
         return 0;
     }
     self->position_ += static_cast<std::uint64_t>(count);

@@ -26,7 +26,8 @@ class TiffHandle {
   public:
     // For reading. No directory is read yet.
     explicit TiffHandle(const TiffSource& source);
-    // For writing, little-endian on every machine, into an empty file. Failed writes are noted in `output`.
+    // For writing, little-endian on every machine, into an empty file: the output's own, or a temporary one. Failed
+    // writes are noted in `output`.
     TiffHandle(int descriptor, OutputFile* output);
     ~TiffHandle();
     TiffHandle(const TiffHandle&) = delete;

@@ -27,6 +27,7 @@ class TiffReader : public LineReader {
     TiffReader(std::unique_ptr<InputFile> file, const ReadOptions& options)
         : file_(std::move(file)),
           limits_(options.limits),
+          headersOnly_(options.headersOnly),
           directories_([this](std::uint64_t offset, void* bytes, std::size_t count) {
               return ReadFully(source_.descriptor, source_.start + offset, bytes, count) == count;
           }) {
@@ -65,6 +66,24 @@ class TiffReader : public LineReader {
             throw Error(ExitCode::kFailed, "read behind the last line");
         }
         rows_->ReadLine(nextLine_++, line);
+    }
+
+    bool SkipPage() override {
+        return NextPage();
+    }
+
+    std::vector<std::string> Storage() const override {
+        std::vector<std::string> words;
+        if (!layout_.palette.empty()) {
+            words.emplace_back("palette");
+        }
+        if (layout_.tiled) {
+            words.emplace_back("tiles");
+        }
+        if (layout_.separate) {
+            words.emplace_back("planar");
+        }
+        return words;
     }
 
     bool NextPage() override {
@@ -155,13 +174,16 @@ class TiffReader : public LineReader {
         CheckSize(info.width, info.height, limits_);
         info.resolution = directories_.ReadResolution(directory_);
         info_ = info;
-        rows_.emplace(*handle_, source_, layout_, info_);
+        if (!headersOnly_) {
+            rows_.emplace(*handle_, source_, layout_, info_);
+        }
         nextLine_ = 0;
         page_ = page;
     }
 
     std::unique_ptr<InputFile> file_;
     Limits limits_;
+    bool headersOnly_;
     TiffDisguise disguise_;
     TiffSource source_;
     std::optional<Spool> spool_;

@@ -29,7 +29,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kTone, nullptr, kToneUsers, kInPresets},
     {"contrast", 0, "N", kTone, "-100..100; side by side they make one step", kToneUsers, kInPresets},
     {"levels", 0, "LIST", kTone, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers, kInPresets},
-    {"gamma", 0, "G", kTone, "0.1..9.99, as --levels=0,255,G", kToneUsers, kInPresets},
+    {"gamma", 0, "G", kTone, "0.1..9.99; up to 1: 255 (i/255)^(1/tan(.78 G))", kToneUsers, kInPresets},
     {"curve", 0, "POINTS", kTone, "five points x,y:x,y:x,y:x,y:x,y", kToneUsers, kInPresets},
     {"curve-kind", 0, "KIND", kTone, "spline or polyline, for the --curve beside it", kToneUsers, kInPresets,
      "spline polyline"},
@@ -65,12 +65,12 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"preset", 0, "NAME|FILE", kPresetGroup, "act as if its options stood here", kToneUsers},
     {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers},
 
-    {"output", 'o', "FILE", kOutput, "'-': standard output; %s: input's name; %d, %03d: page", kPageUsers},
+    {"output", 'o', "FILE", kOutput, "'-': standard output; DIR/; %s: input's name; %d, %03d: page", kPageUsers},
     {"first-page-number", 0, "N", kOutput, nullptr, kPageUsers},
     {"format", 0, "NAME", kOutput, "what %d begins with; png, tiff, jpeg, pdf or pnm", kPageUsers, kInPresets,
      "png tiff jpeg pdf pnm"},
     {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers, kInPresets},
-    {"page", 0, "N[-M]", kOutput, "only these pages", kAdjust},
+    {"page", 0, "N[-[M]]", kOutput, "only these pages", kAdjust},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
     {"threads", 0, "N", kOutput, "1..64 for a page; more than 1 read, adjust and compress together", kAdjust},
     {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust},
@@ -82,7 +82,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kPageUsers | kInfo},
 
     {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kPageUsers},
-    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels, speed, memory", kPageUsers},
+    {"json", 0, nullptr, kReport, nullptr, kAdjust | kInfo},
+    {"stats", 0, nullptr, kReport, "percentiles and suggested --levels; needs no output; as JSON", kPageUsers},
     {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers},
     {"progress", 0, nullptr, kReport, nullptr, kPageUsers},
     {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kPageUsers},
@@ -99,7 +100,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan},
     {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (1)", kScan},
 
-    {"json", 0, nullptr, kInfoGroup, "print JSON", kInfo},
+    {"check", 0, nullptr, kInfoGroup, "read the pixels too, and say what is damaged", kInfo},
 });
 
 std::string OptionText(const OptionSpec& spec) {

@@ -56,6 +56,9 @@ bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
 
 void CheckOutput(const ScanSettings& s) {
     const OutputName name(s.page.output);
+    if (s.page.output.ends_with('/')) {
+        Refuse("-o: '" + s.page.output + "' is a folder, and a scan has no name of its own; say which file in it");
+    }
     if (name.HasName()) {
         Refuse("-o: %s is an input file's name, and a scan has none; %d and %03d number the pages");
     }
@@ -100,6 +103,9 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     }
     rest.operands = {s.device};
     s.page = MakeSettings(rest, terminals);
+    if (s.page.output.empty() && !s.page.dryRun) {
+        Refuse("no output: say -o FILE");  // a sheet isn't pulled for --stats alone
+    }
     CheckOutput(s);
     return s;
 }

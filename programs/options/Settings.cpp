@@ -44,12 +44,14 @@ PageRange ParsePages(const std::string& text) {
     constexpr std::int64_t kLastPage = 0xFFFFFFFF;
     const auto parts = SplitText(text, '-');
     if (parts.size() > 2) {
-        Refuse("--page: '" + text + "' is not N or N-M");
+        Refuse("--page: '" + text + "' is not N, N-M or N-");
     }
     PageRange range;
     range.first = static_cast<std::uint32_t>(ParseWhole("--page", parts.front(), 1, kLastPage));
     range.last = range.first;
-    if (parts.size() == 2) {
+    if (parts.size() == 2 && parts[1].empty()) {
+        range.last = static_cast<std::uint32_t>(kLastPage);
+    } else if (parts.size() == 2) {
         range.last = static_cast<std::uint32_t>(ParseWhole("--page", parts[1], range.first, kLastPage));
     }
     return range;
@@ -106,7 +108,10 @@ Colour ParseColour(const std::string& option, const std::string& text) {
 bool TakePixelOption(Settings& s, const std::string& name, const std::string& value) {
     if (name == "mode") {
         s.pixels.mode = Choose<PixelMode>(
-            name, value,
+            name,
+            value == "grey"     ? "gray"
+            : value == "colour" ? "color"
+                                : value,
             {{"lineart", PixelMode::kLineart}, {"gray", PixelMode::kGray}, {"color", PixelMode::kColor}});
     } else if (name == "depth") {
         s.pixels.depth = Choose<int>(name, value, {{"1", 1}, {"8", 8}, {"16", 16}});
@@ -162,6 +167,7 @@ bool TakeFileOption(Settings& s, const std::string& name, const std::string& val
     if (name == "output") {
         s.output = value;
     } else if (name == "format") {
+        s.formatName = value;
         s.format = Choose<Container>(name, value,
                                      {{"png", Container::kPng},
                                       {"tiff", Container::kTiff},
@@ -202,6 +208,8 @@ bool TakeReportOption(Settings& s, const std::string& name, const std::string& v
         s.dryRun = true;
     } else if (name == "stats") {
         s.stats = true;
+    } else if (name == "json") {
+        s.json = true;
     } else if (name == "plot") {
         s.plot = value;
     } else if (name == "progress" || name == "no-progress") {
@@ -292,7 +300,10 @@ void ResolveFiles(Settings& s, const Terminals& terminals) {
     if (std::count(s.inputs.begin(), s.inputs.end(), "-") > 1) {
         Refuse("standard input can be named only once");
     }
-    if (s.output.empty() && !s.dryRun) {
+    if (s.json && !s.stats) {
+        Refuse("--json: goes with --stats");
+    }
+    if (s.output.empty() && !s.dryRun && !s.stats) {
         if (terminals.output) {
             Refuse("no output: say -o FILE");
         }

@@ -85,6 +85,7 @@ struct Settings {
     bool strip = false;
 
     std::optional<Container> format;
+    std::string formatName;  // as it was given
     int quality = 92;
     std::optional<PageRange> pages;
     unsigned long firstPageNumber = 1;  // the number of the first page written, for %d
@@ -96,6 +97,7 @@ struct Settings {
 
     bool dryRun = false;
     bool stats = false;
+    bool json = false;  // the statistics
     std::optional<std::string> plot;
     std::optional<bool> progress;  // nothing said: on a terminal
     bool verbose = false;

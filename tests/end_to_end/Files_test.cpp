@@ -205,7 +205,7 @@ TEST_F(Files, ProgressIsOneLineThatIsClearedAgain) {
     WriteFile(folder.File("a.pgm"), PnmPage(9, 90, false));
     const Outcome outcome = Run({"--progress", "a.pgm", "-o", "x.pgm"});
     EXPECT_EQ(outcome.code, 0);
-    EXPECT_NE(outcome.err.find("a.pgm: page 1, line 1 of 90"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("1 %: a.pgm, page 1, line 1 of 90"), std::string::npos) << outcome.err;
     EXPECT_EQ(outcome.err.find('\n'), std::string::npos);
     EXPECT_EQ(outcome.err.back(), '\r');
 }

@@ -177,7 +177,8 @@ TEST_F(ScanDevice, TheFeederFillsOneTiff) {
     // No page is scanned for it.
     for (const char* pages : {"--pages=2", "--pages=all"}) {
         ExpectError(Set({"read-return-value=SANE_STATUS_IO_ERROR"}) + Words{pages}, 3,
-                    "a PNG holds one page; TIFF, PDF and PNM hold several");
+                    "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each "
+                    "page a file");
     }
     ExpectError({"--pages=all", "--format=tiff"}, 2,
                 "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder");
@@ -320,7 +321,7 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     const Outcome layout = RunScan({"--depth=16", "-o", "deep.jpg"});
     EXPECT_EQ(layout.code, 3);
     EXPECT_EQ(layout.err,
-              "platen: test: JPEG can't hold 16-bit grey; 8-bit grey and RGB it can, PNG, TIFF and PNM "
+              "platen: test: JPEG can't hold 16-bit grey; --depth=8 makes what it can, and PNG, TIFF and PNM "
               "hold all\n");
     ExpectError({"--hue=10"}, 3, "test: --hue needs a colour page; this one is grey");
     // A scan of unknown height too, which would have come to this error.
@@ -330,12 +331,14 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     ExpectError(hand + Words{"--strict-stream"}, 3,
                 "test: the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
                 "spooling");
-    ExpectError({"--max-side=100"}, 1, "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side");
+    ExpectError({"--max-side=100"}, 1,
+                "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side (--max-side)");
 }
 
 TEST_F(ScanDevice, PagesOfUnknownHeightEndAtTheLimit) {
     const Words hand = Set({"mode=Color", "hand-scanner=yes"}) + Words{"--max-side=300"};
-    const std::string message = "test: the page is too large: 216 x 301 pixels; allowed are 300 on a side";
+    const std::string message =
+        "test: the page is too large: 216 x 301 pixels; allowed are 300 on a side (--max-side)";
     ExpectError(hand, 1, message);
     ExpectError(hand + Set({"three-pass=yes"}), 1, message);
 }

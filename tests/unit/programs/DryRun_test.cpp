@@ -132,15 +132,17 @@ TEST_F(DryRunOfFiles, AnOutputThatCannotHoldThePagesIsAnError) {
         unsigned long next = 1;
         return ErrorText(code, [&] { Describe(path, words, output, next); });
     };
-    EXPECT_EQ(refusal(ExitCode::kUnsupported, {}, "two.png"),
-              "a PNG holds one page; TIFF, PDF and PNM hold several");
+    EXPECT_EQ(
+        refusal(ExitCode::kUnsupported, {}, "two.png"),
+        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
     EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=2-3", "--format=jpeg"}, "two.tif"),
-              "a JPEG holds one page; TIFF, PDF and PNM hold several");
+              "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page "
+              "a file");
     EXPECT_EQ(refusal(ExitCode::kUsage, {}, "foo"),
               "-o: 'foo' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm and .pam do, or "
               "--format");
     EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=1", "--depth=16"}, "one.jpg"),
-              "JPEG can't hold 16-bit grey; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
+              "JPEG can't hold 16-bit grey; --depth=8 makes what it can, and PNG, TIFF and PNM hold all");
     unsigned long next = 1;
     EXPECT_NE(Describe(path, {"--page=2"}, "one.png", next), "");
     for (const char* output : {"%d.png", "all.tif", "all.pnm", "-", ""}) {

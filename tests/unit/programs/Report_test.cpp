@@ -1,4 +1,5 @@
 #include "programs/base/Report.h"
+#include "programs/base/Progress.h"
 
 #include <gtest/gtest.h>
 
@@ -82,9 +83,10 @@ TEST(Progress, AtMostTenTimesASecondAndOnlyWhereItIsOn) {
     testing::internal::CaptureStderr();
     const double begin = Now();
     {
-        Progress off(false, "off");
-        Progress progress(true, "a");
-        progress.Line(1, 1, 9);
+        Progress off(false, {1});
+        off.BeginFile(0, "off", 1);
+        Progress progress(true, {1});
+        progress.BeginFile(0, "a", 1);
         for (const double first = Now(); Now() - first < 0.35;) {
             off.Line(1, 1, 9);
             progress.Line(1, 1, 9);
@@ -102,14 +104,55 @@ TEST(Progress, AtMostTenTimesASecondAndOnlyWhereItIsOn) {
 TEST(Progress, AMessageGetsALineOfItsOwn) {
     testing::internal::CaptureStderr();
     {
-        Progress progress(true, "a");
+        Progress progress(true, {1, 1});
+        progress.BeginFile(0, "a", 2);
         progress.Line(2, 50, 100);
         PrintMessage({"hel", "lo"});
         PrintMessage({"again"});
     }
-    const std::string line = "a: page 2, line 50 of 100 (50 %)";
+    const std::string line = "file 1 of 2, 37 %: a, page 2, line 50 of 100";
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "\r" + line + "\r" + std::string(line.size(), ' ') + "\rplaten: hello\nplaten: again\n");
+}
+
+TEST(Progress, TellsTheFileTheShareAndTheTimeLeft) {
+    ProgressState state;
+    state.name = "scan.tif";
+    state.line = 7;
+    EXPECT_EQ(ProgressText(state, 79), "scan.tif, page 1, line 7");
+    state.height = 90;
+    state.share = 0.25;
+    EXPECT_EQ(ProgressText(state, 79), "25 %: scan.tif, page 1, line 7 of 90");
+    state.seconds = 65.0;
+    EXPECT_EQ(ProgressText(state, 79), "25 %, 3:15 left: scan.tif, page 1, line 7 of 90");
+    state.files = 120;
+    state.filesDone = 2;
+    state.seconds = 6000.0;
+    EXPECT_EQ(ProgressText(state, 79), "file 3 of 120, 25 %, 5:00:00 left: scan.tif, page 1, line 7 of 90");
+    state.parallel = true;
+    EXPECT_EQ(ProgressText(state, 79), "2 of 120 files, 25 %, 5:00:00 left");
+}
+
+TEST(Progress, IsCutToTheTerminal) {
+    ProgressState state;
+    state.name = "\x1B[2Jna\xC3\xAFve-\xE6\x96\x87\xE6\x9B\xB8-\xFF\xC2\x85.tif";
+    EXPECT_EQ(ProgressText(state, 100), "?[2Jna\xC3\xAFve-\xE6\x96\x87\xE6\x9B\xB8-??.tif, page 1, line 0");
+    EXPECT_EQ(ProgressText(state, 12), "?[2Jna\xC3\xAFve-\xE6\x96\x87");
+    EXPECT_EQ(ProgressText(state, 11), "?[2Jna\xC3\xAFve-");
+    for (std::size_t columns = 1; columns < 60; ++columns) {
+        EXPECT_LE(ProgressText(ProgressState{}, columns).size(), columns);
+    }
+}
+
+TEST(Progress, FilesCountByTheirWeight) {
+    testing::internal::CaptureStderr();
+    {
+        Progress progress(true, {300, 100});
+        progress.EndFile(0);
+        progress.BeginFile(1, "b", 1);
+        progress.Line(1, 1, 2);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("\rfile 2 of 2, 87 %: b, page 1, line 1 of 2"), 0u);
 }
 
 }  // namespace

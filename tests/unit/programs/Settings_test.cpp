@@ -104,7 +104,7 @@ TEST(Settings, WrongValuesAreNamed) {
     EXPECT_EQ(Refusal({"--size=10"}), "--size: '10' is not WxH");
     EXPECT_EQ(Refusal({"--width=0"}), "--width: '0' is out of range; allowed are 1 to 2147483647");
     EXPECT_EQ(Refusal({"--resolution=1x2x3"}), "--resolution: '1x2x3' is not DPI or XxY");
-    EXPECT_EQ(Refusal({"--page=1-2-3"}), "--page: '1-2-3' is not N or N-M");
+    EXPECT_EQ(Refusal({"--page=1-2-3"}), "--page: '1-2-3' is not N, N-M or N-");
     EXPECT_EQ(Refusal({"--page=3-2"}), "--page: '2' is out of range; allowed are 3 to 4294967295");
     EXPECT_EQ(Refusal({"--mode=rgb"}), "--mode: 'rgb' is none of lineart, gray, color");
     EXPECT_EQ(Refusal({"--depth=4"}), "--depth: '4' is none of 1, 8, 16");

@@ -121,12 +121,15 @@ TEST(RoundTrip, PngAndJpegRefuseASecondPage) {
         [&] {
             WritePages(scratch / "pages.png", {page, page});
         },
-        ExitCode::kUnsupported, "a PNG holds one page; TIFF, PDF and PNM hold several");
+        ExitCode::kUnsupported,
+        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
     ExpectError(
         [&] {
             WritePages(scratch / "pages.jpg", {page, page});
         },
-        ExitCode::kUnsupported, "a JPEG holds one page; TIFF, PDF and PNM hold several");
+        ExitCode::kUnsupported,
+        "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a "
+        "file");
     EXPECT_EQ(scratch.Files(), 0u);
 }
 
@@ -140,7 +143,7 @@ TEST(RoundTrip, JpegRefusesWhatItLacks) {
         ExpectError([&] { WritePages(scratch / "page.jpg", {page}); }, ExitCode::kUnsupported,
                     layout.bits == 8
                         ? "JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it"
-                        : "; 8-bit grey and RGB it can, PNG, TIFF and PNM hold all");
+                        : " makes what it can, and PNG, TIFF and PNM hold all");
     }
     ExpectError([&] { WritePages(scratch / "page.jpg", {RandomPage(65501, 1, 8, 1, 1)}); }, ExitCode::kUnsupported,
                 "JPEG holds at most 65500 pixels on a side; PNG, TIFF and PNM hold more");
