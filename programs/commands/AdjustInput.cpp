@@ -84,6 +84,7 @@ class InputRun {
         }
         // Whatever can fail comes before the output's appearance.
         const std::string statistics = settings_.stats ? StatisticsText() : "";
+        allPages_ = true;
         CommitWriter();
         if (inputsPage_ != nullptr) {
             inputsPage_->Commit();
@@ -102,7 +103,7 @@ class InputRun {
 
     // The sheets before the one that failed can't be had again.
     [[noreturn]] void KeepSheets(const Error& error) {
-        if (wholePages_ == 0) {
+        if (wholePages_ == 0 || allPages_) {
             throw error;
         }
         const std::string why =
@@ -204,13 +205,13 @@ class InputRun {
         }
         statistics_.EndPage();
         writer_->EndPage();
-        ++wholePages_;
         Tell(writer_->Notice());
         if (isInput_) {
             inputsPage_ = std::move(writer_);
         } else if (name_.HasPage()) {
             CommitWriter();
         }
+        ++wholePages_;
     }
 
     // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
@@ -296,6 +297,7 @@ class InputRun {
     bool isInput_ = false;                    // the writer's name is the input's
     std::unique_ptr<LineWriter> inputsPage_;  // a page of several with the input's name, until all have been read
     unsigned long wholePages_ = 0;
+    bool allPages_ = false;  // and what fails is no page
     Progress* const progress_;
     Statistics statistics_;
     bool toldReduction_ = false;

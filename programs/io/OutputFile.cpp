@@ -276,6 +276,11 @@ void OutputFile::MarkPage() {
     pageAt_ = written_;
 }
 
+void OutputFile::EndPage() {
+    Flush();
+    CheckWriteError();
+}
+
 void OutputFile::DropPage() {
     buffer_.clear();
     if (!temporary_) {

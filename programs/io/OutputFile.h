@@ -55,7 +55,9 @@ class OutputFile {
 
     // For files that are written by Write: where a page begins, and taking back all that was written since,
     // failures included. What has left through a pipe stays there.
+    // EndPage throws where the page's last bytes can't be written, so that they don't count as whole.
     void MarkPage();
+    void EndPage();
     void DropPage();
 
     void Commit();

@@ -66,11 +66,9 @@ OutputName::OutputName(std::string_view text, std::string_view format) {
         if (format.empty()) {
             Append(Piece::kEnding, "", 0);
         } else {
-            Append(Piece::kText,
-                   "." + std::string(format == "tiff"   ? "tif"
-                                     : format == "jpeg" ? "jpg"
-                                                        : format),
-                   0);
+            std::string ending(".");
+            ending += format == "tiff" ? "tif" : format == "jpeg" ? "jpg" : format;
+            Append(Piece::kText, ending, 0);
         }
     }
 }

@@ -178,8 +178,8 @@ class PdfWriter : public LineWriter {
         Put("\nendstream\nendobj\n");
         PutObject(length_, std::to_string(length));
         PutPage();
+        file_->EndPage();
         kept_.reset();
-        file_->CheckWriteError();
     }
 
     void DropPage() override {

@@ -51,6 +51,7 @@ class PnmWriter : public LineWriter {
 
     void EndPage() override {
         lines_.CheckEnd();
+        file_->EndPage();
         inPage_ = false;
     }
 

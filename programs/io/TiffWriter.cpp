@@ -119,6 +119,7 @@ class TiffWriter : public LineWriter {
         const int result = TIFFWriteDirectory(handle_->Get());
         handle_->Check(result == 1, "the TIFF can't be written");
         StoreExactResolution();
+        keptDirectory_ = lastDirectory_;
         pageAt_.reset();
     }
 
@@ -130,7 +131,7 @@ class TiffWriter : public LineWriter {
         handle_.reset();
         const int failure = ftruncate(Descriptor(), static_cast<off_t>(*pageAt_)) == 0 ? 0 : errno;
         file_->ForgetWriteError();
-        file_->SetWriteError(failure);
+        file_->SetWriteError(failure == 0 ? EndChain() : failure);
         pageAt_.reset();
     }
 
@@ -220,6 +221,17 @@ class TiffWriter : public LineWriter {
         }
     }
 
+    // The codec library links a directory to the one before it writes the directory itself. Gives 0 or errno.
+    int EndChain() const {
+        std::uint8_t count[2];
+        if (ReadFully(Descriptor(), keptDirectory_, count, sizeof count) != sizeof count) {
+            return EIO;
+        }
+        const std::uint64_t next = keptDirectory_ + 2 + 12 * std::uint64_t{count[0] + 256u * count[1]};
+        constexpr std::uint8_t kNone[4] = {};
+        return WriteFully(Descriptor(), next, kNone, sizeof kNone);
+    }
+
     // The codec library takes resolutions as floats, which rounds them; the ratios are put in their place here.
     void StoreExactResolution() {
         TiffDirectoryReader reader([this](std::uint64_t offset, void* bytes, std::size_t count) {
@@ -282,6 +294,7 @@ class TiffWriter : public LineWriter {
     std::optional<TiffStrips> strips_;
     LineCount lines_;
     std::uint64_t lastDirectory_ = 0;
+    std::uint64_t keptDirectory_ = 0;  // of the last page that is whole
 };
 
 }  // namespace

@@ -103,8 +103,11 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     }
     rest.operands = {s.device};
     s.page = MakeSettings(rest, terminals);
-    if (s.page.output.empty() && !s.page.dryRun) {
-        Refuse("no output: say -o FILE");  // a sheet isn't pulled for --stats alone
+    if (s.page.output.empty() && !s.page.dryRun) {  // a sheet isn't pulled for --stats alone
+        if (terminals.output) {
+            Refuse("no output: say -o FILE");
+        }
+        s.page.output = "-";
     }
     CheckOutput(s);
     return s;

@@ -173,6 +173,29 @@ TEST_F(BadSane, ADiskWithoutRoomForThePagesIsTold) {
         "", 2);
 }
 
+// The directory of the page that finds no room has been linked to the one before it by then.
+TEST_F(BadSane, AFullDiskLeavesAFileThatCanBeRead) {
+    for (const std::string name : {"all.tif", "all.pgm"}) {
+        setenv("BAD_SANE", "empty after 10", 1);
+        bool kept = false;
+        for (int blocks = 1; blocks < 9; ++blocks) {
+            const Outcome outcome = Run({"-c", "ulimit -f " + std::to_string(blocks) +
+                                                   "; " PLATEN_PROGRAM " scan -d x --pages=all -o " + name},
+                                        "sh");
+            const std::size_t at = outcome.err.find(" kept, page ");
+            if (outcome.code != 0 && at != std::string::npos) {
+                kept = true;
+                const std::string pages = SheetsIn(name);
+                EXPECT_EQ("platen: x: " + std::to_string(std::count(pages.begin(), pages.end(), ' ') + 1),
+                          outcome.err.substr(0, outcome.err.find(" page")))
+                    << outcome.err << pages;
+            }
+            Clear();
+        }
+        EXPECT_TRUE(kept) << name;
+    }
+}
+
 TEST_F(BadSane, TheFirstPageThatFailsLeavesNothing) {
     ExpectKept("second jam", {"--pages=all", "-o", "all.tif"}, 4, "1 page kept, page 2 failed: jam", "all.tif", 2);
     Clear();

@@ -56,6 +56,14 @@ TEST_F(ScanDevice, ListsTheDevices) {
     EXPECT_EQ(outcome.code, 0);
 }
 
+TEST_F(ScanDevice, ListingNoneSaysSo) {
+    WriteFile(configuration.File("dll.conf"), "");
+    const Outcome outcome = Run({"scan", "-L"});
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "platen: scan: SANE finds no scanner; see sane-find-scanner(1)\n");
+    EXPECT_EQ(outcome.code, 0);
+}
+
 TEST_F(ScanDevice, PagesEqualThoseOfAnotherProgram) {
     if (ScanImage({}).empty()) {
         GTEST_SKIP() << "no scanimage here";
