@@ -21,6 +21,7 @@ using std::filesystem::path;
 const std::map<std::string, std::string> kUnseen = {
     {"the HSV filter refused a line", "the filter refuses wrong settings only, and has refused them before"},
     {"the sharpness filter refused a line", "the filter takes every line once it has been set up"},
+    {"; the pages before it can't be kept: ", "a disk that fails when all pages have been written to it"},
     {"the page has too many lines", "after 4 294 967 295 of them"},
     {"this PNG layout isn't supported", "guards memory, should libpng give another form than it was asked for"},
     {"TIFF rows of this layout aren't supported", "guards memory, should libtiff count a row's bytes otherwise"},
