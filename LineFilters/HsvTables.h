@@ -4,6 +4,14 @@
 
 // The HSV row's tables, one of each for all targets. Not installed.
 
+// Said before the definition, so that kernels reach the tables without a detour. On Windows nothing leaves a library that
+// isn't marked.
+#if defined(_WIN32)
+#define PLATEN_HIDDEN
+#else
+#define PLATEN_HIDDEN [[gnu::visibility("hidden")]]
+#endif
+
 namespace platen {
 
 // Whole degrees inside a sector, trunc(x / (d / 60)), for d = max - min from 1 to 255 and x from 0 to d, at
@@ -27,8 +35,8 @@ struct HsvFronts {
 };
 
 // Hidden, so that the kernels reach them without a detour by the global offset table.
-[[gnu::visibility("hidden")]] extern const HsvAngles kHsvAngles;
-[[gnu::visibility("hidden")]] extern const HsvSteps kHsvSteps;
-[[gnu::visibility("hidden")]] extern const HsvFronts kHsvFronts;
+PLATEN_HIDDEN extern const HsvAngles kHsvAngles;
+PLATEN_HIDDEN extern const HsvSteps kHsvSteps;
+PLATEN_HIDDEN extern const HsvFronts kHsvFronts;
 
 }  // namespace platen

@@ -13,7 +13,11 @@ void* __real_malloc(std::size_t size);
 void __real_free(void* block);
 void* __wrap_malloc(std::size_t size);
 void __wrap_free(void* block);
-#if __SIZEOF_SIZE_T__ == 8
+#if defined(_WIN64)
+#define PLATEN_NEW(prefix) prefix##_Znwy
+#define PLATEN_NEW_NOTHROW(prefix) prefix##_ZnwyRKSt9nothrow_t
+#define PLATEN_DELETE_SIZED(prefix) prefix##_ZdlPvy
+#elif __SIZEOF_SIZE_T__ == 8
 #define PLATEN_NEW(prefix) prefix##_Znwm
 #define PLATEN_NEW_NOTHROW(prefix) prefix##_ZnwmRKSt9nothrow_t
 #define PLATEN_DELETE_SIZED(prefix) prefix##_ZdlPvm

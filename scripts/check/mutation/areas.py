@@ -49,7 +49,7 @@ FILES = [
 def library():
     found = [f for folder in ("ToneWorld", "LineFilters", "Sources", "c")
              for f in glob.glob(f"{folder}/**/*.cpp", recursive=True)]  # fmt: skip
-    return sorted(found)
+    return sorted(f for f in found if not f.endswith("_wasm.cpp"))
 
 
 def files():
