@@ -1,9 +1,14 @@
 #include "support/AllocationLedger.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include <array>
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <utility>
 
 // The linker sends the test program's calls of malloc and operator new here (--wrap). The book-keeping itself
 // uses fixed arrays, since it must not allocate.
@@ -66,7 +71,48 @@ struct Counter {
     }
 };
 
+#if defined(_WIN32)
+// Thread-local variables take memory from malloc here, so the thread is told by its number. The runtime is linked
+// in, and its own calls of malloc come here too: those of operator new and of a throw don't count.
+DWORD owner = 0;
+bool passNext = false;
+
+bool IsActive() {
+    return owner == GetCurrentThreadId() && !std::exchange(passNext, false);
+}
+
+void SetActive(bool active) {
+    owner = active ? GetCurrentThreadId() : 0;
+}
+
+void PassNextMalloc() {
+    passNext = true;
+}
+
+// The first throw of a thread takes more memory than the others.
+void ThrowOnce() {
+    try {
+        throw std::bad_alloc();
+    } catch (const std::bad_alloc&) {
+        passNext = false;
+    }
+}
+#else
 thread_local bool active = false;
+
+bool IsActive() {
+    return active;
+}
+
+void SetActive(bool on) {
+    active = on;
+}
+
+void PassNextMalloc() {}
+
+void ThrowOnce() {}
+#endif
+
 Counter mallocs;
 Counter news;
 std::array<Block, 4096> blocks;
@@ -94,7 +140,7 @@ void Leave(const void* address) {
 }  // namespace
 
 void* __wrap_malloc(std::size_t size) {
-    if (!active) {
+    if (!IsActive()) {
         return __real_malloc(size);
     }
     if (mallocs.NextFails()) {
@@ -108,31 +154,34 @@ void* __wrap_malloc(std::size_t size) {
 }
 
 void __wrap_free(void* block) {
-    if (active && block != nullptr) {
+    if (block != nullptr && IsActive()) {
         Leave(block);
     }
     __real_free(block);
 }
 
 void* PLATEN_NEW(__wrap_)(std::size_t size) {
-    if (!active) {
+    if (!IsActive()) {
         return PLATEN_NEW(__real_)(size);
     }
     if (news.NextFails()) {
+        PassNextMalloc();
         throw std::bad_alloc();
     }
+    PassNextMalloc();
     void* block = PLATEN_NEW(__real_)(size);
     Enter(block, size, true);
     return block;
 }
 
 void* PLATEN_NEW_NOTHROW(__wrap_)(std::size_t size, const std::nothrow_t& tag) {
-    if (!active) {
+    if (!IsActive()) {
         return PLATEN_NEW_NOTHROW(__real_)(size, tag);
     }
     if (news.NextFails()) {
         return nullptr;
     }
+    PassNextMalloc();
     void* block = PLATEN_NEW_NOTHROW(__real_)(size, tag);
     if (block != nullptr) {
         Enter(block, size, true);
@@ -141,14 +190,14 @@ void* PLATEN_NEW_NOTHROW(__wrap_)(std::size_t size, const std::nothrow_t& tag) {
 }
 
 void __wrap__ZdlPv(void* block) {
-    if (active && block != nullptr) {
+    if (block != nullptr && IsActive()) {
         Leave(block);
     }
     __real__ZdlPv(block);
 }
 
 void PLATEN_DELETE_SIZED(__wrap_)(void* block, std::size_t size) {
-    if (active && block != nullptr) {
+    if (block != nullptr && IsActive()) {
         Leave(block);
     }
     PLATEN_DELETE_SIZED(__real_)(block, size);
@@ -160,11 +209,12 @@ AllocationLedger::AllocationLedger() {
     mallocs = Counter();
     news = Counter();
     blockCount = 0;
-    active = true;
+    ThrowOnce();
+    SetActive(true);
 }
 
 AllocationLedger::~AllocationLedger() {
-    active = false;
+    SetActive(false);
 }
 
 void AllocationLedger::FailOnly(std::size_t index) {
@@ -209,12 +259,12 @@ std::size_t AllocationLedger::OutstandingMallocs() const {
 }
 
 std::vector<std::size_t> AllocationLedger::OutstandingSizes() const {
-    active = false;  // the vector's own memory is not the library's
+    SetActive(false);  // the vector's own memory is not the library's
     std::vector<std::size_t> sizes;
     for (std::size_t i = 0; i < blockCount; ++i) {
         sizes.push_back(blocks[i].size);
     }
-    active = true;
+    SetActive(true);
     return sizes;
 }
 
