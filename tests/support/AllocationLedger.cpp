@@ -75,15 +75,26 @@ struct Counter {
 // Thread-local variables take memory from malloc here, so the thread is told by its number. The runtime is linked
 // in, and its own calls of malloc come here too: those of operator new and of a throw don't count.
 DWORD owner = 0;
+bool inside = false;
 bool passNext = false;
 
 bool IsActive() {
-    return owner == GetCurrentThreadId() && !std::exchange(passNext, false);
+    return owner == GetCurrentThreadId() && !inside && !std::exchange(passNext, false);
 }
 
 void SetActive(bool active) {
     owner = active ? GetCurrentThreadId() : 0;
 }
+
+// While operator new does its work, by other functions that come here.
+struct Inside {
+    Inside() {
+        inside = true;
+    }
+    ~Inside() {
+        inside = false;
+    }
+};
 
 void PassNextMalloc() {
     passNext = true;
@@ -107,6 +118,11 @@ bool IsActive() {
 void SetActive(bool on) {
     active = on;
 }
+
+struct Inside {
+    Inside() {}
+    ~Inside() {}
+};
 
 void PassNextMalloc() {}
 
@@ -168,7 +184,7 @@ void* PLATEN_NEW(__wrap_)(std::size_t size) {
         PassNextMalloc();
         throw std::bad_alloc();
     }
-    PassNextMalloc();
+    const Inside inOperatorNew;
     void* block = PLATEN_NEW(__real_)(size);
     Enter(block, size, true);
     return block;
@@ -181,7 +197,7 @@ void* PLATEN_NEW_NOTHROW(__wrap_)(std::size_t size, const std::nothrow_t& tag) {
     if (news.NextFails()) {
         return nullptr;
     }
-    PassNextMalloc();
+    const Inside inOperatorNew;
     void* block = PLATEN_NEW_NOTHROW(__real_)(size, tag);
     if (block != nullptr) {
         Enter(block, size, true);

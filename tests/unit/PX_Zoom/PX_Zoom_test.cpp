@@ -12,6 +12,13 @@
 
 namespace {
 
+// How a process ends by abort.
+#if defined(_WIN32)
+const testing::ExitedWithCode kAborted(3);
+#else
+const testing::KilledBySignal kAborted(SIGABRT);
+#endif
+
 static_assert(std::is_same_v<decltype(PX_Zoom::linesReady), std::int32_t> &&
               std::is_same_v<decltype(PX_Zoom::zoom), PX_Zoom*> &&
               std::is_same_v<decltype(PX_Zoom::pixelFormat), std::int32_t>);
@@ -236,20 +243,20 @@ constexpr char kAssertion[] = "^Sources/PX_Zoom/PX_Zoom:84: failed assertion `0'
 TEST(PX_ZoomDeathTest, LargeEnlargementByMethod1Aborts) {
     testing::FLAGS_gtest_death_test_style = kDeathTestStyle;
     PX_Zoom zoom;
-    EXPECT_EXIT(zoom.Open(200, 200, 100, 100, 24, 1), testing::KilledBySignal(SIGABRT), kAssertion);
+    EXPECT_EXIT(zoom.Open(200, 200, 100, 100, 24, 1), kAborted, kAssertion);
 }
 
 TEST(PX_ZoomDeathTest, SmallSourceByMethod1AbortsToo) {
     testing::FLAGS_gtest_death_test_style = kDeathTestStyle;
     PX_Zoom zoom;
-    EXPECT_EXIT(zoom.Open(200, 200, 4, 100, 24, 1), testing::KilledBySignal(SIGABRT), kAssertion);
+    EXPECT_EXIT(zoom.Open(200, 200, 4, 100, 24, 1), kAborted, kAssertion);
 }
 
 TEST(PX_ZoomDeathTest, AssertionComesBeforeValidation) {
     testing::FLAGS_gtest_death_test_style = kDeathTestStyle;
     PX_Zoom zoom;
-    EXPECT_EXIT(zoom.Open(200, 200, 100, 100, 12, 7), testing::KilledBySignal(SIGABRT), kAssertion);
-    EXPECT_EXIT(zoom.Open(0, 0, 0, 0, 24, 1), testing::KilledBySignal(SIGABRT), kAssertion);
+    EXPECT_EXIT(zoom.Open(200, 200, 100, 100, 12, 7), kAborted, kAssertion);
+    EXPECT_EXIT(zoom.Open(0, 0, 0, 0, 24, 1), kAborted, kAssertion);
 }
 
 // The text is out before the process ends, though the host has given standard error a buffer.
@@ -261,7 +268,7 @@ TEST(PX_ZoomDeathTest, AssertionIsPrintedThroughABuffer) {
         std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
         zoom.Open(200, 200, 100, 100, 24, 1);
     };
-    EXPECT_EXIT(buffered(), testing::KilledBySignal(SIGABRT), kAssertion);
+    EXPECT_EXIT(buffered(), kAborted, kAssertion);
 }
 
 TEST(PX_ZoomHelpers, SamplesAndBits) {
