@@ -4,8 +4,8 @@
 
 // The HSV row's tables, one of each for all targets. Not installed.
 
-// Said before the definition, so that kernels reach the tables without a detour. On Windows nothing leaves a library that
-// isn't marked.
+// Said before the definition, so that kernels reach the tables without a detour. On Windows nothing leaves a
+// library that isn't marked.
 #if defined(_WIN32)
 #define PLATEN_HIDDEN
 #else

@@ -1,6 +1,6 @@
-/* A small host in C. It calls all three services through platen.h and answers 0 where the results are what the header
- * promises. Built with FAIL_MALLOC it stands between the libraries and malloc, lets every request fail once, and expects a
- * status from each call. */
+/* A small host in C. It calls all three services through platen.h and answers 0 where the results are what the
+ * header promises. Built with FAIL_MALLOC it stands between the libraries and malloc, lets every request fail once,
+ * and expects a status from each call. */
 #include <platen.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -120,7 +120,8 @@ static int32_t scaler(void) {
             }
         }
     }
-    if (status == PLATEN_DONE && (lines != 7 || zoom->dst_width != 20 || zoom->zoom->horz_param[0].weightSum != 19)) {
+    if (status == PLATEN_DONE &&
+        (lines != 7 || zoom->dst_width != 20 || zoom->zoom->horz_param[0].weightSum != 19)) {
         status = -1;
     }
     platen_zoom_free(zoom);
