@@ -30,10 +30,10 @@ std::int32_t PLATEN_LIVE(tone_curve)(std::int32_t kind, const float* points, std
 std::int32_t PLATEN_LIVE(tone_balance)(std::int32_t group, std::int32_t red, std::int32_t green, std::int32_t blue);
 void PLATEN_LIVE(tone_fold)(std::int32_t depth, std::uint8_t* tables);
 
-// One page at a time: page_begin, page_step for each step from the first to the last, page_start, then page_take
+// One page at a time: page_begin, page_step for each stage from the first to the last, page_start, then page_take
 // with the source lines from the top, in as many calls as one likes. Each gives the number of result lines that are
 // ready; they lie at page_lines() and are gone with the next call.
-//   kind       the tool's StageKind (programs/page/PagePlan.h)
+//   kind       the tool's StageKind, as a number (programs/page/PagePlan.h)
 //   settings   three doubles: saturation, hue, lightness; the sharpness; the threshold in percent
 //   tables     for tone steps, as from tone_fold; null for others
 struct LiveLayout {
