@@ -76,12 +76,6 @@ void RefuseLeftOvers(const CLI::App& app) {
 
 }  // namespace
 
-const GivenOption* ParsedArguments::Last(std::string_view name) const {
-    const auto found = std::find_if(options.rbegin(), options.rend(),
-                                    [name](const GivenOption& option) { return option.name == name; });
-    return found != options.rend() ? &*found : nullptr;
-}
-
 ParsedArguments ParseArguments(CommandBit command, const std::vector<std::string>& given) {
     const std::vector<std::string> arguments = WithBareValues(command, given);
     CLI::App app;

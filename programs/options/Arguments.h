@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,8 +21,16 @@ struct ParsedArguments {
     std::vector<GivenOption> options;
     std::vector<std::string> operands;
 
-    // The option's last occurrence, which is the one that counts; null where it is not given.
-    const GivenOption* Last(std::string_view name) const;
+    // The option's last occurrence, which is the one that counts; null where it is not given. In the header, so
+    // that the SANE backend has these records without the parser.
+    const GivenOption* Last(std::string_view name) const {
+        for (std::size_t i = options.size(); i > 0; --i) {
+            if (options[i - 1].name == name) {
+                return &options[i - 1];
+            }
+        }
+        return nullptr;
+    }
 
     bool Given(std::string_view name) const {
         return Last(name) != nullptr;
