@@ -203,7 +203,14 @@ SANE_Status CollectPasses(Device& device, const SANE_Parameters& parameters, con
     for (int number = 0; number < 3; ++number) {
         SANE_Status status = SANE_STATUS_GOOD;
         if (number > 0) {
+            if (cancelled) {
+                return SANE_STATUS_CANCELLED;
+            }
             status = device.Start();
+            if (cancelled) {  // the start may have taken the cancel back
+                device.Cancel();
+                return SANE_STATUS_CANCELLED;
+            }
             if (status == SANE_STATUS_GOOD) {
                 status = device.Parameters(pass);
             }
