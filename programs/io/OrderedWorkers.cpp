@@ -24,6 +24,7 @@ OrderedWorkers::~OrderedWorkers() {
 // Threads start with the first piece: a small page needs none.
 void OrderedWorkers::StartThreads() {
     started_ = true;
+    threads_.reserve(workers_);  // a thread that runs must not be lost for want of memory
     for (unsigned i = 0; workers_ > 1 && i < workers_; ++i) {
         std::thread thread = StartQuietThread([](void* self) { static_cast<OrderedWorkers*>(self)->Work(); }, this);
         if (!thread.joinable()) {

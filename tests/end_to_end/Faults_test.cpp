@@ -41,7 +41,9 @@ TEST_F(Faults, AProcessThatCannotBeStarted) {
     const Outcome outcome =
         Run("FAULT_FORK", std::to_string(EAGAIN), {"a.ppm", "b.ppm", "--jobs=2", "-o", "%s.png"});
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(outcome.err, "platen: a.ppm: a process cannot be started: Resource temporarily unavailable\n");
+    EXPECT_EQ(outcome.err,
+              "platen: a.ppm: a process cannot be started: Resource temporarily unavailable\n"
+              "platen: b.ppm: a process cannot be started: Resource temporarily unavailable\n");
     EXPECT_EQ(folder.Listing(), "a.ppm b.ppm");
 }
 
