@@ -22,7 +22,8 @@ TEST(Completion, EveryOptionIsInEveryShellsScript) {
     for (const OptionSpec& spec : OptionTable()) {
         const std::string name = spec.name;
         EXPECT_TRUE(Has(bash, "--" + name + (spec.argument != nullptr ? "=" : ""))) << name;
-        EXPECT_TRUE(Has(zsh, "'*--" + name + (spec.argument != nullptr ? "=[" : "["))) << name;
+        const std::string value = spec.argument == nullptr ? "[" : spec.bare != nullptr ? "=-[" : "=[";
+        EXPECT_TRUE(Has(zsh, "'*--" + name + value)) << name;
         EXPECT_TRUE(Has(fish, " -l " + name + " ")) << name;
     }
 }
@@ -63,7 +64,8 @@ TEST(Completion, WhatIsOfferedIsWhatTheOptionsTake) {
     }
     EXPECT_EQ(others,
               "--curve-kind: 'other' is not spline or polyline\n"
-              "--sharpness: 'other' is not a whole number from -2 to 3\n");
+              "--sharpness: 'other' is not a whole number from -2 to 3\n"
+              "--flatten: 'other' is none of white, black and #RRGGBB\n");
 }
 
 TEST(Completion, OtherShellsAreRefused) {
