@@ -404,7 +404,11 @@ void FailEveryRequest(const Setting& setting, std::size_t mallocs, std::size_t n
         EXPECT_EQ(failures, isNew ? news : mallocs);
     }
     AllocationLedger ledger;
+#if defined(_WIN32)
+    ledger.FailOnly(0);  // where no memory at all is left GCC's runtime can't throw: docs/windows.md
+#else
     ledger.FailFrom(0);
+#endif
     bool thrown = false;
     try {
         const Type object(setting);
