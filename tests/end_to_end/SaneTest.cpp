@@ -63,11 +63,23 @@ void SaneTest::DoScan(const std::vector<std::string>& arguments) const {
     EXPECT_EQ(outcome.err, "");
 }
 
-std::string SaneTest::ScanImage(std::vector<std::string> arguments) const {
+Outcome SaneTest::RunScanImage(const std::vector<std::string>& arguments) const {
+    constexpr int kKilled = 137;  // scanimage takes any other signal for a cancel
     Streams streams;
-    streams.program = "scanimage";
+    streams.program = "timeout";
+    Outcome outcome;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        outcome = Run(std::vector<std::string>{"-s", "KILL", "60", "scanimage"} + arguments, streams);
+        if (outcome.code != kKilled) {
+            break;
+        }
+    }
+    return outcome;
+}
+
+std::string SaneTest::ScanImage(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), {"-d", "test", "--format=pnm"});
-    const Outcome outcome = Run(arguments, streams);
+    const Outcome outcome = RunScanImage(arguments);
     return outcome.code == 0 ? PnmPixels(outcome.out) : std::string();
 }
 

@@ -25,6 +25,11 @@ class SaneTest : public testing::Test {
     // Any command of the program.
     Outcome Run(const std::vector<std::string>& arguments, Streams streams = {}) const;
 
+    // scanimage with the arguments. SANE's test device ends its reading thread wherever it is, in the program
+    // loader too; scanimage then waits for the loader's lock for ever as it ends. So it gets a minute, and another
+    // try.
+    Outcome RunScanImage(const std::vector<std::string>& arguments) const;
+
     // What `scanimage` reads from the device, as PNM without its comment; empty where there is no scanimage.
     std::string ScanImage(std::vector<std::string> arguments) const;
 

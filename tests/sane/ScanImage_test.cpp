@@ -26,9 +26,7 @@ class ThroughScanImage : public SaneTest {
     }
 
     Outcome Execute(const std::string& device, const Words& arguments) const {
-        Streams streams;
-        streams.program = "scanimage";
-        return Run(Words{"-d", device} + arguments, streams);
+        return RunScanImage(Words{"-d", device} + arguments);
     }
 
     // The page as it comes through the backend, its samples and all.
@@ -264,9 +262,7 @@ TEST_F(ThroughScanImage, PagesEqualTheToolsInAllCombinations) {
 }
 
 TEST_F(ThroughScanImage, ListsDevicesAndOptions) {
-    Streams streams;
-    streams.program = "scanimage";
-    const Outcome list = Run({"-L"}, streams);
+    const Outcome list = RunScanImage({"-L"});
     EXPECT_NE(list.out.find("device `platen:test:0' is a Noname frontend-tester, adjusted adjusting scanner\n"),
               std::string::npos)
         << list.out;
@@ -295,11 +291,8 @@ TEST_F(ThroughScanImage, PassesItsOwnTest) {
 }
 
 TEST_F(ThroughScanImage, BatchesEndWithTheFeeder) {
-    Streams streams;
-    streams.program = "scanimage";
-    const Outcome outcome = Run({"-d", "platen:test:0", "--source=Automatic Document Feeder", "--contrast=30",
-                                 "--resolution=20.5", "--batch=page%02d.pnm"},
-                                streams);
+    const Outcome outcome = RunScanImage({"-d", "platen:test:0", "--source=Automatic Document Feeder",
+                                          "--contrast=30", "--resolution=20.5", "--batch=page%02d.pnm"});
     EXPECT_NE(outcome.err.find("Document feeder out of documents"), std::string::npos) << outcome.err;
     EXPECT_EQ(folder.Listing().find("page11.pnm"), std::string::npos);
     const std::string expected =
