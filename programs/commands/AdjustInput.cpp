@@ -214,7 +214,7 @@ class InputRun {
         ++wholePages_;
     }
 
-    // The page's next line; false behind the last one of a page whose height isn't known. Where reading fails, what
+    // The page's next line; false after the last one of a page whose height isn't known. Where reading fails, what
     // was read before is written first: had that failed, it came first.
     bool ReadLine(const ImageInfo& info, std::optional<SpooledPage>& spooled, std::uint8_t* line) {
         try {

@@ -178,7 +178,7 @@ class PngStream::Block : public Piece {
         return rows_.data() + (y + 1) * shared_.rowBytes;
     }
 
-    // `count` rows from `first` on, each behind the number of its filter.
+    // `count` rows from `first` on, each after the number of its filter.
     std::vector<std::uint8_t> Rows(std::size_t first, std::size_t count, bool filters) const {
         const std::size_t bytes = FilteredBytes(shared_.rowBytes);
         std::vector<std::uint8_t> rows(bytes * count);
