@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
+#if !defined(__wasm__)
 #include <mutex>
+#endif
 #include <new>
 #include <stdexcept>
 
@@ -16,8 +18,20 @@ namespace {
 
 // The filter's lightness table is one for the whole process, while two scanners can send at once: whoever works on
 // a line has the table and puts its own there first.
-std::mutex tableLock;
 const void* tableOwner = nullptr;
+
+#if defined(__wasm__)
+// One thread, and a C++ library without mutexes.
+struct TableHold {
+    TableHold() {}
+};
+#else
+std::mutex tableLock;
+
+struct TableHold {
+    std::lock_guard<std::mutex> lock{tableLock};
+};
+#endif
 
 class HsvStage : public Stage {
   public:
@@ -34,7 +48,7 @@ class HsvStage : public Stage {
         if (alpha_) {
             colours_.resize(width_ * 3);
         }
-        const std::lock_guard lock(tableLock);
+        const TableHold hold;
         if (SetupHsv(&param, &handle_) != 0) {
             throw std::bad_alloc();  // the settings are within their ranges
         }
@@ -43,7 +57,7 @@ class HsvStage : public Stage {
     }
 
     ~HsvStage() override {
-        const std::lock_guard lock(tableLock);
+        const TableHold hold;
         tableOwner = tableOwner == this ? nullptr : tableOwner;
         Disposehsv(handle_);
     }
@@ -63,7 +77,7 @@ class HsvStage : public Stage {
 
   private:
     void Apply(std::uint8_t* line) {
-        const std::lock_guard lock(tableLock);
+        const TableHold hold;
         if (tableOwner != this) {
             std::copy(table_.begin(), table_.end(), std::begin(gStorage));
             tableOwner = this;

@@ -34,7 +34,7 @@ class VertPass : public testing::TestWithParam<const platen::KernelTable*> {
     static const VertKernels& Fast() {
         return *platen::Kernels().vert;
     }
-    static const VertKernels& Judge() {
+    static const VertKernels& Reference() {
         return platen::kVert_reference;
     }
 
@@ -138,7 +138,7 @@ constexpr std::uint32_t kLargest = std::numeric_limits<S>::max();
 
 template <class A>
 void CompareSums(void (*fast)(A*, const std::uint32_t*, std::int32_t, std::size_t),
-                 void (*judge)(A*, const std::uint32_t*, std::int32_t, std::size_t), std::uint64_t seed) {
+                 void (*reference)(A*, const std::uint32_t*, std::int32_t, std::size_t), std::uint64_t seed) {
     Random random(seed);
     for (int round = 0; round < 800; ++round) {
         const std::size_t count = Count(random);
@@ -153,7 +153,7 @@ void CompareSums(void (*fast)(A*, const std::uint32_t*, std::int32_t, std::size_
             weight = -weight;
         }
         fast(acc.data(), line.data(), weight, count);
-        judge(expected.data(), line.data(), weight, count);
+        reference(expected.data(), line.data(), weight, count);
         ASSERT_EQ(0, std::memcmp(expected.data(), acc.data(), count * sizeof(A)))
             << "count " << count << " weight " << weight << " kind " << kind;
     }
@@ -161,7 +161,7 @@ void CompareSums(void (*fast)(A*, const std::uint32_t*, std::int32_t, std::size_
 
 template <class S, class A>
 void CompareReduce(void (*fast)(S*, const A*, std::int32_t, std::size_t),
-                   void (*judge)(S*, const A*, std::int32_t, std::size_t), std::uint64_t seed) {
+                   void (*reference)(S*, const A*, std::int32_t, std::size_t), std::uint64_t seed) {
     constexpr std::array<double, 8> kOdd = {
         -1.0,         -0.5,  4294967295.0, 4294967295.5,
         4294967296.0, 1e300, 2147483648,   std::numeric_limits<double>::quiet_NaN()};
@@ -183,7 +183,7 @@ void CompareReduce(void (*fast)(S*, const A*, std::int32_t, std::size_t),
         Line<S> out(count, side, shift);
         Line<S> expected(count, side, shift);
         fast(out.data(), acc.data(), weightSum, count);
-        judge(expected.data(), acc.data(), weightSum, count);
+        reference(expected.data(), acc.data(), weightSum, count);
         ASSERT_EQ(expected.Bytes(), out.Bytes())
             << "count " << count << " weightSum " << weightSum << " kind " << kind;
     }
@@ -204,7 +204,7 @@ template <class S>
 using ExpandFn = void (*)(S*, const std::uint32_t*, const std::uint32_t*, const VertWeights&, std::size_t);
 
 template <class S>
-void CompareExpand(ExpandFn<S> fast, ExpandFn<S> judge, std::uint64_t seed) {
+void CompareExpand(ExpandFn<S> fast, ExpandFn<S> reference, std::uint64_t seed) {
     Random random(seed);
     for (int round = 0; round < 1200; ++round) {
         const std::size_t count = Count(random);
@@ -219,7 +219,7 @@ void CompareExpand(ExpandFn<S> fast, ExpandFn<S> judge, std::uint64_t seed) {
         Line<S> out(count, side, shift);
         Line<S> expected(count, side, shift);
         fast(out.data(), upper.data(), lower.data(), weights, count);
-        judge(expected.data(), upper.data(), lower.data(), weights, count);
+        reference(expected.data(), upper.data(), lower.data(), weights, count);
         ASSERT_EQ(expected.Bytes(), out.Bytes()) << "count " << count << " weights " << weights.upper << " "
                                                  << weights.lower << " / " << weights.sum << " kind " << kind;
     }
@@ -227,7 +227,7 @@ void CompareExpand(ExpandFn<S> fast, ExpandFn<S> judge, std::uint64_t seed) {
 
 template <class S>
 void CompareEqual(void (*fast)(S*, const std::uint32_t*, std::size_t),
-                  void (*judge)(S*, const std::uint32_t*, std::size_t), std::uint64_t seed) {
+                  void (*reference)(S*, const std::uint32_t*, std::size_t), std::uint64_t seed) {
     Random random(seed);
     for (int round = 0; round < 500; ++round) {
         const std::size_t count = Count(random);
@@ -238,7 +238,7 @@ void CompareEqual(void (*fast)(S*, const std::uint32_t*, std::size_t),
         Line<S> out(count, side, shift);
         Line<S> expected(count, side, shift);
         fast(out.data(), line.data(), count);
-        judge(expected.data(), line.data(), count);
+        reference(expected.data(), line.data(), count);
         ASSERT_EQ(expected.Bytes(), out.Bytes()) << "count " << count;
     }
 }
@@ -247,36 +247,36 @@ TEST_P(VertPass, IsTheVariantThatItNames) {
     const auto available = platen::AvailableKernels();
     EXPECT_NE(available.end(), std::find(available.begin(), available.end(), &platen::Kernels()));
     EXPECT_STREQ(GetParam()->name, platen::Kernels().name);
-    EXPECT_EQ(std::string("reference") == GetParam()->name, &Fast() == &Judge());
+    EXPECT_EQ(std::string("reference") == GetParam()->name, &Fast() == &Reference());
 }
 
 TEST_P(VertPass, SetEqualsReference) {
-    CompareSums(Fast().setU32, Judge().setU32, 1);
-    CompareSums(Fast().setF64, Judge().setF64, 2);
+    CompareSums(Fast().setU32, Reference().setU32, 1);
+    CompareSums(Fast().setF64, Reference().setF64, 2);
 }
 
 TEST_P(VertPass, AddEqualsReference) {
-    CompareSums(Fast().addU32, Judge().addU32, 3);
-    CompareSums(Fast().addF64, Judge().addF64, 4);
+    CompareSums(Fast().addU32, Reference().addU32, 3);
+    CompareSums(Fast().addF64, Reference().addF64, 4);
 }
 
 TEST_P(VertPass, ReduceEqualsReference) {
-    CompareReduce(Fast().reduceU32ToU8, Judge().reduceU32ToU8, 5);
-    CompareReduce(Fast().reduceU32ToU16, Judge().reduceU32ToU16, 6);
-    CompareReduce(Fast().reduceF64ToU8, Judge().reduceF64ToU8, 7);
-    CompareReduce(Fast().reduceF64ToU16, Judge().reduceF64ToU16, 8);
+    CompareReduce(Fast().reduceU32ToU8, Reference().reduceU32ToU8, 5);
+    CompareReduce(Fast().reduceU32ToU16, Reference().reduceU32ToU16, 6);
+    CompareReduce(Fast().reduceF64ToU8, Reference().reduceF64ToU8, 7);
+    CompareReduce(Fast().reduceF64ToU16, Reference().reduceF64ToU16, 8);
 }
 
 TEST_P(VertPass, ExpandEqualsReference) {
-    CompareExpand(Fast().expandU32ToU8, Judge().expandU32ToU8, 9);
-    CompareExpand(Fast().expandU32ToU16, Judge().expandU32ToU16, 10);
-    CompareExpand(Fast().expandF64ToU8, Judge().expandF64ToU8, 11);
-    CompareExpand(Fast().expandF64ToU16, Judge().expandF64ToU16, 12);
+    CompareExpand(Fast().expandU32ToU8, Reference().expandU32ToU8, 9);
+    CompareExpand(Fast().expandU32ToU16, Reference().expandU32ToU16, 10);
+    CompareExpand(Fast().expandF64ToU8, Reference().expandF64ToU8, 11);
+    CompareExpand(Fast().expandF64ToU16, Reference().expandF64ToU16, 12);
 }
 
 TEST_P(VertPass, EqualEqualsReference) {
-    CompareEqual(Fast().equalToU8, Judge().equalToU8, 13);
-    CompareEqual(Fast().equalToU16, Judge().equalToU16, 14);
+    CompareEqual(Fast().equalToU8, Reference().equalToU8, 13);
+    CompareEqual(Fast().equalToU16, Reference().equalToU16, 14);
 }
 
 // For each weight sum the dividends on both sides of every step of the quotient: with a quotient that never falls,
@@ -327,14 +327,14 @@ TEST_P(VertPass, WordsAreExactForEveryWeightSum) {
 
 // One less than a multiple of the weight sum: there a reciprocal in floats is off for many of the sums above 26214.
 TEST_P(VertPass, ReduceMultiplesEqualsReference) {
-    CompareReduce(Fast().reduceMultiplesToU8, Judge().reduceU32ToU8, 9);
-    CompareReduce(Fast().reduceMultiplesToU16, Judge().reduceU32ToU16, 10);
+    CompareReduce(Fast().reduceMultiplesToU8, Reference().reduceU32ToU8, 9);
+    CompareReduce(Fast().reduceMultiplesToU16, Reference().reduceU32ToU16, 10);
 }
 
 // Sums of whole lines: every count of destination lines by 2 and 4, the largest sums and some between, and one
 // number that is none of them.
-template <class S, class Fast, class Judge>
-void CompareMultiples(const Fast& fast, const Judge& judge, Random& random) {
+template <class S, class Fast, class Reference>
+void CompareMultiples(const Fast& fast, const Reference& reference, Random& random) {
     constexpr std::size_t kCount = 150;
     constexpr std::uint32_t kMost = std::numeric_limits<S>::max();
     std::vector<std::uint32_t> acc(kCount);
@@ -355,7 +355,7 @@ void CompareMultiples(const Fast& fast, const Judge& judge, Random& random) {
                     static_cast<std::uint32_t>(random.Next());
             }
             fast(out.data(), acc.data(), w, kCount);
-            judge(expected.data(), acc.data(), w, kCount);
+            reference(expected.data(), acc.data(), w, kCount);
             ASSERT_EQ(out, expected) << "by " << w;
         }
     }
@@ -363,8 +363,8 @@ void CompareMultiples(const Fast& fast, const Judge& judge, Random& random) {
 
 TEST_P(VertPass, MultiplesOfEveryCountOfLinesAreExact) {
     Random random(11);
-    CompareMultiples<std::uint8_t>(Fast().reduceMultiplesToU8, Judge().reduceU32ToU8, random);
-    CompareMultiples<std::uint16_t>(Fast().reduceMultiplesToU16, Judge().reduceU32ToU16, random);
+    CompareMultiples<std::uint8_t>(Fast().reduceMultiplesToU8, Reference().reduceU32ToU8, random);
+    CompareMultiples<std::uint16_t>(Fast().reduceMultiplesToU16, Reference().reduceU32ToU16, random);
 }
 
 TEST_P(VertPass, SumsOfZeroGiveZero) {
@@ -395,7 +395,7 @@ TEST_P(VertPass, BytesBetweenTwoLinesAreExactForHeavyWeights) {
     for (std::int32_t sum = 26000; sum <= 65536; sum += 7) {
         const VertWeights weights = {sum - 1, 1, sum};
         Fast().expandU32ToU8(out.data(), upper.data(), lower.data(), weights, out.size());
-        Judge().expandU32ToU8(expected.data(), upper.data(), lower.data(), weights, out.size());
+        Reference().expandU32ToU8(expected.data(), upper.data(), lower.data(), weights, out.size());
         ASSERT_EQ(expected, out) << sum;
     }
 }
@@ -412,17 +412,17 @@ TEST_P(VertPass, OneOddNumberIsSeen) {
             std::vector<std::uint8_t> out(kCount), expected(kCount);
             std::vector<std::uint16_t> wide(kCount), expectedWide(kCount);
             Fast().reduceU32ToU8(out.data(), line.data(), kWeightSum, kCount);
-            Judge().reduceU32ToU8(expected.data(), line.data(), kWeightSum, kCount);
+            Reference().reduceU32ToU8(expected.data(), line.data(), kWeightSum, kCount);
             ASSERT_EQ(expected, out) << odd << " at " << place;
             const std::vector<std::uint32_t> other(kCount, 100u);
             Fast().expandU32ToU8(out.data(), line.data(), other.data(), weights, kCount);
-            Judge().expandU32ToU8(expected.data(), line.data(), other.data(), weights, kCount);
+            Reference().expandU32ToU8(expected.data(), line.data(), other.data(), weights, kCount);
             ASSERT_EQ(expected, out) << odd << " above at " << place;
             Fast().expandU32ToU8(out.data(), other.data(), line.data(), weights, kCount);
-            Judge().expandU32ToU8(expected.data(), other.data(), line.data(), weights, kCount);
+            Reference().expandU32ToU8(expected.data(), other.data(), line.data(), weights, kCount);
             ASSERT_EQ(expected, out) << odd << " below at " << place;
             Fast().expandU32ToU16(wide.data(), other.data(), line.data(), weights, kCount);
-            Judge().expandU32ToU16(expectedWide.data(), other.data(), line.data(), weights, kCount);
+            Reference().expandU32ToU16(expectedWide.data(), other.data(), line.data(), weights, kCount);
             ASSERT_EQ(expectedWide, wide) << odd << " below at " << place;
         }
     }

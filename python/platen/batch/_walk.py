@@ -26,7 +26,7 @@ def output_of(path: str, ending: Optional[str]) -> str:
 
 def walk(root: str, leave_out: Tuple[str, ...]) -> Iterator[Found]:
     """Everything below `root`, a folder at a time, in the order of the names. Hidden names are passed over, folders
-    behind links and those in `leave_out` (real paths) too."""
+    reached through links and those in `leave_out` (real paths) too."""
     folders = [""]
     while folders:
         folder = folders.pop()

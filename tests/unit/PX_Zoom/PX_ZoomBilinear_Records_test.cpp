@@ -196,9 +196,9 @@ void ExpectHorz(PX_ZoomBilinear& zoom, std::uint8_t* line, int samples) {
         std::memcpy(&number, out + i, sizeof number);
         ASSERT_EQ(want[i], number) << "number " << i << (sizeof(A) == 8 ? ", doubles" : "");
     }
-    std::uint32_t behind;
-    std::memcpy(&behind, out + want.size(), sizeof behind);
-    ASSERT_EQ(0xA5A5A5A5u, behind);
+    std::uint32_t after;
+    std::memcpy(&after, out + want.size(), sizeof after);
+    ASSERT_EQ(0xA5A5A5A5u, after);
 }
 
 template <class S>
