@@ -11,22 +11,6 @@ namespace platen_tool {
 
 namespace {
 
-const char* ContainerName(Container container) {
-    switch (container) {
-        case Container::kPng:
-            return "PNG";
-        case Container::kTiff:
-            return "TIFF";
-        case Container::kJpeg:
-            return "JPEG";
-        case Container::kPnm:
-            return "PNM";
-        case Container::kPdf:
-            return "PDF";  // written only
-    }
-    return "";
-}
-
 std::string CompressionName(int tag) {
     switch (tag) {
         case 0:

@@ -12,6 +12,23 @@ namespace platen_tool {
 // What an input file's container was, for outputs that keep what the input had.
 enum class Container { kPng, kTiff, kJpeg, kPnm, kPdf };
 
+// Its name, for people.
+constexpr const char* ContainerName(Container container) {
+    switch (container) {
+        case Container::kPng:
+            return "PNG";
+        case Container::kTiff:
+            return "TIFF";
+        case Container::kJpeg:
+            return "JPEG";
+        case Container::kPnm:
+            return "PNM";
+        case Container::kPdf:
+            return "PDF";  // written only
+    }
+    return "";
+}
+
 // What a reader may take before it refuses. Checked before the first allocation that depends on the file.
 struct Limits {
     std::uint32_t maxSide = 65535;

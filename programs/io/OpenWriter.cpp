@@ -72,7 +72,6 @@ void RequireSeveralPages(Container container) {
 }
 
 std::string LostMetadata(Container container, const ImageInfo& page) {
-    static constexpr const char* kNames[] = {"PNG", "TIFF", "JPEG", "PNM", "PDF"};
     std::vector<std::string> lost;
     if (container == Container::kPnm) {
         if (page.resolution) {
@@ -85,6 +84,11 @@ std::string LostMetadata(Container container, const ImageInfo& page) {
             lost.emplace_back("the orientation");
         }
     }
+    const bool mirrored =
+        page.orientation != 1 && page.orientation != 3 && page.orientation != 6 && page.orientation != 8;
+    if (container == Container::kPdf && mirrored) {
+        lost.emplace_back("the mirrored orientation");
+    }
     for (const PngChunk& chunk : page.pngColours) {
         if (container != Container::kPng) {
             lost.push_back("the PNG's " + chunk.name);
@@ -94,7 +98,7 @@ std::string LostMetadata(Container container, const ImageInfo& page) {
     for (const std::string& one : lost) {
         text += (text.empty() ? "" : ", ") + one;
     }
-    return text.empty() ? text : text + ": left out, " + kNames[static_cast<int>(container)] + " can't hold it";
+    return text.empty() ? text : text + ": left out, " + ContainerName(container) + " can't hold it";
 }
 
 void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {

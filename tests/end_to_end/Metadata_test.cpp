@@ -6,6 +6,7 @@
 #include "unit/programs/io/Pages.h"
 
 #include "programs/io/OpenReader.h"
+#include "programs/io/OpenWriter.h"
 
 // What a file says about its picture, on every way through the program: resolution, profile, orientation.
 
@@ -228,6 +229,21 @@ TEST_F(Metadata, WhatAFormatCannotHoldIsNamed) {
         Spawn({"-n", "in.tif", "-o", "c.ppm"}, streams)
             .out.find("note      the resolution, the ICC profile, the orientation: left out, PNM can't hold it\n"),
         std::string::npos);
+}
+
+// A PDF's page can say that it is turned, but not that it is mirrored.
+TEST(LostMetadata, MirroredPagesInAPdf) {
+    platen_tool::ImageInfo page;
+    for (const int orientation : {1, 3, 6, 8}) {
+        page.orientation = orientation;
+        EXPECT_EQ(platen_tool::LostMetadata(platen_tool::Container::kPdf, page), "") << orientation;
+    }
+    for (const int orientation : {2, 4, 5, 7}) {
+        page.orientation = orientation;
+        EXPECT_EQ(platen_tool::LostMetadata(platen_tool::Container::kPdf, page),
+                  "the mirrored orientation: left out, PDF can't hold it")
+            << orientation;
+    }
 }
 
 TEST_F(Metadata, AProfileOfColoursDoesNotStayWithGrey) {

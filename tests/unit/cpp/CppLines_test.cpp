@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Refusals.h"
 #include "platen.hpp"
 #include "support/AllocationLedger.h"
 #include "support/Random.h"
@@ -27,6 +28,8 @@ using platen::Sharpness;
 using platen::Size;
 using platen::Status;
 using platen_test::AllocationLedger;
+using platen_test::ProblemOf;
+using platen_test::Thrown;
 
 using Line = std::vector<std::uint8_t>;
 using Page = std::vector<Line>;
@@ -48,22 +51,6 @@ Page RandomPage(std::size_t bytes, int height) {
         }
     }
     return page;
-}
-
-template <class S>
-std::string ProblemOf(const S& setting) {
-    return setting.problem().text();
-}
-
-template <class Call>
-std::string Thrown(Call call, Status status = Status::badArgument) {
-    try {
-        call();
-    } catch (const platen::Error& error) {
-        EXPECT_EQ(error.status(), status);
-        return error.what();
-    }
-    return "nothing";
 }
 
 TEST(CppHsv, LinesAreThoseOfThePlainCalls) {

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Refusals.h"
 #include "platen.hpp"
 #include "support/AllocationLedger.h"
 
@@ -27,6 +28,8 @@ using platen::ToneOperation;
 using platen::ToneTables;
 using platen::ToneWorld;
 using platen_test::AllocationLedger;
+using platen_test::ProblemOf;
+using platen_test::Thrown;
 
 constexpr BrightnessContrast kContrast = {.contrast = 30};
 constexpr Level kLevel = {
@@ -80,25 +83,6 @@ std::pair<std::uint32_t, T> Value(const char (&key)[5], T value) {
         code = code * 256 + static_cast<unsigned char>(key[i]);
     }
     return {code, value};
-}
-
-template <class S>
-std::string ProblemOf(const S& setting) {
-    const platen::Problem problem = setting.problem();
-    EXPECT_EQ(problem.text().empty(), !problem);
-    return problem.text();
-}
-
-// What a call throws.
-template <class Call>
-std::string Thrown(Call call, Status status = Status::badArgument) {
-    try {
-        call();
-    } catch (const platen::Error& error) {
-        EXPECT_EQ(error.status(), status);
-        return error.what();
-    }
-    return "nothing";
 }
 
 TEST(CppTone, AllOperationsFoldAsThePlainCalls) {
