@@ -23,8 +23,7 @@
 //   quads     grey bytes; two columns to a window, eight taps in two sums
 //   pixels    of three bytes reduced below 4, of four below 3: a column to a window; four or five taps
 //   enlarge   bytes; eight samples to a window, which lie within eight columns
-//   taps      anything else: the place of each column's first tap, the weights of the first and the last pair of
-//   taps
+//   taps      anything else: the place of each column's first tap, the weights of its first and its last two taps,
 //             and what the sum is divided by: bytes' weight sums as floats, 16-bit samples' reciprocals as doubles,
 //             or where there is little room their weight sums
 //
