@@ -29,7 +29,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kTone, nullptr, kToneUsers, kInPresets},
     {"contrast", 0, "N", kTone, "-100..100; side by side they make one step", kToneUsers, kInPresets},
     {"levels", 0, "LIST", kTone, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers, kInPresets},
-    {"gamma", 0, "G", kTone, "0.1..9.99; up to 1: 255 (i/255)^(1/tan(.78 G))", kToneUsers, kInPresets},
+    {"gamma", 0, "G", kTone, "0.1..9.99; below 1: 255 (i/255)^(1/tan(.779 G))", kToneUsers, kInPresets},
     {"curve", 0, "POINTS", kTone, "five points x,y:x,y:x,y:x,y:x,y", kToneUsers, kInPresets},
     {"curve-kind", 0, "KIND", kTone, "spline or polyline, for the --curve beside it", kToneUsers, kInPresets,
      "spline polyline"},

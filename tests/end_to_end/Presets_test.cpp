@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -329,6 +330,28 @@ TEST(Manual, NamesEveryOptionAndPreset) {
 
 bool Lacks(const std::string& program) {
     return std::system(("command -v " + program + " >/dev/null").c_str()) != 0;
+}
+
+// The curve that the manual and docs/tool.md describe, computed here, is the one that --gamma makes; and help and
+// manual tell its formula, since it isn't the plain power.
+TEST(Manual, TheFormulaOfGammaIsTheCurveThatItMakes) {
+    EXPECT_NE(Spawn({"--help"}).out.find("255 (i/255)^(1/tan(.779 G))"), std::string::npos);
+    EXPECT_NE(ReadFile(PLATEN_MANUAL "/platen.1").find("255\\ (i/255)^(1/tan(0.779\\ m))"), std::string::npos);
+    for (const char* gamma : {"0.1", "0.5", "0.8", "0.99", "1.3", "1.9", "2", "2.5", "3"}) {
+        const double g = std::atof(gamma);
+        const double m = g <= 1 ? g : g <= 2 ? 1 + 0.44 * (g - 1) : 1.44 + 0.22 * (g - 2);
+        const double exponent = 1 / std::tan(m * 127 / 256 * 3.141592 / 2);
+        std::istringstream table(Spawn({"curve", std::string("--gamma=") + gamma}).out);
+        int input = -1;
+        for (int red = 0, green = 0, blue = 0; table >> input >> red >> green >> blue;) {
+            EXPECT_NEAR(red, std::floor(255 * std::pow(input / 255.0, exponent)), 1) << gamma << ": " << input;
+        }
+        EXPECT_EQ(input, 255);
+    }
+    std::istringstream plain(Spawn({"curve", "--gamma=1"}).out);
+    for (int input = 0, red = 0, green = 0, blue = 0; plain >> input >> red >> green >> blue;) {
+        EXPECT_EQ(red, input);
+    }
 }
 
 TEST(Manual, IsWithoutWarnings) {
