@@ -33,6 +33,27 @@ def test_200_pages_two_workers_one_killed(tmp_path):
     assert "200 outputs compared with the manifest, 0 are not" in batches.batch(*OPTIONS, "--verify", source, out)
 
 
+def test_a_lost_connection_is_no_failure_of_the_page():
+    from distributed.comm import CommClosedError
+
+    from platen.batch import _run
+
+    class Future:
+        def __init__(self, error):
+            self.error = error
+
+        def result(self, timeout):
+            raise self.error
+
+    flow = _run.Flow(None, None, 2, "page")
+    closed, broken = Future(CommClosedError("reset by peer")), Future(OSError("can't be read"))
+    flow._flying = {closed: ("one", 1), broken: ("two", 1)}
+    assert flow._take_one(closed) is None
+    assert list(flow._again) == [("one", 1)]
+    assert flow._take_one(broken) == _run.Outcome("two", None, "OSError: can't be read")
+    assert list(flow._again) == [("one", 1)]
+
+
 USAGE = [
     ((), "IN and OUT are needed, and 0 names are given"),
     (("--gamma", "1.2", "IN", "OUT"), "IN and OUT are needed, and 3 names are given"),

@@ -191,13 +191,15 @@ def test_no_scheduler(tmp_path):
 
 
 def test_one_run_at_a_time(tmp_path):
-    source, out = batches.small_tree(tmp_path / "in", 60), tmp_path / "out"
+    # As many pages as the first run can't have done before the second has started.
+    source, out = batches.small_tree(tmp_path / "in", 1500), tmp_path / "out"
     run = batches.start("--scale=0.5", source, out)
     batches.wait_for(lambda: batches.count(out) > 2)
     said = batches.batch("--scale=0.5", source, out, code=2)
     assert "another run is using this manifest" in said
-    run.communicate()
-    assert run.returncode == 0
+    run.send_signal(signal.SIGINT)
+    run.communicate(timeout=60)
+    assert run.returncode == 130
 
 
 def test_an_interrupt_ends_it_in_order(tmp_path):

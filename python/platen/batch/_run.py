@@ -15,6 +15,7 @@ from typing import Any, Callable, Deque, Dict, Iterator, List, NamedTuple, Optio
 
 import dask
 import distributed
+from distributed.comm import CommClosedError
 
 # How often a page may be on a worker that ends before the page counts as the reason: Dask counts three for each of
 # these.
@@ -189,7 +190,8 @@ class Flow:
                 self._again.append((job, round_ + 1))
                 return None
             return Outcome(job, None, "every worker that had this page ended")
-        except (distributed.CancelledError, distributed.TimeoutError):
+        except (distributed.CancelledError, distributed.TimeoutError, CommClosedError):
+            # Nothing of the page's: its worker, or the scheduler on the way to it, is gone.
             self._again.append((job, round_))
             return None
         except Exception as error:  # whatever else a page brings up is that page's failure
