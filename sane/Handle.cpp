@@ -4,6 +4,7 @@
 
 #include <set>
 
+#include "programs/options/ParseValue.h"
 #include "programs/scan/DeviceLine.h"
 #include "sane/AutoLevels.h"
 #include "sane/Status.h"

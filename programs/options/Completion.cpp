@@ -29,16 +29,6 @@ bool IsPreset(const OptionSpec& spec) {
     return std::string_view(spec.name) == "preset";
 }
 
-// Its help, or that of the line it shares with the options behind it.
-std::string HelpOf(const OptionSpec& spec) {
-    const auto table = OptionTable();
-    auto at = static_cast<std::size_t>(&spec - table.data());
-    while (at + 1 < table.size() && table[at].help == nullptr) {
-        ++at;
-    }
-    return table[at].help != nullptr ? table[at].help : "";
-}
-
 std::string Words(CommandBit bit) {
     std::string words;
     for (const OptionSpec& spec : OptionTable()) {
@@ -152,7 +142,7 @@ std::string ZshOptions(CommandBit bit) {
         if ((spec.commands & bit) == 0) {
             continue;
         }
-        const std::string rest = "[" + Escaped(HelpOf(spec), ":[]\\") + "]" + ZshAction(spec) + "'";
+        const std::string rest = "[" + Escaped(OptionHelp(spec), ":[]\\") + "]" + ZshAction(spec) + "'";
         const char* takes = spec.argument == nullptr ? "" : spec.bare != nullptr ? "=-" : "=";
         text += std::string(" \\\n            '*--") + spec.name + takes + rest;
         if (spec.letter != 0) {
@@ -218,7 +208,7 @@ std::string FishOption(const OptionSpec& spec) {
     const std::string condition = FishCondition(spec);
     std::string line = "complete -c platen" + (condition.empty() ? condition : " -n '" + condition + "'");
     line += spec.letter != 0 ? std::string(" -s ") + spec.letter : std::string();
-    line += std::string(" -l ") + spec.name + " -d '" + Escaped(HelpOf(spec), "") + "'";
+    line += std::string(" -l ") + spec.name + " -d '" + Escaped(OptionHelp(spec), "") + "'";
     if (spec.choices != nullptr) {
         line += std::string(" -x -a '") + spec.choices + "'";
     } else if (IsPreset(spec)) {

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <array>
 
+#include "programs/base/Numbers.h"
+#include "programs/options/ParseValue.h"
+#include "programs/options/ScanSettings.h"
+#include "programs/options/Settings.h"
+
 namespace platen_tool {
 
 namespace {
 
-constexpr const char* kTone = "Tone, in the order given (8 bits)";
 constexpr const char* kColour = "Colour and sharpness (8 bits)";
 constexpr const char* kPixels = "Pixels";
 constexpr const char* kSize = "Size; the resolution tag follows";
@@ -25,83 +29,159 @@ constexpr unsigned kEvery = kToneUsers | kInfo | kPresets;
 constexpr bool kInPresets = true;
 constexpr bool kNotInPresets = false;
 
+using S = const OptionSpec&;
+using V = const std::string&;
+using T = OptionTarget&;
+
+// Tone options make steps, whose order counts.
+void TakeToneOption(S o, V v, T t) {
+    t.tone.Take(o.name, v);
+}
+
+// For what a sub-command reads itself.
+void TakeByCommand(S, V, T) {}
+
+void TakeFormat(S o, V v, T t) {
+    t.settings.format =
+        Choose(o, v, {Container::kPng, Container::kTiff, Container::kJpeg, Container::kPdf, Container::kPnm});
+    t.settings.formatName = v;
+}
+
+// clang-format off
 constexpr std::array kTable = std::to_array<OptionSpec>({
-    {"brightness", 0, "N", kTone, nullptr, kToneUsers, kInPresets},
-    {"contrast", 0, "N", kTone, "-100..100; side by side they make one step", kToneUsers, kInPresets},
-    {"levels", 0, "LIST", kTone, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers, kInPresets},
-    {"gamma", 0, "G", kTone, "0.1..9.99; below 1: 255 (i/255)^(1/tan(.779 G))", kToneUsers, kInPresets},
-    {"curve", 0, "POINTS", kTone, "five points x,y:x,y:x,y:x,y:x,y", kToneUsers, kInPresets},
-    {"curve-kind", 0, "KIND", kTone, "spline or polyline, for the --curve beside it", kToneUsers, kInPresets,
-     "spline polyline"},
-    {"curve-gamma", 0, "N", kTone, "-100..100, positive is lighter", kToneUsers, kInPresets},
-    {"balance-shadows", 0, "R,G,B", kTone, "-100..100 each; RGB only", kToneUsers, kInPresets},
-    {"balance-midtones", 0, "R,G,B", kTone, "the same for the midtones", kToneUsers, kInPresets},
-    {"balance-highlights", 0, "R,G,B", kTone, "the same for the highlights", kToneUsers, kInPresets},
+    {"brightness", 0, "N", kToneGroup, nullptr, kToneUsers, TakeToneOption, kInPresets, {-100, 100}},
+    {"contrast", 0, "N", kToneGroup, "%r; side by side they make one step", kToneUsers,
+     TakeToneOption, kInPresets, {-100, 100}},
+    {"levels", 0, "LIST", kToneGroup, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers,
+     TakeToneOption, kInPresets, {}, nullptr, nullptr, nullptr, ','},
+    {"gamma", 0, "G", kToneGroup, "%r; below 1: 255 (i/255)^(1/tan(.779 G))", kToneUsers,
+     TakeToneOption, kInPresets, {0.1, 9.99}},
+    {"curve", 0, "POINTS", kToneGroup, "five points x,y:x,y:x,y:x,y:x,y", kToneUsers,
+     TakeToneOption, kInPresets, {}, nullptr, nullptr, nullptr, ':'},
+    {"curve-kind", 0, "KIND", kToneGroup, "spline or polyline, for the --curve beside it", kToneUsers,
+     TakeToneOption, kInPresets, {}, nullptr, "spline polyline"},
+    {"curve-gamma", 0, "N", kToneGroup, "%r, positive is lighter", kToneUsers,
+     TakeToneOption, kInPresets, {-100, 100}},
+    {"balance-shadows", 0, "R,G,B", kToneGroup, "%r each; RGB only", kToneUsers,
+     TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
+    {"balance-midtones", 0, "R,G,B", kToneGroup, "the same for the midtones", kToneUsers,
+     TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
+    {"balance-highlights", 0, "R,G,B", kToneGroup, "the same for the highlights", kToneUsers,
+     TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
 
-    {"saturation", 0, "N", kColour, "-100..100 percent; RGB only", kPageUsers, kInPresets},
-    {"hue", 0, "N", kColour, "-180..180 degrees; RGB only", kPageUsers, kInPresets},
-    {"lightness", 0, "N", kColour, "-100..100 percent; RGB only", kPageUsers, kInPresets},
-    {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kPageUsers, kInPresets,
-     "-2 -1 0 1 2 3"},
-    {"order", 0, "LIST", kColour, "the stages' order; usual: tone,hsv,scale,sharpen", kPageUsers, kInPresets},
+    {"saturation", 0, "N", kColour, "%r percent; RGB only", kPageUsers,
+     [](S o, V v, T t) { t.settings.hsv.saturation = ParseInt(o, v); }, kInPresets, {-100, 100}},
+    {"hue", 0, "N", kColour, "%r degrees; RGB only", kPageUsers,
+     [](S o, V v, T t) { t.settings.hsv.hue = ParseInt(o, v); }, kInPresets, {-180, 180}},
+    {"lightness", 0, "N", kColour, "%r percent; RGB only", kPageUsers,
+     [](S o, V v, T t) { t.settings.hsv.lightness = ParseInt(o, v); }, kInPresets, {-100, 100}},
+    {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kPageUsers,
+     [](S o, V v, T t) { t.settings.sharpness = ParseInt(o, v); }, kInPresets, {-2, 3}, nullptr, "-2 -1 0 1 2 3"},
+    {"order", 0, "LIST", kColour, "the stages' order; usual: tone,hsv,scale,sharpen", kPageUsers,
+     [](S o, V v, T t) { t.settings.order = ParseOrder(o, v, t.missing); }, kInPresets},
 
-    {"mode", 0, "MODE", kPixels, "lineart, gray or color", kPageUsers, kInPresets, "lineart gray color"},
-    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kPageUsers, kInPresets, "1 8 16"},
-    {"threshold", 0, "N", kPixels, "0..100 percent; darker becomes black in lineart (50)", kPageUsers, kInPresets},
-    {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers, kInPresets},
+    {"mode", 0, "MODE", kPixels, "lineart, gray or color", kPageUsers,
+     [](S o, V v, T t) { t.settings.pixels.mode = ParseMode(o, v); },
+     kInPresets, {}, nullptr, "lineart gray color", nullptr, 0, TakeDeviceMode},
+    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kPageUsers,
+     [](S o, V v, T t) { t.settings.pixels.depth = Choose(o, v, {1, 8, 16}); },
+     kInPresets, {}, nullptr, "1 8 16", nullptr, 0, TakeDeviceDepth},
+    {"threshold", 0, "N", kPixels, "%r percent; darker becomes black in lineart (%u)", kPageUsers,
+     [](S o, V v, T t) { t.settings.pixels.threshold = ParseDecimal(o, v); },
+     kInPresets, {0, 100}, "50", nullptr, nullptr, 0, TakeDeviceThreshold},
+    {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers,
+     [](S, V, T t) { t.settings.pixels.negative = true; }, kInPresets},
 
-    {"flatten", 0, "COLOUR", kPixels, "lay alpha over white, black or #RRGGBB (white)", kPageUsers, kInPresets,
-     "white black", "white"},
+    {"flatten", 0, "COLOUR", kPixels, "lay alpha over white, black or #RRGGBB (white)", kPageUsers,
+     [](S o, V v, T t) { t.settings.pixels.flatten = ParseColour(o, v); },
+     kInPresets, {}, nullptr, "white black", "white"},
 
-    {"scale", 0, "S", kSize, "50% or 0.5", kPageUsers, kInPresets},
-    {"size", 0, "WxH", kSize, "exactly that many pixels", kPageUsers, kInPresets},
-    {"width", 0, "N", kSize, nullptr, kPageUsers, kInPresets},
-    {"height", 0, "N", kSize, "one alone keeps the proportions", kPageUsers, kInPresets},
-    {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kPageUsers, kInPresets},
-    {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kPageUsers, kInPresets},
-    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kPageUsers, kInPresets},
-    {"shrink-only", 0, nullptr, kSize, "never enlarge", kPageUsers, kInPresets},
+    {"scale", 0, "S", kSize, "50% or 0.5", kPageUsers,
+     [](S o, V v, T t) { t.settings.size.scale = ParseScale(o, v); }, kInPresets},
+    {"size", 0, "WxH", kSize, "exactly that many pixels", kPageUsers,
+     [](S o, V v, T t) { ParseSize(o, v, t.settings.size); }, kInPresets},
+    {"width", 0, "N", kSize, nullptr, kPageUsers,
+     [](S o, V v, T t) { t.settings.size.width = ParseSide(o, v); }, kInPresets},
+    {"height", 0, "N", kSize, "one alone keeps the proportions", kPageUsers,
+     [](S o, V v, T t) { t.settings.size.height = ParseSide(o, v); }, kInPresets},
+    {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kPageUsers,
+     [](S o, V v, T t) { t.settings.size.resolution = ParseResolution(o.name, v); },
+     kInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceResolution},
+    {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kPageUsers,
+     [](S o, V v, T t) { t.settings.inputResolution = ParseResolution(o.name, v); }, kInPresets},
+    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kPageUsers,
+     [](S o, V v, T t) { t.settings.setResolution = ParseResolution(o.name, v); }, kInPresets},
+    {"shrink-only", 0, nullptr, kSize, "never enlarge", kPageUsers,
+     [](S, V, T t) { t.settings.size.shrinkOnly = true; }, kInPresets},
 
-    {"preset", 0, "NAME|FILE", kPresetGroup, "act as if its options stood here", kToneUsers},
-    {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers},
+    {"preset", 0, "NAME|FILE", kPresetGroup, "act as if its options stood here", kToneUsers, TakeByCommand},
+    {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers,
+     TakeByCommand},
 
-    {"output", 'o', "FILE", kOutput, "'-': standard output; DIR/; %s: input's name; %d, %03d: page", kPageUsers},
-    {"first-page-number", 0, "N", kOutput, nullptr, kPageUsers},
-    {"format", 0, "NAME", kOutput, "what %d begins with; png, tiff, jpeg, pdf or pnm", kPageUsers, kInPresets,
-     "png tiff jpeg pdf pnm"},
-    {"quality", 0, "N", kOutput, "1..100, JPEG (92)", kPageUsers, kInPresets},
-    {"page", 0, "N[-[M]]", kOutput, "only these pages", kAdjust},
-    {"jobs", 'j', "N", kOutput, "inputs worked on at a time, 1..256 (1)", kAdjust},
-    {"threads", 0, "N", kOutput, "1..64 for a page; more than 1 read, adjust and compress together", kAdjust},
-    {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust},
-    {"stop-on-error", 0, nullptr, kOutput, "after an error go on with the next input (usual), or end", kAdjust},
-    {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers},
-    {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kPageUsers, kInPresets},
-    {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo},
-    {"max-side", 0, "N", kOutput, nullptr, kPageUsers | kInfo},
-    {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kPageUsers | kInfo},
+    {"output", 'o', "FILE", kOutput, "'-': standard output; DIR/; %s: input's name; %d, %03d: page", kPageUsers,
+     [](S, V v, T t) { t.settings.output = v; }},
+    {"first-page-number", 0, "N", kOutput, nullptr, kPageUsers,
+     [](S o, V v, T t) { t.settings.firstPageNumber = static_cast<unsigned long>(ParseInt(o, v)); },
+     kNotInPresets, {0, 999999999}},
+    {"format", 0, "NAME", kOutput, "what %d begins with; png, tiff, jpeg, pdf or pnm", kPageUsers,
+     TakeFormat,
+     kInPresets, {}, nullptr, "png tiff jpeg pdf pnm"},
+    {"quality", 0, "N", kOutput, "%r, JPEG (%u)", kPageUsers,
+     [](S o, V v, T t) { t.settings.quality = ParseInt(o, v); }, kInPresets, {1, 100}, "92"},
+    {"page", 0, "N[-[M]]", kOutput, "only these pages", kAdjust,
+     [](S o, V v, T t) { t.settings.pages = ParsePages(o, v); }},
+    {"jobs", 'j', "N", kOutput, "inputs worked on at a time, %r (%u)", kAdjust,
+     [](S o, V v, T t) { t.settings.jobs = ParseInt(o, v); }, kNotInPresets, {1, 256}, "1"},
+    {"threads", 0, "N", kOutput, "%r for a page; more than 1 read, adjust and compress together", kAdjust,
+     [](S o, V v, T t) { t.settings.threads = ParseInt(o, v); }, kNotInPresets, {1, 64}},
+    {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust, [](S, V, T t) { t.settings.keepGoing = true; }},
+    {"stop-on-error", 0, nullptr, kOutput, "after an error go on with the next input (usual), or end", kAdjust,
+     [](S, V, T t) { t.settings.keepGoing = false; }},
+    {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers,
+     [](S, V, T t) { t.settings.force = true; }},
+    {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kPageUsers,
+     [](S, V, T t) { t.settings.strip = true; }, kInPresets},
+    {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo,
+     [](S, V, T t) { t.settings.read.strictStream = true; }},
+    {"max-side", 0, "N", kOutput, nullptr, kPageUsers | kInfo,
+     [](S o, V v, T t) { t.settings.read.limits.maxSide = ParseSide(o, v); }},
+    {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kPageUsers | kInfo,
+     [](S o, V v, T t) { t.settings.read.limits.maxPixels = ParseCount(o, v); }},
 
-    {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kPageUsers},
-    {"json", 0, nullptr, kReport, nullptr, kAdjust | kInfo},
-    {"stats", 0, nullptr, kReport, "percentiles and suggested --levels; needs no output; as JSON", kPageUsers},
-    {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers},
-    {"progress", 0, nullptr, kReport, nullptr, kPageUsers},
-    {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kPageUsers},
-    {"verbose", 'v', nullptr, kReport, "say more", kEvery},
-    {"version", 0, nullptr, kReport, nullptr, kEvery},
-    {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery},
+    {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kPageUsers,
+     [](S, V, T t) { t.settings.dryRun = true; }},
+    {"json", 0, nullptr, kReport, nullptr, kAdjust | kInfo, [](S, V, T t) { t.settings.json = true; }},
+    {"stats", 0, nullptr, kReport, "percentiles and suggested --levels; needs no output; as JSON", kPageUsers,
+     [](S, V, T t) { t.settings.stats = true; }},
+    {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers,
+     [](S, V v, T t) { t.settings.plot = v; }},
+    {"progress", 0, nullptr, kReport, nullptr, kPageUsers, [](S, V, T t) { t.settings.progress = true; }},
+    {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kPageUsers,
+     [](S, V, T t) { t.settings.progress = false; }},
+    {"verbose", 'v', nullptr, kReport, "say more", kEvery, [](S, V, T t) { t.settings.verbose = true; }},
+    {"version", 0, nullptr, kReport, nullptr, kEvery, TakeByCommand},
+    {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery, TakeByCommand},
 
-    {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve},
+    {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve, TakeByCommand},
     {"table", 0, "FORM", kCurveGroup, "print it: plain, c, csv, or sane (one list for a gamma option)", kCurve,
-     kNotInPresets, "plain c csv sane"},
+     TakeByCommand, kNotInPresets, {}, nullptr, "plain c csv sane"},
 
-    {"device", 'd', "NAME", kScanGroup, "the scanner; else what SANE_DEFAULT_DEVICE names", kScan},
-    {"list-devices", 'L', nullptr, kScanGroup, "print the scanners that are there", kScan},
-    {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan},
-    {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (1)", kScan},
+    {"device", 'd', "NAME", kScanGroup, "the scanner; else what SANE_DEFAULT_DEVICE names", kScan,
+     nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceName},
+    {"list-devices", 'L', nullptr, kScanGroup, "print the scanners that are there", kScan,
+     nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeListDevices},
+    {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan,
+     nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceSet},
+    {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (%u)", kScan,
+     nullptr, kNotInPresets, {1, 1000000}, "1", nullptr, nullptr, 0, TakeDevicePages},
 
-    {"check", 0, nullptr, kInfoGroup, "read the pixels too, and say what is damaged", kInfo},
+    {"check", 0, nullptr, kInfoGroup, "read the pixels too, and say what is damaged", kInfo, TakeByCommand},
 });
+// clang-format on
+
+static_assert(std::all_of(kTable.begin(), kTable.end(),
+                          [](S o) { return o.take != nullptr || o.takeForDevice != nullptr; }),
+              "an option that nothing takes");
 
 std::string OptionText(const OptionSpec& spec) {
     std::string text = spec.letter != 0 ? std::string("-") + spec.letter + " --" : std::string("--");
@@ -122,6 +202,25 @@ const OptionSpec* FindOption(std::string_view name) {
     const auto found =
         std::find_if(kTable.begin(), kTable.end(), [name](const OptionSpec& spec) { return name == spec.name; });
     return found != kTable.end() ? &*found : nullptr;
+}
+
+std::string OptionHelp(const OptionSpec& spec) {
+    const OptionSpec* row = &spec;
+    while (row->help == nullptr && row != &kTable.back()) {
+        ++row;
+    }
+    std::string text = row->help != nullptr ? row->help : "";
+    if (const std::size_t at = text.find("%r"); at != std::string::npos) {
+        text.replace(at, 2, NumberText(row->range.low) + ".." + NumberText(row->range.high));
+    }
+    if (const std::size_t at = text.find("%u"); at != std::string::npos) {
+        text.replace(at, 2, row->usual);
+    }
+    return text;
+}
+
+bool ReadByCommand(const OptionSpec& spec) {
+    return spec.take == TakeByCommand;
 }
 
 std::string HelpText(CommandBit command) {
@@ -146,7 +245,7 @@ std::string HelpText(CommandBit command) {
         line += " " + OptionText(spec);
         if (spec.help != nullptr) {
             line += line.size() < kHelpColumn ? std::string(kHelpColumn - line.size(), ' ') : " ";
-            text += line + spec.help + "\n";
+            text += line + OptionHelp(spec) + "\n";
             line = " ";
         }
     }

@@ -164,7 +164,7 @@ class PresetReader {
             return spec->bare;
         }
         const toml::array* list = entry.value->as_array();
-        return list != nullptr ? Joined(entry, *list, entry.key == "curve" ? ':' : ',')
+        return list != nullptr ? Joined(entry, *list, spec->separator == ':' ? ':' : ',')
                                : Scalar(entry, *entry.value);
     }
 
@@ -222,12 +222,11 @@ std::string TomlList(std::string_view text, char separator) {
 }
 
 std::string TomlLine(const GivenOption& option) {
-    const bool flag = FindOption(option.name)->argument == nullptr;
+    const OptionSpec& spec = *FindOption(option.name);
+    const bool flag = spec.argument == nullptr;
     std::string value = flag ? std::string("true") : TomlScalar(option.value);
-    if (option.name == "curve") {
-        value = TomlList(option.value, ':');
-    } else if (option.name == "levels" || option.name.starts_with("balance-")) {
-        value = TomlList(option.value, ',');
+    if (spec.separator != 0) {
+        value = TomlList(option.value, spec.separator);
     }
     return option.name + " = " + value + "\n";
 }

@@ -3,10 +3,10 @@
 #include <cstdlib>
 
 #include "programs/base/Error.h"
-#include "programs/base/Numbers.h"
 #include "programs/io/LineWriter.h"
 #include "programs/io/OpenWriter.h"
 #include "programs/io/OutputName.h"
+#include "programs/options/ParseValue.h"
 
 namespace platen_tool {
 
@@ -24,34 +24,6 @@ DeviceRequest ParseSet(const std::string& text) {
     // Without a value it can only be a button, which the device's description will show.
     return {DeviceRequest::kSet, text.substr(0, equals),
             equals == std::string::npos ? std::string() : text.substr(equals + 1)};
-}
-
-// Whether the device alone needs the option; what the pages need too stays in the list.
-bool TakeScanOption(ScanSettings& s, const GivenOption& option) {
-    if (option.name == "device") {
-        s.device = option.value;
-    } else if (option.name == "list-devices") {
-        s.listDevices = true;
-    } else if (option.name == "pages") {
-        constexpr std::int64_t kMostPages = 1'000'000;
-        s.pages.reset();
-        if (option.value != "all") {
-            s.pages = static_cast<unsigned long>(ParseWhole("--pages", option.value, 1, kMostPages));
-        }
-    } else if (option.name == "set") {
-        s.requests.push_back(ParseSet(option.value));
-    } else if (option.name == "resolution") {
-        ParseResolution(option.name, option.value);  // checked only; the device gets it as it was said
-        s.requests.push_back({DeviceRequest::kResolution, "", option.value});
-    } else {
-        s.thresholdGiven = s.thresholdGiven || option.name == "threshold";
-        if (option.name == "mode" || option.name == "depth") {
-            const auto kind = option.name == "mode" ? DeviceRequest::kMode : DeviceRequest::kDepth;
-            s.requests.push_back({kind, "", option.value});
-        }
-        return false;
-    }
-    return true;
 }
 
 void CheckOutput(const ScanSettings& s) {
@@ -74,10 +46,56 @@ void CheckOutput(const ScanSettings& s) {
 
 }  // namespace
 
+bool TakeDeviceName(const OptionSpec&, const std::string& value, ScanSettings& s) {
+    s.device = value;
+    return true;
+}
+
+bool TakeListDevices(const OptionSpec&, const std::string&, ScanSettings& s) {
+    s.listDevices = true;
+    return true;
+}
+
+bool TakeDevicePages(const OptionSpec& spec, const std::string& value, ScanSettings& s) {
+    s.pages.reset();
+    if (value != "all") {
+        s.pages = static_cast<unsigned long>(ParseInt(spec, value));
+    }
+    return true;
+}
+
+bool TakeDeviceSet(const OptionSpec&, const std::string& value, ScanSettings& s) {
+    s.requests.push_back(ParseSet(value));
+    return true;
+}
+
+bool TakeDeviceResolution(const OptionSpec& spec, const std::string& value, ScanSettings& s) {
+    ParseResolution(spec.name, value);  // checked only; the device gets it as it was said
+    s.requests.push_back({DeviceRequest::kResolution, "", value});
+    return true;
+}
+
+bool TakeDeviceMode(const OptionSpec&, const std::string& value, ScanSettings& s) {
+    s.requests.push_back({DeviceRequest::kMode, "", value});
+    return false;
+}
+
+bool TakeDeviceDepth(const OptionSpec&, const std::string& value, ScanSettings& s) {
+    s.requests.push_back({DeviceRequest::kDepth, "", value});
+    return false;
+}
+
+bool TakeDeviceThreshold(const OptionSpec&, const std::string&, ScanSettings& s) {
+    s.thresholdGiven = true;
+    return false;
+}
+
 std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options) {
     std::vector<GivenOption> rest;
     for (const GivenOption& option : options) {
-        if (!TakeScanOption(s, option)) {
+        const OptionSpec* spec = FindOption(option.name);
+        const auto take = spec != nullptr ? spec->takeForDevice : nullptr;
+        if (take == nullptr || !take(*spec, option.value, s)) {
             rest.push_back(option);
         }
     }

@@ -117,6 +117,13 @@ struct Settings {
     }
 };
 
+// What an option's function takes its value into.
+struct OptionTarget {
+    Settings& settings;
+    ToneStepList& tone;
+    unsigned& missing;  // of --order: a bit for each Adjustment that it leaves out
+};
+
 // What standard input and output are, for a command line that names no input or output.
 struct Terminals {
     bool input = true;
@@ -128,9 +135,6 @@ Settings MakeSettings(const ParsedArguments& arguments, const Terminals& termina
 
 // Checks one option's value by itself, as MakeSettings would.
 void CheckOption(const GivenOption& option);
-
-// The value of an option that says a resolution: DPI, or XxY.
-Resolution ParseResolution(const std::string& option, const std::string& text);
 
 // The reading options alone, for sub-commands that only read; others are passed over.
 ReadOptions MakeReadOptions(const std::vector<GivenOption>& options);

@@ -4,6 +4,7 @@
 
 #include "programs/base/Error.h"
 #include "programs/base/Numbers.h"
+#include "programs/options/OptionTable.h"
 
 namespace platen_tool {
 
@@ -13,8 +14,19 @@ namespace {
     throw Error(ExitCode::kUsage, text);
 }
 
-int ParseInt(std::string_view option, std::string_view text, int low, int high) {
-    return static_cast<int>(ParseWhole(option, text, low, high));
+int ParseInt(std::string_view name, std::string_view text, int low, int high) {
+    return static_cast<int>(ParseWhole(name, text, low, high));
+}
+
+// A number in the range of the option's row.
+int ParseAmount(std::string_view option, std::string_view text) {
+    const OptionRange range = FindOption(option)->range;
+    return ParseInt("--" + std::string(option), text, static_cast<int>(range.low), static_cast<int>(range.high));
+}
+
+double ParseGamma(const std::string& name, std::string_view text) {
+    const OptionRange range = FindOption("gamma")->range;
+    return ParseNumber(name, text, range.low, range.high);
 }
 
 // The library wants more than 7 levels between black and white, and would drop the operation otherwise.
@@ -34,7 +46,7 @@ LevelsStep ParseLevels(std::string_view value) {
     step.black = ParseInt("--levels: BLACK", parts[0], 0, 247);
     step.white = ParseInt("--levels: WHITE", parts[1], 8, 255);
     if (parts.size() > 2) {
-        step.gamma = ParseNumber("--levels: GAMMA", parts[2], 0.1, 9.99);
+        step.gamma = ParseGamma("--levels: GAMMA", parts[2]);
     }
     if (parts.size() > 3) {
         step.outputBlack = ParseInt("--levels: OUTBLACK", parts[3], 0, 247);
@@ -69,15 +81,15 @@ CurveStep ParseCurve(std::string_view value) {
     return step;
 }
 
-BalanceStep ParseBalance(BalanceGroup group, const std::string& option, std::string_view value) {
+BalanceStep ParseBalance(BalanceGroup group, std::string_view option, std::string_view value) {
     const auto parts = SplitText(value, ',');
     BalanceStep step;
     step.group = group;
     if (parts.size() != step.shift.size()) {
-        Refuse(option + ": '" + std::string(value) + "' is not R,G,B");
+        Refuse("--" + std::string(option) + ": '" + std::string(value) + "' is not R,G,B");
     }
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        step.shift[i] = ParseInt(option, parts[i], -100, 100);
+        step.shift[i] = ParseAmount(option, parts[i]);
     }
     return step;
 }
@@ -128,17 +140,8 @@ Step* ToneStepList::OpenStep() {
 }
 
 bool ToneStepList::Knows(std::string_view option) {
-    static constexpr std::array<std::string_view, 10> kNames = {"brightness",
-                                                                "contrast",
-                                                                "levels",
-                                                                "gamma",
-                                                                "curve",
-                                                                "curve-kind",
-                                                                "curve-gamma",
-                                                                "balance-shadows",
-                                                                "balance-midtones",
-                                                                "balance-highlights"};
-    return std::find(kNames.begin(), kNames.end(), option) != kNames.end();
+    const OptionSpec* spec = FindOption(option);
+    return spec != nullptr && std::string_view(spec->group) == kToneGroup;
 }
 
 void ToneStepList::EndStep() {
@@ -149,7 +152,7 @@ void ToneStepList::EndStep() {
 }
 
 void ToneStepList::TakeBrightnessOrContrast(std::string_view option, std::string_view value) {
-    const int amount = ParseInt("--" + std::string(option), value, -100, 100);
+    const int amount = ParseAmount(option, value);
     const auto field =
         option == "brightness" ? &BrightnessContrastStep::brightness : &BrightnessContrastStep::contrast;
     auto* last = OpenStep<BrightnessContrastStep>();
@@ -179,7 +182,7 @@ bool ToneStepList::Take(std::string_view option, std::string_view value) {
         steps_.emplace_back(ParseLevels(value));
     } else if (option == "gamma") {
         LevelsStep step;
-        step.gamma = ParseNumber("--gamma", value, 0.1, 9.99);
+        step.gamma = ParseGamma("--gamma", value);
         steps_.emplace_back(step);
     } else if (option == "curve") {
         CurveStep step = ParseCurve(value);
@@ -189,13 +192,13 @@ bool ToneStepList::Take(std::string_view option, std::string_view value) {
     } else if (option == "curve-kind") {
         TakeCurveKind(value);
     } else if (option == "curve-gamma") {
-        steps_.emplace_back(CurveGammaStep{ParseInt("--curve-gamma", value, -100, 100)});
+        steps_.emplace_back(CurveGammaStep{ParseAmount(option, value)});
     } else if (option == "balance-shadows") {
-        steps_.emplace_back(ParseBalance(BalanceGroup::kShadows, "--balance-shadows", value));
+        steps_.emplace_back(ParseBalance(BalanceGroup::kShadows, option, value));
     } else if (option == "balance-midtones") {
-        steps_.emplace_back(ParseBalance(BalanceGroup::kMidtones, "--balance-midtones", value));
+        steps_.emplace_back(ParseBalance(BalanceGroup::kMidtones, option, value));
     } else if (option == "balance-highlights") {
-        steps_.emplace_back(ParseBalance(BalanceGroup::kHighlights, "--balance-highlights", value));
+        steps_.emplace_back(ParseBalance(BalanceGroup::kHighlights, option, value));
     } else {
         return false;
     }

@@ -1,8 +1,11 @@
 #include <algorithm>
 
 #include "Expect.h"
+#include "programs/base/Error.h"
+#include "programs/base/Numbers.h"
 #include "programs/options/Arguments.h"
 #include "programs/options/OptionTable.h"
+#include "programs/options/Settings.h"
 
 namespace platen_tool {
 namespace {
@@ -94,4 +97,60 @@ TEST(Arguments, NoOptionIsListedTwice) {
 }
 
 }  // namespace
+TEST(OptionTable, EachRowIsTakenBySomebody) {
+    std::string byCommands;
+    for (const OptionSpec& spec : OptionTable()) {
+        EXPECT_TRUE(spec.take != nullptr || spec.takeForDevice != nullptr) << spec.name;
+        EXPECT_TRUE(spec.take != nullptr || spec.commands == kScan) << spec.name;
+        byCommands += ReadByCommand(spec) ? spec.name + std::string(" ") : "";
+    }
+    // Sub-commands look at these themselves. One that nobody looks at would be accepted without effect.
+    EXPECT_EQ(byCommands, "preset save-preset version help svg table check ");
+}
+
+TEST(OptionTable, NumbersKeepToTheRangeThatTheHelpShows) {
+    int count = 0;
+    for (const OptionSpec& spec : OptionTable()) {
+        if (spec.take == nullptr || spec.argument == nullptr || std::string_view(spec.argument).size() != 1 ||
+            (spec.range.low == 0.0 && spec.range.high == 0.0)) {
+            continue;
+        }
+        ++count;
+        const auto allowed = [&](double value) {
+            try {
+                CheckOption({spec.name, NumberText(value)});
+                return true;
+            } catch (const Error&) {
+                return false;
+            }
+        };
+        EXPECT_TRUE(allowed(spec.range.low)) << spec.name;
+        EXPECT_TRUE(allowed(spec.range.high)) << spec.name;
+        EXPECT_FALSE(allowed(spec.range.low - 1)) << spec.name;
+        EXPECT_FALSE(allowed(spec.range.high + 1)) << spec.name;
+        const std::string help = spec.help != nullptr ? spec.help : "";
+        EXPECT_EQ(help.find(".."), std::string::npos) << spec.name << ": a range belongs in the row's range";
+    }
+    EXPECT_GE(count, 12);
+}
+
+TEST(OptionTable, WhatIsUsualIsTheSettingsOwn) {
+    const Settings usual;
+    for (const OptionSpec& spec : OptionTable()) {
+        if (spec.usual == nullptr || spec.take == nullptr) {
+            continue;
+        }
+        Settings settings;
+        settings.pixels.threshold = -1;
+        settings.quality = settings.jobs = -1;
+        ToneStepList tone;
+        unsigned missing = 0;
+        OptionTarget target{settings, tone, missing};
+        spec.take(spec, spec.usual, target);
+        const bool same = settings.pixels.threshold == usual.pixels.threshold ||
+                          settings.quality == usual.quality || settings.jobs == usual.jobs;
+        EXPECT_TRUE(same) << spec.name;
+    }
+}
+
 }  // namespace platen_tool
