@@ -4,44 +4,13 @@
 #include "programs/base/Report.h"
 #include "programs/commands/Adjust.h"
 #include "programs/io/OpenReader.h"
+#include "programs/io/TiffCompression.h"
 #include "programs/options/Settings.h"
 #include "programs/page/PagePlan.h"
 
 namespace platen_tool {
 
 namespace {
-
-std::string CompressionName(int tag) {
-    switch (tag) {
-        case 0:
-            return "";
-        case 1:
-            return "none";
-        case 2:
-            return "CCITT RLE";
-        case 3:
-            return "CCITT G3";
-        case 4:
-            return "CCITT G4";
-        case 5:
-            return "LZW";
-        case 7:
-            return "JPEG";
-        case 8:
-        case 32946:
-            return "Deflate";
-        case 32773:
-            return "PackBits";
-        case 34925:
-            return "LZMA";
-        case 50000:
-            return "Zstd";
-        case 50001:
-            return "WebP";
-        default:
-            return "TIFF compression " + std::to_string(tag);
-    }
-}
 
 std::string JsonRatio(const Ratio& ratio) {
     return "[" + std::to_string(ratio.numerator) + ", " + std::to_string(ratio.denominator) + "]";
@@ -60,7 +29,7 @@ std::string JsonPage(const LineReader& reader) {
     }
     json += ", \"icc\": " + std::to_string(info.iccProfile.size()) +
             ", \"orientation\": " + std::to_string(info.orientation);
-    const std::string compression = CompressionName(reader.TiffCompression());
+    const std::string compression = TiffCompressionName(reader.TiffCompression());
     json += compression.empty() ? "" : ", \"compression\": " + JsonText(compression);
     std::string storage;
     for (const std::string& word : reader.Storage()) {
@@ -72,7 +41,7 @@ std::string JsonPage(const LineReader& reader) {
 std::string PlainPage(const LineReader& reader) {
     const ImageInfo& info = reader.Info();
     std::string text = PageText(info);
-    const std::string compression = CompressionName(reader.TiffCompression());
+    const std::string compression = TiffCompressionName(reader.TiffCompression());
     text += compression.empty() ? "" : ", " + compression;
     for (const std::string& word : reader.Storage()) {
         text += ", " + word;

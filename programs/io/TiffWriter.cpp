@@ -11,6 +11,7 @@
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
+#include "programs/io/TiffCompression.h"
 #include "programs/io/TiffDirectory.h"
 #include "programs/io/TiffHandle.h"
 #include "programs/io/TiffStrips.h"
@@ -21,33 +22,6 @@ namespace {
 
 constexpr std::size_t kStripBytes = 256 << 10;  // about so much of a page is encoded at a time
 constexpr int kFullColourQuality = 90;
-
-bool Fits(int compression, const ImageInfo& info) {
-    switch (compression) {
-        case COMPRESSION_CCITTRLE:
-        case COMPRESSION_CCITTFAX3:
-        case COMPRESSION_CCITTFAX4:
-            return info.bitsPerSample == 1;
-        case COMPRESSION_JPEG:  // wants to know the height of its strips
-            return info.bitsPerSample == 8 && !info.HasAlpha() && info.height != 0;
-        case COMPRESSION_NONE:
-        case COMPRESSION_LZW:
-        case COMPRESSION_PACKBITS:
-        case COMPRESSION_DEFLATE:
-        case COMPRESSION_ADOBE_DEFLATE:
-        case COMPRESSION_LZMA:
-        case COMPRESSION_ZSTD:
-            return TIFFIsCODECConfigured(static_cast<std::uint16_t>(compression)) != 0;
-        default:
-            return false;
-    }
-}
-
-bool TakesPredictor(int compression) {
-    return compression == COMPRESSION_LZW || compression == COMPRESSION_DEFLATE ||
-           compression == COMPRESSION_ADOBE_DEFLATE || compression == COMPRESSION_LZMA ||
-           compression == COMPRESSION_ZSTD;
-}
 
 class TiffWriter : public LineWriter {
   public:
@@ -72,7 +46,7 @@ class TiffWriter : public LineWriter {
         info_ = info;
         lines_.Begin(info.height);
         compression_ = wanted_;
-        if (wanted_ == 0 || !Fits(wanted_, info)) {
+        if (wanted_ == 0 || !TiffCompressionFits(wanted_, info)) {
             compression_ = info.bitsPerSample == 1 ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW;
             if (wanted_ != 0) {
                 notice_ = "TIFF compression " + std::to_string(wanted_) + " doesn't fit " + LayoutName(info) +
@@ -202,7 +176,7 @@ class TiffWriter : public LineWriter {
                 const int factor = quality_ >= kFullColourQuality ? 1 : 2;
                 TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, factor, factor);
             }
-        } else if (TakesPredictor(compression_) && info_.bitsPerSample >= 8) {
+        } else if (FindTiffCompression(compression_)->predictor && info_.bitsPerSample >= 8) {
             TIFFSetField(tiff, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
         }
     }
