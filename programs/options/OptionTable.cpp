@@ -5,7 +5,7 @@
 
 #include "programs/base/Numbers.h"
 #include "programs/options/ParseValue.h"
-#include "programs/options/ScanSettings.h"
+#include "programs/options/ScanOptions.h"
 #include "programs/options/Settings.h"
 
 namespace platen_tool {

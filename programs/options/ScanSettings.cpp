@@ -6,7 +6,7 @@
 #include "programs/io/LineWriter.h"
 #include "programs/io/OpenWriter.h"
 #include "programs/io/OutputName.h"
-#include "programs/options/ParseValue.h"
+#include "programs/options/OptionTable.h"
 
 namespace platen_tool {
 
@@ -14,16 +14,6 @@ namespace {
 
 [[noreturn]] void Refuse(const std::string& text) {
     throw Error(ExitCode::kUsage, text);
-}
-
-DeviceRequest ParseSet(const std::string& text) {
-    const std::size_t equals = text.find('=');
-    if (equals == 0 || text.empty()) {
-        Refuse("--set: '" + text + "' is not NAME=VALUE");
-    }
-    // Without a value it can only be a button, which the device's description will show.
-    return {DeviceRequest::kSet, text.substr(0, equals),
-            equals == std::string::npos ? std::string() : text.substr(equals + 1)};
 }
 
 void CheckOutput(const ScanSettings& s) {
@@ -45,50 +35,6 @@ void CheckOutput(const ScanSettings& s) {
 }
 
 }  // namespace
-
-bool TakeDeviceName(const OptionSpec&, const std::string& value, ScanSettings& s) {
-    s.device = value;
-    return true;
-}
-
-bool TakeListDevices(const OptionSpec&, const std::string&, ScanSettings& s) {
-    s.listDevices = true;
-    return true;
-}
-
-bool TakeDevicePages(const OptionSpec& spec, const std::string& value, ScanSettings& s) {
-    s.pages.reset();
-    if (value != "all") {
-        s.pages = static_cast<unsigned long>(ParseInt(spec, value));
-    }
-    return true;
-}
-
-bool TakeDeviceSet(const OptionSpec&, const std::string& value, ScanSettings& s) {
-    s.requests.push_back(ParseSet(value));
-    return true;
-}
-
-bool TakeDeviceResolution(const OptionSpec& spec, const std::string& value, ScanSettings& s) {
-    ParseResolution(spec.name, value);  // checked only; the device gets it as it was said
-    s.requests.push_back({DeviceRequest::kResolution, "", value});
-    return true;
-}
-
-bool TakeDeviceMode(const OptionSpec&, const std::string& value, ScanSettings& s) {
-    s.requests.push_back({DeviceRequest::kMode, "", value});
-    return false;
-}
-
-bool TakeDeviceDepth(const OptionSpec&, const std::string& value, ScanSettings& s) {
-    s.requests.push_back({DeviceRequest::kDepth, "", value});
-    return false;
-}
-
-bool TakeDeviceThreshold(const OptionSpec&, const std::string&, ScanSettings& s) {
-    s.thresholdGiven = true;
-    return false;
-}
 
 std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options) {
     std::vector<GivenOption> rest;

@@ -26,16 +26,6 @@ struct ScanSettings {
     Settings page;  // what happens to the pages afterwards; its one input is the device
 };
 
-// What the rows of the option table call; see OptionSpec::takeForDevice.
-bool TakeDeviceName(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeListDevices(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeDevicePages(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeDeviceSet(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeDeviceResolution(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeDeviceMode(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeDeviceDepth(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-bool TakeDeviceThreshold(const OptionSpec& spec, const std::string& value, ScanSettings& s);
-
 // Takes out the options that the device alone needs; what is left is about its pages.
 std::vector<GivenOption> TakeScanOptions(ScanSettings& s, const std::vector<GivenOption>& options);
 
