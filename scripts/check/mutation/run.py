@@ -70,6 +70,7 @@ def system_headers(level, flags):
         names = " ".join(read(f) for f in areas.library() + glob.glob("*/*.inc") + glob.glob("Sources/*/*.inc"))
         vector = any(flag.startswith("-mavx") for flag in flags)
         used = set(re.findall(r"^#include (<[a-z_]+(?:\.h)?>)", names, re.M))
+        used = {name for name in used if "neon" not in name and "wasm" not in name}  # of other processors
         used = sorted(name for name in used if vector or "mmintrin" not in name)
         write(header, "".join(f"#include {name}\n" for name in used))
         subprocess.run(["g++", level, *flags, "-x", "c++-header", header, "-o", header + ".gch"], check=True)

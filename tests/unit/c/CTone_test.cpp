@@ -150,6 +150,17 @@ TEST(CTone, HostsMakeOperationsOfTheirOwn) {
     DisposeToneWorld(world, 1);
 }
 
+TEST(CTone, PropertiesTakeBlocksOfTheirSizeAndEmptyOnesAByte) {
+    const std::uint8_t value[12] = {};
+    for (const std::uint32_t size : {0u, 1u, 12u}) {
+        const Operation op(PLATEN_TYPE_LEVEL);
+        AllocationLedger ledger;
+        EXPECT_EQ(platen_operation_add_property(op, 1, size, value), PLATEN_DONE);
+        ASSERT_EQ(ledger.Outstanding(), 2u);
+        EXPECT_EQ(ledger.OutstandingSizes()[0], size != 0 ? size : 1);  // the other is the list's node
+    }
+}
+
 TEST(CTone, PropertiesNeedASetUpOperationAndAValue) {
     const std::int32_t value = 1;
     _SToneOperation* raw = nullptr;

@@ -130,6 +130,18 @@ TEST(CZoom, NullPointersAreBadArguments) {
     platen_zoom_free(nullptr);
 }
 
+TEST(CZoom, FreeGivesBackWhatAnOpenScalerHolds) {
+    for (const bool bilinear : {false, true}) {
+        AllocationLedger ledger;
+        {
+            const Zoom zoom(bilinear);
+            ASSERT_EQ(platen_zoom_open(zoom.record, 7, 4, 13, 11, 1, 2), PLATEN_DONE);
+            EXPECT_GT(ledger.Outstanding(), 1u);
+        }
+        EXPECT_EQ(ledger.Outstanding(), 0u);
+    }
+}
+
 TEST(CZoomDeathTest, RequestsThatEndTheProcessStillDo) {
     const Zoom zoom;
     EXPECT_DEATH(platen_zoom_open(zoom.record, 200, 200, 100, 100, 24, 1),
