@@ -7,7 +7,7 @@
 
 #include "Producer.h"
 #include "ToneWorld/ToneWorld.h"
-#include "tests/unit/ToneWorld/PlainTone.h"
+#include "tests/oracles/ToneOracle.h"
 
 // What the fuzz targets of the tone world share.
 

@@ -7,8 +7,8 @@
 
 namespace platen_fuzz {
 
-// Runs an input with every kernel variant that this processor has. Each run compares with a second writing of the
-// rules, so no variant can differ from another unseen.
+// Runs an input with every kernel variant that this processor has. Each run compares with an oracle
+// of the rules, so no variant can differ from another unseen.
 inline int RunWithEachVariant(int (*run)(const std::uint8_t*, std::size_t), const std::uint8_t* data,
                               std::size_t size) {
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {

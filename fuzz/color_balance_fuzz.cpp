@@ -1,10 +1,10 @@
-// Color balance against a plain transcription: any settings, valid or not, on tables of any content.
+// Color balance against an oracle: any settings, valid or not, on tables of any content.
 
 #include "ToneWorld/ColorBalance.h"
 
 #include "Producer.h"
 #include "ToneFuzz.h"
-#include "tests/support/ColorBalanceTranscription.h"
+#include "tests/oracles/ColorBalanceOracle.h"
 #include "tests/support/ToneTables.h"
 
 namespace {
@@ -53,8 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     platen_test::Tables expected = tables;
     _SToneCurve curve = tables.Curve(depth);
     const std::int32_t status = ApplyColorBalance(op.get(), &curve);
-    Require(status == TranscribedColorBalance(setting, depth, expected.red, expected.green, expected.blue),
-            "status");
+    Require(status == OracleColorBalance(setting, depth, expected.red, expected.green, expected.blue), "status");
     Require(tables == expected, "tables");
     return 0;
 }

@@ -1,4 +1,4 @@
-// The curves operation against a plain transcription: any settings, valid or not, on tables of any content.
+// The curves operation against an oracle: any settings, valid or not, on tables of any content.
 
 #include "ToneWorld/Curves.h"
 
@@ -6,7 +6,7 @@
 
 #include "Producer.h"
 #include "ToneFuzz.h"
-#include "tests/support/CurvesTranscription.h"
+#include "tests/oracles/CurvesOracle.h"
 #include "tests/support/ToneTables.h"
 
 namespace {
@@ -65,12 +65,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     curve.copyCurve = copyFlag;
     curve.curveCopy = copyFlag == 1 ? copy.data() : nullptr;
     const std::int32_t status = ApplyCurves(op.get(), &curve);
-    Require(status == TranscribedCurves(setting, depth, expected.red, expected.green, expected.blue), "status");
+    Require(status == OracleCurves(setting, depth, expected.red, expected.green, expected.blue), "status");
     Require(tables == expected, "tables");
 
     const bool applied = status == 0 && depth != 16;
     const bool copied = applied && copyFlag == 1;
-    Require(copy == (copied ? TranscribedCurvesMaster(setting) : platen_test::ToneTable{}), "copy");
+    Require(copy == (copied ? OracleCurvesMaster(setting) : platen_test::ToneTable{}), "copy");
     const std::int32_t kind = platen_test::GetProperty<std::int32_t>(op, "curS");
     Require(kind == (applied && setting.kind == 0 ? 3 : setting.kind), "the kind is rewritten from 0 to 3 only");
     return 0;

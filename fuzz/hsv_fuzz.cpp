@@ -1,4 +1,4 @@
-// The HSV filter: any record; where it is a valid one, lines against a second writing of the pixel's rules.
+// The HSV filter: any record; where it is a valid one, lines against an oracle.
 
 #include <cstdint>
 #include <cstdlib>
@@ -7,7 +7,7 @@
 #include "LineFilters/Hsv.h"
 #include "Producer.h"
 #include "Sources/Dispatch/Kernels.h"
-#include "tests/support/HsvTranscription.h"
+#include "tests/oracles/HsvOracle.h"
 
 namespace {
 
@@ -58,14 +58,13 @@ bool ShouldBeTaken(const _SHsvParam& p) {
 }
 
 // One line, taken from the input, by every kernel variant.
-void CompareLine(void* handle, const _SHsvParam& param, const platen_test::HsvTranscription& judge,
-                 Producer& producer) {
+void CompareLine(void* handle, const _SHsvParam& param, const platen_test::HsvOracle& oracle, Producer& producer) {
     const std::size_t size = param.width > 0 ? 3 * static_cast<std::size_t>(param.width) : 0;
     std::uint8_t source[3 * kMostPixels];
     std::uint8_t expected[3 * kMostPixels];
     producer.Fill(source, size);
     for (std::size_t i = 0; i < size; i += 3) {
-        judge.Apply(source + i, expected + i);
+        oracle.Apply(source + i, expected + i);
     }
     // A block of its own, exactly as long, so that AddressSanitizer sees a byte too far.
     auto* line = static_cast<std::uint8_t*>(std::malloc(size + 1));
@@ -96,9 +95,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::int32_t status = SetupHsv(&param, &handle);
     Require(status == (ShouldBeTaken(param) ? 0 : 3));
     if (status == 0) {
-        const platen_test::HsvTranscription judge(param.hue, param.saturation, param.lightness);
+        const platen_test::HsvOracle oracle(param.hue, param.saturation, param.lightness);
         for (int lines = 0; lines < 4 && producer.Left() != 0; ++lines) {
-            CompareLine(handle, param, judge, producer);
+            CompareLine(handle, param, oracle, producer);
         }
         Disposehsv(handle);
     } else {

@@ -10,7 +10,7 @@
 #include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/Geometry.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "tests/unit/PX_Zoom/ZoomModel.h"
+#include "tests/oracles/ZoomImageOracle.h"
 
 namespace {
 
@@ -169,7 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     plan.size = TakeCase(input);
     input.Fill(plan.calls, sizeof plan.calls);
     plan.source = TakeImage(plan.size, input);
-    plan.want = ModelScale(plan.size, plan.source);
+    plan.want = OracleScale(plan.size, plan.source);
     plan.horzDouble = input.Flip() ? 1 : 0;
     plan.vertDouble = input.Flip() ? 1 : 0;
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {

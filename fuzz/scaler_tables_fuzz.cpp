@@ -7,7 +7,7 @@
 
 #include "Producer.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "tests/unit/PX_Zoom/ZoomModel.h"
+#include "tests/oracles/ZoomImageOracle.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ void CheckTable(int dst, int src) {
     std::vector<PX_Zoom2_Param> table(static_cast<std::size_t>(dst));
     const int result =
         dst < src ? zoom.Calc_ReducedParam(table.data(), dst, src) : zoom.Calc_ExpandParam(table.data(), dst, src);
-    const auto want = platen_test::ModelTable(dst, src);
+    const auto want = platen_test::OracleTable(dst, src);
     bool heavy = false;
     for (std::size_t i = 0; i < table.size(); ++i) {
         Check(std::memcmp(&want[i], &table[i], sizeof want[i]) == 0);
@@ -44,7 +44,7 @@ void CheckCurve(platen_fuzz::Producer& input) {
     PX_ZoomBilinear zoom;
     const auto range = static_cast<long>(input.Between(1, 1 << 24));
     const auto weight = static_cast<long>(input.Between(0, range));
-    Check(zoom.Shift_Coefficient(weight, range) == platen_test::ModelShape(weight, range));
+    Check(zoom.Shift_Coefficient(weight, range) == platen_test::OracleShape(weight, range));
     const auto anyWeight = input.Take<std::int32_t>();
     const auto anyRange = input.Take<std::int32_t>();
     if (anyRange != 0) {

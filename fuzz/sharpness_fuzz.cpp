@@ -1,7 +1,6 @@
 // The sharpness filter: any record; where it is a valid one, Put, Get and changes of the kernel in any order,
-// against a model that keeps the lines and computes finished ones by a second writing.
+// against the oracle of a stream of lines.
 
-#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -11,12 +10,13 @@
 #include "LineFilters/Sharpness.h"
 #include "Producer.h"
 #include "Variants.h"
-#include "tests/support/SharpTranscription.h"
+#include "tests/oracles/SharpOracle.h"
 
 namespace {
 
 using platen_fuzz::Producer;
 using Bytes = std::vector<std::uint8_t>;
+using Model = platen_test::SharpStreamOracle;
 
 void Require(bool condition) {
     if (!condition) {
@@ -54,72 +54,6 @@ bool ShouldBeTaken(const _SSharpParam& p) {
     const bool sizes = p.width > 2 && p.height > 0 && p.rowBytes > 0;
     return level && layout && sizes && p.rowBytes / (p.bitsPerPixel / 8) >= p.width;
 }
-
-class Model {
-  public:
-    Model(const _SSharpParam& param, const std::int32_t* kernel)
-        : param_(param), out1_(param.rowBytes), out2_(param.rowBytes) {
-        SetKernel(kernel);
-    }
-
-    void SetKernel(const std::int32_t* kernel) {
-        std::memcpy(kernel_, kernel, sizeof kernel_);
-    }
-
-    void Put(const Bytes& line) {
-        last_[0].swap(last_[1]);
-        last_[1].swap(last_[2]);
-        last_[2] = line;
-        ++count_;
-        if (count_ == 1) {
-            ready_ = 0;
-            return;
-        }
-        ready_ = 1;
-        const std::size_t rows = count_ == 2 ? 2 : 3;
-        Finish(out1_, rows, rows - 2);
-        if (count_ == param_.height) {
-            ready_ = 2;
-            Finish(out2_, 2, 1);
-        }
-    }
-
-    // What `line` holds after Get.
-    void Get(Bytes& line) {
-        if (count_ != param_.height || ready_ == 2) {
-            line = out1_;
-            ready_ = count_ != param_.height ? 0 : 1;
-        } else if (ready_ == 1) {
-            line = out2_;
-            ready_ = 0;
-        }
-    }
-
-    std::uint32_t Ready() const {
-        return ready_;
-    }
-
-  private:
-    // One line of the image that the last lines are.
-    void Finish(Bytes& out, std::size_t rows, std::size_t wanted) const {
-        const int samples = static_cast<int>(param_.bitsPerPixel / 8);
-        platen_test::SharpImage image(static_cast<int>(param_.width), static_cast<int>(rows), samples);
-        const std::size_t bytes = param_.width * (param_.bitsPerPixel / 8);
-        for (std::size_t row = 0; row < rows; ++row) {
-            std::memcpy(image.bytes.data() + row * bytes, last_[last_.size() - rows + row].data(), bytes);
-        }
-        const platen_test::SharpImage result = platen_test::SharpenedImage(image, kernel_);
-        std::memcpy(out.data(), result.bytes.data() + wanted * bytes, bytes);
-    }
-
-    _SSharpParam param_;
-    std::int32_t kernel_[10];
-    std::array<Bytes, 3> last_;  // the newest behind
-    std::uint32_t count_ = 0;
-    Bytes out1_;
-    Bytes out2_;
-    std::uint32_t ready_ = 0;
-};
 
 // Weights of the host's own, such that no sum leaves 32 bits.
 void TakeKernel(Producer& producer, std::int32_t* kernel) {

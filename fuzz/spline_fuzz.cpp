@@ -1,4 +1,4 @@
-// splineCreation and the evaluators against a plain transcription, to the last bit of the coefficients. Knots are
+// splineCreation and the evaluators against an oracle, to the last bit of the coefficients. Knots are
 // anything from whole levels in order to arbitrary bit patterns, so infinities and what is not a number too.
 
 #include "ToneWorld/Spline.h"
@@ -10,7 +10,7 @@
 
 #include "Producer.h"
 #include "ToneFuzz.h"
-#include "tests/support/SplineTranscription.h"
+#include "tests/oracles/SplineOracle.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         x[i] = (style & 0x10) != 0 ? step : sum;  // in any order, or rising
         y[i] = Coordinate(input, static_cast<std::uint8_t>(style >> 2));
     }
-    const platen_test::TranscribedSpline expected(x, y);
+    const platen_test::SplineOracle expected(x, y);
     const std::vector<std::int64_t> expectedTable = expected.Table();
     std::array<unsigned long, 256> table;
     table.fill(999);

@@ -81,17 +81,17 @@ struct Input {
 };
 
 template <class S, class Run>
-void CompareSamples(const Input& in, const KernelTable& fast, const KernelTable& judge, const Run& run) {
+void CompareSamples(const Input& in, const KernelTable& fast, const KernelTable& reference, const Run& run) {
     const std::size_t shift = sizeof(S) == 2 ? in.shift : 0;
     const Line<S> out(in.count, shift);
     const Line<S> expected(in.count, shift);
     run(*fast.vert, out.data());
-    run(*judge.vert, expected.data());
+    run(*reference.vert, expected.data());
     Require(out == expected);
 }
 
 template <class A, class Kernel>
-void CompareSums(const Input& in, const KernelTable& fast, const KernelTable& judge, Kernel kernel) {
+void CompareSums(const Input& in, const KernelTable& fast, const KernelTable& reference, Kernel kernel) {
     const Line<A> acc(in.count);
     const Line<A> expected(in.count);
     for (std::size_t k = 0; k < in.count; ++k) {
@@ -99,66 +99,66 @@ void CompareSums(const Input& in, const KernelTable& fast, const KernelTable& ju
         expected.data()[k] = static_cast<A>(in.lower.data()[k]);
     }
     (fast.vert->*kernel)(acc.data(), in.upper.data(), in.weight, in.count);
-    (judge.vert->*kernel)(expected.data(), in.upper.data(), in.weight, in.count);
+    (reference.vert->*kernel)(expected.data(), in.upper.data(), in.weight, in.count);
     Require(acc == expected);
 }
 
-void ComparePasses(const Input& in, const KernelTable& fast, const KernelTable& judge) {
+void ComparePasses(const Input& in, const KernelTable& fast, const KernelTable& reference) {
     using platen::VertKernels;
-    CompareSums<std::uint32_t>(in, fast, judge, &VertKernels::setU32);
-    CompareSums<std::uint32_t>(in, fast, judge, &VertKernels::addU32);
-    CompareSums<double>(in, fast, judge, &VertKernels::setF64);
-    CompareSums<double>(in, fast, judge, &VertKernels::addF64);
+    CompareSums<std::uint32_t>(in, fast, reference, &VertKernels::setU32);
+    CompareSums<std::uint32_t>(in, fast, reference, &VertKernels::addU32);
+    CompareSums<double>(in, fast, reference, &VertKernels::setF64);
+    CompareSums<double>(in, fast, reference, &VertKernels::addF64);
     const auto* const upper = in.upper.data();
     const auto* const lower = in.lower.data();
-    CompareSamples<std::uint8_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint8_t* out) {
+    CompareSamples<std::uint8_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint8_t* out) {
         kernels.reduceU32ToU8(out, upper, in.weights.sum, in.count);
     });
-    CompareSamples<std::uint16_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint16_t* out) {
+    CompareSamples<std::uint16_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint16_t* out) {
         kernels.reduceU32ToU16(out, upper, in.weights.sum, in.count);
     });
-    CompareSamples<std::uint8_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint8_t* out) {
+    CompareSamples<std::uint8_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint8_t* out) {
         kernels.reduceF64ToU8(out, in.doubles.data(), in.weights.sum, in.count);
     });
-    CompareSamples<std::uint16_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint16_t* out) {
+    CompareSamples<std::uint16_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint16_t* out) {
         kernels.reduceF64ToU16(out, in.doubles.data(), in.weights.sum, in.count);
     });
-    CompareSamples<std::uint8_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint8_t* out) {
+    CompareSamples<std::uint8_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint8_t* out) {
         kernels.expandU32ToU8(out, upper, lower, in.weights, in.count);
     });
-    CompareSamples<std::uint16_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint16_t* out) {
+    CompareSamples<std::uint16_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint16_t* out) {
         kernels.expandU32ToU16(out, upper, lower, in.weights, in.count);
     });
-    CompareSamples<std::uint8_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint8_t* out) {
+    CompareSamples<std::uint8_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint8_t* out) {
         kernels.expandF64ToU8(out, upper, lower, in.weights, in.count);
     });
-    CompareSamples<std::uint16_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint16_t* out) {
+    CompareSamples<std::uint16_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint16_t* out) {
         kernels.expandF64ToU16(out, upper, lower, in.weights, in.count);
     });
-    CompareSamples<std::uint8_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint8_t* out) {
+    CompareSamples<std::uint8_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint8_t* out) {
         kernels.equalToU8(out, upper, in.count);
     });
-    CompareSamples<std::uint16_t>(in, fast, judge, [&](const VertKernels& kernels, std::uint16_t* out) {
+    CompareSamples<std::uint16_t>(in, fast, reference, [&](const VertKernels& kernels, std::uint16_t* out) {
         kernels.equalToU16(out, upper, in.count);
     });
 }
 
 // The work line's bytes serve as a packed line, then as one of bytes.
-void CompareBilevel(const Input& in, const KernelTable& fast, const KernelTable& judge) {
+void CompareBilevel(const Input& in, const KernelTable& fast, const KernelTable& reference) {
     const auto width = static_cast<std::int32_t>(in.count);
     const std::size_t packed = (in.count + 7) / 8;
     const Line<std::uint8_t> bits(packed);
     std::memcpy(bits.data(), in.upper.data(), packed);
     const Line<std::uint8_t> bytes(in.count);
     std::memcpy(bytes.data(), in.lower.data(), in.count);
-    const Line<std::uint8_t> unpacked(in.count), unpackedByJudge(in.count);
+    const Line<std::uint8_t> unpacked(in.count), unpackedByReference(in.count);
     fast.unpackBits(unpacked.data(), bits.data(), width);
-    judge.unpackBits(unpackedByJudge.data(), bits.data(), width);
-    Require(unpacked == unpackedByJudge);
-    const Line<std::uint8_t> repacked(packed), repackedByJudge(packed);
+    reference.unpackBits(unpackedByReference.data(), bits.data(), width);
+    Require(unpacked == unpackedByReference);
+    const Line<std::uint8_t> repacked(packed), repackedByReference(packed);
     fast.packBits(repacked.data(), bytes.data(), width);
-    judge.packBits(repackedByJudge.data(), bytes.data(), width);
-    Require(repacked == repackedByJudge);
+    reference.packBits(repackedByReference.data(), bytes.data(), width);
+    Require(repacked == repackedByReference);
 }
 
 }  // namespace

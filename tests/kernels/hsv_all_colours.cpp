@@ -1,5 +1,5 @@
-// Runs colours through the HSV row of every variant that this processor has, through ApplyOneLineHsv, and through a
-// second writing of the same rules, and compares every byte.
+// Runs colours through the HSV row of every variant that this processor has, through ApplyOneLineHsv, and through
+// an oracle, and compares every byte.
 //
 //   hsv_all_colours HUE SATURATION LIGHTNESS [...]     all 2^24 colours for each setting given
 //   hsv_all_colours --settings N [--stride S]          N settings spread over the ranges; S > 1 takes every S-th
@@ -25,7 +25,7 @@
 #include "LineFilters/Hsv.h"
 #include "LineFilters/HsvRow.h"
 #include "Sources/Dispatch/Kernels.h"
-#include "tests/support/HsvTranscription.h"
+#include "tests/oracles/HsvOracle.h"
 #include "tests/support/Random.h"
 
 namespace {
@@ -79,7 +79,7 @@ struct Job {
     void* handle;
     std::vector<const platen::KernelTable*> variants;
     std::uint8_t lightness[256];
-    platen_test::HsvTranscription judge;
+    platen_test::HsvOracle oracle;
 };
 
 // Differing pixels of a plane; the first of all threads is printed.
@@ -108,7 +108,7 @@ std::uint64_t ComparePlane(const Job& job, int red, std::atomic<bool>& printed) 
     FillPlane(red, source);
     std::vector<std::uint8_t> expected = source;
     for (std::size_t i = 0; i < source.size(); i += 3) {
-        job.judge.Apply(&source[i], &expected[i]);
+        job.oracle.Apply(&source[i], &expected[i]);
     }
     std::vector<std::uint8_t> line = source;
     if (ApplyOneLineHsv(job.handle, line.data()) != 0) {
@@ -158,7 +158,7 @@ bool RunSetting(const Setting& setting, const Options& options, int number) {
             handle,
             options.variants,
             {},
-            platen_test::HsvTranscription(setting.hue, setting.saturation, setting.lightness)};
+            platen_test::HsvOracle(setting.hue, setting.saturation, setting.lightness)};
     for (int i = 0; i < 256; ++i) {
         job.lightness[i] = static_cast<std::uint8_t>(gStorage[i]);
     }

@@ -1,4 +1,4 @@
-// Opens the scaler for all pairs of counts and holds its tables against a second writing and against what must be
+// Opens the scaler for all pairs of counts and holds its tables against an oracle and against what must be
 // true of any table: weights that add up, records that tile the source, runs that add up to the destination.
 //
 //   scaler_all_tables MOST [STEP]    counts from 1 to MOST, every STEP-th pair
@@ -12,7 +12,7 @@
 #include <cstring>
 
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "tests/unit/PX_Zoom/ZoomModel.h"
+#include "tests/oracles/ZoomImageOracle.h"
 
 namespace {
 
@@ -84,13 +84,13 @@ bool Copies(const Record* table, int dst, int src) {
 }
 
 void CompareTable(const Record* table, int dst, int src, Totals& totals) {
-    const auto want = platen_test::ModelTable(dst, src);
+    const auto want = platen_test::OracleTable(dst, src);
     const bool same = std::memcmp(table, want.data(), want.size() * sizeof(Record)) == 0;
     const bool holds = dst < src                ? TilesTheSource(table, dst, src)
                        : dst == src || src == 1 ? Copies(table, dst, src)
                                                 : Interpolates(table, dst, src);
     if ((!same || !holds) && totals.different++ == 0) {
-        std::printf("%d to %d: %s\n", src, dst, same ? "the weights don't add up" : "not the second writing's");
+        std::printf("%d to %d: %s\n", src, dst, same ? "the weights don't add up" : "not the oracle's");
     }
     ++totals.tables;
     totals.records += want.size();

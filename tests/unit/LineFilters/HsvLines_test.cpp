@@ -1,4 +1,4 @@
-// The HSV filter's lines against a second writing of its rules: where they lie, what they take, who else runs.
+// The HSV filter's lines against an oracle: where they lie, what they take, who else runs.
 
 #include <gtest/gtest.h>
 
@@ -13,9 +13,9 @@
 
 #include "HsvFilter.h"
 #include "LineFilters/HsvRow.h"
+#include "oracles/HsvOracle.h"
 #include "support/AllocationLedger.h"
 #include "support/GuardedBuffer.h"
-#include "support/HsvTranscription.h"
 
 namespace {
 
@@ -25,15 +25,15 @@ using platen_test::Bytes;
 using platen_test::GreyLine;
 using platen_test::GuardedBuffer;
 using platen_test::HsvFilter;
+using platen_test::HsvOracle;
 using platen_test::HsvSettings;
-using platen_test::HsvTranscription;
 using platen_test::Random;
 using platen_test::RandomLine;
 
-Bytes Expected(const HsvTranscription& judge, const Bytes& line) {
+Bytes Expected(const HsvOracle& oracle, const Bytes& line) {
     Bytes expected(line.size());
     for (std::size_t i = 0; i < line.size(); i += 3) {
-        judge.Apply(&line[i], &expected[i]);
+        oracle.Apply(&line[i], &expected[i]);
     }
     return expected;
 }
@@ -48,15 +48,14 @@ TEST(Hsv, RandomSettingsEqualTheSecondWriting) {
             continue;
         }
         const Bytes line = RandomLine(random, 200);
-        ASSERT_EQ(Expected(HsvTranscription(hue, saturation, lightness), line),
-                  Adjusted(hue, saturation, lightness, line))
+        ASSERT_EQ(Expected(HsvOracle(hue, saturation, lightness), line), Adjusted(hue, saturation, lightness, line))
             << hue << " " << saturation << " " << lightness;
     }
 }
 
 TEST(HsvRow, ReferenceStaysInsideLinesAgainstProtectedPages) {
     Random random(24);
-    const HsvTranscription judge(33, 20, 0);
+    const HsvOracle oracle(33, 20, 0);
     std::uint8_t identity[256];
     for (std::size_t i = 0; i < 256; ++i) {
         identity[i] = static_cast<std::uint8_t>(i);
@@ -67,19 +66,19 @@ TEST(HsvRow, ReferenceStaysInsideLinesAgainstProtectedPages) {
             const GuardedBuffer buffer(line.size(), side);
             std::memcpy(buffer.data(), line.data(), line.size());
             platen::HsvRow_reference(buffer.data(), width, 33, 20, identity);
-            ASSERT_EQ(Expected(judge, line), Bytes(buffer.data(), buffer.data() + line.size())) << width;
+            ASSERT_EQ(Expected(oracle, line), Bytes(buffer.data(), buffer.data() + line.size())) << width;
         }
     }
 }
 
 TEST(Hsv, LinesOfEveryAlignmentLeaveTheirSurroundingsAlone) {
     Random random(25);
-    const HsvTranscription judge(-45, -30, 10);
+    const HsvOracle oracle(-45, -30, 10);
     const GuardedBuffer buffer(64 + 3 * 300 + 64);
     for (std::int32_t width = 1; width <= 300; ++width) {
         const HsvFilter filter(-45, -30, 10, width);
         const Bytes line = RandomLine(random, static_cast<std::size_t>(width));
-        const Bytes expected = Expected(judge, line);
+        const Bytes expected = Expected(oracle, line);
         for (std::size_t offset = 0; offset < 64; ++offset) {
             Bytes whole(buffer.size(), 0xA5);
             std::copy(line.begin(), line.end(), whole.begin() + static_cast<std::ptrdiff_t>(offset));
@@ -126,14 +125,14 @@ TEST(HsvOutOfMemory, SetupWritesNeitherHandleNorTable) {
 
 TEST(HsvThreads, TwoContextsOnTwoThreads) {
     const auto run = [](std::int32_t hue, std::uint64_t seed, std::atomic<int>& wrong) {
-        const HsvTranscription judge(hue, 10, 20);
+        const HsvOracle oracle(hue, 10, 20);
         Random random(seed);
         const HsvFilter filter(hue, 10, 20, 64);
         for (int i = 0; i < 300; ++i) {
             const Bytes line = RandomLine(random, 64);
             Bytes adjusted = line;
             filter.Apply(adjusted.data());
-            wrong += adjusted == Expected(judge, line) ? 0 : 1;
+            wrong += adjusted == Expected(oracle, line) ? 0 : 1;
         }
     };
     std::atomic<int> wrong{0};
@@ -145,8 +144,8 @@ TEST(HsvThreads, TwoContextsOnTwoThreads) {
 }
 
 TEST(HsvThreads, SetupOnAnotherThreadChangesEntriesWhole) {
-    const HsvTranscription dark(0, 0, -60);
-    const HsvTranscription light(0, 0, 60);
+    const HsvOracle dark(0, 0, -60);
+    const HsvOracle light(0, 0, 60);
     const HsvFilter filter(0, 0, 60, 256);
     std::atomic<bool> stop{false};
     std::thread other([&stop] {

@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "HsvFilter.h"
-#include "support/HsvTranscription.h"
+#include "oracles/HsvOracle.h"
 
 namespace {
 
@@ -16,8 +16,8 @@ using platen_test::Adjusted;
 using platen_test::Bytes;
 using platen_test::GreyLine;
 using platen_test::HsvFilter;
+using platen_test::HsvOracle;
 using platen_test::HsvSettings;
-using platen_test::HsvTranscription;
 using platen_test::Random;
 using platen_test::RandomLine;
 
@@ -181,9 +181,9 @@ TEST(Hsv, LightnessPlus100GivesOnly254ToTheDarkHalf) {
 TEST(Hsv, All201LightnessTables) {
     for (std::int32_t lightness = -100; lightness <= 100; ++lightness) {
         const HsvFilter filter(1, 0, lightness, 1);
-        const HsvTranscription judge(1, 0, lightness);
+        const HsvOracle oracle(1, 0, lightness);
         for (int i = 0; i < 256; ++i) {
-            ASSERT_EQ(static_cast<std::uint32_t>(judge.Entry(i)), gStorage[i]) << lightness << " " << i;
+            ASSERT_EQ(static_cast<std::uint32_t>(oracle.Entry(i)), gStorage[i]) << lightness << " " << i;
         }
     }
 }

@@ -9,7 +9,7 @@
 
 #include "LineFilters/SharpContext.h"
 #include "LineFilters/Sharpness.h"
-#include "support/SharpTranscription.h"
+#include "oracles/SharpOracle.h"
 
 namespace platen_test {
 

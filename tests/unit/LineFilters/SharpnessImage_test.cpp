@@ -1,4 +1,4 @@
-// Whole images through Put and Get against a second writing that sees the image at once.
+// Whole images through Put and Get against an oracle that sees the image at once.
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@ namespace {
 
 using platen_test::GuardedBuffer;
 using platen_test::MakeImage;
-using platen_test::ModelScale;
+using platen_test::OracleScale;
 using platen_test::Random;
 using platen_test::ZoomCase;
 using platen_test::ZoomContent;
@@ -38,7 +38,7 @@ bool RunCase(const ZoomCase& c, ZoomContent content, Force force, Random& random
     zoom.vertDouble |= force.vert ? 1 : 0;
     const bool odd = random.OneIn(2);
     const auto side = random.OneIn(2) ? GuardedBuffer::Against::kPageBehind : GuardedBuffer::Against::kPageBefore;
-    return ZoomStream(c, odd, side).Run(zoom, source, ModelScale(c, source));
+    return ZoomStream(c, odd, side).Run(zoom, source, OracleScale(c, source));
 }
 
 // Sizes of one axis by its way: 0 reduce, 1 keep, 2 enlarge.
@@ -153,8 +153,8 @@ TEST(PX_ZoomBilinearImage, LinesOf16MillionColumns) {
     std::uint8_t out[3];
     ASSERT_EQ(0, zoom.Read(out));
     for (int i = 0; i < 3; ++i) {
-        const PX_Zoom2_Param record = platen_test::ModelReduced(i, 3, kWide);
-        EXPECT_EQ(platen_test::ModelAverage(
+        const PX_Zoom2_Param record = platen_test::OracleReduced(i, 3, kWide);
+        EXPECT_EQ(platen_test::OracleAverage(
                       record, 3, kWide, [&](int k) { return std::uint64_t{line[static_cast<std::size_t>(k)]}; }),
                   out[i]);
     }

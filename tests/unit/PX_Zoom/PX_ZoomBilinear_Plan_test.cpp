@@ -16,7 +16,7 @@ namespace {
 using platen::KernelTable;
 using platen_test::GuardedBuffer;
 using platen_test::MakeImage;
-using platen_test::ModelScale;
+using platen_test::OracleScale;
 using platen_test::Random;
 using platen_test::ZoomCase;
 using platen_test::ZoomContent;
@@ -66,7 +66,7 @@ TEST(PX_ZoomBilinearPlan, RandomWidthsByEveryVariant) {
         ZoomCase c{1, 1 + round % 5, 1, 1 + round / 5 % 5, kFormats[round % 7]};
         PickWidth(round % 2 == 0 ? 3000 : 200, random, c);
         const auto source = MakeImage(c, ZoomContent::kRandom, random);
-        const auto want = ModelScale(c, source);
+        const auto want = OracleScale(c, source);
         const auto side =
             random.OneIn(2) ? GuardedBuffer::Against::kPageBehind : GuardedBuffer::Against::kPageBefore;
         for (const KernelTable* variant : platen::AvailableKernels()) {
@@ -82,7 +82,7 @@ TEST(PX_ZoomBilinearPlan, RandomWidthsByEveryVariant) {
 template <class Before>
 void ExpectRightLines(const ZoomCase& c, Random& random, Before before) {
     const auto source = MakeImage(c, ZoomContent::kRandom, random);
-    const auto want = ModelScale(c, source);
+    const auto want = OracleScale(c, source);
     PX_ZoomBilinear zoom;
     ASSERT_TRUE(Open(zoom, c));
     std::size_t delivered = 0;
@@ -169,7 +169,7 @@ TEST(PX_ZoomBilinearPlan, TheFirstLineLeavesAPlan) {
     Random random(607);
     const ZoomCase c{1000, 2, 1500, 2, 8};
     const auto source = MakeImage(c, ZoomContent::kRandom, random);
-    const auto want = ModelScale(c, source);
+    const auto want = OracleScale(c, source);
     for (const KernelTable* variant : platen::AvailableKernels()) {
         platen::UseKernels(*variant);
         PX_ZoomBilinear zoom;

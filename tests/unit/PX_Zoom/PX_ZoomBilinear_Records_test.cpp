@@ -12,7 +12,7 @@
 
 #include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-#include "ZoomRules.h"
+#include "oracles/ZoomRecordsOracle.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 

@@ -32,8 +32,8 @@ class Model {
         if (works) {
             const auto content = static_cast<ZoomContent>(random.Between(0, 2));
             source_ = platen_test::MakeImage(c, content, random);
-            result_ = platen_test::ModelScale(c, source_);
-            records_ = platen_test::ModelTable(c.dstHeight, c.srcHeight);
+            result_ = platen_test::OracleScale(c, source_);
+            records_ = platen_test::OracleTable(c.dstHeight, c.srcHeight);
         }
     }
     // A closed facade has nothing that it could ask; a closed implementation still looks at the line.
@@ -60,7 +60,7 @@ class Model {
         int ready = 0;
         for (int j = delivered_; open_ && j < case_.dstHeight; ++j) {
             const auto& record = records_[static_cast<std::size_t>(j)];
-            ready += platen_test::ModelNeeds(record, case_.dstHeight, case_.srcHeight) < sent_ ? 1 : 0;
+            ready += platen_test::OracleNeeds(record, case_.dstHeight, case_.srcHeight) < sent_ ? 1 : 0;
         }
         return ready;
     }

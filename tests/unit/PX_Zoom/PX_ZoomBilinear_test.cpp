@@ -8,13 +8,13 @@
 #include <type_traits>
 #include <vector>
 
-#include "ZoomModel.h"
+#include "oracles/ZoomImageOracle.h"
 #include "support/Random.h"
 
 namespace {
 
-using platen_test::ModelShape;
-using platen_test::ModelTable;
+using platen_test::OracleShape;
+using platen_test::OracleTable;
 using Table = std::vector<PX_Zoom2_Param>;
 
 static_assert(std::is_same_v<decltype(PX_ZoomBilinear::workLineBytes), std::uint32_t> &&
@@ -85,7 +85,7 @@ TEST(PX_ZoomBilinear, ShapesWeights) {
     EXPECT_EQ(0, zoom.Shift_Coefficient(0, 0));
     for (long range = 1; range <= 600; ++range) {
         for (long weight = 0; weight <= range; ++weight) {
-            ASSERT_EQ(ModelShape(weight, range), zoom.Shift_Coefficient(weight, range)) << weight << ' ' << range;
+            ASSERT_EQ(OracleShape(weight, range), zoom.Shift_Coefficient(weight, range)) << weight << ' ' << range;
         }
     }
 }
@@ -103,7 +103,7 @@ TEST(PX_ZoomBilinear, ShapesTheLargestWeights) {
     for (int i = 0; i < 20000; ++i) {
         const auto range = static_cast<long>(random.Between(1, 1 << 24));
         const auto weight = static_cast<long>(random.Between(0, range));
-        ASSERT_EQ(ModelShape(weight, range), zoom.Shift_Coefficient(weight, range)) << weight << ' ' << range;
+        ASSERT_EQ(OracleShape(weight, range), zoom.Shift_Coefficient(weight, range)) << weight << ' ' << range;
     }
 }
 
@@ -120,7 +120,7 @@ TEST(PX_ZoomBilinear, TablesOfAllSmallPairs) {
     for (int dst = 1; dst <= 64; ++dst) {
         for (int src = 1; src <= 64; ++src) {
             const Made made = Make(dst, src);
-            ASSERT_TRUE(Same(ModelTable(dst, src), made.table)) << src << " to " << dst;
+            ASSERT_TRUE(Same(OracleTable(dst, src), made.table)) << src << " to " << dst;
             ASSERT_EQ(0, made.result);
         }
     }
@@ -134,7 +134,7 @@ TEST(PX_ZoomBilinear, TablesOfLargePairs) {
                             {1 << 20, 3},   {3, 1 << 24},    {1000003, 7},    {1 << 20, (1 << 20) + 1}};
     for (const auto& pair : pairs) {
         const Made made = Make(pair[0], pair[1]);
-        ASSERT_TRUE(Same(ModelTable(pair[0], pair[1]), made.table)) << pair[1] << " to " << pair[0];
+        ASSERT_TRUE(Same(OracleTable(pair[0], pair[1]), made.table)) << pair[1] << " to " << pair[0];
         ASSERT_EQ(pair[0] < pair[1] && AnyTooHeavy(made.table) ? 1 : 0, made.result)
             << pair[1] << " to " << pair[0];
     }
@@ -143,7 +143,7 @@ TEST(PX_ZoomBilinear, TablesOfLargePairs) {
         const auto dst = static_cast<int>(random.Between(1, 20000));
         const auto src = static_cast<int>(random.Between(1, 80000));
         const Made made = Make(dst, src);
-        ASSERT_TRUE(Same(ModelTable(dst, src), made.table)) << src << " to " << dst;
+        ASSERT_TRUE(Same(OracleTable(dst, src), made.table)) << src << " to " << dst;
         ASSERT_EQ(dst < src && AnyTooHeavy(made.table) ? 1 : 0, made.result) << src << " to " << dst;
     }
 }
@@ -153,7 +153,7 @@ TEST(PX_ZoomBilinear, TablesOfTheLargestCountsDoNotOverflow) {
     PX_ZoomBilinear zoom;
     PX_Zoom2_Param records[3];
     EXPECT_EQ(1, zoom.Calc_ReducedParam(records, 3, kTop));
-    const Table want = ModelTable(3, kTop);
+    const Table want = OracleTable(3, kTop);
     EXPECT_EQ(0, std::memcmp(want.data(), records, sizeof records));
     // What a negative source gives is never used for pixels, but it is defined.
     EXPECT_EQ(0, zoom.Calc_ExpandParam(records, 1, -kTop - 1));
@@ -244,8 +244,8 @@ TEST(PX_ZoomBilinear, BuffersStartAsZeros) {
 TEST(PX_ZoomBilinear, TablesOfAnOpenScaler) {
     PX_ZoomBilinear zoom;
     ASSERT_EQ(0, zoom.Open(5, 3, 3, 10, 8, 2));
-    EXPECT_EQ(0, std::memcmp(ModelTable(5, 3).data(), zoom.horzParam, 5 * sizeof(PX_Zoom2_Param)));
-    EXPECT_EQ(0, std::memcmp(ModelTable(3, 10).data(), zoom.vertParam, 3 * sizeof(PX_Zoom2_Param)));
+    EXPECT_EQ(0, std::memcmp(OracleTable(5, 3).data(), zoom.horzParam, 5 * sizeof(PX_Zoom2_Param)));
+    EXPECT_EQ(0, std::memcmp(OracleTable(3, 10).data(), zoom.vertParam, 3 * sizeof(PX_Zoom2_Param)));
 }
 
 TEST(PX_ZoomBilinear, ActiveIsClearedWhereNothingIsReducedOnEqualWidths) {

@@ -23,7 +23,7 @@ bool ScaleImages(std::uint64_t seed) {
         const auto side = [&random] { return static_cast<int>(random.Between(1, 70)); };
         const ZoomCase c{side(), side(), side(), side(), kFormats[i % 7]};
         const ZoomImage source = platen_test::MakeImage(c, ZoomContent::kRandom, random);
-        const ZoomImage want = platen_test::ModelScale(c, source);
+        const ZoomImage want = platen_test::OracleScale(c, source);
         PX_Zoom zoom;
         for (int turn = 0; turn < 2; ++turn) {
             right = zoom.Open(c.dstWidth, c.dstHeight, c.srcWidth, c.srcHeight, c.format, 2) == 0 && right;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Sources/PX_Zoom/PX_Zoom.h"
-#include "ZoomModel.h"
+#include "oracles/ZoomImageOracle.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 

@@ -13,8 +13,8 @@
 #include "ToneWorld/ColorBalance.h"
 #include "ToneWorld/Curves.h"
 #include "ToneWorld/Level.h"
-#include "support/ColorBalanceTranscription.h"
-#include "support/CurvesTranscription.h"
+#include "oracles/ColorBalanceOracle.h"
+#include "oracles/CurvesOracle.h"
 #include "support/Random.h"
 
 // Worlds of one to six operations with random settings, valid and not, against the plain rules applied one after
@@ -91,7 +91,7 @@ struct ColorBalanceLink : Link {
         }
     }
     void ApplyPlain(int depth, plain::Tables& tables) const override {
-        platen_test::TranscribedColorBalance(settings, depth, tables.t[0], tables.t[1], tables.t[2]);
+        platen_test::OracleColorBalance(settings, depth, tables.t[0], tables.t[1], tables.t[2]);
     }
     void Describe(std::ostream& stream) const override {
         stream << "CoBa";
@@ -123,7 +123,7 @@ struct CurvesLink : Link {
         }
     }
     void ApplyPlain(int depth, plain::Tables& tables) const override {
-        platen_test::TranscribedCurves(settings, depth, tables.t[0], tables.t[1], tables.t[2]);
+        platen_test::OracleCurves(settings, depth, tables.t[0], tables.t[1], tables.t[2]);
     }
     void Describe(std::ostream& stream) const override {
         stream << "CuRv " << settings.kind << ' ' << settings.strength;

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "oracles/ColorBalanceOracle.h"
 #include "support/AllocationLedger.h"
-#include "support/ColorBalanceTranscription.h"
 #include "support/OverwrittenList.h"
 #include "support/Random.h"
 #include "support/ToneTables.h"
@@ -52,17 +52,17 @@ std::vector<int> Entries(const ToneTable& table, std::size_t first, std::size_t 
     return std::vector<int>(table.data() + first, table.data() + first + count);
 }
 
-// The transcription with the splines of a run kept: there are only 603 of them.
+// The oracle with the splines of a run kept: there are only 603 of them.
 const std::vector<std::int64_t>& BalanceSpline(std::size_t group, std::int32_t amount) {
     static std::map<std::pair<std::size_t, std::int32_t>, std::vector<std::int64_t>> known;
     std::vector<std::int64_t>& table = known[{group, amount}];
     if (table.empty()) {
-        table = platen_test::TranscribedBalanceSpline(static_cast<int>(group), amount);
+        table = platen_test::OracleBalanceSpline(static_cast<int>(group), amount);
     }
     return table;
 }
 
-std::int32_t Transcribed(const ColorBalanceSetting& setting, std::int32_t depth, Tables& tables) {
+std::int32_t OracleWithKeptSplines(const ColorBalanceSetting& setting, std::int32_t depth, Tables& tables) {
     if (depth != 24) {
         return 0;
     }
@@ -223,7 +223,7 @@ TEST(ColorBalance, NeedsDepth24) {
     }
 }
 
-TEST(ColorBalance, EverySingleAmountEqualsTheTranscription) {
+TEST(ColorBalance, EverySingleAmountEqualsTheOracle) {
     for (std::size_t group = 0; group < 3; ++group) {
         for (std::size_t channel = 0; channel < 3; ++channel) {
             for (std::int32_t amount = -100; amount <= 100; ++amount) {
@@ -234,14 +234,14 @@ TEST(ColorBalance, EverySingleAmountEqualsTheTranscription) {
                 _SToneCurve curve = tables.Curve(24);
                 ASSERT_EQ(ApplyColorBalance(op.get(), &curve), 0);
                 Tables expected;
-                platen_test::TranscribedColorBalance(setting, 24, expected.red, expected.green, expected.blue);
+                platen_test::OracleColorBalance(setting, 24, expected.red, expected.green, expected.blue);
                 ASSERT_EQ(tables, expected) << kKeys[group][channel] << " " << amount;
             }
         }
     }
 }
 
-TEST(ColorBalance, RandomSettingsEqualTheTranscription) {
+TEST(ColorBalance, RandomSettingsEqualTheOracle) {
     platen_test::Random random(14);
     const OperationPtr op = MakeBalance();
     int refused = 0;
@@ -267,7 +267,7 @@ TEST(ColorBalance, RandomSettingsEqualTheTranscription) {
         Tables expected = tables;
         _SToneCurve curve = tables.Curve(depth);
         const std::int32_t status = ApplyColorBalance(op.get(), &curve);
-        ASSERT_EQ(status, Transcribed(setting, depth, expected)) << round;
+        ASSERT_EQ(status, OracleWithKeptSplines(setting, depth, expected)) << round;
         ASSERT_EQ(tables, expected) << round;
         refused += status == 3 ? 1 : 0;
     }

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "support/CurvesTranscription.h"
+#include "oracles/CurvesOracle.h"
 #include "support/Random.h"
 #include "support/ToneTables.h"
 
@@ -195,7 +195,7 @@ TEST(Curves, CoordinatesAtTheEndsAreAccepted) {
             for (const std::int32_t kind : {0, 1, 2, 3}) {
                 CurvesSetting setting = WithPoint(k, point);
                 setting.kind = kind;
-                EXPECT_EQ(MasterOf(setting), TranscribedCurvesMaster(setting)) << k << " " << kind;
+                EXPECT_EQ(MasterOf(setting), OracleCurvesMaster(setting)) << k << " " << kind;
             }
         }
     }
@@ -239,7 +239,7 @@ TEST(Curves, CopyReceivesTheMasterCurveItself) {
     curve.copyCurve = 1;
     curve.curveCopy = copy.data();
     EXPECT_EQ(ApplyCurves(op.get(), &curve), 0);
-    const ToneTable master = TranscribedCurvesMaster(setting);
+    const ToneTable master = OracleCurvesMaster(setting);
     EXPECT_EQ(copy, master);
     for (std::size_t i = 0; i < 256; ++i) {
         EXPECT_EQ(tables.red[i], master[255 - i]);
@@ -266,7 +266,7 @@ TEST(Curves, OneBufferAsThreeTablesIsMappedThreeTimes) {
         ToneTable shared = IdentityTable();
         _SToneCurve curve = {0, 0, 8, shared.data(), shared.data(), shared.data(), 0, nullptr};
         EXPECT_EQ(ApplyCurves(op.get(), &curve), 0);
-        const ToneTable master = TranscribedCurvesMaster(setting);
+        const ToneTable master = OracleCurvesMaster(setting);
         for (std::size_t i = 0; i < 256; ++i) {
             EXPECT_EQ(shared[i], master[master[master[i]]]) << kind << " " << i;
         }
@@ -308,7 +308,7 @@ CurvesSetting RandomSetting(platen_test::Random& random) {
     return setting;
 }
 
-TEST(Curves, RandomSettingsEqualTheTranscription) {
+TEST(Curves, RandomSettingsEqualTheOracle) {
     platen_test::Random random(16);
     const OperationPtr op = MakeCurves();
     int refused = 0;
@@ -329,7 +329,7 @@ TEST(Curves, RandomSettingsEqualTheTranscription) {
         Tables expected = tables;
         _SToneCurve curve = tables.Curve(depth);
         const std::int32_t status = ApplyCurves(op.get(), &curve);
-        ASSERT_EQ(status, TranscribedCurves(setting, depth, expected.red, expected.green, expected.blue)) << round;
+        ASSERT_EQ(status, OracleCurves(setting, depth, expected.red, expected.green, expected.blue)) << round;
         ASSERT_EQ(tables, expected) << "round " << round << " kind " << setting.kind;
         const bool rewritten = setting.kind == 0 && status == 0 && depth != 16;
         ASSERT_EQ(GetProperty<std::int32_t>(op, "curS"), rewritten ? 3 : setting.kind) << round;

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <vector>
 
-#include "support/CurvesTranscription.h"
+#include "oracles/CurvesOracle.h"
 #include "support/Random.h"
 
 namespace {
@@ -47,10 +47,10 @@ TEST(GammaMaster, StrengthMinus100Darkens) {
     EXPECT_EQ(master[255], 255);
 }
 
-TEST(GammaMaster, EveryStrengthEqualsTheTranscription) {
+TEST(GammaMaster, EveryStrengthEqualsTheOracle) {
     for (std::int32_t strength = -100; strength <= 100; ++strength) {
         const MasterCurve master = platen::GammaMaster(strength);
-        EXPECT_EQ(master, platen_test::TranscribedCurvesGamma(strength)) << strength;
+        EXPECT_EQ(master, platen_test::OracleCurvesGamma(strength)) << strength;
         EXPECT_EQ(master[0], 0) << strength;
         EXPECT_EQ(master[255], 255) << strength;
         EXPECT_TRUE(std::is_sorted(master.begin(), master.end())) << strength;
@@ -89,7 +89,7 @@ TEST(SplineMaster, TinyFirstLevelStillSpansTheScale) {
     ControlPoints points = platen::kDefaultPoints;
     points[0] = {1e-9f, 9.0f};
     const platen_test::CurvesSetting setting{0, 3, {{{1e-9f, 9}, {64, 64}, {128, 128}, {192, 192}, {255, 255}}}};
-    EXPECT_EQ(platen::SplineMaster(points), platen_test::TranscribedCurvesMaster(setting));
+    EXPECT_EQ(platen::SplineMaster(points), platen_test::OracleCurvesMaster(setting));
 }
 
 TEST(PolylineMaster, DefaultPointsAreTheIdentity) {
@@ -171,7 +171,7 @@ TEST(PolylineMaster, PointsOutOfOrderAreDefined) {
 }
 
 TEST(MasterCurve, NoPolylineLeavesTheTable) {
-    // The transcription's at() throws outside of the table. Coordinates one step from a whole number and the
+    // The oracle's at() throws outside of the table. Coordinates one step from a whole number and the
     // widest lines are what could get there by rounding.
     platen_test::Random random(17);
     for (int round = 0; round < 50000; ++round) {
@@ -187,8 +187,8 @@ TEST(MasterCurve, NoPolylineLeavesTheTable) {
             points[k] = {std::clamp(x, low, low + 239), static_cast<float>(random.Between(0, 1) * 255)};
             setting.points[k] = {points[k].x, points[k].y};
         }
-        platen_test::TranscribedMaster expected;
-        ASSERT_NO_THROW(expected = platen_test::TranscribedCurvesMaster(setting));
+        platen_test::OracleMaster expected;
+        ASSERT_NO_THROW(expected = platen_test::OracleCurvesMaster(setting));
         ASSERT_EQ(platen::PolylineMaster(points), expected) << round;
     }
 }

@@ -10,14 +10,14 @@
 #include <type_traits>
 #include <vector>
 
+#include "oracles/SplineOracle.h"
 #include "support/AllocationLedger.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
-#include "support/SplineTranscription.h"
 
 namespace {
 
-using platen_test::TranscribedSpline;
+using platen_test::SplineOracle;
 
 constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -53,10 +53,10 @@ bool Same(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
 }
 
-// Coefficients and table equal the transcription's; the table lies within 0..255.
-void ExpectEqualsTranscription(const std::vector<double>& x, const std::vector<double>& y) {
+// Coefficients and table equal the oracle's; the table lies within 0..255.
+void ExpectEqualsOracle(const std::vector<double>& x, const std::vector<double>& y) {
     const Spline spline(x, y);
-    const TranscribedSpline expected(x, y);
+    const SplineOracle expected(x, y);
     for (std::size_t i = 0; i < x.size(); ++i) {
         ASSERT_TRUE(Same(spline.z[i], expected.z[i])) << "z[" << i << "] " << spline.z[i];
     }
@@ -181,7 +181,7 @@ TEST(Spline, FewerThanThreeKnotsWriteNothing) {
     }
 }
 
-TEST(Spline, ThreeToSixtyFourKnotsEqualTheTranscription) {
+TEST(Spline, ThreeToSixtyFourKnotsEqualTheOracle) {
     platen_test::Random random(3);
     for (std::size_t n = 3; n <= 64; ++n) {
         for (int round = 0; round < 20; ++round) {
@@ -190,7 +190,7 @@ TEST(Spline, ThreeToSixtyFourKnotsEqualTheTranscription) {
             for (std::size_t i = 0; i < n; ++i) {
                 y.push_back(random.Fraction() * 300.0 - 20.0);
             }
-            ASSERT_NO_FATAL_FAILURE(ExpectEqualsTranscription(x, y)) << "n " << n << " round " << round;
+            ASSERT_NO_FATAL_FAILURE(ExpectEqualsOracle(x, y)) << "n " << n << " round " << round;
         }
     }
 }
@@ -210,7 +210,7 @@ TEST(Spline, SixteenKnotsAreInterpolated) {
     }
 }
 
-TEST(Spline, RandomKnotsEqualTheTranscription) {
+TEST(Spline, RandomKnotsEqualTheOracle) {
     platen_test::Random random(4);
     for (int round = 0; round < 20000; ++round) {
         const auto n = static_cast<std::size_t>(random.Between(3, 8));
@@ -219,7 +219,7 @@ TEST(Spline, RandomKnotsEqualTheTranscription) {
         for (std::size_t i = 0; i < n; ++i) {
             y.push_back(random.OneIn(4) ? random.Fraction() * 255 : static_cast<double>(random.Byte()));
         }
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualsTranscription(x, y)) << "round " << round;
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualsOracle(x, y)) << "round " << round;
     }
 }
 
@@ -234,16 +234,16 @@ TEST(Spline, KnotsInAnyOrderAndOfAnyValueAreDefined) {
             x.push_back(wild ? Wild(random) : static_cast<double>(random.Between(0, 12)));
             y.push_back(wild ? Wild(random) : static_cast<double>(random.Byte()));
         }
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualsTranscription(x, y)) << "round " << round;
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualsOracle(x, y)) << "round " << round;
     }
 }
 
 TEST(Spline, EqualKnotsGiveADefinedTable) {
-    ExpectEqualsTranscription({127, 127, 127}, {0, 127, 255});
-    ExpectEqualsTranscription({0, 0, 255}, {0, 0, 255});
-    ExpectEqualsTranscription({0, 255, 255}, {0, 127, 255});
-    ExpectEqualsTranscription({255, 127, 0}, {0, 127, 255});
-    ExpectEqualsTranscription({0, 127, -0.0}, {0, 127, 255});
+    ExpectEqualsOracle({127, 127, 127}, {0, 127, 255});
+    ExpectEqualsOracle({0, 0, 255}, {0, 0, 255});
+    ExpectEqualsOracle({0, 255, 255}, {0, 127, 255});
+    ExpectEqualsOracle({255, 127, 0}, {0, 127, 255});
+    ExpectEqualsOracle({0, 127, -0.0}, {0, 127, 255});
 }
 
 TEST(Spline, OneKnotOutOfItsPlaceGivesADefinedTable) {
@@ -256,14 +256,14 @@ TEST(Spline, OneKnotOutOfItsPlaceGivesADefinedTable) {
                                                                          {0, 100, 200, 200},
                                                                          {-kInfinity, 0, 100, 255},
                                                                          {0, 100, 255, kInfinity}}) {
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualsTranscription(x, y)) << x[0] << " " << x[1];
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualsOracle(x, y)) << x[0] << " " << x[1];
     }
 }
 
 // No pair rises: which interval the bisection ends in differs from the first one that reaches the level.
 TEST(Spline, FallingKnotsGiveADefinedTable) {
-    ExpectEqualsTranscription({255, 200, 150, 100, 0}, {0, 255, 40, 180, 90});
-    ExpectEqualsTranscription({240, 200, 150, 100, 60, 20}, {10, 0, 255, 40, 180, 90});
+    ExpectEqualsOracle({255, 200, 150, 100, 0}, {0, 255, 40, 180, 90});
+    ExpectEqualsOracle({240, 200, 150, 100, 60, 20}, {10, 0, 255, 40, 180, 90});
 }
 
 // The last row's zero is subtracted with the sign that its own width gives it.
@@ -272,14 +272,14 @@ TEST(Spline, ZeroCoefficientsKeepTheirSign) {
     const std::vector<double> x = {100, 200, 50, 150};
     const std::vector<double> y = {2 * kLeast, 2 * kLeast, kLeast, 0};
     EXPECT_TRUE(Same(Spline(x, y).z[2], -0.0));
-    ExpectEqualsTranscription(x, y);
+    ExpectEqualsOracle(x, y);
 }
 
-TEST(Spline, BothEvaluatorsEqualTheTranscriptionWithAnyCoefficients) {
+TEST(Spline, BothEvaluatorsEqualTheOracleWithAnyCoefficients) {
     platen_test::Random random(6);
     for (int round = 0; round < 100000; ++round) {
         const auto n = static_cast<std::size_t>(random.Between(3, 9));
-        TranscribedSpline expected(Increasing(random, n), std::vector<double>(n, 0.0));
+        SplineOracle expected(Increasing(random, n), std::vector<double>(n, 0.0));
         for (std::size_t i = 0; i < n; ++i) {
             expected.y[i] = random.Fraction() * 1000 - 200;
             expected.z[i] = random.OneIn(20) ? Wild(random) : random.Fraction() * 2 - 1;
@@ -287,7 +287,7 @@ TEST(Spline, BothEvaluatorsEqualTheTranscriptionWithAnyCoefficients) {
         const double t = random.OneIn(4)   ? Wild(random)
                          : random.OneIn(4) ? expected.x[static_cast<std::size_t>(random.Between(0, 2))]
                                            : random.Fraction() * 700 - 100;
-        TranscribedSpline given = expected;
+        SplineOracle given = expected;
         const auto knots = static_cast<long>(n);
         const std::int64_t value = expected.At(t);
         ASSERT_EQ(GetSpline(knots, t, given.x.data(), given.y.data(), given.z.data()), value) << round;

@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdint>
 
-#include "PlainTone.h"
 #include "ToneWorld/ToneWorld.h"
+#include "oracles/ToneOracle.h"
 
 // What the tests of the tone operations share.
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "SplineTranscription.h"
+#include "SplineOracle.h"
 
 // Color balance written down a second time, without a line of the library's, to compare it with.
 
@@ -27,7 +27,7 @@ struct ColorBalanceSetting {
     }
 };
 
-inline std::vector<std::int64_t> TranscribedBalanceSpline(int group, std::int32_t amount) {
+inline std::vector<std::int64_t> OracleBalanceSpline(int group, std::int32_t amount) {
     const double scaled = std::trunc(static_cast<double>(amount) * 1.27);
     const double third = scaled / 3.0;
     double shift = scaled;
@@ -38,13 +38,13 @@ inline std::vector<std::int64_t> TranscribedBalanceSpline(int group, std::int32_
     }
     float middle = static_cast<float>(shift);
     middle += 127.0f;
-    return TranscribedSpline({0.0, 127.0, 255.0}, {0.0, static_cast<double>(middle), 255.0}).Table();
+    return SplineOracle({0.0, 127.0, 255.0}, {0.0, static_cast<double>(middle), 255.0}).Table();
 }
 
 // What becomes of red, green and blue table; the result is the status.
 template <class Table>
-std::int32_t TranscribedColorBalance(const ColorBalanceSetting& setting, std::int32_t depth, Table& red,
-                                     Table& green, Table& blue) {
+std::int32_t OracleColorBalance(const ColorBalanceSetting& setting, std::int32_t depth, Table& red, Table& green,
+                                Table& blue) {
     if (depth != 24) {
         return 0;
     }
@@ -58,7 +58,7 @@ std::int32_t TranscribedColorBalance(const ColorBalanceSetting& setting, std::in
             continue;
         }
         for (std::size_t channel = 0; channel < 3; ++channel) {
-            const std::vector<std::int64_t> spline = TranscribedBalanceSpline(group, amounts[channel]);
+            const std::vector<std::int64_t> spline = OracleBalanceSpline(group, amounts[channel]);
             for (auto& entry : *tables[channel]) {
                 entry = static_cast<std::uint8_t>(spline[static_cast<std::size_t>(entry)]);
             }

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "SplineTranscription.h"
+#include "SplineOracle.h"
 
 // The curves operation written down a second time, without a line of the library's, to compare it with.
 
@@ -31,18 +31,18 @@ struct CurvesSetting {
     }
 };
 
-using TranscribedMaster = std::array<std::uint8_t, 256>;
+using OracleMaster = std::array<std::uint8_t, 256>;
 
-inline TranscribedMaster TranscribedCurvesSpline(const std::array<std::array<float, 2>, 5>& p) {
+inline OracleMaster OracleCurvesSpline(const std::array<std::array<float, 2>, 5>& p) {
     std::vector<double> x;
     std::vector<double> y;
     for (const auto& point : p) {
         x.push_back(static_cast<double>(point[0]));
         y.push_back(static_cast<double>(point[1]));
     }
-    const TranscribedSpline spline(x, y);
+    const SplineOracle spline(x, y);
     const float span = p[4][0] - p[0][0];
-    TranscribedMaster m{};
+    OracleMaster m{};
     for (int i = 0; i < 256; ++i) {
         std::int64_t value = spline.At(i);
         if (value > 255) {
@@ -60,14 +60,14 @@ inline TranscribedMaster TranscribedCurvesSpline(const std::array<std::array<flo
     return m;
 }
 
-inline TranscribedMaster TranscribedCurvesGamma(std::int32_t strength) {
+inline OracleMaster OracleCurvesGamma(std::int32_t strength) {
     const double s = std::trunc(static_cast<double>(strength) * 1.13);
     double angle = (s + 127.0) + 0.0;
     angle /= 255.0;
     angle *= 3.141592;
     angle /= 2.0;
     const double exponent = 1.0 / std::tan(angle);
-    TranscribedMaster m{};
+    OracleMaster m{};
     for (int i = 0; i < 256; ++i) {
         const double p = std::pow(static_cast<double>(i) / 255.0, exponent) * 255.0;
         m[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(CutTo(p, 0, 255));
@@ -75,9 +75,9 @@ inline TranscribedMaster TranscribedCurvesGamma(std::int32_t strength) {
     return m;
 }
 
-// at() throws where an index leaves the table, so a run of the transcription also shows that none does.
-inline TranscribedMaster TranscribedCurvesPolyline(const std::array<std::array<float, 2>, 5>& p) {
-    TranscribedMaster m{};
+// at() throws where an index leaves the table, so a run of the oracle also shows that none does.
+inline OracleMaster OracleCurvesPolyline(const std::array<std::array<float, 2>, 5>& p) {
+    OracleMaster m{};
     for (int i = 0; i < 256; ++i) {
         m[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(i);
     }
@@ -120,27 +120,26 @@ inline TranscribedMaster TranscribedCurvesPolyline(const std::array<std::array<f
     return m;
 }
 
-inline TranscribedMaster TranscribedCurvesMaster(const CurvesSetting& setting) {
+inline OracleMaster OracleCurvesMaster(const CurvesSetting& setting) {
     if (setting.kind == 1) {
-        return TranscribedCurvesPolyline(setting.points);
+        return OracleCurvesPolyline(setting.points);
     }
     if (setting.kind == 2 && setting.strength != 0) {
-        return TranscribedCurvesGamma(setting.strength);
+        return OracleCurvesGamma(setting.strength);
     }
-    return TranscribedCurvesSpline(setting.kind == 2 ? CurvesSetting{}.points : setting.points);
+    return OracleCurvesSpline(setting.kind == 2 ? CurvesSetting{}.points : setting.points);
 }
 
 // What becomes of the tables; the result is the status.
 template <class Table>
-std::int32_t TranscribedCurves(const CurvesSetting& setting, std::int32_t depth, Table& red, Table& green,
-                               Table& blue) {
+std::int32_t OracleCurves(const CurvesSetting& setting, std::int32_t depth, Table& red, Table& green, Table& blue) {
     if (depth != 8 && depth != 24) {
         return 0;
     }
     if (!setting.Valid()) {
         return 3;
     }
-    const TranscribedMaster m = TranscribedCurvesMaster(setting);
+    const OracleMaster m = OracleCurvesMaster(setting);
     for (Table* table : {&red, &green, &blue}) {
         for (auto& entry : *table) {
             entry = m[static_cast<std::size_t>(entry)];

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
+
+#include "LineFilters/Sharpness.h"
 
 namespace platen_test {
 
@@ -65,5 +69,72 @@ inline SharpImage SharpenedImage(const SharpImage& in, const std::int32_t* kerne
     }
     return out;
 }
+
+// The filter as a stream: keeps the last three lines, and makes finished ones of the image that those are.
+class SharpStreamOracle {
+  public:
+    SharpStreamOracle(const _SSharpParam& param, const std::int32_t* kernel)
+        : param_(param), out1_(param.rowBytes), out2_(param.rowBytes) {
+        SetKernel(kernel);
+    }
+
+    void SetKernel(const std::int32_t* kernel) {
+        std::memcpy(kernel_, kernel, sizeof kernel_);
+    }
+
+    void Put(const std::vector<std::uint8_t>& line) {
+        last_[0].swap(last_[1]);
+        last_[1].swap(last_[2]);
+        last_[2] = line;
+        ++count_;
+        if (count_ == 1) {
+            ready_ = 0;
+            return;
+        }
+        ready_ = 1;
+        const std::size_t rows = count_ == 2 ? 2 : 3;
+        Finish(out1_, rows, rows - 2);
+        if (count_ == param_.height) {
+            ready_ = 2;
+            Finish(out2_, 2, 1);
+        }
+    }
+
+    // What `line` holds after Get.
+    void Get(std::vector<std::uint8_t>& line) {
+        if (count_ != param_.height || ready_ == 2) {
+            line = out1_;
+            ready_ = count_ != param_.height ? 0 : 1;
+        } else if (ready_ == 1) {
+            line = out2_;
+            ready_ = 0;
+        }
+    }
+
+    std::uint32_t Ready() const {
+        return ready_;
+    }
+
+  private:
+    // One line of the image that the last lines are.
+    void Finish(std::vector<std::uint8_t>& out, std::size_t rows, std::size_t wanted) const {
+        const int samples = static_cast<int>(param_.bitsPerPixel / 8);
+        SharpImage image(static_cast<int>(param_.width), static_cast<int>(rows), samples);
+        const std::size_t bytes = param_.width * (param_.bitsPerPixel / 8);
+        for (std::size_t row = 0; row < rows; ++row) {
+            std::memcpy(image.bytes.data() + row * bytes, last_[last_.size() - rows + row].data(), bytes);
+        }
+        const SharpImage result = SharpenedImage(image, kernel_);
+        std::memcpy(out.data(), result.bytes.data() + wanted * bytes, bytes);
+    }
+
+    _SSharpParam param_;
+    std::int32_t kernel_[10];
+    std::array<std::vector<std::uint8_t>, 3> last_;  // the newest last
+    std::uint32_t count_ = 0;
+    std::vector<std::uint8_t> out1_;
+    std::vector<std::uint8_t> out2_;
+    std::uint32_t ready_ = 0;
+};
 
 }  // namespace platen_test

@@ -7,10 +7,10 @@ namespace platen_test {
 // A second, independent writing of the HSV filter's pixel: another shape than the library's and no shared code, so
 // that one mistake has to be made twice to pass. Channels are an array, sectors a table of roles.
 //
-// Deliberately no faster than its plainness: it judges.
-class HsvTranscription {
+// Deliberately plain, not fast: an oracle.
+class HsvOracle {
   public:
-    HsvTranscription(int hue, int saturation, int lightness) : hue_(hue), saturation_(saturation) {
+    HsvOracle(int hue, int saturation, int lightness) : hue_(hue), saturation_(saturation) {
         for (int i = 0; i < 256; ++i) {
             table_[i] = TableEntry(i, lightness);
         }

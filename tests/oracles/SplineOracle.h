@@ -35,12 +35,12 @@ inline std::int64_t CutTo(double value, std::int64_t low, std::int64_t high) {
     return static_cast<std::int64_t>(whole);
 }
 
-struct TranscribedSpline {
+struct SplineOracle {
     std::vector<double> x;
     std::vector<double> y;
     std::vector<double> z;
 
-    TranscribedSpline(std::vector<double> abscissae, std::vector<double> ordinates)
+    SplineOracle(std::vector<double> abscissae, std::vector<double> ordinates)
         : x(std::move(abscissae)), y(std::move(ordinates)), z(x.size(), 0.0) {
         const std::size_t n = x.size();
         std::vector<double> widths;

@@ -42,7 +42,7 @@ using ZoomLine = std::vector<std::uint16_t>;
 using ZoomImage = std::vector<ZoomLine>;
 
 // The shaping curve in whole numbers: 2w^2 / range below the middle, point-symmetric above, cut.
-inline std::int64_t ModelShape(std::int64_t weight, std::int64_t range) {
+inline std::int64_t OracleShape(std::int64_t weight, std::int64_t range) {
     if (2 * weight < range) {
         return 2 * weight * weight / range;
     }
@@ -55,14 +55,14 @@ inline std::int64_t ModelShape(std::int64_t weight, std::int64_t range) {
 
 // A reduced axis as overlaps: destination position i covers [i x src, (i + 1) x src), source position k covers
 // [k x dst, (k + 1) x dst).
-inline PX_Zoom2_Param ModelReduced(std::int64_t i, std::int64_t dst, std::int64_t src) {
+inline PX_Zoom2_Param OracleReduced(std::int64_t i, std::int64_t dst, std::int64_t src) {
     const std::int64_t low = i * src;
     const std::int64_t high = low + src;
     const std::int64_t first = low / dst;
     const std::int64_t firstBehind = high / dst;  // the one that is covered partly, or not at all
     const std::int64_t sliver = high % dst;
     const std::int64_t firstWeight = (first + 1) * dst - low;
-    const std::int64_t shaped = ModelShape(sliver, dst);
+    const std::int64_t shaped = OracleShape(sliver, dst);
     const auto narrow = [](std::int64_t value) { return static_cast<std::int32_t>(value); };
     return {narrow(first),
             narrow(firstWeight),
@@ -74,30 +74,30 @@ inline PX_Zoom2_Param ModelReduced(std::int64_t i, std::int64_t dst, std::int64_
 }
 
 // The left neighbour of position i x S / D, which for an exact position is the one before it.
-inline std::int64_t ModelLeft(std::int64_t i, std::int64_t dst, std::int64_t src) {
+inline std::int64_t OracleLeft(std::int64_t i, std::int64_t dst, std::int64_t src) {
     const std::int64_t place = i * (src - 1);
     return i == 0 || src == 1 ? 0 : (place + dst - 2) / (dst - 1) - 1;
 }
 
-inline PX_Zoom2_Param ModelEnlarged(std::int64_t i, std::int64_t dst, std::int64_t src) {
-    const std::int64_t left = ModelLeft(i, dst, src);
+inline PX_Zoom2_Param OracleEnlarged(std::int64_t i, std::int64_t dst, std::int64_t src) {
+    const std::int64_t left = OracleLeft(i, dst, src);
     const std::int64_t part = i * (src - 1) - left * (dst - 1);
     const auto narrow = [](std::int64_t value) { return static_cast<std::int32_t>(value); };
     return {narrow(left), narrow(dst - 1 - part), 0, narrow(part), 0, narrow(dst - 1), 0};
 }
 
-inline std::vector<PX_Zoom2_Param> ModelTable(int dst, int src) {
+inline std::vector<PX_Zoom2_Param> OracleTable(int dst, int src) {
     std::vector<PX_Zoom2_Param> table(static_cast<std::size_t>(dst));
     for (int i = 0; i < dst; ++i) {
         PX_Zoom2_Param& record = table[static_cast<std::size_t>(i)];
         if (dst < src) {
-            record = ModelReduced(i, dst, src);
+            record = OracleReduced(i, dst, src);
         } else if (src == 1) {
             record = {0, 1, 0, 0, 0, 1, i == 0 ? dst : 0};
         } else if (dst == src) {
             record = {i, 1, 0, 0, 0, 1, 1};
         } else {
-            record = ModelEnlarged(i, dst, src);
+            record = OracleEnlarged(i, dst, src);
         }
     }
     if (dst > src && src > 1) {
@@ -117,7 +117,7 @@ inline std::vector<PX_Zoom2_Param> ModelTable(int dst, int src) {
 }
 
 // The last source position that a destination position needs.
-inline int ModelNeeds(const PX_Zoom2_Param& record, int dst, int src) {
+inline int OracleNeeds(const PX_Zoom2_Param& record, int dst, int src) {
     if (dst < src) {
         return record.emit;
     }
@@ -126,7 +126,7 @@ inline int ModelNeeds(const PX_Zoom2_Param& record, int dst, int src) {
 
 // The average of one destination position over the values that `at` gives for source positions.
 template <class At>
-std::uint64_t ModelAverage(const PX_Zoom2_Param& record, int dst, int src, At at) {
+std::uint64_t OracleAverage(const PX_Zoom2_Param& record, int dst, int src, At at) {
     const auto weight = [](std::int32_t w) { return static_cast<std::uint64_t>(w); };
     std::uint64_t sum = at(record.start) * weight(record.startWeight);
     if (dst < src) {
@@ -142,13 +142,13 @@ std::uint64_t ModelAverage(const PX_Zoom2_Param& record, int dst, int src, At at
     return sum / weight(record.weightSum);
 }
 
-inline ZoomLine ModelScaleLine(const ZoomCase& c, const std::vector<PX_Zoom2_Param>& columns,
-                               const ZoomLine& source) {
+inline ZoomLine OracleScaleLine(const ZoomCase& c, const std::vector<PX_Zoom2_Param>& columns,
+                                const ZoomLine& source) {
     ZoomLine out;
     for (int x = 0; x < c.dstWidth; ++x) {
         for (int s = 0; s < c.Samples(); ++s) {
             const int sample = c.srcWidth == 1 ? 0 : s;
-            out.push_back(static_cast<std::uint16_t>(ModelAverage(
+            out.push_back(static_cast<std::uint16_t>(OracleAverage(
                 columns[static_cast<std::size_t>(x)], c.dstWidth, c.srcWidth,
                 [&](int k) { return std::uint64_t{source[static_cast<std::size_t>(k * c.Samples() + sample)]}; })));
         }
@@ -156,19 +156,19 @@ inline ZoomLine ModelScaleLine(const ZoomCase& c, const std::vector<PX_Zoom2_Par
     return out;
 }
 
-inline ZoomImage ModelScale(const ZoomCase& c, const ZoomImage& source) {
-    const auto columns = ModelTable(c.dstWidth, c.srcWidth);
-    const auto lines = ModelTable(c.dstHeight, c.srcHeight);
+inline ZoomImage OracleScale(const ZoomCase& c, const ZoomImage& source) {
+    const auto columns = OracleTable(c.dstWidth, c.srcWidth);
+    const auto lines = OracleTable(c.dstHeight, c.srcHeight);
     ZoomImage wide;
     for (const ZoomLine& line : source) {
-        wide.push_back(ModelScaleLine(c, columns, line));
+        wide.push_back(OracleScaleLine(c, columns, line));
     }
     ZoomImage out;
     for (const PX_Zoom2_Param& record : lines) {
         ZoomLine line;
         for (std::size_t k = 0; k < wide[0].size(); ++k) {
             const auto at = [&](int y) { return std::uint64_t{wide[static_cast<std::size_t>(y)][k]}; };
-            const std::uint64_t value = ModelAverage(record, c.dstHeight, c.srcHeight, at);
+            const std::uint64_t value = OracleAverage(record, c.dstHeight, c.srcHeight, at);
             // A bilevel pixel is set from 128 on.
             line.push_back(static_cast<std::uint16_t>(c.format == 1 ? (value >= 128 ? 255 : 0) : value));
         }
