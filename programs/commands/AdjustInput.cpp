@@ -316,6 +316,7 @@ WriteOptions MakeWriteOptions(const Settings& settings, Container input) {
     options.container = settings.format;
     options.inputContainer = input;
     options.jpegQuality = settings.quality;
+    options.compression = settings.compression;
     options.strictStream = settings.read.strictStream;
     options.force = settings.force;
     options.workers = CompressionWorkers(settings);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "programs/base/Compression.h"
 #include "programs/base/ImageInfo.h"
 #include "programs/io/LineReader.h"
 
@@ -20,7 +21,8 @@ enum class PngEffort {
 struct WriteOptions {
     std::optional<Container> container;  // where absent: from the path's ending, for "-" the input's container
     Container inputContainer = Container::kPnm;
-    int tiffCompression = 0;   // 0: the container's usual one for the layout; else a TIFF compression tag
+    std::optional<Compression> compression;  // asked for: where it can't be, the page is refused
+    int tiffCompression = 0;   // kept where it fits, a TIFF compression tag; 0: the container's default
     int compressionLevel = 0;  // of a TIFF's Deflate (1..12) or Zstd (1..19); 0: the usual one
     int jpegQuality = 92;
     PngEffort pngEffort = PngEffort::kDefault;

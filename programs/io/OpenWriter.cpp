@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "programs/base/Error.h"
+#include "programs/io/CompressionChoice.h"
 #include "programs/io/JpegWriter.h"
 #include "programs/io/PdfWriter.h"
 #include "programs/io/PngWriter.h"
@@ -103,7 +104,11 @@ std::string LostMetadata(Container container, const ImageInfo& page) {
 
 void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {
     const Container container = OutputContainer(path, options.container, options.inputContainer);
+    WithCompression(options, container);
     CheckOutputPath(path, options.force);
+    if (container == Container::kTiff || container == Container::kPdf) {
+        AskedCompression(options, page);
+    }
     if (container == Container::kJpeg) {
         CheckJpegLayout(page);
     } else if (container == Container::kPdf) {
@@ -111,8 +116,9 @@ void CheckOutput(const std::string& path, const WriteOptions& options, const Ima
     }
 }
 
-std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& options) {
-    const Container container = OutputContainer(path, options.container, options.inputContainer);
+std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& given) {
+    const Container container = OutputContainer(path, given.container, given.inputContainer);
+    const WriteOptions options = WithCompression(given, container);
     auto file = std::make_unique<OutputFile>(path, options.force, options.sync);
     switch (container) {
         case Container::kTiff:

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "programs/base/Error.h"
+#include "programs/io/CompressionChoice.h"
 #include "programs/io/JpegEncoder.h"
 #include "programs/io/LineCount.h"
 #include "programs/io/PngStream.h"
@@ -26,7 +27,7 @@ constexpr double kUsualResolution = 300;  // of pages that have none
 constexpr int kPointsPerInch = 72;
 
 // How a page's samples lie in the file.
-enum class Filter { kFlate, kJpeg, kFax };
+enum class Filter { kNone, kFlate, kJpeg, kFax };
 
 // A number as PDF wants it: no exponent, no more digits than needed.
 std::string Decimal(double value) {
@@ -158,8 +159,10 @@ class PdfWriter : public LineWriter {
             jpeg_->WriteLine(line);
         } else if (fax_) {
             fax_->WriteLine(line, lines_.Done());
-        } else {
+        } else if (flate_) {
             flate_->WriteRow(StoreBigEndian(line, info_, row_));
+        } else {
+            Put(StoreBigEndian(line, info_, row_), info_.LineBytes());
         }
         lines_.Add();
     }
@@ -170,7 +173,7 @@ class PdfWriter : public LineWriter {
             jpeg_->End();
         } else if (fax_) {
             fax_->End([this](const std::uint8_t* bytes, std::size_t count) { Put(bytes, count); });
-        } else {
+        } else if (flate_) {
             flate_->End();
         }
         EndStreams();
@@ -248,6 +251,22 @@ class PdfWriter : public LineWriter {
 
     Filter ChooseFilter() const {
         const bool jpegFits = info_.bitsPerSample == 8 && info_.width <= 65500 && info_.height <= 65500;
+        switch (AskedCompression(options_, info_)) {
+            case COMPRESSION_NONE:
+                return Filter::kNone;
+            case COMPRESSION_JPEG:
+                return Filter::kJpeg;
+            case COMPRESSION_CCITTFAX4:
+                return Filter::kFax;
+            case COMPRESSION_ADOBE_DEFLATE:
+                return Filter::kFlate;
+            default:
+                return KeptFilter(jpegFits);
+        }
+    }
+
+    // The input's kind of compression, where it has a use here.
+    Filter KeptFilter(bool jpegFits) const {
         switch (options_.tiffCompression) {
             case COMPRESSION_JPEG:
                 return jpegFits ? Filter::kJpeg : Filter::kFlate;
@@ -282,7 +301,7 @@ class PdfWriter : public LineWriter {
         } else if (filter_ == Filter::kFax) {
             filter = "/Filter /CCITTFaxDecode /DecodeParms <</K -1 " + columns + " /Rows " +
                      std::to_string(info_.height) + ">>";
-        } else {
+        } else if (filter_ == Filter::kFlate) {
             filter = "/Filter /FlateDecode /DecodeParms <</Predictor 15 /Colors " +
                      std::to_string(info_.samplesPerPixel) + " " + bits + " " + columns + ">>";
         }
@@ -310,7 +329,7 @@ class PdfWriter : public LineWriter {
             bare.iccProfile.clear();
             bare.orientation = 1;
             jpeg_->Begin(bare);
-        } else {
+        } else if (filter_ == Filter::kFlate) {
             const auto pixelBytes = static_cast<std::size_t>(info_.samplesPerPixel * info_.bitsPerSample + 7) / 8;
             flate_.emplace(info_.LineBytes(), pixelBytes, info_.bitsPerSample >= 8, options_.pngEffort,
                            options_.workers, put);

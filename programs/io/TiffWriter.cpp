@@ -7,6 +7,7 @@
 #include <optional>
 #include <vector>
 
+#include "programs/io/CompressionChoice.h"
 #include "programs/io/LineCount.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
@@ -26,11 +27,7 @@ constexpr int kFullColourQuality = 90;
 class TiffWriter : public LineWriter {
   public:
     TiffWriter(std::unique_ptr<OutputFile> file, const WriteOptions& options)
-        : file_(std::move(file)),
-          wanted_(options.tiffCompression),
-          quality_(options.jpegQuality),
-          level_(options.compressionLevel),
-          workers_(options.workers) {
+        : file_(std::move(file)), options_(options) {
         if (!file_->Seekable()) {
             if (options.strictStream) {
                 throw Error(ExitCode::kUnsupported,
@@ -45,14 +42,7 @@ class TiffWriter : public LineWriter {
         CheckLayout(info);
         info_ = info;
         lines_.Begin(info.height);
-        compression_ = wanted_;
-        if (wanted_ == 0 || !TiffCompressionFits(wanted_, info)) {
-            compression_ = info.bitsPerSample == 1 ? COMPRESSION_CCITTFAX4 : COMPRESSION_LZW;
-            if (wanted_ != 0) {
-                notice_ = "TIFF compression " + std::to_string(wanted_) + " doesn't fit " + LayoutName(info) +
-                          "; " + (compression_ == COMPRESSION_LZW ? "LZW" : "Group 4") + " is used";
-            }
-        }
+        compression_ = ChooseCompression(info);
         pageAt_ = FileSize(Descriptor());
         handle_->Expect();
         SetLayout();
@@ -62,7 +52,7 @@ class TiffWriter : public LineWriter {
         line_.resize(info.LineBytes());
         if (TiffStrips::Takes(compression_)) {
             strips_.emplace(
-                info, compression_, level_, RowsPerStrip(), workers_,
+                info, compression_, options_.compressionLevel, RowsPerStrip(), options_.workers,
                 [this](std::uint32_t strip, std::vector<std::uint8_t>& bytes) { WriteStrip(strip, bytes); });
         }
     }
@@ -129,6 +119,25 @@ class TiffWriter : public LineWriter {
         return spool_ ? spool_->Descriptor() : file_->Descriptor();
     }
 
+    // What was asked for; else the input's, where it fits; else a lossless one.
+    int ChooseCompression(const ImageInfo& info) {
+        if (const int asked = AskedCompression(options_, info); asked != 0) {
+            return asked;
+        }
+        const int kept = options_.tiffCompression;
+        const bool hasLevel = options_.compressionLevel != 0;  // of Deflate or Zstd: another kind has no use for it
+        if (kept != 0 && TiffCompressionFits(kept, info) && (!hasLevel || TiffStrips::Takes(kept))) {
+            return kept;
+        }
+        const int lossless = hasLevel ? COMPRESSION_ADOBE_DEFLATE : COMPRESSION_LZW;
+        const int chosen = info.bitsPerSample == 1 ? COMPRESSION_CCITTFAX4 : lossless;
+        if (kept != 0 && kept != chosen && !hasLevel) {
+            notice_ = "TIFF compression " + std::to_string(kept) + " doesn't fit " + LayoutName(info) + "; " +
+                      (chosen == COMPRESSION_LZW ? "LZW" : "Group 4") + " is used";
+        }
+        return chosen;
+    }
+
     void SetLayout() {
         TIFF* tiff = handle_->Get();
         TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, info_.width);
@@ -170,10 +179,10 @@ class TiffWriter : public LineWriter {
         TIFF* tiff = handle_->Get();
         TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression_);
         if (compression_ == COMPRESSION_JPEG) {
-            TIFFSetField(tiff, TIFFTAG_JPEGQUALITY, quality_);
+            TIFFSetField(tiff, TIFFTAG_JPEGQUALITY, options_.jpegQuality);
             if (info_.samplesPerPixel == 3) {
                 TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
-                const int factor = quality_ >= kFullColourQuality ? 1 : 2;
+                const int factor = options_.jpegQuality >= kFullColourQuality ? 1 : 2;
                 TIFFSetField(tiff, TIFFTAG_YCBCRSUBSAMPLING, factor, factor);
             }
         } else if (FindTiffCompression(compression_)->predictor && info_.bitsPerSample >= 8) {
@@ -254,8 +263,7 @@ class TiffWriter : public LineWriter {
     }
 
     std::unique_ptr<OutputFile> file_;
-    int wanted_;
-    int quality_;
+    const WriteOptions options_;
     int compression_ = 0;
     std::optional<Spool> spool_;
     std::optional<TiffHandle> handle_;
@@ -263,8 +271,6 @@ class TiffWriter : public LineWriter {
     ImageInfo info_;
     std::string notice_;
     std::vector<std::uint8_t> line_;
-    int level_;
-    unsigned workers_;
     std::optional<TiffStrips> strips_;
     LineCount lines_;
     std::uint64_t lastDirectory_ = 0;

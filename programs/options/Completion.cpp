@@ -120,6 +120,12 @@ std::string Escaped(const std::string& text, std::string_view special) {
     return escaped;
 }
 
+// A help of several lines as one.
+std::string OneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 std::string ZshAction(const OptionSpec& spec) {
     if (spec.argument == nullptr) {
         return "";
@@ -142,7 +148,7 @@ std::string ZshOptions(CommandBit bit) {
         if ((spec.commands & bit) == 0) {
             continue;
         }
-        const std::string rest = "[" + Escaped(OptionHelp(spec), ":[]\\") + "]" + ZshAction(spec) + "'";
+        const std::string rest = "[" + Escaped(OneLine(OptionHelp(spec)), ":[]\\") + "]" + ZshAction(spec) + "'";
         const char* takes = spec.argument == nullptr ? "" : spec.bare != nullptr ? "=-" : "=";
         text += std::string(" \\\n            '*--") + spec.name + takes + rest;
         if (spec.letter != 0) {
@@ -208,7 +214,7 @@ std::string FishOption(const OptionSpec& spec) {
     const std::string condition = FishCondition(spec);
     std::string line = "complete -c platen" + (condition.empty() ? condition : " -n '" + condition + "'");
     line += spec.letter != 0 ? std::string(" -s ") + spec.letter : std::string();
-    line += std::string(" -l ") + spec.name + " -d '" + Escaped(OptionHelp(spec), "") + "'";
+    line += std::string(" -l ") + spec.name + " -d '" + Escaped(OneLine(OptionHelp(spec)), "") + "'";
     if (spec.choices != nullptr) {
         line += std::string(" -x -a '") + spec.choices + "'";
     } else if (IsPreset(spec)) {

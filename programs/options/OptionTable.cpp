@@ -86,7 +86,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.depth = Choose(o, v, {1, 8, 16}); },
      kInPresets, {}, nullptr, "1 8 16", nullptr, 0, TakeDeviceDepth},
-    {"threshold", 0, "N", kPixels, "%r percent; darker becomes black in lineart (%u)", kPageUsers,
+    {"threshold", 0, "N", kPixels, "%r percent; darker is black in lineart (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.threshold = ParseDecimal(o, v); },
      kInPresets, {0, 100}, "50", nullptr, nullptr, 0, TakeDeviceThreshold},
     {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers,
@@ -118,24 +118,28 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers,
      TakeByCommand},
 
-    {"output", 'o', "FILE", kOutput, "'-': standard output; DIR/; %s: input's name; %d, %03d: page", kPageUsers,
+    {"output", 'o', "FILE", kOutput, "'-': standard output; DIR/;\n%s: the input's name; %d, %03d: the page's number", kPageUsers,
      [](S, V v, T t) { t.settings.output = v; }},
-    {"first-page-number", 0, "N", kOutput, nullptr, kPageUsers,
+    {"first-page-number", 0, "N", kOutput, "what %d begins with (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.firstPageNumber = static_cast<unsigned long>(ParseInt(o, v)); },
-     kNotInPresets, {0, 999999999}},
-    {"format", 0, "NAME", kOutput, "what %d begins with; png, tiff, jpeg, pdf or pnm", kPageUsers,
+     kNotInPresets, {0, 999999999}, "1"},
+    {"format", 0, "NAME", kOutput, "png, tiff, jpeg, pdf or pnm", kPageUsers,
      TakeFormat,
      kInPresets, {}, nullptr, "png tiff jpeg pdf pnm"},
     {"quality", 0, "N", kOutput, "%r, JPEG (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.quality = ParseInt(o, v); }, kInPresets, {1, 100}, "92"},
+    {"compression", 0, "KIND", kOutput, "none, lzw, deflate[:1..12], zstd[:1..19],\n"
+     "packbits, g4, jpeg[:1..100]; fast, default, best", kPageUsers,
+     [](S o, V v, T t) { t.settings.compression = ParseCompression(o, v); },
+     kInPresets, {}, nullptr, "none lzw deflate zstd packbits g4 jpeg fast default best"},
     {"page", 0, "N[-[M]]", kOutput, "only these pages", kAdjust,
      [](S o, V v, T t) { t.settings.pages = ParsePages(o, v); }},
     {"jobs", 'j', "N", kOutput, "inputs worked on at a time, %r (%u)", kAdjust,
      [](S o, V v, T t) { t.settings.jobs = ParseInt(o, v); }, kNotInPresets, {1, 256}, "1"},
-    {"threads", 0, "N", kOutput, "%r for a page; more than 1 read, adjust and compress together", kAdjust,
+    {"threads", 0, "N", kOutput, "%r for a page", kAdjust,
      [](S o, V v, T t) { t.settings.threads = ParseInt(o, v); }, kNotInPresets, {1, 64}},
-    {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust, [](S, V, T t) { t.settings.keepGoing = true; }},
-    {"stop-on-error", 0, nullptr, kOutput, "after an error go on with the next input (usual), or end", kAdjust,
+    {"keep-going", 'k', nullptr, kOutput, "go on with the next input after an error (default)", kAdjust, [](S, V, T t) { t.settings.keepGoing = true; }},
+    {"stop-on-error", 0, nullptr, kOutput, "end at the first error", kAdjust,
      [](S, V, T t) { t.settings.keepGoing = false; }},
     {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers,
      [](S, V, T t) { t.settings.force = true; }},
@@ -143,27 +147,27 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S, V, T t) { t.settings.strip = true; }, kInPresets},
     {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo,
      [](S, V, T t) { t.settings.read.strictStream = true; }},
-    {"max-side", 0, "N", kOutput, nullptr, kPageUsers | kInfo,
+    {"max-side", 0, "N", kOutput, "most pixels a side of a page read (65535)", kPageUsers | kInfo,
      [](S o, V v, T t) { t.settings.read.limits.maxSide = ParseSide(o, v); }},
-    {"max-pixels", 0, "N", kOutput, "largest page read (65535, 268435456)", kPageUsers | kInfo,
+    {"max-pixels", 0, "N", kOutput, "most pixels of a page read (268435456)", kPageUsers | kInfo,
      [](S o, V v, T t) { t.settings.read.limits.maxPixels = ParseCount(o, v); }},
 
     {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kPageUsers,
      [](S, V, T t) { t.settings.dryRun = true; }},
-    {"json", 0, nullptr, kReport, nullptr, kAdjust | kInfo, [](S, V, T t) { t.settings.json = true; }},
-    {"stats", 0, nullptr, kReport, "percentiles and suggested --levels; needs no output; as JSON", kPageUsers,
+    {"json", 0, nullptr, kReport, "print --stats, or what info finds, as JSON", kAdjust | kInfo, [](S, V, T t) { t.settings.json = true; }},
+    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels; needs no output", kPageUsers,
      [](S, V, T t) { t.settings.stats = true; }},
     {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers,
      [](S, V v, T t) { t.settings.plot = v; }},
     {"progress", 0, nullptr, kReport, nullptr, kPageUsers, [](S, V, T t) { t.settings.progress = true; }},
-    {"no-progress", 0, nullptr, kReport, "a line about progress; usual on a terminal", kPageUsers,
+    {"no-progress", 0, nullptr, kReport, "a line about progress; default on a terminal", kPageUsers,
      [](S, V, T t) { t.settings.progress = false; }},
     {"verbose", 'v', nullptr, kReport, "say more", kEvery, [](S, V, T t) { t.settings.verbose = true; }},
     {"version", 0, nullptr, kReport, nullptr, kEvery, TakeByCommand},
     {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery, TakeByCommand},
 
     {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve, TakeByCommand},
-    {"table", 0, "FORM", kCurveGroup, "print it: plain, c, csv, or sane (one list for a gamma option)", kCurve,
+    {"table", 0, "FORM", kCurveGroup, "print it: plain, c, csv,\nor sane (one list for a gamma option)", kCurve,
      TakeByCommand, kNotInPresets, {}, nullptr, "plain c csv sane"},
 
     {"device", 'd', "NAME", kScanGroup, "the scanner; else what SANE_DEFAULT_DEVICE names", kScan,
@@ -224,14 +228,16 @@ bool ReadByCommand(const OptionSpec& spec) {
 }
 
 std::string HelpText(CommandBit command) {
-    constexpr std::size_t kHelpColumn = 32;
+    constexpr std::size_t kHelpColumn = 30;
     std::string text =
-        "platen [OPTION...] [INPUT...] -o OUTPUT      adjust and scale scanned pages, line by line\n"
-        "platen scan -d DEVICE [OPTION...] -o OUTPUT                  see platen scan --help\n"
-        "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]    see platen curve --help\n"
-        "platen info [--json] FILE...                                 see platen info --help\n"
+        "platen [OPTION...] [INPUT...] -o OUTPUT      adjust and scale scanned pages\n"
+        "platen scan -d DEVICE [OPTION...] -o OUTPUT              see platen scan --help\n"
+        "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]\n"
+        "                                             see platen curve --help\n"
+        "platen info [--json] FILE...                             see platen info --help\n"
         "platen presets [list | show NAME | check FILE...]\n"
-        "Files are PNG, TIFF, JPEG, PNM or PAM, outputs PDF too; '-' is standard input or output.\n";
+        "Files are PNG, TIFF, JPEG, PNM or PAM, outputs PDF too;\n"
+        "'-' is standard input or output.\n";
     const char* group = nullptr;
     std::string line = " ";
     for (const OptionSpec& spec : kTable) {
@@ -245,7 +251,11 @@ std::string HelpText(CommandBit command) {
         line += " " + OptionText(spec);
         if (spec.help != nullptr) {
             line += line.size() < kHelpColumn ? std::string(kHelpColumn - line.size(), ' ') : " ";
-            text += line + OptionHelp(spec) + "\n";
+            line += OptionHelp(spec);
+            for (std::size_t at = line.find('\n'); at != std::string::npos; at = line.find('\n', at + 1)) {
+                line.insert(at + 1, kHelpColumn, ' ');
+            }
+            text += line + "\n";
             line = " ";
         }
     }

@@ -120,6 +120,29 @@ PageRange ParsePages(const OptionSpec& spec, const std::string& text) {
     return range;
 }
 
+Compression ParseCompression(const OptionSpec& spec, const std::string& text) {
+    using Kind = Compression::Kind;
+    const std::size_t colon = text.find(':');
+    const std::string word = text.substr(0, colon);
+    Compression compression;
+    compression.kind = Choose(spec, word,
+                              {Kind::kNone, Kind::kLzw, Kind::kDeflate, Kind::kZstd, Kind::kPackBits, Kind::kGroup4,
+                               Kind::kJpeg, Kind::kFast, Kind::kDefault, Kind::kBest});
+    compression.text = text;
+    if (colon != std::string::npos) {
+        const int most = compression.kind == Kind::kDeflate ? 12
+                         : compression.kind == Kind::kZstd  ? 19
+                         : compression.kind == Kind::kJpeg  ? 100
+                                                            : 0;
+        if (most == 0) {
+            Refuse(Dashed(spec) + ": '" + word +
+                   "' has no level; deflate (1..12), zstd (1..19) and jpeg (1..100) have");
+        }
+        compression.level = static_cast<int>(ParseWhole(Dashed(spec), text.substr(colon + 1), 1, most));
+    }
+    return compression;
+}
+
 Colour ParseColour(const OptionSpec& spec, const std::string& text) {
     if (text == "white") {
         return {};

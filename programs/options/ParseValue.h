@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "programs/base/Compression.h"
 #include "programs/base/ImageInfo.h"
 #include "programs/options/OptionTable.h"
 #include "programs/options/Settings.h"
@@ -50,6 +51,9 @@ Resolution ParseResolution(const std::string& option, std::string_view text);
 
 // N, N-M or N-.
 PageRange ParsePages(const OptionSpec& spec, const std::string& text);
+
+// One of the row's words; those that have levels may be followed by one, as "deflate:9".
+Compression ParseCompression(const OptionSpec& spec, const std::string& text);
 
 // white, black or #RRGGBB.
 Colour ParseColour(const OptionSpec& spec, const std::string& text);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "programs/base/Compression.h"
 #include "programs/base/Error.h"
 #include "programs/base/ImageInfo.h"
 #include "programs/io/LineReader.h"
@@ -87,6 +88,7 @@ struct Settings {
     std::optional<Container> format;
     std::string formatName;  // as it was given
     int quality = 92;
+    std::optional<Compression> compression;
     std::optional<PageRange> pages;
     unsigned long firstPageNumber = 1;  // the number of the first page written, for %d
     int jobs = 1;

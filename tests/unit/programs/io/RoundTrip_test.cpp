@@ -76,6 +76,17 @@ TEST(RoundTrip, TiffKeepsEveryCompression) {
     }
 }
 
+TEST(RoundTrip, ATiffsJpegWantsTheHeight) {
+    const Scratch scratch;
+    WriteOptions options;
+    options.compression = platen_tool::Compression{platen_tool::Compression::Kind::kJpeg, 0, "jpeg"};
+    ExpectError([&] { WritePages(scratch / "page.tif", {RandomPage(9, 9, 8, 1, 1)}, options, false); },
+                ExitCode::kUnsupported,
+                "--compression=jpeg: the page's height must be known before its first line");
+    WritePages(scratch / "page.tif", {RandomPage(9, 9, 8, 1, 1)}, options);
+    EXPECT_EQ(platen_tool::OpenReader(scratch / "page.tif", {})->TiffCompression(), 7);
+}
+
 TEST(RoundTrip, JpegIsNearAndKeepsSize) {
     const Scratch scratch;
     for (const int samples : {1, 3}) {
