@@ -59,7 +59,7 @@ endif()
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 # Hardening of optimised builds; tests/abi/hardening_test.sh looks at what came of it.
-if(PLATEN_HARDENING AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$"
+if(PLATEN_HARDENING AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel|None)$"
     AND NOT PLATEN_SANITIZE AND NOT PLATEN_COVERAGE)
   add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
   if(WIN32)
