@@ -359,7 +359,7 @@ TEST(Manual, IsWithoutWarnings) {
         GTEST_SKIP() << "no mandoc";
     }
     EXPECT_EQ(std::system("mandoc -T lint -W warning " PLATEN_MANUAL "/platen.1 " PLATEN_MANUAL
-                          "/platen-presets.5 " PLATEN_MANUAL "/sane-platen.5"),
+                          "/platen-presets.5 " PLATEN_MANUAL "/sane-platen.5 " PLATEN_MANUAL "/platen-batch.1"),
               0);
 }
 
