@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
-# install_c_test.sh CMAKE BUILD CONSUMER: installs the build into an empty folder and builds a small host in C against it:
-# by CMake package; by pkg-config, shared and static, with GCC and with Clang, as strict C11; with AddressSanitizer; and with
-# a malloc that fails. Runs each.
+# install_c_test.sh CMAKE BUILD CONSUMER: installs the build into an empty folder, moves that, and builds a small host in C
+# against it: by CMake package; by pkg-config, shared and static, with GCC and with Clang, as strict C11; with
+# AddressSanitizer; and with a malloc that fails. Runs each.
 set -euo pipefail
 cmake=$1 build=$2 consumer=$3
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-"$cmake" --install "$build" --prefix "$prefix" >"$work/install.log"
+"$cmake" --install "$build" --prefix "$work/as-installed" >"$work/install.log"
+mv "$work/as-installed" "$prefix"
 
 "$cmake" -S "$consumer" -B "$work/by-cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
 "$cmake" --build "$work/by-cmake" >>"$work/cmake.log" || {

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# install_test.sh CMAKE BUILD CONSUMER CXX: installs the build into an empty folder, builds a small host program
-# against it in four ways (CMake package and pkg-config, shared and static), and runs each.
+# install_test.sh CMAKE BUILD CONSUMER CXX: installs the build into an empty folder, moves that, builds a small host
+# program against it in four ways (CMake package and pkg-config, shared and static), and runs each.
 set -euo pipefail
 cmake=$1 build=$2 consumer=$3 cxx=$4
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-"$cmake" --install "$build" --prefix "$prefix" >"$work/install.log"
+"$cmake" --install "$build" --prefix "$work/as-installed" >"$work/install.log"
+mv "$work/as-installed" "$prefix"
 
 # By CMake package. Nothing of the source tree may be needed.
 "$cmake" -S "$consumer" -B "$work/by-cmake" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" >"$work/cmake.log"
