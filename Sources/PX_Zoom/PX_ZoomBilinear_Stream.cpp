@@ -33,8 +33,9 @@ bool Enlarges(const PX_ZoomBilinear& zoom) {
     return zoom.dstHeight > zoom.srcHeight;
 }
 
-// Whether the pipeline takes no line any more: closed, or every destination line has been read.
-bool TakesNoLine(const PX_ZoomBilinear& zoom) {
+// Whether the pipeline takes and gives no line any more: closed, or every destination line has been read. (Where a
+// host has written a larger emit or linesReady, lines may still seem to wait.)
+bool IsAtEnd(const PX_ZoomBilinear& zoom) {
     if (zoom.vertParam == nullptr) {
         return true;
     }
@@ -192,7 +193,7 @@ int PX_ZoomBilinear::Send(void* line) {
     if (line == nullptr && resendLine == 0) {
         return platen::kZoomBadArgument;
     }
-    if (CheckData() != 0 || TakesNoLine(*this)) {
+    if (CheckData() != 0 || IsAtEnd(*this)) {
         return platen::kZoomOutOfOrder;
     }
     if (dstHeight < 0 || srcHeight < 0) {
@@ -216,7 +217,7 @@ int PX_ZoomBilinear::Read(void* line) {
     if (line == nullptr) {
         return platen::kZoomBadArgument;
     }
-    if (CheckData() == 0) {
+    if (CheckData() == 0 || IsAtEnd(*this)) {
         return platen::kZoomOutOfOrder;
     }
     if (platen::HasWideSamples(bitsPerPixel)) {

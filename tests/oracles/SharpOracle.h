@@ -34,8 +34,8 @@ struct SharpImage {
 };
 
 // The sharpness filter on a whole image at once, without lines that come and go, written apart from the library's:
-// a sum of its own for every sample. `kernel` is nine weights and the divisor, such that no sum leaves
-// 32 bits. An image of one line has no finished line; its result is left zero.
+// a sum of its own for every sample. `kernel` is nine weights and the divisor; sums are modulo 2^32, and a divisor
+// of 0 gives 0. An image of one line has no finished line; its result is left zero.
 inline SharpImage SharpenedImage(const SharpImage& in, const std::int32_t* kernel) {
     SharpImage out(in.width, in.height, in.samples);
     if (in.height == 1) {
@@ -50,18 +50,22 @@ inline SharpImage SharpenedImage(const SharpImage& in, const std::int32_t* kerne
         const int bottomFactor = first || last ? 2 : 1;
         for (int x = 0; x < in.width; ++x) {
             for (int sample = 0; sample < in.samples; ++sample) {
-                std::int32_t sum = 0;
+                std::uint32_t sum = 0;
+                const auto add = [&](std::int32_t weight, int value) {
+                    sum += static_cast<std::uint32_t>(weight) * static_cast<std::uint32_t>(value);
+                };
                 for (int column = -1; column <= 1; ++column) {
                     int from = x + column;
                     from = from < 0 ? 0 : from;
                     from = from >= in.width ? in.width - 2 : from;
                     if (topFactor != 0) {
-                        sum += kernel[1 + column] * in.At(from, middleRow - 1, sample);
+                        add(kernel[1 + column], in.At(from, middleRow - 1, sample));
                     }
-                    sum += kernel[4 + column] * in.At(from, middleRow, sample);
-                    sum += kernel[7 + column] * in.At(from, bottomRow, sample) * bottomFactor;
+                    add(kernel[4 + column], in.At(from, middleRow, sample));
+                    add(kernel[7 + column], in.At(from, bottomRow, sample) * bottomFactor);
                 }
-                std::int32_t value = sum / kernel[9];
+                std::int64_t value = static_cast<std::int32_t>(sum);
+                value = kernel[9] != 0 ? value / kernel[9] : 0;
                 value = value < 0 ? -value : value;
                 out.At(x, y, sample) = std::uint8_t(value > 255 ? 255 : value);
             }

@@ -12,6 +12,7 @@ namespace plain {
 
 struct Tables {
     std::array<std::array<int, 256>, 3> t;
+    std::array<std::size_t, 3> at = {0, 1, 2};  // which of them are red, green and blue; one may be several
 
     static Tables Identity() {
         Tables tables;
@@ -26,8 +27,8 @@ struct Tables {
 
 template <class Function>
 void Replace(Tables& tables, Function f) {
-    for (auto& table : tables.t) {
-        for (int& entry : table) {
+    for (const std::size_t table : tables.at) {
+        for (int& entry : tables.t[table]) {
             entry = f(entry);
         }
     }
@@ -160,15 +161,12 @@ inline int Apply(const Level& s, int depth, Tables& tables) {
     }
     const bool inputActs = s.iMin != 0 || s.iMid != 1.0 || s.iMax != 255;
     const bool outputActs = s.oMin != 0 || s.oMax != 255;
-    if (inputActs) {
-        const std::array<int, 256> map = InputMap(s);
-        Replace(tables, [&map](int t) { return map[static_cast<std::size_t>(t)]; });
-    }
-    if (outputActs) {
-        const double scale = static_cast<double>(s.oMax - s.oMin) / 255.0;
-        Replace(tables,
-                [&s, scale](int t) { return Cap(static_cast<double>(t) * scale + static_cast<double>(s.oMin)); });
-    }
+    const std::array<int, 256> map = InputMap(s);
+    const double scale = static_cast<double>(s.oMax - s.oMin) / 255.0;
+    Replace(tables, [&](int t) {
+        const int in = inputActs ? map[static_cast<std::size_t>(t)] : t;
+        return outputActs ? Cap(static_cast<double>(in) * scale + static_cast<double>(s.oMin)) : in;
+    });
     return 0;
 }
 

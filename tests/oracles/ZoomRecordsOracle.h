@@ -8,15 +8,20 @@
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 
 // The scaler's rules for any records, written a second time: the passes one by one, and the line pipeline made of
-// them. Positions must lie in the line; weights may be any numbers but a weightSum of 0.
+// them. Positions outside the line count as samples of 0; where numbers are whole, a weightSum of 0 gives 0.
 
 namespace platen_test {
 
-inline std::uint32_t RuleWhole(std::uint32_t quotient) {
-    return quotient;
+inline std::uint32_t RuleQuotient(std::uint32_t sum, std::int32_t divisor) {
+    return divisor != 0 ? sum / static_cast<std::uint32_t>(divisor) : 0;
 }
 
-inline std::uint32_t RuleWhole(double quotient) {
+#if defined(__clang__) || defined(__GNUC__)
+__attribute__((no_sanitize("float-divide-by-zero")))
+#endif
+inline std::uint32_t
+RuleQuotient(double sum, std::int32_t divisor) {
+    const double quotient = sum / static_cast<double>(divisor);
     if (!(quotient > 0.0)) {
         return 0;
     }
@@ -39,7 +44,10 @@ template <class A, class S>
 std::vector<std::uint32_t> RuleHorz(const PX_Zoom2_Param* columns, const RuleAxis& axis, int samples,
                                     const S* line) {
     std::vector<std::uint32_t> out;
-    const auto at = [&](int position, int s) {
+    const auto at = [&](std::int64_t position, int s) {
+        if (position < 0 || position >= axis.src) {
+            return A{};
+        }
         return static_cast<A>(RuleSample(line, static_cast<std::size_t>(position * samples + s)));
     };
     for (int c = 0; c < axis.dst; ++c) {
@@ -53,16 +61,16 @@ std::vector<std::uint32_t> RuleHorz(const PX_Zoom2_Param* columns, const RuleAxi
             }
             sum = at(p.start, s) * static_cast<A>(p.startWeight);
             if (axis.dst < axis.src) {
-                for (int k = p.start + 1; k <= p.wholeEnd; ++k) {
+                for (std::int64_t k = std::int64_t{p.start} + 1; k <= p.wholeEnd; ++k) {
                     sum += at(k, s) * static_cast<A>(axis.dst);
                 }
                 if (p.endWeight != 0) {
-                    sum += at(p.wholeEnd + 1, s) * static_cast<A>(p.endWeight);
+                    sum += at(std::int64_t{p.wholeEnd} + 1, s) * static_cast<A>(p.endWeight);
                 }
             } else {
-                sum += at(p.start + 1, s) * static_cast<A>(p.endWeight);
+                sum += at(std::int64_t{p.start} + 1, s) * static_cast<A>(p.endWeight);
             }
-            out.push_back(RuleWhole(sum / static_cast<A>(p.weightSum)));
+            out.push_back(RuleQuotient(sum, p.weightSum));
         }
     }
     return out;
@@ -79,7 +87,7 @@ template <class S, class A>
 std::vector<S> RuleReduce(const std::vector<A>& acc, int weightSum) {
     std::vector<S> out;
     for (const A number : acc) {
-        out.push_back(static_cast<S>(RuleWhole(number / static_cast<A>(weightSum))));
+        out.push_back(static_cast<S>(RuleQuotient(number, weightSum)));
     }
     return out;
 }
@@ -91,7 +99,7 @@ std::vector<S> RuleExpand(const std::vector<std::uint32_t>& upper, const std::ve
     for (std::size_t k = 0; k < upper.size(); ++k) {
         const A above = static_cast<A>(upper[k]) * static_cast<A>(p.startWeight);
         const A below = static_cast<A>(lower[k]) * static_cast<A>(p.endWeight);
-        out.push_back(static_cast<S>(RuleWhole((above + below) / static_cast<A>(p.weightSum))));
+        out.push_back(static_cast<S>(RuleQuotient(above + below, p.weightSum)));
     }
     return out;
 }

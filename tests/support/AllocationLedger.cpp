@@ -284,6 +284,14 @@ std::vector<std::size_t> AllocationLedger::OutstandingSizes() const {
     return sizes;
 }
 
+void AllocationLedger::Pause() {
+    SetActive(false);
+}
+
+void AllocationLedger::Resume() {
+    SetActive(true);
+}
+
 void AllocationLedger::FreeOutstanding() {
     while (blockCount != 0) {
         const Block block = blocks[--blockCount];

@@ -645,6 +645,26 @@ TEST(PX_ZoomBilinearRecords, RecordsEditedAfterTheFirstLineReadNothingOutside) {
     }
 }
 
+// However many lines the records, or a host, say that wait.
+TEST(PX_ZoomBilinearRecords, NoLineIsReadPastTheLastRecord) {
+    std::uint8_t line[8] = {};
+    for (const int srcHeight : {2, 3, 6}) {
+        PX_ZoomBilinear zoom;
+        ASSERT_EQ(0, zoom.Open(8, 3, 8, srcHeight, 8, 2));
+        zoom.linesReady = 7;
+        for (int y = 0; y < 3; ++y) {
+            EXPECT_EQ(0, zoom.Read(line));
+        }
+        EXPECT_EQ(3, zoom.Read(line));
+        EXPECT_EQ(4, zoom.linesReady);
+        EXPECT_EQ(zoom.vertParam + 3, zoom.vertCursor);
+    }
+    PX_ZoomBilinear zoom;
+    zoom.linesReady = 1;  // closed
+    EXPECT_EQ(3, zoom.Read(line));
+    EXPECT_EQ(nullptr, zoom.vertCursor);
+}
+
 // They count from the next Open on, which writes its own.
 TEST(PX_ZoomBilinearRecords, TheNextOpenMakesItsOwnRecords) {
     Random random(709);
