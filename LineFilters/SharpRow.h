@@ -20,7 +20,7 @@ struct SharpRowArgs {
     bool topEdge;                // no row above: the bottom row's sum counts twice
 };
 
-// Writes width x samples bytes to `out`, any alignment, and touches nothing behind them or behind the rows' like
+// Writes width x samples bytes to `out`, any alignment, and touches nothing past them or past the rows' like
 // number of bytes. `out` overlaps none of the rows; the rows may be one another.
 //
 //   out = min(255, |S / divisor|), S modulo 2^32 taken as signed, '/' truncating toward zero; 0 for divisor 0

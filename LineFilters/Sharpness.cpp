@@ -55,7 +55,7 @@ std::uint8_t* NewLine(std::size_t rowBytes) {
     return static_cast<std::uint8_t*>(line);
 }
 
-// All five are tried, also behind a failure.
+// All five are tried, even after a failure.
 bool AllocateLines(SharpContext* context) {
     const std::size_t rowBytes = context->param->rowBytes;
     context->newestLine = NewLine(rowBytes);

@@ -20,7 +20,7 @@
 // Status codes are the HSV filter's: 0 done, 1 out of memory, 3 invalid parameter.
 //
 // A sample's result is |S / divisor|, at most 255, with S the nine-term sum and the division truncating toward
-// zero. Each sample of a pixel is filtered by itself. At the edges:
+// zero. Each sample of a pixel is filtered on its own. At the edges:
 //   left    column 0 stands in for the missing one
 //   right   the last column but one stands in for the missing one
 //   top     no upper row: the lower row counts twice, with the lower weights
@@ -71,7 +71,7 @@ PLATEN_API std::int32_t SetupSharp(_SSharpParam* param, void** handle);
 //   handle   address of the context; receives it back unchanged
 //   line     rowBytes bytes, read only
 //   returns  0 done | 3 the context's settings out of range or a null pointer, nothing changed
-// KEPT: behind the image's last line Put goes on with the ordinary pass: one line waits each time, and the image's
+// KEPT: after the image's last line Put continues with the ordinary pass: one line waits each time, and the image's
 // end is never reached again.                                     (Sharpness.PutPastHeightGoesOnWithOrdinaryLines)
 PLATEN_API std::int32_t ApplySharpFilterPutLine(void** handle, unsigned char* line);
 
@@ -80,7 +80,7 @@ PLATEN_API std::uint32_t GetSharpDstLines(void* handle);
 
 // Fetches the next finished line.
 //   handle   address of the context; receives it back unchanged
-//   line     rowBytes bytes; those behind the pixels are written as zeros
+//   line     rowBytes bytes; those after the pixels are written as zeros
 //   returns  0 done | 3 the context's settings out of range or a null pointer, nothing changed
 // KEPT: in mid-image it copies the line it finished last even when none waits (zeros when there was none yet).
 //                                                                      (Sharpness.GetWithNothingReadyCopiesStaleLine)

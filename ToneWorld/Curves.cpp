@@ -70,7 +70,7 @@ MasterCurve MakeMaster(const Settings& settings) {
 }
 
 // Makes the kind that the operation holds the lasting one. Not SetOperationProperty: a host may have added the
-// property with fewer than four bytes, and that function would write behind them.
+// property with fewer than four bytes, and that function would write past them.
 void RememberSpline(const _SToneOperation* op) {
     const std::int32_t kind = kSpline;
     const auto property = std::find_if(op->properties->begin(), op->properties->end(),

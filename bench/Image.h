@@ -11,7 +11,7 @@ namespace platen_bench {
 constexpr int kPageWidth = 2480;  // A4 at 300 dpi
 constexpr int kPageHeight = 3508;
 
-// Packed rows, samples interleaved, aligned to 64 bytes, with 64 bytes behind the last row for libraries that read
+// Packed rows, samples interleaved, aligned to 64 bytes, with 64 bytes after the last row for libraries that read
 // whole vectors.
 class Image {
   public:

@@ -464,7 +464,7 @@ PLATEN_C_API void platen_zoom_free(platen_zoom* zoom);
 /* Settles the method and allocates all that the scaler will need.
  *   dst_..., src_...   pixels and lines, not 0
  *   pixel_format       1, 8, 16, 24, 32, 48 or 64 bits a pixel; 16-bit samples are native unsigned integers
- *   method             PLATEN_METHOD_BILINEAR. Where the library makes no other choice by itself, 0 is refused with
+ *   method             PLATEN_METHOD_BILINEAR. Where the library makes no other choice, 0 is refused with
  * 2, and any other request ends the process with an assertion, as PX_Zoom.h tells returns            0, 1, 2, or 3
  * for a scaler that is open. After 1 and 2 close it before the next try */
 PLATEN_C_API int32_t platen_zoom_open(platen_zoom* zoom, int32_t dst_width, int32_t dst_height, int32_t src_width,

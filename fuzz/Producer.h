@@ -7,7 +7,7 @@
 
 namespace platen_fuzz {
 
-// Hands out a fuzzer's input piece by piece; behind its end every piece is zero. Parameters are taken first,
+// Hands out a fuzzer's input piece by piece; past its end every piece is zero. Parameters are taken first,
 // then lines and the order of calls.
 class Producer {
   public:

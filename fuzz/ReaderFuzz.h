@@ -16,7 +16,7 @@
 namespace platen_fuzz {
 
 // Reads all pages of a file with these bytes, as the program would. An Error is a right answer; anything else
-// that isn't a page, and a write behind a line, ends the run. `magic` is put over the first bytes, so that the
+// that isn't a page, and a write past a line, ends the run. `magic` is put over the first bytes, so that the
 // input reaches the reader that is meant.
 inline void ReadWholeFile(const std::uint8_t* data, std::size_t size, const std::string& magic) {
     std::vector<std::uint8_t> bytes(data, data + size);
@@ -50,7 +50,7 @@ inline void ReadWholeFile(const std::uint8_t* data, std::size_t size, const std:
                 reader->ReadLine(line.data());
                 if (info.bitsPerSample == 1 && info.width % 8 != 0 &&
                     (line[lineBytes - 1] & (0xFFu >> (info.width % 8))) != 0) {
-                    std::abort();  // bits behind the last pixel
+                    std::abort();  // bits after the last pixel
                 }
             }
         } while (++pages < 20 && reader->NextPage());

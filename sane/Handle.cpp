@@ -50,7 +50,7 @@ Handle::Handle(const std::string& device, Configuration configuration)
     ChooseFirstPreset(FirstPreset(configuration_, device));
 }
 
-// A preset that can't be had is no reason not to scan.
+// A missing preset is no reason not to scan.
 void Handle::ChooseFirstPreset(std::string name) {
     if (name.empty()) {
         return;
@@ -227,7 +227,7 @@ SANE_Status Handle::SetIoMode(SANE_Bool nonBlocking) {
     if (!reader_) {
         return device_.SetIoMode(nonBlocking);
     }
-    // Lines are held back, so that what the device has ready says nothing of what there is to read.
+    // Lines are held back, so the device's state does not say what can be read from here.
     return nonBlocking == SANE_FALSE ? SANE_STATUS_GOOD : SANE_STATUS_UNSUPPORTED;
 }
 

@@ -26,7 +26,7 @@ class Resolutions {
 
     SANE_Status Control(SANE_Int option, SANE_Action action, void* value, SANE_Int& info);
 
-    // After the device has changed options by itself: what the application asked for is kept, and asked of the
+    // After the device has changed options on its own: what the application asked for is kept, and asked of the
     // device anew.
     void Follow(SANE_Int& info);
 

@@ -35,7 +35,7 @@ extern "C" {
 
 // Allocates with malloc.
 //   slot     points at a pointer variable, which receives the block, or null on 1
-//   size     bytes, whose contents are undefined; a negative size can't be had
+//   size     bytes, whose contents are undefined; a negative size fails with 1
 //   returns  0 done | 1 out of memory
 // PX_Zoom_MemFree gives the block back.
 PLATEN_API int PX_Zoom_MemAlloc(void* slot, long size);
@@ -52,8 +52,8 @@ PLATEN_API int PX_Zoom_BitsPerSample(int pixelFormat);
 
 }  // extern "C"
 
-// The face of the scaler, and the base of its one implementation, PX_ZoomBilinear. It settles the method, makes the
-// implementation and forwards to it; its own size fields only record the last Open.
+// The scaler's public interface, and the base class of its one implementation, PX_ZoomBilinear. It chooses the
+// method, creates the implementation and forwards to it; its own size fields only record the last Open.
 //
 // Hosts may read the fields; their order, and that of the virtual functions, is fixed.
 class PLATEN_API PX_Zoom {
@@ -65,15 +65,15 @@ class PLATEN_API PX_Zoom {
     // Closes.
     virtual ~PX_Zoom();
 
-    // Settles the method, makes the implementation and opens it.
+    // Chooses the method, creates the implementation and opens it.
     //   dstWidth, dstHeight, srcWidth, srcHeight   pixels and lines, not 0. A negative size is not refused; see
     //                                              PX_ZoomBilinear::Open.
     //   pixelFormat                                1, 8, 16, 24, 32, 48 or 64
     //   method                                     a request: 2 is the bilinear method
-    //   returns  0 done | 1 out of memory | 2 a bad argument, or the implementation could not be made |
+    //   returns  0 done | 1 out of memory | 2 a bad argument, or the implementation could not be created |
     //            3 already open, nothing has changed
     // After 1 or 2 from the implementation the scaler counts as open: Close it before the next try. Where the
-    // implementation could not be made, it stays closed with nothing stored but `method`.
+    // implementation could not be created, it stays closed with nothing stored but `method`.
     // The method becomes 2 where an axis is reduced; else where the source is at most 5 pixels wide or at most 5
     // lines high and the request is not 1; else where the format is bilevel.
     // KEPT: a request of 0 that none of these changes is refused with 2. (PX_Zoom.LargeEnlargementRefusesMethod0)
@@ -100,7 +100,7 @@ class PLATEN_API PX_Zoom {
     PX_Zoom* zoom;             // the implementation, owned; null while closed and in the implementation itself
     std::int32_t linesReady;   // destination lines that are complete and not read yet
     std::int32_t active;       // set by the implementation's Open
-    std::int32_t method;       // as settled by the last Open
+    std::int32_t method;       // as chosen by the last Open
     std::int32_t dstWidth;     // pixels
     std::int32_t dstHeight;    // lines
     std::int32_t srcWidth;     // pixels

@@ -63,7 +63,7 @@ std::int32_t LineBytes(std::int32_t width, std::int32_t bitsPerPixel) {
     return static_cast<std::int32_t>((std::int64_t{width} * bitsPerPixel + 7) / 8);
 }
 
-// Takes a block and clears it; a size that doesn't fit the allocator's argument can't be had.
+// Takes a block and clears it; a size that doesn't fit the allocator's argument fails.
 bool Take(void* slot, std::int64_t size) {
     if (size < 0 || size > std::numeric_limits<long>::max() ||
         PX_Zoom_MemAlloc(slot, static_cast<long>(size)) != 0) {

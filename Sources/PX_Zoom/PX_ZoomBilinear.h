@@ -30,7 +30,7 @@ static_assert(offsetof(PX_Zoom2_Param, startWeight) == 4 && offsetof(PX_Zoom2_Pa
 // The bilinear scaler. Each axis has its own mode: it enlarges by linear interpolation, the outermost destination
 // positions lying exactly on the outermost source positions; it reduces by the average of what a destination
 // position covers; or it keeps. Each axis computes in 32-bit integers, or in doubles where those could overflow.
-// All quotients are cut, not rounded.
+// All quotients are truncated, not rounded.
 //
 // A source line first becomes a work line of whole numbers, one per destination sample (the horizontal pass); work
 // lines then become destination lines (the vertical pass).
@@ -38,20 +38,20 @@ static_assert(offsetof(PX_Zoom2_Param, startWeight) == 4 && offsetof(PX_Zoom2_Pa
 // After Open the buffers are the scaler's, but hosts may read and write the records of horzParam and vertParam and
 // the numbers of the work lines:
 //   horzParam
-//     Send follows the records as they are when it takes the first line, whoever wrote them. They count anew after
-//     the next Open, after Calc_ReducedParam or Calc_ExpandParam has written to the scaler's own table, and where
-//     horzParam points elsewhere. Edits that a host makes by itself in between may count or not, column by column:
-//     comparing the records for every line would take from 6 % to four times as long.
+//     Send follows the records as they are when it takes the first line, whoever wrote them. It reads them again
+//     after the next Open, after Calc_ReducedParam or Calc_ExpandParam has written to the scaler's own table, and
+//     when horzParam points elsewhere. Any other edit after the first line may take effect in some columns and not
+//     in others until then: comparing the records for every line would cost between 6 % and four times the time.
 //   vertParam
-//     Its records count line by line.
+//     Its records are read line by line, so an edit takes effect with the next line that uses the record.
 //   Positions
 //     Outside the source line they count as samples of 0. Nothing outside the line is read, whatever a record says.
 //   Weights
 //     They may have any sign. 32-bit sums are modulo 2^32; there a weightSum of 0 gives 0.
 //   Work lines
-//     What stands in workLine[0] when a line is added to it, or read, counts. The bytes after a work line's numbers
-//     belong to the scaler: Send keeps there, after those of workLine[1], what the columns' records say in another
-//     form. A host that writes to them gets other numbers; nothing else is touched.
+//     Send and Read use whatever workLine[0] holds at the time of the call. The bytes after a work line's samples
+//     belong to the scaler: Send stores the columns' plan there, after the samples of workLine[1]. A host that
+//     overwrites it gets other results, and nothing outside the buffers is touched.
 //
 // The passes as members follow the records as they are when they are called.
 //
@@ -66,8 +66,8 @@ class PLATEN_API PX_ZoomBilinear : public PX_Zoom {
     //   returns  0 done | 1 out of memory | 2 a zero size, an unknown format or another method.
     //            After 1 and 2 it is closed and holds nothing.
     // Memory, counted by the larger side of each axis: 28 bytes a line, 28 a column, and two work lines of bits per
-    // pixel + 7 bytes a column (bilevel counts as 8 bits, and takes one byte a column more). Where workLineBytes'
-    // 29 bits can't say that, what they say, or 8 bytes a destination sample if that is more.
+    // pixel + 7 bytes a column (bilevel counts as 8 bits, and takes one byte a column more). If a work line's size
+    // overflows workLineBytes' 29 bits: the larger of the truncated value and 8 bytes per destination sample.
     // KEPT: only zero sizes are refused. (PX_ZoomBilinearNegative.OpenLooksAtZerosOnly)
     //   Both sizes of an axis negative: 1. One size negative: 0, and streaming is harmless. A source line of
     //   negative width gives zeros; a destination line of negative width gets nothing; with a negative height every

@@ -10,8 +10,8 @@
 //   delivering   linesReady > 0               Read: goes on, or accepts; Send: 3
 //   finished     vertCursor past the last     Send, Read: 3
 //
-// (A null line is 2 before any of these, but for Send while a resend is pending.) What a refused call changes is
-// nothing.
+// (A null line is 2 before any of these, but for Send while a resend is pending.) A refused call
+// changes nothing.
 //
 // Reducing: workLine[0] is the accumulator, workLine[1] the newest source line, scaled horizontally. A source line
 // that two destination lines share completes the first one when it is sent; resendLine then stays 1, and the Read

@@ -47,7 +47,7 @@ struct Scaling {
 };
 
 // Scales an image that passes line by line: enlarges by linear interpolation, reduces by weighted averages, each
-// axis by itself. A line sent finishes none, one or several; read them before the next one is sent.
+// axis on its own. A line sent finishes none, one or several; read them before the next one is sent.
 //
 // Lines are bytes whatever the format; for formats with 16-bit samples they may be given as such, too.
 class Scaler {

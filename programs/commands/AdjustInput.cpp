@@ -101,7 +101,7 @@ class InputRun {
         return reader_->NextPage();
     }
 
-    // The sheets before the one that failed can't be had again.
+    // The sheets before the one that failed can't be scanned again.
     [[noreturn]] void KeepSheets(const Error& error) {
         if (wholePages_ == 0 || allPages_) {
             throw error;

@@ -136,7 +136,7 @@ ExitCode Report(const ScanSettings& settings) {
 ExitCode ScanAndReport(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     try {
         Scan(settings, device, files);
-        CheckInterrupt();  // one that came behind the last call of the device
+        CheckInterrupt();  // one that came after the last call of the device
         return ExitCode::kDone;
     } catch (...) {
         return Report(settings);

@@ -51,12 +51,12 @@ ExifFacts ReadExif(const std::uint8_t* bytes, std::size_t count) {
 std::vector<std::uint8_t> MakeExif(int orientation, const std::optional<Resolution>& resolution) {
     std::vector<std::uint8_t> block = {'I', 'I', 42, 0, 8, 0, 0, 0};
     const std::uint64_t entries = resolution ? 4 : 1;
-    const std::uint64_t behind = 8 + 2 + 12 * entries + 4;  // the ratios lie behind the directory
+    const std::uint64_t after = 8 + 2 + 12 * entries + 4;  // the ratios lie after the directory
     Put(block, entries, 2);
     PutEntry(block, kOrientation, kShort, static_cast<std::uint64_t>(orientation));
     if (resolution) {
-        PutEntry(block, 282, kRational, behind);
-        PutEntry(block, 283, kRational, behind + 8);
+        PutEntry(block, 282, kRational, after);
+        PutEntry(block, 283, kRational, after + 8);
         PutEntry(block, 296, kShort, 2);  // inches
     }
     Put(block, 0, 4);  // no thumbnail

@@ -176,7 +176,7 @@ class JpegReader : public LineReader {
 
     void ReadLine(std::uint8_t* line) override {
         if (nextLine_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "read behind the last line");
+            throw Error(ExitCode::kFailed, "read past the last line");
         }
         state_.row = line;
         Run(ReadRow);

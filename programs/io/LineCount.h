@@ -28,7 +28,7 @@ class LineCount {
         }
     }
 
-    // Behind the last line: an Error (kFailed) where some are missing.
+    // After the last line: an Error (kFailed) where some are missing.
     void CheckEnd() const {
         if (done_ == 0 || (height_ != 0 && done_ != height_)) {
             throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");

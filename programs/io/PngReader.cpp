@@ -153,7 +153,7 @@ class PngReader : public LineReader {
 
     void ReadLine(std::uint8_t* line) override {
         if (nextLine_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "read behind the last line");
+            throw Error(ExitCode::kFailed, "read past the last line");
         }
         if (spool_) {
             spool_->ReadAt(std::uint64_t{nextLine_} * info_.LineBytes(), line, info_.LineBytes());

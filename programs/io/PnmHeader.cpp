@@ -149,7 +149,7 @@ std::uint32_t ReadPnmNumber(InputFile& file, const char* what, std::uint32_t mos
         }
         byte = file.Get();
     }
-    if (byte == '#') {  // a comment right behind a number ends it
+    if (byte == '#') {  // a comment right after a number ends it
         while (byte != '\n' && byte != '\r') {
             byte = Need(file);
         }
@@ -171,7 +171,7 @@ PnmHeader ReadPnmHeader(InputFile& file, const Limits& limits) {
     const int letter = Need(file);
     const int digit = letter == 'P' ? Need(file) : 0;
     if (digit < '1' || digit > '7') {
-        Damaged(file, "the bytes behind the last page aren't a page");
+        Damaged(file, "the bytes after the last page aren't a page");
     }
     PnmHeader header;
     header.kind = digit - '0';

@@ -31,7 +31,7 @@ PnmHeader ReadPnmHeader(InputFile& file, const Limits& limits);
 // The next whole number of a header or of text samples, white space and comments before it skipped.
 std::uint32_t ReadPnmNumber(InputFile& file, const char* what, std::uint32_t most);
 
-// The next text sample of a bitmap: a single digit, which needs no space behind it.
+// The next text sample of a bitmap: a single digit, which needs no space after it.
 std::uint32_t ReadPnmDigit(InputFile& file);
 
 inline bool IsPnmSpace(int byte) {

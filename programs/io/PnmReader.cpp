@@ -32,7 +32,7 @@ class PnmReader : public LineReader {
 
     void ReadLine(std::uint8_t* line) override {
         if (nextLine_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "read behind the last line");
+            throw Error(ExitCode::kFailed, "read past the last line");
         }
         ++nextLine_;
         if (header_.kind == 4) {

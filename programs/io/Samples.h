@@ -12,7 +12,7 @@ namespace platen_tool {
 
 // Small changes between the forms that files keep samples in and the one form of the program's lines.
 
-// Clears the bits behind the last pixel of a packed line.
+// Clears the bits after the last pixel of a packed line.
 void ClearPadding(std::uint8_t* line, std::uint32_t width);
 
 // Exchanges black and white of a packed line and clears the padding.

@@ -93,7 +93,7 @@ void TiffPage::PickSamples(int plane, std::uint8_t* line) {
     }
 }
 
-// Grey only: white is zero. Alpha behind it stays.
+// Grey only: white is zero. The alpha after it stays.
 void TiffPage::InvertColours(std::uint8_t* line) const {
     const std::size_t bytes = info_.bitsPerSample == 16 ? 2 : 1;
     const std::size_t step = bytes * static_cast<std::size_t>(info_.samplesPerPixel);

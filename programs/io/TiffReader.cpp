@@ -63,7 +63,7 @@ class TiffReader : public LineReader {
 
     void ReadLine(std::uint8_t* line) override {
         if (nextLine_ >= info_.height) {
-            throw Error(ExitCode::kFailed, "read behind the last line");
+            throw Error(ExitCode::kFailed, "read past the last line");
         }
         rows_->ReadLine(nextLine_++, line);
     }

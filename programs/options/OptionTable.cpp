@@ -50,7 +50,7 @@ void TakeFormat(S o, V v, T t) {
 // clang-format off
 constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kToneGroup, nullptr, kToneUsers, TakeToneOption, kInPresets, {-100, 100}},
-    {"contrast", 0, "N", kToneGroup, "%r; side by side they make one step", kToneUsers,
+    {"contrast", 0, "N", kToneGroup, "%r; adjacent ones combine", kToneUsers,
      TakeToneOption, kInPresets, {-100, 100}},
     {"levels", 0, "LIST", kToneGroup, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers,
      TakeToneOption, kInPresets, {}, nullptr, nullptr, nullptr, ','},
@@ -58,7 +58,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      TakeToneOption, kInPresets, {0.1, 9.99}},
     {"curve", 0, "POINTS", kToneGroup, "five points x,y:x,y:x,y:x,y:x,y", kToneUsers,
      TakeToneOption, kInPresets, {}, nullptr, nullptr, nullptr, ':'},
-    {"curve-kind", 0, "KIND", kToneGroup, "spline or polyline, for the --curve beside it", kToneUsers,
+    {"curve-kind", 0, "KIND", kToneGroup, "how --curve joins its points: spline or polyline", kToneUsers,
      TakeToneOption, kInPresets, {}, nullptr, "spline polyline"},
     {"curve-gamma", 0, "N", kToneGroup, "%r, positive is lighter", kToneUsers,
      TakeToneOption, kInPresets, {-100, 100}},
@@ -69,21 +69,21 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"balance-highlights", 0, "R,G,B", kToneGroup, "the same for the highlights", kToneUsers,
      TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
 
-    {"saturation", 0, "N", kColour, "%r percent; RGB only", kPageUsers,
+    {"saturation", 0, "N", kColour, nullptr, kPageUsers,
      [](S o, V v, T t) { t.settings.hsv.saturation = ParseInt(o, v); }, kInPresets, {-100, 100}},
-    {"hue", 0, "N", kColour, "%r degrees; RGB only", kPageUsers,
-     [](S o, V v, T t) { t.settings.hsv.hue = ParseInt(o, v); }, kInPresets, {-180, 180}},
     {"lightness", 0, "N", kColour, "%r percent; RGB only", kPageUsers,
      [](S o, V v, T t) { t.settings.hsv.lightness = ParseInt(o, v); }, kInPresets, {-100, 100}},
+    {"hue", 0, "N", kColour, "%r degrees; RGB only", kPageUsers,
+     [](S o, V v, T t) { t.settings.hsv.hue = ParseInt(o, v); }, kInPresets, {-180, 180}},
     {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kPageUsers,
      [](S o, V v, T t) { t.settings.sharpness = ParseInt(o, v); }, kInPresets, {-2, 3}, nullptr, "-2 -1 0 1 2 3"},
-    {"order", 0, "LIST", kColour, "the stages' order; usual: tone,hsv,scale,sharpen", kPageUsers,
+    {"order", 0, "LIST", kColour, "order of stages (tone,hsv,scale,sharpen)", kPageUsers,
      [](S o, V v, T t) { t.settings.order = ParseOrder(o, v, t.missing); }, kInPresets},
 
     {"mode", 0, "MODE", kPixels, "lineart, gray or color", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.mode = ParseMode(o, v); },
      kInPresets, {}, nullptr, "lineart gray color", nullptr, 0, TakeDeviceMode},
-    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits a sample", kPageUsers,
+    {"depth", 0, "BITS", kPixels, "1, 8 or 16 bits per sample", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.depth = Choose(o, v, {1, 8, 16}); },
      kInPresets, {}, nullptr, "1 8 16", nullptr, 0, TakeDeviceDepth},
     {"threshold", 0, "N", kPixels, "%r percent; darker is black in lineart (%u)", kPageUsers,
@@ -96,29 +96,29 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S o, V v, T t) { t.settings.pixels.flatten = ParseColour(o, v); },
      kInPresets, {}, nullptr, "white black", "white"},
 
-    {"scale", 0, "S", kSize, "50% or 0.5", kPageUsers,
+    {"scale", 0, "S", kSize, "scale factor: 50% or 0.5", kPageUsers,
      [](S o, V v, T t) { t.settings.size.scale = ParseScale(o, v); }, kInPresets},
-    {"size", 0, "WxH", kSize, "exactly that many pixels", kPageUsers,
+    {"size", 0, "WxH", kSize, "exact size in pixels", kPageUsers,
      [](S o, V v, T t) { ParseSize(o, v, t.settings.size); }, kInPresets},
     {"width", 0, "N", kSize, nullptr, kPageUsers,
      [](S o, V v, T t) { t.settings.size.width = ParseSide(o, v); }, kInPresets},
-    {"height", 0, "N", kSize, "one alone keeps the proportions", kPageUsers,
+    {"height", 0, "N", kSize, "in pixels; one alone keeps the proportions", kPageUsers,
      [](S o, V v, T t) { t.settings.size.height = ParseSide(o, v); }, kInPresets},
-    {"resolution", 0, "DPI", kSize, "DPI or XxY: resample to it", kPageUsers,
+    {"resolution", 0, "DPI", kSize, "resample to DPI, or to XxY", kPageUsers,
      [](S o, V v, T t) { t.settings.size.resolution = ParseResolution(o.name, v); },
      kInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceResolution},
-    {"input-resolution", 0, "DPI", kSize, "what the input has, whatever its tag says", kPageUsers,
+    {"input-resolution", 0, "DPI", kSize, "the input's resolution, in place of its tag's", kPageUsers,
      [](S o, V v, T t) { t.settings.inputResolution = ParseResolution(o.name, v); }, kInPresets},
-    {"set-resolution", 0, "DPI", kSize, "write this tag, change no pixels for it", kPageUsers,
+    {"set-resolution", 0, "DPI", kSize, "write this tag without resampling", kPageUsers,
      [](S o, V v, T t) { t.settings.setResolution = ParseResolution(o.name, v); }, kInPresets},
     {"shrink-only", 0, nullptr, kSize, "never enlarge", kPageUsers,
      [](S, V, T t) { t.settings.size.shrinkOnly = true; }, kInPresets},
 
-    {"preset", 0, "NAME|FILE", kPresetGroup, "act as if its options stood here", kToneUsers, TakeByCommand},
-    {"save-preset", 0, "FILE", kPresetGroup, "keep what this command line says; needs no input", kToneUsers,
+    {"preset", 0, "NAME|FILE", kPresetGroup, "use the options stored there", kToneUsers, TakeByCommand},
+    {"save-preset", 0, "FILE", kPresetGroup, "store these options; needs no input", kToneUsers,
      TakeByCommand},
 
-    {"output", 'o', "FILE", kOutput, "'-': standard output; DIR/;\n%s: the input's name; %d, %03d: the page's number", kPageUsers,
+    {"output", 'o', "FILE", kOutput, "'-' stdout; DIR/; %s input name; %d, %03d page", kPageUsers,
      [](S, V v, T t) { t.settings.output = v; }},
     {"first-page-number", 0, "N", kOutput, "what %d begins with (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.firstPageNumber = static_cast<unsigned long>(ParseInt(o, v)); },
@@ -126,24 +126,24 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"format", 0, "NAME", kOutput, "png, tiff, jpeg, pdf or pnm", kPageUsers,
      TakeFormat,
      kInPresets, {}, nullptr, "png tiff jpeg pdf pnm"},
-    {"quality", 0, "N", kOutput, "%r, JPEG (%u)", kPageUsers,
+    {"quality", 0, "N", kOutput, "JPEG quality, %r (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.quality = ParseInt(o, v); }, kInPresets, {1, 100}, "92"},
     {"compression", 0, "KIND", kOutput, "none, lzw, deflate[:1..12], zstd[:1..19],\n"
      "packbits, g4, jpeg[:1..100]; fast, default, best", kPageUsers,
      [](S o, V v, T t) { t.settings.compression = ParseCompression(o, v); },
      kInPresets, {}, nullptr, "none lzw deflate zstd packbits g4 jpeg fast default best"},
-    {"page", 0, "N[-[M]]", kOutput, "only these pages", kAdjust,
+    {"page", 0, "N[-[M]]", kOutput, "process only these pages", kAdjust,
      [](S o, V v, T t) { t.settings.pages = ParsePages(o, v); }},
-    {"jobs", 'j', "N", kOutput, "inputs worked on at a time, %r (%u)", kAdjust,
+    {"jobs", 'j', "N", kOutput, "inputs at a time, %r (%u)", kAdjust,
      [](S o, V v, T t) { t.settings.jobs = ParseInt(o, v); }, kNotInPresets, {1, 256}, "1"},
-    {"threads", 0, "N", kOutput, "%r for a page", kAdjust,
+    {"threads", 0, "N", kOutput, "threads per page, %r", kAdjust,
      [](S o, V v, T t) { t.settings.threads = ParseInt(o, v); }, kNotInPresets, {1, 64}},
-    {"keep-going", 'k', nullptr, kOutput, "go on with the next input after an error (default)", kAdjust, [](S, V, T t) { t.settings.keepGoing = true; }},
-    {"stop-on-error", 0, nullptr, kOutput, "end at the first error", kAdjust,
+    {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust, [](S, V, T t) { t.settings.keepGoing = true; }},
+    {"stop-on-error", 0, nullptr, kOutput, "after an error: next input (default), or stop", kAdjust,
      [](S, V, T t) { t.settings.keepGoing = false; }},
     {"force", 'f', nullptr, kOutput, "overwrite existing files", kToneUsers,
      [](S, V, T t) { t.settings.force = true; }},
-    {"strip", 0, nullptr, kOutput, "drop the colour profile and the orientation tag", kPageUsers,
+    {"strip", 0, nullptr, kOutput, "omit the colour profile and the orientation tag", kPageUsers,
      [](S, V, T t) { t.settings.strip = true; }, kInPresets},
     {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo,
      [](S, V, T t) { t.settings.read.strictStream = true; }},
@@ -152,34 +152,34 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"max-pixels", 0, "N", kOutput, "most pixels of a page read (268435456)", kPageUsers | kInfo,
      [](S o, V v, T t) { t.settings.read.limits.maxPixels = ParseCount(o, v); }},
 
-    {"dry-run", 'n', nullptr, kReport, "say what would be done, write nothing", kPageUsers,
+    {"dry-run", 'n', nullptr, kReport, "print what would be done, write nothing", kPageUsers,
      [](S, V, T t) { t.settings.dryRun = true; }},
-    {"json", 0, nullptr, kReport, "print --stats, or what info finds, as JSON", kAdjust | kInfo, [](S, V, T t) { t.settings.json = true; }},
-    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels; needs no output", kPageUsers,
+    {"json", 0, nullptr, kReport, nullptr, kAdjust | kInfo, [](S, V, T t) { t.settings.json = true; }},
+    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels; or as JSON", kPageUsers,
      [](S, V, T t) { t.settings.stats = true; }},
     {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers,
      [](S, V v, T t) { t.settings.plot = v; }},
     {"progress", 0, nullptr, kReport, nullptr, kPageUsers, [](S, V, T t) { t.settings.progress = true; }},
-    {"no-progress", 0, nullptr, kReport, "a line about progress; default on a terminal", kPageUsers,
+    {"no-progress", 0, nullptr, kReport, "show progress; default on a terminal", kPageUsers,
      [](S, V, T t) { t.settings.progress = false; }},
-    {"verbose", 'v', nullptr, kReport, "say more", kEvery, [](S, V, T t) { t.settings.verbose = true; }},
+    {"verbose", 'v', nullptr, kReport, "print more", kEvery, [](S, V, T t) { t.settings.verbose = true; }},
     {"version", 0, nullptr, kReport, nullptr, kEvery, TakeByCommand},
     {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery, TakeByCommand},
 
     {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve, TakeByCommand},
-    {"table", 0, "FORM", kCurveGroup, "print it: plain, c, csv,\nor sane (one list for a gamma option)", kCurve,
+    {"table", 0, "FORM", kCurveGroup, "print the table: plain, c, csv or sane", kCurve,
      TakeByCommand, kNotInPresets, {}, nullptr, "plain c csv sane"},
 
-    {"device", 'd', "NAME", kScanGroup, "the scanner; else what SANE_DEFAULT_DEVICE names", kScan,
+    {"device", 'd', "NAME", kScanGroup, "the scanner (SANE_DEFAULT_DEVICE)", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceName},
-    {"list-devices", 'L', nullptr, kScanGroup, "print the scanners that are there", kScan,
+    {"list-devices", 'L', nullptr, kScanGroup, "list the scanners found", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeListDevices},
     {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceSet},
     {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (%u)", kScan,
      nullptr, kNotInPresets, {1, 1000000}, "1", nullptr, nullptr, 0, TakeDevicePages},
 
-    {"check", 0, nullptr, kInfoGroup, "read the pixels too, and say what is damaged", kInfo, TakeByCommand},
+    {"check", 0, nullptr, kInfoGroup, "read the pixels too, and report damage", kInfo, TakeByCommand},
 });
 // clang-format on
 
@@ -230,14 +230,12 @@ bool ReadByCommand(const OptionSpec& spec) {
 std::string HelpText(CommandBit command) {
     constexpr std::size_t kHelpColumn = 30;
     std::string text =
-        "platen [OPTION...] [INPUT...] -o OUTPUT      adjust and scale scanned pages\n"
-        "platen scan -d DEVICE [OPTION...] -o OUTPUT              see platen scan --help\n"
-        "platen curve [TONE OPTION...] [--svg=FILE | --table=FORM]\n"
-        "                                             see platen curve --help\n"
-        "platen info [--json] FILE...                             see platen info --help\n"
+        "platen [OPTION...] [INPUT...] -o OUTPUT           adjust and scale scanned pages\n"
+        "platen scan -d DEVICE [OPTION...] -o OUTPUT       see platen scan --help\n"
+        "platen curve [TONE OPTION...] [--svg | --table]   see platen curve --help\n"
+        "platen info [--json] FILE...                      see platen info --help\n"
         "platen presets [list | show NAME | check FILE...]\n"
-        "Files are PNG, TIFF, JPEG, PNM or PAM, outputs PDF too;\n"
-        "'-' is standard input or output.\n";
+        "Files are PNG, TIFF, JPEG, PNM or PAM, outputs also PDF; '-' is stdin or stdout.\n";
     const char* group = nullptr;
     std::string line = " ";
     for (const OptionSpec& spec : kTable) {

@@ -50,7 +50,7 @@ class PageZoom {
     int pixelFormat_ = 0;
     std::uint32_t inBand_ = 0;        // source lines of a band
     std::uint32_t outBand_ = 0;       // the destination lines that they become
-    std::uint32_t outLeft_ = 0;       // of the page, behind this band
+    std::uint32_t outLeft_ = 0;       // of the page, after this band
     std::uint32_t unreadInBand_ = 0;  // destination lines
 };
 

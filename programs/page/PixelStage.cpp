@@ -30,7 +30,7 @@ void Store(std::uint8_t* line, std::size_t sample, bool wide, std::uint32_t valu
     }
 }
 
-// Everything that is done to a pixel by itself. One object does one of the conversions, chosen for each line,
+// Everything done to one pixel at a time. One object does one of the conversions, chosen for each line,
 // from the line given into one of its own.
 class PixelStage : public Stage {
   public:

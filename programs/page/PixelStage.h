@@ -7,7 +7,7 @@
 
 namespace platen_tool {
 
-// Depth, colour and grey, negative, alpha, threshold: what is done to a pixel by itself. Hands the lines it
+// Depth, colour and grey, negative, alpha, threshold: everything done to one pixel at a time. Hands the lines it
 // finishes to `next`, which outlives it.
 std::unique_ptr<Stage> MakePixelStage(const PagePlan& plan, const PlannedStage& stage, Stage& next);
 

@@ -275,7 +275,7 @@ SANE_Parameters ScanDevice::Parameters() const {
     SANE_Parameters parameters{};
     const SANE_Status status = Sane().getParameters(handle_, &parameters);
     if (status != SANE_STATUS_GOOD) {
-        FailDevice("the page's size can't be had", status);
+        FailDevice("the page's size is not available", status);
     }
     return parameters;
 }

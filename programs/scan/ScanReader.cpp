@@ -100,7 +100,7 @@ class ScanReader : public LineReader {
 
     void ReadLine(std::uint8_t* line) override {
         if (!ReadLineOrEnd(line)) {
-            throw Error(ExitCode::kDevice, "read behind the last line");
+            throw Error(ExitCode::kDevice, "read past the last line");
         }
     }
 

@@ -29,13 +29,13 @@ class LineRing {
     // Where the next line goes; waits for room. Null: the lines are wanted no more.
     std::uint8_t* Room();
     void Put();
-    // Hands over what is still held back. The taking thread finds `error` behind the last line.
+    // Hands over what is still held back. The taking thread finds `error` after the last line.
     void End(std::exception_ptr error) noexcept;
 
-    // The next line; waits for it. Null behind the last one. It may be changed in place until Drop.
+    // The next line; waits for it. Null after the last one. It may be changed in place until Drop.
     std::uint8_t* Front();
     void Drop();
-    // Behind the last line: what the lines ended with.
+    // After the last line: what the lines ended with.
     std::exception_ptr Error() const {
         return error_;
     }

@@ -12,8 +12,8 @@ namespace platen_tool {
 
 // Reads a page's lines ahead on a thread of its own, as far as a LineRing holds. Lines and errors come out in the
 // order in which `inner` gave them. The thread begins with a page's first line and has ended when its last one is
-// out, so `inner` is never in two hands: beside ReadLine only those functions reach it meanwhile that tell about
-// the page.
+// out, so `inner` is never used by two threads at once: beside ReadLine only those functions reach it that tell
+// about the page.
 //
 // Not for inputs that may keep a read waiting: the destructor waits for the line that is being read.
 class ThreadedReader : public LineReader {

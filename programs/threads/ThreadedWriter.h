@@ -12,7 +12,7 @@
 
 namespace platen_tool {
 
-// Writes a page's lines behind the caller's back, on a thread of its own that a LineRing feeds. The thread begins
+// Writes a page's lines on a thread of its own that a LineRing feeds. The thread begins
 // with BeginPage and ends in EndPage; all else that `inner` does, it does on the caller's thread.
 //
 // An error of a line's is thrown by a later WriteLine, or by Settle or EndPage, which know it all.

@@ -202,7 +202,7 @@ class Scaler {
 void AddScaler(py::module_& module) {
     py::class_<Scaler>(module, "Scaler", R"(Scaler(source_size, size, bits=24)
 
-Scales a page row by row: enlarges by linear interpolation, reduces by averaging, each axis by itself.
+Scales a page row by row: enlarges by linear interpolation, reduces by averaging, each axis on its own.
 
 source_size  (width, height) of the page in pixels
 size         (width, height) of the result in pixels

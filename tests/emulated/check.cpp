@@ -202,7 +202,7 @@ void CheckSharpness(const KernelTable& variant) {
     }
 }
 
-// Ring and finished line one behind the other, all compared.
+// Ring and finished line one after the other, all compared.
 void CheckSharpnessPut(const KernelTable& variant) {
     Tally tally{"sharpness put"};
     Random random(6);
@@ -223,10 +223,10 @@ void CheckSharpnessPut(const KernelTable& variant) {
                 Fill(random, second, bytes);
                 Fill(random, third, bytes);
                 Fill(random, expected, bytes);
-                std::uint8_t* judged = expected + kMost;
-                put(judged, platen::SharpPut_reference);
+                std::uint8_t* wanted = expected + kMost;
+                put(wanted, platen::SharpPut_reference);
                 put(got, variant.sharpPut);
-                tally.Compare(judged, got, 4 * bytes + at);
+                tally.Compare(wanted, got, 4 * bytes + at);
             }
         }
     }
@@ -257,7 +257,7 @@ void CheckVertical(const KernelTable& variant) {
     Tally tally{"vertical passes"};
     Random random(3);
     const platen::VertKernels& fast = *variant.vert;
-    const platen::VertKernels& judge = platen::kVert_reference;
+    const platen::VertKernels& reference = platen::kVert_reference;
     for (int round = 0; round < 600; ++round) {
         const auto count = static_cast<std::size_t>(random.Between(1, 400));
         const bool wide = random.OneIn(2);
@@ -270,7 +270,7 @@ void CheckVertical(const KernelTable& variant) {
         const auto compare = [&](auto apply, std::size_t size) {
             memset(expected, 0, count * 8);
             memset(got, 0, count * 8);
-            apply(judge, expected);
+            apply(reference, expected);
             apply(fast, got);
             tally.Compare(expected, got, count * size);
         };
@@ -283,7 +283,7 @@ void CheckVertical(const KernelTable& variant) {
             4);
         compare([&](auto& k, void* out) { k.setF64(static_cast<double*>(out), lineA, part, count); }, 8);
         compare([&](auto& k, void* out) { k.addF64(static_cast<double*>(out), lineA, part, count); }, 8);
-        judge.setF64(accumulator, lineA, part, count);
+        reference.setF64(accumulator, lineA, part, count);
         compare([&](auto& k, void* out) { k.equalToU8(static_cast<std::uint8_t*>(out), lineA, count); }, 1);
         compare([&](auto& k, void* out) { k.equalToU16(static_cast<std::uint16_t*>(out), lineA, count); }, 2);
         compare(
@@ -336,7 +336,7 @@ void CheckBilevel(const KernelTable& variant) {
     }
 }
 
-// A random page through the scaler; the destination lines one behind the other.
+// A random page through the scaler; the destination lines one after the other.
 std::size_t Scale(const KernelTable& variant, const int (&sizes)[4], int format, std::uint8_t* out) {
     platen::UseKernels(variant);
     heapUsed = 0;

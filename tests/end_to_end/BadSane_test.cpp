@@ -81,7 +81,7 @@ class BadSane : public testing::Test {
 
 TEST_F(BadSane, FaultsBeforeTheScan) {
     Expect("init", 4, "x: SANE can't be started: denied");
-    Expect("parameters", 4, "x: the page's size can't be had: input");
+    Expect("parameters", 4, "x: the page's size is not available: input");
     Expect("frame", 3, "x: the device sends frames that are neither grey nor red, green and blue");
     Expect("depth", 3, "x: the device sends 12 bits a sample; 1, 8 and 16 can be worked on");
     Expect("short line", 4, "x: the device announces lines of 20 pixels in 19 bytes");
@@ -95,7 +95,7 @@ TEST_F(BadSane, FaultsWithinTheScan) {
     Expect("empty", 5, "x: empty");
     Expect("empty read", 5, "x: empty");
     Expect("jam", 4, "x: jam");
-    Expect("later parameters", 4, "x: the page's size can't be had: input");
+    Expect("later parameters", 4, "x: the page's size is not available: input");
     Expect("half line", 4, "x: the device ended the page within line 2 of 4");
     Expect("no lines", 4, "x: the device sent a page without lines", {"-o", "never.tif"});
     Expect("no lines", 4, "x: the device sent a page without lines", {"--scale=50%"});

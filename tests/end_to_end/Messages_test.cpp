@@ -96,7 +96,7 @@ TEST_F(Messages, OfPnmHeaders) {
          {"P5 60000 60000 255\n", 1,
           "the page is too large: 60000 x 60000 pixels; allowed are 268435456 pixels in all (--max-pixels)"},
          {"P1 2 2 0 1 2 0", 1, damaged + "a sample of the bitmap is neither 0 nor 1"},
-         {"P5 1 1 255\nxjunk", 1, damaged + "the bytes behind the last page aren't a page"},
+         {"P5 1 1 255\nxjunk", 1, damaged + "the bytes after the last page aren't a page"},
          {"P7 \nWIDTH 1\n", 1, damaged + "P7 must stand alone on its line"},
          {"P7\n" + std::string(5000, 'W') + "\n", 1, damaged + "a line of the header is longer than 4096 bytes"},
          {"P7\nCOLOUR 1\n", 1, damaged + "unknown line in the PAM header: COLOUR"},

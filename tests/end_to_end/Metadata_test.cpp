@@ -48,7 +48,7 @@ std::string ExifSegment() {
 
 class Metadata : public testing::Test {
   protected:
-    // A JPEG with a profile and that segment behind the JFIF header, which says nothing about the density.
+    // A JPEG with a profile and that segment after the JFIF header, which says nothing about the density.
     Metadata() {
         Page page = RandomPage(60, 40, 8, 3, 1);
         page.info.iccProfile = SmallProfile(true);

@@ -22,7 +22,7 @@ Words Set(const Words& values) {
     return words;
 }
 
-// scanimage passes on what the device has in the bits behind a line's last pixel.
+// scanimage passes on what the device has in the bits after a line's last pixel.
 std::string WithoutPadding(std::string bits, std::size_t width) {
     const std::size_t lineBytes = (width + 7) / 8;
     for (std::size_t at = lineBytes - 1; at < bits.size(); at += lineBytes) {

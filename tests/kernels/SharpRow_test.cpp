@@ -64,7 +64,7 @@ TEST(SharpRow, EveryVariantEqualsReferenceAtLongWidthsAndEveryAlignment) {
     for (int i = 0; i < 200; ++i) {
         const auto width = static_cast<std::size_t>(random.Between(301, 3000));
         const std::size_t samples = random.OneIn(2) ? 1 : 3;
-        // At the page behind, the width decides the alignment.
+        // At the page after it, the width decides the alignment.
         Rows rows(width * samples, Side::kPageBehind);
         rows.Fill(random, i % 2);
         for (const auto& kernel : sfilterParamTable) {
@@ -180,7 +180,7 @@ void RunPut(platen::SharpPutFn put, const Ring& ring, const PutCase& with) {
     put(ring.out.data() + with.offsets[4], args);
 }
 
-// All bytes of all buffers, so that nothing behind the pixels of `out` is written either.
+// All bytes of all buffers, so that nothing past the pixels of `out` is written either.
 void ExpectEqualPuts(Random& random, const PutCase& with, std::size_t spare, Side side) {
     const std::size_t bytes = with.RowBytes() + spare;
     Ring source(bytes, side);
@@ -324,7 +324,7 @@ TEST(SharpPut, EveryVariantEqualsReferenceForLinesThatOverlapALittle) {
     }
 }
 
-// The finished line in the room behind the pixels of the line that comes, or so near before it that their rows
+// The finished line in the room after the pixels of the line that comes, or so near before it that their rows
 // overlap: no sample is in two places.
 TEST(SharpPut, EveryVariantEqualsReferenceWhereOnlyPaddingOverlaps) {
     constexpr std::size_t kPixels = 300;
@@ -352,7 +352,7 @@ TEST(SharpPut, EveryVariantEqualsReferenceWhereOnlyPaddingOverlaps) {
                 for (const platen::KernelTable* variant : platen::AvailableKernels()) {
                     run(variant->sharpPut, got);
                     ASSERT_EQ(0, std::memcmp(&expected, &got, sizeof got))
-                        << variant->name << ", samples " << samples << (outFirst ? ", before" : ", behind");
+                        << variant->name << ", samples " << samples << (outFirst ? ", before" : ", after");
                 }
             }
         }

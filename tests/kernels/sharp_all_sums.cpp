@@ -133,17 +133,17 @@ void Interior(const Kernel& kernel, bool topEdge, bool even, std::size_t shift, 
     Rows rows(shift + 3 * kSlots);
     std::vector<std::uint8_t> expected(rows.width);
     for (int first = 0; first < pairs; first += static_cast<int>(kSlots)) {
-        const int behind = std::min(pairs, first + static_cast<int>(kSlots));
+        const int end = std::min(pairs, first + static_cast<int>(kSlots));
         const auto place = [&](int pair) { return shift + 3 * static_cast<std::size_t>(pair - first) + 1; };
-        for (int pair = first; pair < behind; ++pair) {
+        for (int pair = first; pair < end; ++pair) {
             Fill(rows, place(pair), kernel, pair / 256, pair % 256, topEdge, even);
         }
         platen::SharpRow_reference(expected.data(), rows.Args(kernel, topEdge));
-        for (int pair = first; pair < behind; ++pair) {
+        for (int pair = first; pair < end; ++pair) {
             const bool right = expected[place(pair)] == kernel.Result(pair / 256, pair % 256);
             totals.different += right ? 0 : 1;
         }
-        totals.sums += static_cast<std::uint64_t>(behind - first);
+        totals.sums += static_cast<std::uint64_t>(end - first);
         CompareVariants(rows, kernel, topEdge, expected, totals);
         CompareStream(rows, kernel, topEdge, expected, totals);
     }

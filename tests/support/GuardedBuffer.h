@@ -7,7 +7,7 @@
 namespace platen_test {
 
 // Bytes that lie against a protected page: the first byte too far, read or written, ends the test. Either their
-// end touches the page behind, or their beginning the page before.
+// end touches the page after them, or their beginning the page before.
 class GuardedBuffer {
   public:
     enum class Against { kPageBehind, kPageBefore };

@@ -1,4 +1,4 @@
-"""What is mutated, and which tests judge it."""
+"""What is mutated, and which tests check it."""
 
 import functools
 import glob
@@ -21,7 +21,7 @@ AT_LOAD = {"Sources/Dispatch/Kernels.cpp"}  # runs before a switch can be set
 TOO_SLOW = {"SharpnessImage.StreamEqualsWholeImageAtWidths3To300AndHeights1To40", "ColorBalance.RandomSettingsEqualTheOracle",
             "PX_ZoomBilinearImage.LinesOf16MillionColumns"}
 
-# Per area: the files, the tests' files, the golden programs. Kernels are judged by the tests that take every variant.
+# Per area: the files, the tests' files, the golden programs. Kernels are checked by the tests that take every variant.
 UNIT, KERNELS = "tests/unit/", "tests/kernels/"
 AREAS = {
     "interfaces": ("c/|cpp/", [UNIT + "c/*_test.cpp", UNIT + "cpp/*_test.cpp"], []),

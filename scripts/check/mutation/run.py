@@ -225,7 +225,7 @@ class File:
                 return mutants, objects
             name = re.escape(self.path)
             places = re.findall(rf"{name}:(\d+):\d+: error", errors) or re.findall(rf"{name}:(\d+):\d+:", errors)
-            # An error may stand in the line behind its mutant's.
+            # An error may stand in the line after its mutant's.
             bad = {lines.get(int(p)) or lines.get(int(p) - 1) for p in places} - {None}
             if not bad:
                 write(f"{OUT}/errors.txt", errors)

@@ -40,7 +40,7 @@ bool Open(PX_ZoomBilinear& zoom, const ZoomCase& c) {
     return zoom.Open(c.dstWidth, c.dstHeight, c.srcWidth, c.srcHeight, c.format, 2) == 0;
 }
 
-// The bytes behind the numbers of a work line.
+// The bytes after the samples of a work line.
 struct Tail {
     std::uint8_t* begin;
     std::size_t size;
@@ -183,7 +183,7 @@ TEST(PX_ZoomBilinearPlan, TheFirstLineLeavesAPlan) {
     }
 }
 
-// The field says how much room there is: where it is none behind the numbers, nothing is written there.
+// The field says how much room there is: where there is none after the samples, nothing is written there.
 TEST(PX_ZoomBilinearPlan, WithoutRoomThereIsNoPlan) {
     const KeepVariant keep;
     Random random(605);
@@ -224,11 +224,11 @@ TEST(PX_ZoomBilinearPlan, WorkLinesHoldNumbers) {
     ASSERT_EQ(0, zoom.Send(line.data()));
     const auto* numbers = static_cast<const std::uint32_t*>(zoom.workLine[1]);
     EXPECT_TRUE(std::all_of(numbers, numbers + 200, [](std::uint32_t number) { return number == 100; }));
-    const Tail behind = TailOf(zoom, 0, c);
-    EXPECT_TRUE(std::all_of(behind.begin, behind.begin + behind.size, [](std::uint8_t byte) { return byte == 0; }));
+    const Tail tail = TailOf(zoom, 0, c);
+    EXPECT_TRUE(std::all_of(tail.begin, tail.begin + tail.size, [](std::uint8_t byte) { return byte == 0; }));
 }
 
-// The member goes by the records, whatever the stream has planned.
+// The member uses the records, whatever the stream has planned.
 TEST(PX_ZoomBilinearPlan, ThePassAsAMemberGoesByTheRecords) {
     const ZoomCase c{200, 2, 300, 4, 8};
     PX_ZoomBilinear zoom;

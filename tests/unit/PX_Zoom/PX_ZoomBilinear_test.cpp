@@ -22,7 +22,7 @@ static_assert(std::is_same_v<decltype(PX_ZoomBilinear::workLineBytes), std::uint
               std::is_same_v<decltype(PX_ZoomBilinear::vertDouble), std::int32_t> &&
               std::is_same_v<decltype(PX_Zoom2_Param::emit), std::int32_t>);
 
-// A table as the scaler makes it, and a record behind it that must stay as it is.
+// A table as the scaler makes it, and a record after it that must stay as it is.
 struct Made {
     Table table;
     int result;

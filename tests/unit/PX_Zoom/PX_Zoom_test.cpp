@@ -25,7 +25,7 @@ static_assert(std::is_same_v<decltype(PX_Zoom::linesReady), std::int32_t> &&
 static_assert(!std::is_copy_constructible_v<PX_Zoom> && !std::is_copy_assignable_v<PX_Zoom>);
 static_assert(std::is_base_of_v<PX_Zoom, PX_ZoomBilinear> && !std::is_copy_constructible_v<PX_ZoomBilinear>);
 
-// The fields behind the virtual table's pointer, as a host sees them.
+// The fields after the virtual table's pointer, as a host sees them.
 struct Fields {
     void* table;
     PX_Zoom* zoom;

@@ -81,7 +81,7 @@ double Input248(double midTone) {
     return std::pow(248.0 / 247.0, 1.0 / gamma) * 255.0;
 }
 
-// The mid-tone that takes the entry behind the white point from above 256 to 256 is looked for by halving.
+// The mid-tone that takes the entry after the white point from above 256 to 256 is looked for by halving.
 TEST(LevelBoundaries, JustAboveTheScaleIs255) {
     double above = 1.01;
     double below = 1.99;
@@ -121,7 +121,7 @@ TEST(CurvesBoundaries, AMissingStrengthIsNone) {
     EXPECT_TRUE(curve.IsIdentity());
 }
 
-// Rising knots, some of them behind the table, and knots that don't rise.
+// Rising knots, some of them past the table, and knots that don't rise.
 TEST(SplineLevelsBoundaries, WritesTheTablesEntriesOnly) {
     double y[] = {0, 90, 120, 255};
     for (const std::vector<double>& x : std::vector<std::vector<double>>{{0, 100, 200, 255},

@@ -224,7 +224,7 @@ TEST(ToneWorldOutOfMemory, OperationWithoutItsValuesFallsBackToDefaults) {
 }
 
 // Three operations: brightness, one without a property list, level. The requests of its duplication, operation by
-// operation behind the new world's own two.
+// operation after the new world's own two.
 const std::vector<std::string> kDuplicateParts = {"mn",
                                                   "mn"
                                                   "mnmn"

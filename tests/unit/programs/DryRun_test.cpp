@@ -21,7 +21,7 @@ ImageInfo Info(std::uint32_t width, std::uint32_t height, int samples) {
     return info;
 }
 
-// The part behind the heading of one row, or nothing.
+// The part after the heading of one row, or nothing.
 std::string RowOf(const std::string& text, const std::string& heading) {
     const std::size_t at = text.find("  " + heading + " ");
     return at == std::string::npos ? "" : text.substr(at, text.find('\n', at) - at);

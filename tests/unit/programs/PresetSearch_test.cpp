@@ -28,7 +28,7 @@ class PresetSearch : public testing::Test {
         }
     }
 
-    // The folders but the program's own, with a blank behind each.
+    // The folders but the program's own, with a blank after each.
     static std::string Folders() {
         std::string text;
         const std::string own =

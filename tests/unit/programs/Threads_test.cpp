@@ -78,7 +78,7 @@ class FakeReader : public LineReader {
             throw Error(ExitCode::kUnsupported, "line " + std::to_string(next_) + " can't be read");
         }
         if (next_ == page.lines.size()) {
-            throw Error(ExitCode::kFailed, "read behind the last line");
+            throw Error(ExitCode::kFailed, "read past the last line");
         }
         std::copy(page.lines[next_].begin(), page.lines[next_].end(), line);
         ++next_;
@@ -202,7 +202,7 @@ TEST(ThreadedReader, RefusesLinesBehindTheLast) {
     for (int y = 0; y < 5; ++y) {
         reader.ReadLine(line.data());
     }
-    EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { reader.ReadLine(line.data()); }), "read behind the last line");
+    EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { reader.ReadLine(line.data()); }), "read past the last line");
 }
 
 TEST(ThreadedReader, EndsAtAnyLine) {

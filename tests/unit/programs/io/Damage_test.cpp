@@ -72,7 +72,7 @@ Bytes DirectoryFirst(const Page& page, int compression) {
     const bool withTables = TIFFGetField(tiff, TIFFTAG_JPEGTABLES, &tableBytes, &tables) != 0;
 
     const std::uint64_t entries = withTables ? 10 : 9;
-    const std::uint64_t behind = 8 + 2 + 12 * entries + 4;
+    const std::uint64_t after = 8 + 2 + 12 * entries + 4;
     Bytes file = {'I', 'I', 42, 0, 8, 0, 0, 0};
     const auto entry = [&file](std::uint64_t tag, std::uint64_t type, std::uint64_t count, std::uint64_t value) {
         Put(file, tag, 2);
@@ -86,12 +86,12 @@ Bytes DirectoryFirst(const Page& page, int compression) {
     entry(258, 3, 1, static_cast<std::uint64_t>(page.info.bitsPerSample));
     entry(259, 3, 1, static_cast<std::uint64_t>(compression));
     entry(262, 3, 1, static_cast<std::uint64_t>(photometric));
-    entry(273, 4, 1, behind + tableBytes);
+    entry(273, 4, 1, after + tableBytes);
     entry(277, 3, 1, static_cast<std::uint64_t>(samples));
     entry(278, 4, 1, page.info.height);
     entry(279, 4, 1, strip.size());
     if (withTables) {
-        entry(347, 7, tableBytes, behind);
+        entry(347, 7, tableBytes, after);
     }
     Put(file, 0, 4);
     const auto* tableStart = static_cast<const std::uint8_t*>(tables);

@@ -104,7 +104,7 @@ inline void WritePages(const std::string& path, const std::vector<Page>& pages, 
     writer->Commit();
 }
 
-// Reads everything. A canary behind each line shows a reader that writes too far.
+// Reads everything. A canary after each line shows a reader that writes too far.
 inline std::vector<Page> ReadPages(const std::string& path, const ReadOptions& options = {}) {
     auto reader = platen_tool::OpenReader(path, options);
     std::vector<Page> pages;

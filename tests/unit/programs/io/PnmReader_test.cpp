@@ -111,7 +111,7 @@ TEST(PnmReader, PagesFollowOneAnother) {
 }
 
 TEST(PnmReader, OtherBytesBehindAPageAreAnError) {
-    ExpectRefused("P5 1 1 255\nab", "behind the last page");
+    ExpectRefused("P5 1 1 255\nab", "after the last page");
     EXPECT_NO_THROW(Read("P5 1 1 255\na\n\n"));
     EXPECT_NO_THROW(Read("P2 1 1 255 7 # the end"));
 }

@@ -204,7 +204,7 @@ TEST(RoundTrip, ReadersHaveNoMoreLinesThanTheirPage) {
         Bytes line(8);
         reader->ReadLine(line.data());
         reader->ReadLine(line.data());
-        ExpectError([&] { reader->ReadLine(line.data()); }, ExitCode::kFailed, "read behind the last line");
+        ExpectError([&] { reader->ReadLine(line.data()); }, ExitCode::kFailed, "read past the last line");
     }
 }
 

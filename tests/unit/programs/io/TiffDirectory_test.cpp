@@ -102,7 +102,7 @@ TEST(TiffDirectory, WholeNumbersOfAllTypesAreRead) {
         EXPECT_EQ(number({256, 4, 1, 0x12345678u}), 0x12345678u);
         // Eight bytes lie elsewhere: here at the directory itself.
         EXPECT_EQ(number({256, 16, 1, 8}), big ? 0x0001010000100000u : 0x0001001001000001u);
-        EXPECT_FALSE(number({256, 16, 1, 4000})) << "behind the end";
+        EXPECT_FALSE(number({256, 16, 1, 4000})) << "past the end";
         EXPECT_FALSE(number({256, 4, 0, 1})) << "without a value";
         EXPECT_FALSE(number({256, 11, 1, 1})) << "a floating-point number";
         EXPECT_FALSE(number({257, 4, 1, 1})) << "another tag";
