@@ -83,6 +83,16 @@ void ClaimOutputs(CommandBit command, const ParsedArguments& arguments, RunFiles
     }
 }
 
+HelpExtent ExtentOf(const std::string& value) {
+    if (value == FindOption("help")->bare) {
+        return HelpExtent::kCommonOptions;
+    }
+    if (value != "all") {
+        throw Error(ExitCode::kUsage, "--help: '" + value + "' is not all, the only value it takes");
+    }
+    return HelpExtent::kEveryOption;
+}
+
 ExitCode Run(std::vector<std::string> words) {
     // For the build, which installs what this prints; no option of the table.
     if (words.size() == 1 && words.front().starts_with(kCompletionWord)) {
@@ -92,7 +102,7 @@ ExitCode Run(std::vector<std::string> words) {
     const CommandBit command = TakeCommand(words);
     ParsedArguments arguments = ParseArguments(command, words);
     if (arguments.Given("help")) {
-        PrintOutput(HelpText(command));
+        PrintOutput(HelpText(command, ExtentOf(arguments.Last("help")->value)));
         return ExitCode::kDone;
     }
     if (arguments.Given("version")) {

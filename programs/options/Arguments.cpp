@@ -50,6 +50,9 @@ std::vector<std::string> WithBareValues(CommandBit command, std::vector<std::str
         if (spec.bare != nullptr && (spec.commands & command) != 0) {
             const std::string name = std::string("--") + spec.name;
             std::replace(arguments.begin(), end, name, name + "=" + spec.bare);
+            if (spec.letter != 0) {
+                std::replace(arguments.begin(), end, std::string("-") + spec.letter, name + "=" + spec.bare);
+            }
         }
     }
     return arguments;

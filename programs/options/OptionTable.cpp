@@ -47,6 +47,11 @@ void TakeFormat(S o, V v, T t) {
     t.settings.formatName = v;
 }
 
+constexpr OptionSpec Rare(OptionSpec spec) {
+    spec.rare = true;
+    return spec;
+}
+
 // clang-format off
 constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kToneGroup, nullptr, kToneUsers, TakeToneOption, kInPresets, {-100, 100}},
@@ -77,8 +82,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S o, V v, T t) { t.settings.hsv.hue = ParseInt(o, v); }, kInPresets, {-180, 180}},
     {"sharpness", 0, "N", kColour, "-2 or -1 softens, 1, 2 or 3 sharpens, 0 is off", kPageUsers,
      [](S o, V v, T t) { t.settings.sharpness = ParseInt(o, v); }, kInPresets, {-2, 3}, nullptr, "-2 -1 0 1 2 3"},
-    {"order", 0, "LIST", kColour, "order of stages (tone,hsv,scale,sharpen)", kPageUsers,
-     [](S o, V v, T t) { t.settings.order = ParseOrder(o, v, t.missing); }, kInPresets},
+    Rare({"order", 0, "LIST", kColour, "order of stages (tone,hsv,scale,sharpen)", kPageUsers,
+     [](S o, V v, T t) { t.settings.order = ParseOrder(o, v, t.missing); }, kInPresets}),
 
     {"mode", 0, "MODE", kPixels, "lineart, gray or color", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.mode = ParseMode(o, v); },
@@ -107,8 +112,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"resolution", 0, "DPI", kSize, "resample to DPI, or to XxY", kPageUsers,
      [](S o, V v, T t) { t.settings.size.resolution = ParseResolution(o.name, v); },
      kInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceResolution},
-    {"input-resolution", 0, "DPI", kSize, "the input's resolution, in place of its tag's", kPageUsers,
-     [](S o, V v, T t) { t.settings.inputResolution = ParseResolution(o.name, v); }, kInPresets},
+    Rare({"input-resolution", 0, "DPI", kSize, "the input's resolution, in place of its tag's", kPageUsers,
+     [](S o, V v, T t) { t.settings.inputResolution = ParseResolution(o.name, v); }, kInPresets}),
     {"set-resolution", 0, "DPI", kSize, "write this tag without resampling", kPageUsers,
      [](S o, V v, T t) { t.settings.setResolution = ParseResolution(o.name, v); }, kInPresets},
     {"shrink-only", 0, nullptr, kSize, "never enlarge", kPageUsers,
@@ -120,9 +125,9 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 
     {"output", 'o', "FILE", kOutput, "'-' stdout; DIR/; %s input name; %d, %03d page", kPageUsers,
      [](S, V v, T t) { t.settings.output = v; }},
-    {"first-page-number", 0, "N", kOutput, "what %d begins with (%u)", kPageUsers,
+    Rare({"first-page-number", 0, "N", kOutput, "what %d begins with (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.firstPageNumber = static_cast<unsigned long>(ParseInt(o, v)); },
-     kNotInPresets, {0, 999999999}, "1"},
+     kNotInPresets, {0, 999999999}, "1"}),
     {"format", 0, "NAME", kOutput, "png, tiff, jpeg, pdf or pnm", kPageUsers,
      TakeFormat,
      kInPresets, {}, nullptr, "png tiff jpeg pdf pnm"},
@@ -136,8 +141,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S o, V v, T t) { t.settings.pages = ParsePages(o, v); }},
     {"jobs", 'j', "N", kOutput, "inputs at a time, %r (%u)", kAdjust,
      [](S o, V v, T t) { t.settings.jobs = ParseInt(o, v); }, kNotInPresets, {1, 256}, "1"},
-    {"threads", 0, "N", kOutput, "threads per page, %r", kAdjust,
-     [](S o, V v, T t) { t.settings.threads = ParseInt(o, v); }, kNotInPresets, {1, 64}},
+    Rare({"threads", 0, "N", kOutput, "threads per page, %r", kAdjust,
+     [](S o, V v, T t) { t.settings.threads = ParseInt(o, v); }, kNotInPresets, {1, 64}}),
     {"keep-going", 'k', nullptr, kOutput, nullptr, kAdjust, [](S, V, T t) { t.settings.keepGoing = true; }},
     {"stop-on-error", 0, nullptr, kOutput, "after an error: next input (default), or stop", kAdjust,
      [](S, V, T t) { t.settings.keepGoing = false; }},
@@ -145,12 +150,12 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S, V, T t) { t.settings.force = true; }},
     {"strip", 0, nullptr, kOutput, "omit the colour profile and the orientation tag", kPageUsers,
      [](S, V, T t) { t.settings.strip = true; }, kInPresets},
-    {"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo,
-     [](S, V, T t) { t.settings.read.strictStream = true; }},
-    {"max-side", 0, "N", kOutput, "most pixels a side of a page read (65535)", kPageUsers | kInfo,
-     [](S o, V v, T t) { t.settings.read.limits.maxSide = ParseSide(o, v); }},
-    {"max-pixels", 0, "N", kOutput, "most pixels of a page read (268435456)", kPageUsers | kInfo,
-     [](S o, V v, T t) { t.settings.read.limits.maxPixels = ParseCount(o, v); }},
+    Rare({"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo,
+     [](S, V, T t) { t.settings.read.strictStream = true; }}),
+    Rare({"max-side", 0, "N", kOutput, "most pixels a side of a page read (65535)", kPageUsers | kInfo,
+     [](S o, V v, T t) { t.settings.read.limits.maxSide = ParseSide(o, v); }}),
+    Rare({"max-pixels", 0, "N", kOutput, "most pixels of a page read (268435456)", kPageUsers | kInfo,
+     [](S o, V v, T t) { t.settings.read.limits.maxPixels = ParseCount(o, v); }}),
 
     {"dry-run", 'n', nullptr, kReport, "print what would be done, write nothing", kPageUsers,
      [](S, V, T t) { t.settings.dryRun = true; }},
@@ -164,7 +169,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S, V, T t) { t.settings.progress = false; }},
     {"verbose", 'v', nullptr, kReport, "print more", kEvery, [](S, V, T t) { t.settings.verbose = true; }},
     {"version", 0, nullptr, kReport, nullptr, kEvery, TakeByCommand},
-    {"help", 'h', nullptr, kReport, "print the version, or this text", kEvery, TakeByCommand},
+    {"help", 'h', "all", kReport, "print the version, or this text; all: every option", kEvery,
+     TakeByCommand, kNotInPresets, {}, nullptr, nullptr, "common"},
 
     {"svg", 0, "FILE", kCurveGroup, "draw the folded curve; '-' is standard output", kCurve, TakeByCommand},
     {"table", 0, "FORM", kCurveGroup, "print the table: plain, c, csv or sane", kCurve,
@@ -227,7 +233,7 @@ bool ReadByCommand(const OptionSpec& spec) {
     return spec.take == TakeByCommand;
 }
 
-std::string HelpText(CommandBit command) {
+std::string HelpText(CommandBit command, HelpExtent extent) {
     constexpr std::size_t kHelpColumn = 30;
     std::string text =
         "platen [OPTION...] [INPUT...] -o OUTPUT           adjust and scale scanned pages\n"
@@ -239,7 +245,8 @@ std::string HelpText(CommandBit command) {
     const char* group = nullptr;
     std::string line = " ";
     for (const OptionSpec& spec : kTable) {
-        if ((spec.commands & command) == 0) {
+        const bool listed = extent == HelpExtent::kEveryOption || !spec.rare;
+        if ((spec.commands & command) == 0 || !listed) {
             continue;
         }
         if (spec.group != group) {

@@ -42,6 +42,8 @@ struct OptionSpec {
     // `platen scan` asks the device for it: notes that and says whether the device alone needs it. Null: the
     // device has nothing to do with it.
     bool (*takeForDevice)(const OptionSpec& spec, const std::string& value, ScanSettings& to) = nullptr;
+
+    bool rare = false;  // listed by --help=all only
 };
 
 std::span<const OptionSpec> OptionTable();
@@ -55,7 +57,9 @@ std::string OptionHelp(const OptionSpec& spec);
 // Whether the sub-command reads the option itself, out of ParsedArguments.
 bool ReadByCommand(const OptionSpec& spec);
 
-// The text of --help: usage lines, then the sub-command's options in groups.
-std::string HelpText(CommandBit command);
+// The text of --help: usage lines, then the sub-command's options in groups, at most 80 columns wide. The options most
+// used fit on a screen of 60 lines; `kEveryOption` lists the others too.
+enum class HelpExtent { kCommonOptions, kEveryOption };
+std::string HelpText(CommandBit command, HelpExtent extent);
 
 }  // namespace platen_tool

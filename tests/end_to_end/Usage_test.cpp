@@ -131,6 +131,9 @@ TEST_F(Usage, HelpAndVersionGoToStandardOutput) {
         EXPECT_EQ(outcome.out.find("platen "), 0u);
         EXPECT_EQ(outcome.err, "");
     }
+    EXPECT_EQ(Spawn({"--help"}).out.find("--max-side"), std::string::npos);
+    EXPECT_NE(Spawn({"--help=all"}).out.find("--max-side"), std::string::npos);
+    EXPECT_EQ(Spawn({"--help=some"}).err, "platen: --help: 'some' is not all, the only value it takes\n");
     EXPECT_NE(Spawn({"curve", "--help"}).out.find("--svg"), std::string::npos);
     EXPECT_NE(Spawn({"info", "--help"}).out.find("--json"), std::string::npos);
 }

@@ -68,8 +68,13 @@ TEST(Arguments, SubCommandsHaveTheirOwnOptions) {
 }
 
 TEST(Arguments, HelpNamesEveryOptionInEightyColumns) {
-    const std::string help = HelpText(kAdjust);
-    const std::string all = help + HelpText(kCurve) + HelpText(kInfo) + HelpText(kPresets) + HelpText(kScan);
+    std::string all;
+    for (const CommandBit command : {kAdjust, kCurve, kInfo, kPresets, kScan}) {
+        const std::string common = HelpText(command, HelpExtent::kCommonOptions);
+        EXPECT_LT(std::count(common.begin(), common.end(), '\n'), 60);
+        EXPECT_NE(common.find("--help[=all]"), std::string::npos);
+        all += HelpText(command, HelpExtent::kEveryOption);
+    }
     for (const OptionSpec& spec : OptionTable()) {
         EXPECT_NE(all.find(std::string("--") + spec.name), std::string::npos) << spec.name;
     }
