@@ -57,8 +57,8 @@ std::string OptionHelp(const OptionSpec& spec);
 // Whether the sub-command reads the option itself, out of ParsedArguments.
 bool ReadByCommand(const OptionSpec& spec);
 
-// The text of --help: usage lines, then the sub-command's options in groups, at most 80 columns wide. The options most
-// used fit on a screen of 60 lines; `kEveryOption` lists the others too.
+// The text of --help: usage lines, then the sub-command's options in groups, at most 80 columns wide. The options
+// most used fit on a screen of 60 lines; `kEveryOption` lists the others too.
 enum class HelpExtent { kCommonOptions, kEveryOption };
 std::string HelpText(CommandBit command, HelpExtent extent);
 
