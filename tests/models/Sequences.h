@@ -36,8 +36,11 @@ inline void Agree(bool same, const std::string& what) {
 }
 
 // Runs `walk` with random sequences until one throws, and then with simpler ones, as far as they still do. The seed
-// is always the same, unless PLATEN_MODEL_SEED gives another; PLATEN_MODEL_SEQUENCES says how many.
-void CheckSequences(const char* name, const std::function<void(const Steps&)>& walk);
+// is always the same, unless PLATEN_MODEL_SEED gives another; PLATEN_MODEL_SEQUENCES says how many, if not
+// `sequences`.
+//   size   most steps of a sequence
+void CheckSequences(const char* name, const std::function<void(const Steps&)>& walk,
+                    int sequences = PLATEN_MODEL_SEQUENCES, int size = 100);
 
 // What a call takes from malloc and from new, and which request of it fails: once by the ledger, once by the model.
 class Meter {

@@ -1,8 +1,6 @@
 // The sharpness filter: calls in any order, and a host that edits the parameters, the kernel, the counters, the
 // lines and their order.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -11,7 +9,7 @@
 
 #include "LineFilters/SharpContext.h"
 #include "LineFilters/Sharpness.h"
-#include "Sequences.h"
+#include "Models.h"
 #include "Variants.h"
 #include "oracles/SharpOracle.h"
 #include "support/GuardedBuffer.h"
@@ -366,12 +364,11 @@ const std::array<SharpWalk::Call, 16> SharpWalk::kCalls = {{
     {"another variant", &SharpWalk::OtherVariant},
 }};
 
-TEST(Models, SharpnessFilter) {
-    CheckSequences("sharpness filter", [](const Steps& steps) {
-        SharpWalk walk;
-        walk.Run(steps);
-    });
+}  // namespace
+
+void WalkSharpnessFilter(const Steps& steps) {
+    SharpWalk walk;
+    walk.Run(steps);
 }
 
-}  // namespace
 }  // namespace platen_test

@@ -82,7 +82,7 @@ def compile_file(source, target, flags, tree=None, level="-O1"):
     os.makedirs(os.path.dirname(target), exist_ok=True)
     if tree and os.path.exists(f"{tree}/{source}"):
         source = f"{tree}/{source}"
-    include = ([f"-I{tree}"] if tree else []) + areas.INCLUDES
+    include = ([f"-I{tree}", f"-I{tree}/cpp"] if tree else []) + areas.INCLUDES
     command = ["g++", level, *flags, "-include", system_headers(level, flags), *include, "-c", source, "-o", target]
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     return result.stderr if result.returncode else None
@@ -205,6 +205,8 @@ class File:
 
     def changed_objects(self, text, name, builds, level="-O1"):
         tree = f"{self.folder}/{name}"
+        if self.path.startswith("cpp/"):  # a header finds those beside itself first
+            shutil.copytree("cpp", f"{tree}/cpp", dirs_exist_ok=True)
         write(f"{tree}/{self.path}", text)
         made = {}
         for build in builds:
