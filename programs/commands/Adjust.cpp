@@ -216,7 +216,7 @@ ExitCode RunAdjust(const Settings& settings, RunFiles& files) {
     if (settings.plot && settings.dryRun) {
         PrintOutput(DescribePlot(settings));
     } else if (settings.plot) {
-        WriteCurvePlot(*settings.plot, settings.tone, settings.force);
+        WriteCurvePlot(*settings.plot, settings.tone, {.force = settings.force, .sync = false});
     }
     Progress progress(ShowsProgress(settings) && !settings.dryRun, Weights(settings.inputs));
     const Run run{settings, name, files, &progress};

@@ -96,7 +96,7 @@ class InputRun {
         if (sheets_ != nullptr && sheets_->openEnded && name_.HasPage()) {
             const std::string path = name_.Make(input_, nextPage_);
             files_.Check("-o", path, owner_);
-            CheckOutputPath(path, settings_.force);
+            CheckOutputPath(path, {.force = settings_.force});
         }
         return reader_->NextPage();
     }

@@ -99,7 +99,7 @@ void RunCurve(const ParsedArguments& arguments) {
     }
     const std::vector<ToneStep> steps = list.Finish();
     if (svg) {
-        WriteCurvePlot(*svg, steps, force);
+        WriteCurvePlot(*svg, steps, {.force = force, .sync = false});
     }
     if (form || !svg) {
         PrintOutput(TableText(FoldToneSteps(steps, kColourDepth), form.value_or(TableForm::kPlain)));

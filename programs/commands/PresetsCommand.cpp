@@ -157,7 +157,7 @@ bool SavePreset(CommandBit command, const ParsedArguments& arguments) {
     }
     if (!settings.dryRun) {
         const std::string text = PresetText(arguments.options);
-        OutputFile file(given->value, arguments.Given("force"), false);
+        OutputFile file(given->value, {.force = arguments.Given("force"), .sync = false});
         file.Write(text.data(), text.size());
         file.CheckWriteError();
         file.Commit();

@@ -88,7 +88,7 @@ void CheckNames(const ScanSettings& settings, const OutputName& name, RunFiles& 
     for (unsigned long page = 0; name.HasPage() && page < settings.pages.value_or(1); ++page) {
         const std::string path = name.Make("", settings.page.firstPageNumber + page);
         files.Check("-o", path);
-        CheckOutputPath(path, settings.page.force);
+        CheckOutputPath(path, {.force = settings.page.force});
     }
 }
 
@@ -109,7 +109,7 @@ void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
         return;
     }
     if (settings.page.plot) {
-        WriteCurvePlot(*settings.page.plot, settings.page.tone, settings.page.force);
+        WriteCurvePlot(*settings.page.plot, settings.page.tone, {.force = settings.page.force, .sync = false});
     }
     Progress progress(ShowsProgress(settings.page), {1});
     const Run run{settings.page, name, files, &progress};

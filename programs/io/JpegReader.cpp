@@ -146,7 +146,7 @@ class JpegReader : public LineReader {
             Describe();
             progressive_ = jpeg_has_multiple_scans(&state_.codec) != FALSE;
             if (!options.headersOnly) {
-                CheckMemory(options.strictStream);
+                CheckMemory(options);
                 Run(Start);
             }
         } catch (...) {
@@ -246,7 +246,7 @@ class JpegReader : public LineReader {
 
     // A file in several scans is complete only after the last: its coefficients have to be kept, and this codec
     // keeps them in memory.
-    void CheckMemory(bool strictStream) {
+    void CheckMemory(const ReadOptions& options) {
         if (jpeg_has_multiple_scans(&state_.codec) == FALSE) {
             return;
         }
@@ -262,7 +262,7 @@ class JpegReader : public LineReader {
             bytes += across * down * sizeof(JBLOCK);
         }
         const std::string amount = std::to_string((bytes >> 20) + 1) + " MiB";
-        if (strictStream) {
+        if (options.strictStream) {
             throw Error(ExitCode::kUnsupported, "the JPEG is progressive or in several scans and needs " + amount +
                                                     " of memory; --strict-stream forbids it");
         }

@@ -105,7 +105,7 @@ std::string LostMetadata(Container container, const ImageInfo& page) {
 void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {
     const Container container = OutputContainer(path, options.container, options.inputContainer);
     WithCompression(options, container);
-    CheckOutputPath(path, options.force);
+    CheckOutputPath(path, {.force = options.force});
     if (container == Container::kTiff || container == Container::kPdf) {
         AskedCompression(options, page);
     }
@@ -119,21 +119,22 @@ void CheckOutput(const std::string& path, const WriteOptions& options, const Ima
 std::unique_ptr<LineWriter> OpenWriter(const std::string& path, const WriteOptions& given) {
     const Container container = OutputContainer(path, given.container, given.inputContainer);
     const WriteOptions options = WithCompression(given, container);
-    auto file = std::make_unique<OutputFile>(path, options.force, options.sync);
+    auto file = std::make_unique<OutputFile>(path, FileOptions{options.force, options.sync});
+    const Spooling spooling = options.strictStream ? Spooling::kRefused : Spooling::kAllowed;
     switch (container) {
         case Container::kTiff:
             return MakeTiffWriter(std::move(file), options);
         case Container::kPng:
-            return MakeSpoolingWriter(MakePngWriter(std::move(file), options), options.strictStream);
+            return MakeSpoolingWriter(MakePngWriter(std::move(file), options), spooling);
         case Container::kJpeg:
-            return MakeSpoolingWriter(MakeJpegWriter(std::move(file), options), options.strictStream);
+            return MakeSpoolingWriter(MakeJpegWriter(std::move(file), options), spooling);
         case Container::kPdf:
-            return MakeSpoolingWriter(MakePdfWriter(std::move(file), options, FileStem(path)),
-                                      options.strictStream);
+            return MakeSpoolingWriter(MakePdfWriter(std::move(file), options, FileStem(path)), spooling);
         case Container::kPnm:
             break;
     }
-    return MakeSpoolingWriter(MakePnmWriter(std::move(file), Ending(path) == "pam"), options.strictStream);
+    return MakeSpoolingWriter(
+        MakePnmWriter(std::move(file), Ending(path) == "pam" ? PnmKind::kPam : PnmKind::kPlainest), spooling);
 }
 
 }  // namespace platen_tool

@@ -98,14 +98,14 @@ std::string LinkTarget(const std::string& path) {
     return text[0] == '/' || path.rfind('/') == std::string::npos ? text : FolderOf(path) + text;
 }
 
-void RefuseToReplace(const std::string& path, const std::optional<struct stat>& status, bool force) {
+void RefuseToReplace(const std::string& path, const std::optional<struct stat>& status, FileOptions options) {
     if (status && S_ISDIR(status->st_mode)) {
         throw Error(ExitCode::kFailed, path + ": is a folder; the output must be a file");
     }
-    if (status && S_ISREG(status->st_mode) && !force) {
+    if (status && S_ISREG(status->st_mode) && !options.force) {
         throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
     }
-    if (!status && !force && IsLink(path)) {
+    if (!status && !options.force && IsLink(path)) {
         throw Error(ExitCode::kFailed, path + ": is a link to a file that doesn't exist; --force makes the file");
     }
 }
@@ -120,12 +120,12 @@ std::string ResolvedOutput(std::string path) {
     return path;
 }
 
-void CheckOutputPath(const std::string& path, bool force) {
+void CheckOutputPath(const std::string& path, FileOptions options) {
     if (path == "-") {
         return;
     }
     const auto status = StatusOf(path);
-    RefuseToReplace(path, status, force);
+    RefuseToReplace(path, status, options);
     if (status && !S_ISREG(status->st_mode)) {
         return;
     }
@@ -148,15 +148,15 @@ void RemovePartialOutputs() noexcept {
     errno = before;
 }
 
-OutputFile::OutputFile(const std::string& path, bool force, bool sync)
-    : name_(path == "-" ? "standard output" : path), path_(path), sync_(sync) {
+OutputFile::OutputFile(const std::string& path, FileOptions options)
+    : name_(path == "-" ? "standard output" : path), path_(path), sync_(options.sync) {
     buffer_.reserve(kBufferBytes);
     if (path == "-") {
         descriptor_ = STDOUT_FILENO;
         return;
     }
     const auto status = StatusOf(path);
-    RefuseToReplace(path, status, force);
+    RefuseToReplace(path, status, options);
     if (status && !S_ISREG(status->st_mode)) {
         descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
         if (descriptor_ < 0) {
@@ -168,7 +168,7 @@ OutputFile::OutputFile(const std::string& path, bool force, bool sync)
     if (IsLink(path_)) {
         Fail("can't be created: ", ELOOP);
     }
-    mayReplace_ = force;
+    mayReplace_ = options.force;
     OpenTemporary(status.has_value(), status ? status->st_mode & 07777 : UsualMode());
 }
 

@@ -11,18 +11,21 @@ namespace platen_tool {
 // yet.
 std::string ResolvedOutput(std::string path);
 
+struct FileOptions {
+    bool force = false;  // replace an existing file; without it one is refused, even one that appears before Commit
+    bool sync = true;    // Commit waits until the disk has everything
+};
+
 // What OutputFile's constructor says of a name that it refuses, without a file being made: a folder, an existing
-// file or a link to none where `force` is false, a folder that can't be written to. An Error (kFailed).
-void CheckOutputPath(const std::string& path, bool force);
+// file or a link to none without `force`, a folder that can't be written to. An Error (kFailed).
+void CheckOutputPath(const std::string& path, FileOptions options);
 
 // An output file that appears under its name whole or not at all: the bytes go to a hidden temporary name in the
 // same folder, and Commit renames it. Standard output ("-"), devices and named pipes are written as they are.
 // The writing functions that codecs written in C call throw nothing; the others' Errors name the output.
 class OutputFile {
   public:
-    // Without `force` an existing file is refused, also one that comes up before Commit. `sync`: Commit waits until
-    // the disk has everything.
-    OutputFile(const std::string& path, bool force, bool sync);
+    OutputFile(const std::string& path, FileOptions options);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;

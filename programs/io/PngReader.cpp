@@ -124,7 +124,7 @@ class PngReader : public LineReader {
             interlaced_ = png_get_interlace_type(state_.png, state_.info) != PNG_INTERLACE_NONE;
             palette_ = png_get_color_type(state_.png, state_.info) == PNG_COLOR_TYPE_PALETTE;
             if (interlaced_ && !options.headersOnly) {
-                SpoolPasses(options.strictStream);
+                SpoolPasses(options);
             }
         } catch (...) {
             Destroy();
@@ -259,8 +259,8 @@ class PngReader : public LineReader {
 
     // Seven passes over the page; each takes the lines that it adds to from the temporary file and puts them
     // back, so two lines are in memory and no more.
-    void SpoolPasses(bool strictStream) {
-        if (strictStream) {
+    void SpoolPasses(const ReadOptions& options) {
+        if (options.strictStream) {
             throw Error(ExitCode::kUnsupported,
                         "the PNG is interlaced; --strict-stream forbids spooling it, save it without interlacing");
         }

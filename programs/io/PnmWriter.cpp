@@ -17,7 +17,7 @@ namespace {
 // format has no place for the resolution, the profile or the orientation.
 class PnmWriter : public LineWriter {
   public:
-    PnmWriter(std::unique_ptr<OutputFile> file, bool pamOnly) : file_(std::move(file)), pamOnly_(pamOnly) {}
+    PnmWriter(std::unique_ptr<OutputFile> file, PnmKind kind) : file_(std::move(file)), kind_(kind) {}
 
     void BeginPage(const ImageInfo& info) override {
         CheckLayout(info);
@@ -25,7 +25,7 @@ class PnmWriter : public LineWriter {
         lines_.Begin(info.height);
         file_->MarkPage();
         inPage_ = true;
-        pam_ = pamOnly_ || info.HasAlpha();
+        pam_ = kind_ == PnmKind::kPam || info.HasAlpha();
         const std::string header = pam_ ? PamHeader() : PlainHeader();
         Put(header.data(), header.size());
         const bool spread = pam_ && info.bitsPerSample == 1;
@@ -103,7 +103,7 @@ class PnmWriter : public LineWriter {
     }
 
     std::unique_ptr<OutputFile> file_;
-    bool pamOnly_;
+    PnmKind kind_;
     bool pam_ = false;
     bool inPage_ = false;
     ImageInfo info_;
@@ -113,8 +113,8 @@ class PnmWriter : public LineWriter {
 
 }  // namespace
 
-std::unique_ptr<LineWriter> MakePnmWriter(std::unique_ptr<OutputFile> file, bool pamOnly) {
-    return std::make_unique<PnmWriter>(std::move(file), pamOnly);
+std::unique_ptr<LineWriter> MakePnmWriter(std::unique_ptr<OutputFile> file, PnmKind kind) {
+    return std::make_unique<PnmWriter>(std::move(file), kind);
 }
 
 }  // namespace platen_tool

@@ -14,15 +14,15 @@ namespace {
 
 class SpoolingWriter : public LineWriter {
   public:
-    SpoolingWriter(std::unique_ptr<LineWriter> inner, bool strictStream)
-        : inner_(std::move(inner)), strictStream_(strictStream) {}
+    SpoolingWriter(std::unique_ptr<LineWriter> inner, Spooling spooling)
+        : inner_(std::move(inner)), spooling_(spooling) {}
 
     void BeginPage(const ImageInfo& info) override {
         if (info.height != 0) {
             inner_->BeginPage(info);
             return;
         }
-        if (strictStream_) {
+        if (spooling_ == Spooling::kRefused) {
             throw Error(ExitCode::kUnsupported,
                         "the page's height isn't known and this format wants it first; --strict-stream forbids "
                         "spooling, TIFF to a file needs none");
@@ -79,7 +79,7 @@ class SpoolingWriter : public LineWriter {
 
   private:
     std::unique_ptr<LineWriter> inner_;
-    bool strictStream_;
+    Spooling spooling_;
     bool spooled_ = false;
     ImageInfo info_;
     std::optional<Spool> spool_;
@@ -87,8 +87,8 @@ class SpoolingWriter : public LineWriter {
 
 }  // namespace
 
-std::unique_ptr<LineWriter> MakeSpoolingWriter(std::unique_ptr<LineWriter> inner, bool strictStream) {
-    return std::make_unique<SpoolingWriter>(std::move(inner), strictStream);
+std::unique_ptr<LineWriter> MakeSpoolingWriter(std::unique_ptr<LineWriter> inner, Spooling spooling) {
+    return std::make_unique<SpoolingWriter>(std::move(inner), spooling);
 }
 
 }  // namespace platen_tool

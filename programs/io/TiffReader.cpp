@@ -34,7 +34,7 @@ class TiffReader : public LineReader {
         if (file_->Seekable()) {
             source_ = {file_->Descriptor(), file_->Start(), &disguise_};
         } else {
-            SpoolAll(options.strictStream);
+            SpoolAll(options);
         }
         size_ = FileSize(source_.descriptor) - source_.start;
         FindPages();
@@ -96,8 +96,8 @@ class TiffReader : public LineReader {
     }
 
   private:
-    void SpoolAll(bool strictStream) {
-        if (strictStream) {
+    void SpoolAll(const ReadOptions& options) {
+        if (options.strictStream) {
             throw Error(ExitCode::kUnsupported,
                         "a TIFF from a pipe must be spooled, which --strict-stream forbids; give it as a file");
         }

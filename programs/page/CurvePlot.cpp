@@ -1,7 +1,6 @@
 #include "programs/page/CurvePlot.h"
 
 #include "programs/base/Report.h"
-#include "programs/io/OutputFile.h"
 
 namespace platen_tool {
 
@@ -135,10 +134,10 @@ std::string CurveSvg(const ToneTables& tables, std::span<const ToneStep> steps) 
     return svg + "</svg>\n";
 }
 
-void WriteCurvePlot(const std::string& path, std::span<const ToneStep> steps, bool force) {
+void WriteCurvePlot(const std::string& path, std::span<const ToneStep> steps, FileOptions options) {
     constexpr int kColourDepth = 24;
     const std::string svg = CurveSvg(FoldToneSteps(steps, kColourDepth), steps);
-    OutputFile file(path, force, false);
+    OutputFile file(path, options);
     file.Write(svg.data(), svg.size());
     file.CheckWriteError();
     file.Commit();

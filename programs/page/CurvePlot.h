@@ -3,6 +3,7 @@
 #include <span>
 #include <string>
 
+#include "programs/io/OutputFile.h"
 #include "programs/page/ToneTables.h"
 
 namespace platen_tool {
@@ -12,6 +13,6 @@ namespace platen_tool {
 std::string CurveSvg(const ToneTables& tables, std::span<const ToneStep> steps);
 
 // Folds the steps and writes the picture to a file, or to standard output for "-".
-void WriteCurvePlot(const std::string& path, std::span<const ToneStep> steps, bool force);
+void WriteCurvePlot(const std::string& path, std::span<const ToneStep> steps, FileOptions options);
 
 }  // namespace platen_tool

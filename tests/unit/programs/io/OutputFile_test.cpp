@@ -22,7 +22,7 @@ const char* const kNames[] = {"page.png", "page.tif", "page.jpg", "page.pnm"};
 TEST(OutputFile, AppearsWithCommitOnly) {
     const Scratch scratch;
     {
-        OutputFile file(scratch / "out", false, true);
+        OutputFile file(scratch / "out", {});
         EXPECT_TRUE(file.Write("abc", 3));
         EXPECT_FALSE(std::filesystem::exists(scratch / "out"));
         EXPECT_EQ(scratch.Files(), 1u);
@@ -50,9 +50,9 @@ TEST(OutputFile, AnExistingFileNeedsForceAndKeepsItsMode) {
     const Scratch scratch;
     PutFile(scratch / "out", "old");
     chmod((scratch / "out").c_str(), 0640);
-    ExpectError([&] { OutputFile(scratch / "out", false, true); }, ExitCode::kFailed, "--force");
+    ExpectError([&] { OutputFile(scratch / "out", {}); }, ExitCode::kFailed, "--force");
     {
-        OutputFile file(scratch / "out", true, true);
+        OutputFile file(scratch / "out", {.force = true});
         file.Write("new", 3);
         EXPECT_EQ(FileBytes(scratch / "out"), (Bytes{'o', 'l', 'd'}));
         file.Commit();
@@ -66,7 +66,7 @@ TEST(OutputFile, AnExistingFileNeedsForceAndKeepsItsMode) {
 TEST(OutputFile, ANewFileHasTheUsualMode) {
     const Scratch scratch;
     const mode_t before = umask(027);
-    OutputFile file(scratch / "out", false, false);
+    OutputFile file(scratch / "out", {.sync = false});
     file.Commit();
     umask(before);
     struct stat status {};
@@ -78,7 +78,7 @@ TEST(OutputFile, ThroughALinkTheFileIsReplacedNotTheLink) {
     const Scratch scratch;
     PutFile(scratch / "real", "old");
     std::filesystem::create_symlink("real", scratch / "link");
-    OutputFile file(scratch / "link", true, false);
+    OutputFile file(scratch / "link", {.force = true, .sync = false});
     file.Write("new", 3);
     file.Commit();
     EXPECT_TRUE(std::filesystem::is_symlink(scratch / "link"));
@@ -109,8 +109,8 @@ TEST(OutputFile, InputAndOutputMayBeOneFileWithForce) {
 
 TEST(OutputFile, BadPlacesAreErrors) {
     const Scratch scratch;
-    ExpectError([&] { OutputFile(scratch / "no/such/folder", false, true); }, ExitCode::kFailed, "No such file");
-    ExpectError([&] { OutputFile(scratch / ".", true, true); }, ExitCode::kFailed, "folder");
+    ExpectError([&] { OutputFile(scratch / "no/such/folder", {}); }, ExitCode::kFailed, "No such file");
+    ExpectError([&] { OutputFile(scratch / ".", {.force = true}); }, ExitCode::kFailed, "folder");
     ExpectError([&] { platen_tool::OpenWriter(scratch / "page.xyz", {}); }, ExitCode::kUsage, ".png");
     ExpectError([&] { platen_tool::OpenWriter(scratch / "page", {}); }, ExitCode::kUsage, ".png");
 }
@@ -124,7 +124,7 @@ TEST(OutputFile, AFullDiskIsAnErrorInEveryFormat) {
         ExpectError([&] { WritePages("/dev/full", {page}, options); }, ExitCode::kFailed, "No space left");
     }
     // A few bytes stay in the buffer until the end.
-    OutputFile file("/dev/full", false, true);
+    OutputFile file("/dev/full", {});
     EXPECT_TRUE(file.Write("abc", 3));
     ExpectError([&] { file.Commit(); }, ExitCode::kFailed, "No space left");
 }
@@ -219,10 +219,10 @@ TEST(OutputFile, ASignalHandlerCanRemoveWhatIsPartial) {
     const pid_t child = fork();
     if (child == 0) {
         std::signal(SIGINT, OnSignal);
-        OutputFile done(scratch / "done", false, false);
+        OutputFile done(scratch / "done", {.sync = false});
         done.Commit();
-        OutputFile first(scratch / "first", false, false);
-        OutputFile second(scratch / "second", false, false);
+        OutputFile first(scratch / "first", {.sync = false});
+        OutputFile second(scratch / "second", {.sync = false});
         std::raise(SIGINT);
         _exit(0);
     }
@@ -234,7 +234,7 @@ TEST(OutputFile, ASignalHandlerCanRemoveWhatIsPartial) {
 
 TEST(OutputFile, AnInterruptedChildLeavesItsParentsFile) {
     const Scratch scratch;
-    OutputFile mine(scratch / "mine", false, false);
+    OutputFile mine(scratch / "mine", {.sync = false});
     const pid_t child = fork();
     if (child == 0) {
         platen_tool::RemovePartialOutputs();
@@ -252,7 +252,8 @@ TEST(OutputFile, TooManyAtOnceIsAnErrorAndSlotsComeBack) {
         std::vector<std::unique_ptr<OutputFile>> files;
         const auto open = [&] {
             for (int i = 0; i < 40; ++i) {
-                files.push_back(std::make_unique<OutputFile>(scratch / std::to_string(i), false, false));
+                files.push_back(std::make_unique<OutputFile>(scratch / std::to_string(i),
+                                                             platen_tool::FileOptions{.sync = false}));
             }
         };
         ExpectError(open, ExitCode::kFailed, "can't be created: too many outputs at once");
