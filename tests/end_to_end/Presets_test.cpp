@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 #include "Spawn.h"
@@ -326,6 +327,55 @@ TEST(Manual, NamesEveryOptionAndPreset) {
     for (const char* name : kShipped) {
         EXPECT_NE(presets.find(std::string(".It ") + name + "\n"), std::string::npos) << name;
     }
+}
+
+// The manual's words about an option: from its heading to the next one. Minus signs as the manual's reader sees
+// them.
+std::string ManualEntry(const std::string& page, const std::string& option) {
+    std::smatch heading;
+    if (!std::regex_search(page, heading, std::regex("\n\\.It [^\n]*Fl " + option.substr(1) + "[ \n]"))) {
+        return "";
+    }
+    const std::size_t begin = static_cast<std::size_t>(heading.position()) + 1;
+    // Several headings may share the words below the last of them.
+    std::size_t end = begin;
+    do {
+        end = page.find("\n.It ", end + 1);
+    } while (end != std::string::npos && page.rfind("\n.It ", end - 1) == page.rfind('\n', end - 1));
+    std::string entry = page.substr(begin, end - begin);
+    for (std::size_t at = 0; (at = entry.find("\\-", at)) != std::string::npos;) {
+        entry.erase(at, 1);
+    }
+    return entry;
+}
+
+// What the help says of numbers the manual says too.
+TEST(Manual, HasTheRangesAndDefaultsOfTheHelp) {
+    const std::string page = ReadFile(PLATEN_MANUAL "/platen.1");
+    std::istringstream help(Spawn({"--help=all"}).out + Spawn({"scan", "--help=all"}).out);
+    int checked = 0;
+    for (std::string line; std::getline(help, line);) {
+        const std::size_t name = line.find("--");
+        const std::regex range("(-?[0-9.]+)\\.\\.(-?[0-9.]+[0-9])");
+        const std::regex usual("\\(([0-9]+)\\)");
+        std::smatch numbers;
+        if (!line.starts_with("  ") || name == std::string::npos) {
+            continue;
+        }
+        const std::string option = line.substr(name, line.find_first_of("=[ ", name) - name);
+        const std::string entry = ManualEntry(page, option);
+        const std::string words = line.substr(std::min<std::size_t>(line.size(), 30));
+        if (std::regex_search(words, numbers, range)) {
+            ++checked;
+            EXPECT_NE(entry.find(numbers[1]), std::string::npos) << option << "\n" << entry;
+            EXPECT_NE(entry.find(numbers[2]), std::string::npos) << option << "\n" << entry;
+        }
+        if (std::regex_search(words, numbers, usual)) {
+            ++checked;
+            EXPECT_NE(entry.find(numbers[1]), std::string::npos) << option << "\n" << entry;
+        }
+    }
+    EXPECT_GT(checked, 14);
 }
 
 bool Lacks(const std::string& program) {
