@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -95,6 +96,16 @@ void TiffHandle::Keep(const char* format, std::va_list arguments) {
     }
 }
 
+// The codec takes no answer for an empty file, and would write over what there is.
+void TiffHandle::KeepNoSize(int error) {
+    if (output_ != nullptr) {
+        output_->SetWriteError(error, descriptor_ == output_->Descriptor() ? nullptr : "the temporary file");
+    } else if (!complained_) {
+        std::snprintf(text_, sizeof text_, "its size can't be read: %s", std::strerror(error));
+        complained_ = true;
+    }
+}
+
 int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std::va_list arguments) {
     for (const char* list : {"fields array", "custom values"}) {
         if (std::strstr(format, list) != nullptr) {
@@ -152,6 +163,7 @@ std::uint64_t TiffHandle::OnSize(thandle_t user) {
     auto* self = static_cast<TiffHandle*>(user);
     struct stat status {};
     if (fstat(self->descriptor_, &status) != 0) {
+        self->KeepNoSize(errno);
         return 0;
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);

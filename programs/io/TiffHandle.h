@@ -56,6 +56,7 @@ class TiffHandle {
 
     void Open(const char* mode);
     void Keep(const char* format, std::va_list arguments);
+    void KeepNoSize(int error);
 
     TIFF* tiff_ = nullptr;
     int descriptor_;

@@ -7,6 +7,14 @@
 //   FAULT_PREAD=N        the Nth pread, and each after it, finds nothing
 //   FAULT_READ=ERRNO     read fails with this error, but for the first bytes of a file
 //   FAULT_THREAD=1       no thread can be started
+//   FAULT_CALL=NAME      read, pread, write, pwrite, open, mkostemp, rename, fsync, mmap, ftruncate, lseek, close,
+//   fstat:
+//                        of these calls since main began ...
+//   FAULT_AT=N           ... the Nth fails, and with FAULT_MODE=on each after it ...
+//   FAULT_ERRNO=ERRNO    ... with this error
+//   FAULT_SHORT=1        reads and writes do a byte at a time, and every other one is interrupted first
+//   FAULT_CLOCK=1        the clock stands still, for outputs that hold a date
+//   FAULT_CALLS=FILE     receives what is called, a line each: the name, the descriptor or file, what was written
 //
 // What the C++ runtime and the codecs take before main has begun is not counted: nobody could catch its failure.
 
@@ -15,15 +23,20 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 // The C library's own allocator, under the names that it keeps for those who stand in front of it.
 extern "C" {
@@ -58,12 +71,74 @@ bool Fails() {
     return fails;
 }
 
+// ---- the calls of FAULT_CALL; a process of its own counts anew from its parent's count on
+
+std::atomic<long> g_calls{0};
+std::atomic<unsigned> g_short{0};
+int g_log = -1;
+const char* g_call = "";
+long g_callAt = 0;
+int g_callError = 0;
+bool g_callsOn = false;
+bool g_shortened = false;
+
+// Notes the call. True where it shall fail, with errno set.
+bool CallFails(const char* name, int file, const char* path, const void* bytes, std::size_t count) {
+    if (!g_counting.load(std::memory_order_relaxed)) {
+        return false;
+    }
+    const bool chosen = std::strcmp(name, g_call) == 0;
+    const long number = chosen ? g_calls.fetch_add(1) + 1 : 0;
+    const bool fails = chosen && g_callAt != 0 && (number == g_callAt || (g_callsOn && number > g_callAt));
+    if (g_log >= 0 && !fails) {
+        char line[600];
+        const int length =
+            std::snprintf(line, sizeof line, "%s %d %s %zu\n", name, file, path != nullptr ? path : "-", count);
+        const int before = errno;
+        syscall(SYS_write, g_log, line, static_cast<std::size_t>(length));
+        if (bytes != nullptr) {
+            syscall(SYS_write, g_log, bytes, count);
+        }
+        errno = before;
+    }
+    if (fails) {
+        errno = g_callError;
+    }
+    return fails;
+}
+
+// What a read or write may take; 0: interrupted.
+std::size_t Shortened(std::size_t count) {
+    if (!g_shortened || !g_counting.load(std::memory_order_relaxed) || count == 0) {
+        return count;
+    }
+    return g_short.fetch_add(1) % 2 == 0 ? 0 : (count + 2) / 3;
+}
+
+template <class Call>
+ssize_t InPieces(std::size_t count, Call call) {
+    const std::size_t part = Shortened(count);
+    if (part == 0 && count != 0) {
+        errno = EINTR;
+        return -1;
+    }
+    return call(part);
+}
+
 using Main = int (*)(int, char**, char**);
 Main g_main = nullptr;
 
 int CountingMain(int count, char** words, char** environment) {
     g_failing = std::atol(Setting("FAULT_ALLOCATION"));
     g_staysOn = std::strcmp(Setting("FAULT_MODE"), "on") == 0;
+    g_call = Setting("FAULT_CALL");
+    g_callAt = std::atol(Setting("FAULT_AT"));
+    g_callError = std::atoi(Setting("FAULT_ERRNO"));
+    g_callsOn = g_staysOn;
+    g_shortened = *Setting("FAULT_SHORT") != '\0';
+    if (*Setting("FAULT_CALLS") != '\0') {
+        g_log = open(Setting("FAULT_CALLS"), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
+    }
     g_counting = true;
     const int result = g_main(count, words, environment);
     g_counting = false;
@@ -135,7 +210,12 @@ ssize_t pread(int file, void* bytes, std::size_t count, off_t offset) {
     if (failing != 0 && g_reads.fetch_add(1) + 1 >= failing) {
         return 0;
     }
-    return Next<ssize_t (*)(int, void*, std::size_t, off_t)>("pread")(file, bytes, count, offset);
+    if (CallFails("pread", file, nullptr, nullptr, count)) {
+        return -1;
+    }
+    return InPieces(count, [&](std::size_t part) {
+        return Next<ssize_t (*)(int, void*, std::size_t, off_t)>("pread")(file, bytes, part, offset);
+    });
 }
 
 ssize_t read(int file, void* bytes, std::size_t count) {
@@ -144,7 +224,110 @@ ssize_t read(int file, void* bytes, std::size_t count) {
         errno = error;
         return -1;
     }
-    return Next<ssize_t (*)(int, void*, std::size_t)>("read")(file, bytes, count);
+    if (CallFails("read", file, nullptr, nullptr, count)) {
+        return -1;
+    }
+    return InPieces(count, [&](std::size_t part) {
+        return Next<ssize_t (*)(int, void*, std::size_t)>("read")(file, bytes, part);
+    });
+}
+
+ssize_t write(int file, const void* bytes, std::size_t count) {
+    if (file == STDERR_FILENO) {
+        return syscall(SYS_write, file, bytes, count);  // messages arrive
+    }
+    if (CallFails("write", file, nullptr, bytes, count)) {
+        return -1;
+    }
+    return InPieces(count, [&](std::size_t part) { return syscall(SYS_write, file, bytes, part); });
+}
+
+ssize_t pwrite(int file, const void* bytes, std::size_t count, off_t offset) {
+    char at[24];
+    std::snprintf(at, sizeof at, "%lld", static_cast<long long>(offset));
+    if (CallFails("pwrite", file, at, bytes, count)) {
+        return -1;
+    }
+    return InPieces(count, [&](std::size_t part) {
+        return Next<ssize_t (*)(int, const void*, std::size_t, off_t)>("pwrite")(file, bytes, part, offset);
+    });
+}
+
+int open(const char* path, int flags, ...) {
+    va_list list;
+    va_start(list, flags);
+    const auto mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(list, mode_t) : mode_t{0};
+    va_end(list);
+    if (CallFails("open", -1, path, nullptr, 0)) {
+        return -1;
+    }
+    return Next<int (*)(const char*, int, ...)>("open")(path, flags, mode);
+}
+
+int mkostemp(char* pattern, int flags) {
+    if (CallFails("mkostemp", -1, pattern, nullptr, 0)) {
+        return -1;
+    }
+    const int file = Next<int (*)(char*, int)>("mkostemp")(pattern, flags);
+    CallFails("made", file, pattern, nullptr, 0);
+    return file;
+}
+
+int rename(const char* from, const char* to) {
+    return CallFails("rename", -1, from, nullptr, 0) ? -1
+                                                     : Next<int (*)(const char*, const char*)>("rename")(from, to);
+}
+
+int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
+    return CallFails("rename", -1, from, nullptr, 0) ? -1
+                                                     : Next<int (*)(int, const char*, int, const char*, unsigned)>(
+                                                           "renameat2")(fromFolder, from, toFolder, to, flags);
+}
+
+std::time_t time(std::time_t* now) noexcept {
+    const std::time_t value =
+        *Setting("FAULT_CLOCK") != '\0' ? 1000000000 : Next<std::time_t (*)(std::time_t*)>("time")(nullptr);
+    if (now != nullptr) {
+        *now = value;
+    }
+    return value;
+}
+
+int fsync(int file) {
+    return CallFails("fsync", file, nullptr, nullptr, 0) ? -1 : Next<int (*)(int)>("fsync")(file);
+}
+
+void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) {
+    return CallFails("mmap", file, nullptr, nullptr, 0)
+               ? MAP_FAILED
+               : Next<void* (*)(void*, std::size_t, int, int, int, off_t)>("mmap")(address, size, protection, flags,
+                                                                                   file, offset);
+}
+
+int ftruncate(int file, off_t size) {
+    return CallFails("ftruncate", file, nullptr, nullptr, static_cast<std::size_t>(size))
+               ? -1
+               : Next<int (*)(int, off_t)>("ftruncate")(file, size);
+}
+
+off_t lseek(int file, off_t offset, int from) {
+    return CallFails("lseek", file, nullptr, nullptr, 0)
+               ? -1
+               : Next<off_t (*)(int, off_t, int)>("lseek")(file, offset, from);
+}
+
+// It is closed all the same, as the system does.
+int close(int file) {
+    const bool fails = CallFails("close", file, nullptr, nullptr, 0);
+    const int error = errno;
+    const int result = Next<int (*)(int)>("close")(file);
+    errno = fails ? error : errno;
+    return fails ? -1 : result;
+}
+
+int fstat(int file, struct stat* status) noexcept {
+    return CallFails("fstat", file, nullptr, nullptr, 0) ? -1
+                                                         : Next<int (*)(int, struct stat*)>("fstat")(file, status);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*work)(void*), void* argument) {
