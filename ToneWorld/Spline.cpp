@@ -55,7 +55,7 @@ bool KnotsRise(const double* x, long n) {
     return true;
 }
 
-// Clipped before it is cut, which gives the same; what is no number gives 0.
+// Clipped before it is truncated, which gives the same; not-a-number gives 0.
 std::uint8_t Level(double value) {
     const double positive = value > 0.0 ? value : 0.0;
     return static_cast<std::uint8_t>(static_cast<std::int32_t>(positive < 255.0 ? positive : 255.0));

@@ -12,8 +12,8 @@ inline constexpr long kMaxSplineKnots = 64;
 // Writes all n coefficients of the spline through (x[i], y[i]); n from 3 to kMaxSplineKnots.
 void SolveSpline(const double* x, const double* y, double* z, long n);
 
-// The solved spline at t = 0..255, each value cut to a whole number within 0..255: what evaluating one t after the
-// other gives, for any knots.
+// The solved spline at t = 0..255, each value truncated to a whole number within 0..255: what evaluating one t
+// after the other gives, for any knots.
 void SplineLevels(const double* x, const double* y, const double* z, long n, std::uint8_t* levels);
 
 }  // namespace platen

@@ -199,7 +199,7 @@ void Adjustments::Describe(const std::set<std::string>& taken) {
         option.desc = row.help;
         option.type = row.type;
         option.unit = row.unit;
-        // Of a button there is nothing to read, yet applications find one odd that says so.
+        // A button has no value to read, but applications stumble over one that is not readable.
         option.cap = row.type == SANE_TYPE_GROUP ? 0 : SANE_CAP_SOFT_SELECT | SANE_CAP_SOFT_DETECT;
         option.cap |= row.advanced ? SANE_CAP_ADVANCED : 0;
         if (row.type == SANE_TYPE_INT || row.type == SANE_TYPE_FIXED) {

@@ -65,8 +65,8 @@ class Adjustments {
     // Gets or sets a value as sane_control_option does. A value that can't be taken changes nothing.
     SANE_Status Control(Setting setting, SANE_Action action, void* value, SANE_Int& info);
 
-    // Which options can act on such a page: they are active, the others aren't. `known` is false for a page that
-    // can't be worked on. True where that has changed.
+    // Activates the options that can act on such a page, and deactivates the others. `known` is false for a page
+    // that can't be worked on. True where that has changed.
     bool Follow(const platen_tool::ImageInfo& page, bool known);
 
     // The command line's options, without the size: those of the preset first.

@@ -33,7 +33,7 @@ bool Enlarges(const PX_ZoomBilinear& zoom) {
     return zoom.dstHeight > zoom.srcHeight;
 }
 
-// Whether the pipeline takes and gives no line any more: closed, or every destination line has been read. (Where a
+// Whether the pipeline takes and gives no more lines: closed, or every destination line has been read. (Where a
 // host has written a larger emit or linesReady, lines may still seem to wait.)
 bool IsAtEnd(const PX_ZoomBilinear& zoom) {
     if (zoom.vertParam == nullptr) {

@@ -6,9 +6,9 @@
 
 namespace platen_tool {
 
-// Puts each --preset's options in its place. Of options about the size only one way can be in use: the command
-// line's own goes before a preset's, and a later preset's before an earlier one's. A scan's --resolution is the
-// device's: it is chosen in the same manner, but beside a way to scale the page.
+// Inserts each --preset's options in its place. Only one option can set the size: the command line's own takes
+// precedence over a preset's, and a later preset's over an earlier one's. A scan's --resolution is the device's:
+// the same precedence applies to it, independently of the options that scale the page.
 void ExpandPresets(CommandBit command, ParsedArguments& arguments);
 
 // Writes the file of --save-preset, if it was asked for; a dry run only checks what would be in it. True where

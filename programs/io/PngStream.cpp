@@ -20,8 +20,8 @@ constexpr std::size_t kBlockBytes = 256 << 10;
 constexpr std::size_t kWindowBytes = 32 << 10;  // how far deflate's matches reach back
 constexpr std::size_t kSampleBytes = 16 << 10;
 
-// Filtered rows whose runs compress to more than this share are noise, in which matches find nothing; unless of the
-// unfiltered bytes more than the other share repeat earlier ones.
+// Filtered rows whose runs compress to more than kNoise of their size are noise, in which there are no matches to
+// find, unless more than kRepeats of the unfiltered bytes repeat earlier ones.
 constexpr double kNoise = 0.6;
 constexpr double kRepeats = 0.3;
 // Matches take ten times as long as runs: they have to be smaller by this much.

@@ -42,7 +42,7 @@ class TiffDirectoryReader {
     // The place of the first directory; nothing where this isn't a TIFF header.
     std::optional<std::uint64_t> ReadHeader();
 
-    // Nothing where the directory is cut off or longer than any sensible one.
+    // Nothing where the directory is truncated or longer than any sensible one.
     std::optional<TiffDirectory> ReadDirectory(std::uint64_t offset) const;
 
     // An entry's first value, where it is a whole number of a fitting type.

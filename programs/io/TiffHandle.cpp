@@ -20,7 +20,7 @@ namespace {
 constexpr tmsize_t kMostBytesAtOnce = 256 << 20;
 
 // Without memory for its table of fields, or for the list of values of fields that it doesn't know, the codec looks
-// into them all the same. There is no way back through it, so the program ends here, by its terminate handler.
+// into them all the same. It offers no way to return an error, so the program ends here, by its terminate handler.
 [[noreturn]] void EndWithoutMemory() {
     try {
         throw std::bad_alloc();

@@ -38,7 +38,7 @@ class TiffHandle {
     }
 
     // Forgets messages. From Expect to Check, everything that the codec complains about makes Check throw, also
-    // what it only warns of: its fax decoders go on after the end of a cut-off strip.
+    // what it only warns of: its fax decoders continue past the end of a truncated strip.
     void Expect();
     void Check(bool succeeded, const char* what);
 

@@ -153,7 +153,7 @@ class TiffReader : public LineReader {
         disguise_.Cover(directory_, directories_);
     }
 
-    // What a cut-off file lacks may be no more than a resolution, and nothing else would notice.
+    // What a truncated file lacks may be no more than a resolution, and nothing else would notice.
     void CheckPlace(const TiffEntry& entry) const {
         const std::uint64_t bytes = entry.Bytes();
         const bool overflows = bytes > UINT64_MAX - entry.valueAt;

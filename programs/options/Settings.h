@@ -30,7 +30,7 @@ struct HsvSettings {
     }
 };
 
-// What was asked about the size: one of four ways, or nothing.
+// How the size was asked for: in one of four forms, or not at all.
 struct SizeSettings {
     std::optional<double> scale;
     std::uint32_t width = 0;  // 0: from the height, with the proportions kept

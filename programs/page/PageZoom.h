@@ -20,7 +20,7 @@ namespace platen_tool {
 //     In integers, which are used up to S = 65535, the sums stay below 2^32: D T <= D k 65535 <= 65535^2; and
 //     D T / (k D) has the whole part of T / k.
 //     In doubles D T and k D are whole numbers below 2^53, so they are exact, and the quotient is the double
-//     nearest to T / k. That can't be cut to another whole number: T / k lies at least 1 / k below the next one,
+//     nearest to T / k. Truncation gives the same whole number: T / k lies at least 1 / k below the next one,
 //     while doubles below 65536 are at most 2^-37 apart. So it doesn't matter either that a band may be computed in
 //     integers where the page would be in doubles.
 class PageZoom {

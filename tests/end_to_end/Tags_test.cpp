@@ -2,7 +2,7 @@
 
 #include "Spawn.h"
 
-// The tags of every output format, read back by programs of others.
+// The tags of every output format, read back by other programs.
 
 namespace platen_test {
 namespace {
@@ -27,7 +27,7 @@ class Tags : public testing::Test {
         return outcome.out;
     }
 
-    // A page of 600 x 300 dpi, halved by 3:1 and 3:2: 200 dpi both ways.
+    // A page of 600 x 300 dpi, halved by 3:1 and 3:2: 200 dpi in both directions.
     std::string Make(const std::string& ending, const std::vector<std::string>& options = {}) const {
         std::vector<std::string> words = {
             "-", "-f", "--input-resolution=600x300", "--size=20x20", "-o", folder.File("page." + ending)};

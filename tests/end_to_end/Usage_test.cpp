@@ -3,7 +3,7 @@
 #include "Spawn.h"
 
 // What the program says and answers where the command line or a file is wrong. Details of each option's parsing
-// are tested with the parts; here it is the way to standard error and the exit code.
+// are tested with the parts; here it is what reaches standard error and the exit code.
 
 namespace platen_test {
 namespace {

@@ -1,4 +1,4 @@
-// The scaler: all formats and ways of both axes, both kinds of accumulators; tables, readiness and lines.
+// The scaler: all formats and modes of both axes, both kinds of accumulators; tables, readiness and lines.
 
 #include <array>
 #include <cstdint>

@@ -452,7 +452,7 @@ TEST(HorzPlan, QuotientsBesideWholeNumbersAreRightInAnyRounding) {
     }
 }
 
-// What pages need is planned indeed, in the room that there is; what is out of reach is not.
+// The tables that pages need get a plan, in the room available; those out of reach get none.
 TEST(HorzPlan, PagesAreScaledByPlans) {
     Random random(5);
     constexpr Shape kPlanned[] = {

@@ -244,7 +244,7 @@ TEST_F(ThroughScanImage, PagesEqualTheToolsInAllCombinations) {
         std::string expected = Tool(combination.bare, combination.tool);
         const std::string wrapped = Wrapped(combination.wrapped);
         if (wrapped != expected) {
-            // One in a thousand or so of the device's own pages through scanimage is another than the rest.
+            // About one in a thousand of the device's own pages through scanimage differs from the rest.
             const std::string again = Tool(combination.bare, combination.tool);
             astray += again != expected ? 1 : 0;
             expected = again;

@@ -209,7 +209,7 @@ TEST(Hsv, PureRedTurnsToGreenAndToBlue) {
     EXPECT_EQ((Bytes{255, 255, 0}), Adjusted(60, 0, 0, {255, 0, 0}));
 }
 
-// Each row: a pixel in one sector and the way its moving channel goes for +10 and -10 degrees, a step being
+// Each row: a pixel in one sector and how its moving channel changes for +10 and -10 degrees, a step being
 // (240 - 0) / 60 = 4.
 TEST(Hsv, RotationInsideASectorMovesTheThirdChannel) {
     EXPECT_EQ((Bytes{240, 160, 0}), Adjusted(10, 0, 0, {240, 120, 0}));
