@@ -2,8 +2,8 @@
 
 #include "Sources/PX_Zoom/kernels/ReciprocalAbove.inc"
 
-// Making plans of the horizontal pass. kernels/HorzPlan_ymm.inc, HorzWhole_ymm.inc and HorzTaps_loop.inc follow
-// them.
+// Making plans of the horizontal pass. kernels/HorzPlan_loop.inc, HorzWhole_loop.inc and HorzTaps_loop.inc
+// follow them.
 //
 // A plan is a header, then blocks of eight columns, the last one moved back to the end, then for each block the
 // places of its source windows, in bytes. Every record is checked here, whether the scaler made it or somebody
@@ -40,7 +40,7 @@
 // 1 where that is at most (q + 1) - 2^-16. That is 1/W >= 2^-15 + 2^-16, or W <= 21845. A rounded quotient float(a)
 // / float(W) is right for the same reason, with 2^-16 < 1/W. Taps after a column's last one weigh 0, so it doesn't
 // matter what a shuffle takes for them. The proof for taps is in HorzTaps_loop.inc, that for whole in
-// HorzWhole_ymm.inc.
+// HorzWhole_loop.inc.
 
 namespace platen {
 namespace {

@@ -43,7 +43,7 @@ constexpr std::uint32_t PlanBit(std::int32_t kind) {
     return std::uint32_t{1} << kind;
 }
 
-// What an x86 processor's followers with 32-byte registers make sums with.
+// What followers that shuffle bytes make sums with.
 constexpr std::uint32_t kSummedKinds = PlanBit(kPairs1) | PlanBit(kPairs2) | PlanBit(kPairs3) |
                                        PlanBit(kPairsDivided) | PlanBit(kQuads) | PlanBit(kWhole2) |
                                        PlanBit(kWhole3) | PlanBit(kWhole4) | PlanBit(kWhole6);

@@ -497,7 +497,7 @@ TEST(HorzPlan, EachSizeHasThePlanThatItHad) {
                 }
             }
         }
-        const bool wide = std::strncmp(kernels->name, "avx", 3) == 0;
+        const bool wide = std::strcmp(kernels->name, "sse2") != 0;  // all but it have byte shuffles
         EXPECT_EQ(kinds.Value(), wide ? 0x2845335B2B7B3028u : 0x6728662156F7FEA5u) << kernels->name;
         EXPECT_EQ(planned, wide ? 67448 : 67242) << kernels->name;
     }

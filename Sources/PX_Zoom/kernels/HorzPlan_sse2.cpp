@@ -23,7 +23,7 @@ using std::uint32_t;
 using std::uint8_t;
 
 using Words = __m128i;
-using Floats = __m128;
+using Singles = __m128;
 struct Doubles {
     __m128d low, high;  // lanes 0 and 1, 2 and 3
 };
@@ -37,13 +37,13 @@ Doubles All(double value) {
     return {_mm_set1_pd(value), _mm_set1_pd(value)};
 }
 
-Words Load(const int32_t* from) {
+Words LoadAligned(const int32_t* from) {
     return _mm_load_si128(reinterpret_cast<const __m128i*>(from));
 }
-Floats Load(const float* from) {
+Singles LoadAligned(const float* from) {
     return _mm_load_ps(from);
 }
-Doubles Load(const double* from) {
+Doubles LoadAligned(const double* from) {
     return {_mm_load_pd(from), _mm_load_pd(from + 2)};
 }
 
@@ -54,19 +54,19 @@ Words SumOfProducts(Words pairs, Words weights) {
     return _mm_madd_epi16(pairs, weights);
 }
 
-Floats ToFloats(Words words) {
+Singles ToSingles(Words words) {
     return _mm_cvtepi32_ps(words);
 }
 Doubles ToDoubles(Words words) {
     return {_mm_cvtepi32_pd(words), _mm_cvtepi32_pd(_mm_unpackhi_epi64(words, words))};
 }
-Words Truncated(Floats floats) {
+Words Truncated(Singles floats) {
     return _mm_cvttps_epi32(floats);
 }
 Words Truncated(Doubles doubles) {
     return _mm_unpacklo_epi64(_mm_cvttpd_epi32(doubles.low), _mm_cvttpd_epi32(doubles.high));
 }
-Floats Quotient(Floats a, Floats b) {
+Singles Quotient(Singles a, Singles b) {
     return _mm_div_ps(a, b);
 }
 Doubles Quotient(Doubles a, Doubles b) {
@@ -83,7 +83,7 @@ Doubles Add(Doubles a, Doubles b) {
 Words Spread(const int32_t* columns) {
     return _mm_set1_epi32(*columns);
 }
-Floats Spread(const float* columns) {
+Singles Spread(const float* columns) {
     return _mm_set1_ps(*columns);
 }
 Doubles Spread(const double* columns) {
@@ -206,11 +206,11 @@ Words ThreeTaps(const uint8_t* src, size_t last, const uint8_t* block, const uin
         moved |= place > last;
     }
     const Taps taps = Fetch<uint8_t, 1>::Four(src, at);
-    const Words pair = Load(reinterpret_cast<const int32_t*>(block) + c);
+    const Words pair = LoadAligned(reinterpret_cast<const int32_t*>(block) + c);
     const Words third = _mm_unpacklo_epi16(Load8(block + kPlanVector + 2 * c), _mm_setzero_si128());
     const Words ones = All(0x00010001);
     const Words sums = Add(SumOfProducts(taps.first, pair), SumOfProducts(taps.second, third));
-    return Divisors<uint8_t>::Divide(sums, ToFloats(Add(SumOfProducts(ones, pair), SumOfProducts(ones, third))));
+    return Divisors<uint8_t>::Divide(sums, ToSingles(Add(SumOfProducts(ones, pair), SumOfProducts(ones, third))));
 }
 
 // Columns from the block on in which four bytes would leave the line are made by their records.
