@@ -46,11 +46,14 @@ include(${CMAKE_CURRENT_LIST_DIR}/KernelTargetLacks.cmake)
 #
 #   platen_kernels(SharpRow)
 #   platen_kernels(HorzPlan ONLY baseline avx2)   the others take the nearest plainer target's
+#   platen_kernels(VertPass SMALL simd128)        compiled for size there: for sources that leave no loop to the
+#                                                 compiler's vectoriser
 function(platen_kernels family)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ONLY")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ONLY;SMALL")
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/kernels)
   set_property(GLOBAL APPEND PROPERTY PLATEN_KERNEL_FAMILIES ${folder}/${family})
   set_property(GLOBAL PROPERTY PLATEN_KERNELS_ONLY_${folder}/${family} "${arg_ONLY}")
+  set_property(GLOBAL PROPERTY PLATEN_KERNELS_SMALL_${folder}/${family} "${arg_SMALL}")
 endfunction()
 
 # Adds the families' files to platen-objects and writes the list of this build's targets for the sources. Called once,
@@ -98,9 +101,14 @@ function(platen_finish_kernels)
       get_property(only GLOBAL PROPERTY PLATEN_KERNELS_ONLY_${family})
       if(NOT only OR target IN_LIST only)
         set(source ${PROJECT_SOURCE_DIR}/${family}_${target}.cpp)
+        get_property(small GLOBAL PROPERTY PLATEN_KERNELS_SMALL_${family})
+        set(level -O3)
+        if(target IN_LIST small)
+          set(level -Os)
+        endif()
         target_sources(platen-objects PRIVATE ${source})
         set_source_files_properties(${source} TARGET_DIRECTORY platen-objects PROPERTIES
-          COMPILE_OPTIONS "-O3;-fno-trapping-math;${PLATEN_KERNEL_FLAGS_${target}}")
+          COMPILE_OPTIONS "${level};-fno-trapping-math;${PLATEN_KERNEL_FLAGS_${target}}")
         set(choice_${name} ${target})
       endif()
       string(APPEND PLATEN_FAMILY_CHOICES "#define PLATEN_${name}_${target} ${choice_${name}}\n")

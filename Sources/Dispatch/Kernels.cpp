@@ -73,8 +73,15 @@ PLATEN_EACH_TARGET(PLATEN_TABLE)
 #define PLATEN_ADDRESS(target) , &kTable_##target
 constexpr auto kAll = std::to_array<const KernelTable*>({&kTable_reference PLATEN_EACH_TARGET(PLATEN_ADDRESS)});
 
-// The plainest of the targets, for constructors that run before this file's.
-constinit const KernelTable* inUse = kAll[kAll.size() > 1 ? 1 : 0];
+// Whether a build's targets may be more than its processor has: only there is the list needed outside of tests.
+#if defined(__x86_64__)
+constexpr bool kAsks = true;
+#else
+constexpr bool kAsks = false;
+#endif
+
+// Where processors differ the plainest of the targets, for constructors that run before this file's.
+constinit const KernelTable* inUse = kAll[!kAsks || kAll.size() == 1 ? kAll.size() - 1 : 1];
 
 std::size_t CountAvailable() {
 #if defined(__x86_64__)
@@ -85,9 +92,11 @@ std::size_t CountAvailable() {
     return CountUsable(std::span(kAsk).subspan(1)) + 1;
 }
 
+#if defined(__x86_64__)
 [[gnu::constructor]] void ChooseAtLoad() {
     inUse = kAll[CountAvailable() - 1];
 }
+#endif
 
 }  // namespace
 

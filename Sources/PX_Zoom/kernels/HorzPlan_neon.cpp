@@ -7,6 +7,8 @@
 namespace platen {
 namespace {
 
+constexpr bool kMakesSums = true;
+
 inline Vector ProductSums(Vector a, Vector b) {
     const int16x8_t x = vreinterpretq_s16_u8(a);
     const int16x8_t y = vreinterpretq_s16_u8(b);

@@ -7,6 +7,8 @@
 namespace platen {
 namespace {
 
+constexpr bool kMakesSums = false;  // a page's module is to be small
+
 inline Vector ProductSums(Vector a, Vector b) {
     return wasm_i32x4_dot_i16x8(a, b);
 }
