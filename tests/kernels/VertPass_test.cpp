@@ -428,6 +428,28 @@ TEST_P(VertPass, OneOddNumberIsSeen) {
     }
 }
 
+// Quotients of all sizes that no sum of bytes has: some have bytes' bits in the low half of a float.
+TEST_P(VertPass, AQuotientAboveTheSamplesIsSeen) {
+    constexpr std::size_t kCount = 37;
+    for (const std::int32_t weightSum : {1, 2, 3, 100, 20000, 26214}) {
+        for (int power = 8; power < 32; ++power) {
+            for (const unsigned more : {0u, 1u, 2u, 6u, 200u, 300u}) {
+                const std::uint64_t number =
+                    ((std::uint64_t{1} << power) + more) * static_cast<std::uint64_t>(weightSum);
+                if (number >> 32 != 0) {
+                    continue;
+                }
+                std::vector<std::uint32_t> line(kCount, 0);
+                line[static_cast<std::size_t>(power) % kCount] = static_cast<std::uint32_t>(number);
+                std::vector<std::uint8_t> out(kCount), expected(kCount);
+                Fast().reduceU32ToU8(out.data(), line.data(), weightSum, kCount);
+                Reference().reduceU32ToU8(expected.data(), line.data(), weightSum, kCount);
+                ASSERT_EQ(expected, out) << number << " / " << weightSum;
+            }
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(, VertPass,
                          testing::ValuesIn(platen::AvailableKernels().begin(), platen::AvailableKernels().end()),
                          [](const auto& variant) { return std::string(variant.param->name); });
