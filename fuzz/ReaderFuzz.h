@@ -10,10 +10,41 @@
 #include <vector>
 
 #include "programs/base/Error.h"
+#include "programs/io/DescriptionTexts.h"
+#include "programs/io/Exif.h"
+#include "programs/io/JpegMarkers.h"
 #include "programs/io/LineReader.h"
 #include "programs/io/OpenReader.h"
 
 namespace platen_fuzz {
+
+// What a reader took of a description can be written: an EXIF block made of it and read again makes the same block,
+// and so do the segments of a JPEG.
+inline void WriteDescription(platen_tool::ImageInfo info) {
+    using namespace platen_tool;
+    for (const Container container :
+         {Container::kPng, Container::kTiff, Container::kJpeg, Container::kPdf, Container::kPnm}) {
+        LostDescription(container, info);
+    }
+    if (info.description == nullptr) {
+        return;
+    }
+    MakeTiffExif(info, 8);
+    const auto block = MakeExif(info, info.description->texts, true);
+    Description again;
+    ReadExif(block.data(), block.size(), again);
+    TakeXmpSegment(MakeXmpSegment(*info.description).data(), MakeXmpSegment(*info.description).size(), again);
+    TakeIptcSegment(MakeIptcSegment(*info.description).data(), MakeIptcSegment(*info.description).size(), again);
+    const auto held = [](const auto& bytes, std::size_t most) { return bytes.size() <= most; };
+    if ((held(info.description->xmp, kMostJpegXmp) && again.xmp != info.description->xmp) ||
+        (held(info.description->iptc, kMostJpegIptc) && again.iptc != info.description->iptc)) {
+        std::abort();
+    }
+    info.description = std::make_shared<const Description>(again);
+    if (again.tooLarge.empty() && MakeExif(info, again.texts, true) != block) {
+        std::abort();
+    }
+}
 
 // Reads all pages of a file with these bytes, as the program would. An Error is a right answer; anything else
 // that isn't a page, and a write past a line, ends the run. `magic` is put over the first bytes, so that the
@@ -45,6 +76,7 @@ inline void ReadWholeFile(const std::uint8_t* data, std::size_t size, const std:
                 info.orientation > 8) {
                 std::abort();
             }
+            WriteDescription(info);
             std::vector<std::uint8_t> line(lineBytes);
             for (std::uint32_t y = 0; y < info.height; ++y) {
                 reader->ReadLine(line.data());

@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
-#include <string>
 #include <vector>
+
+#include "programs/base/Description.h"
 
 namespace platen_tool {
 
@@ -25,14 +27,6 @@ struct Resolution {
     Ratio y;
 };
 
-// A chunk of a PNG, as it stands there.
-struct PngChunk {
-    std::string name;
-    std::vector<std::uint8_t> data;
-
-    bool operator==(const PngChunk&) const = default;
-};
-
 // One page's description. Lines travel through the program in one form whatever the file's was:
 //
 //   1 bit      packed, most significant bit first, 1 is black, unused bits of the last byte are 0
@@ -46,9 +40,10 @@ struct ImageInfo {
     int bitsPerSample = 8;     // 1, 8 or 16
     int samplesPerPixel = 1;   // 1 to 4
     std::optional<Resolution> resolution;
-    std::vector<std::uint8_t> iccProfile;  // empty: none
-    std::vector<PngChunk> pngColours;      // what a PNG says of its colours besides: gAMA, cHRM, sRGB
-    int orientation = 1;                   // 1 to 8 as in EXIF and TIFF, kept as a tag, never applied
+    std::vector<std::uint8_t> iccProfile;            // empty: none
+    std::vector<PngChunk> pngColours;                // what a PNG says of its colours besides: gAMA, cHRM, sRGB
+    std::shared_ptr<const Description> description;  // null: none; shared by all that copy the page
+    int orientation = 1;                             // 1 to 8 as in EXIF and TIFF, kept as a tag, never applied
 
     bool HasAlpha() const {
         return samplesPerPixel == 2 || samplesPerPixel == 4;

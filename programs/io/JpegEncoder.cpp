@@ -12,7 +12,9 @@
 
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
+#include "programs/io/DescriptionTexts.h"
 #include "programs/io/Exif.h"
+#include "programs/io/JpegMarkers.h"
 #include "programs/io/Ratios.h"
 
 namespace platen_tool {
@@ -28,8 +30,12 @@ struct JpegState {
     const JpegEncoder::Sink* sink = nullptr;
     const ImageInfo* page = nullptr;
     int quality = 92;
-    const std::uint8_t* exif = nullptr;
-    std::size_t exifBytes = 0;
+    struct Segment {
+        const std::uint8_t* bytes = nullptr;
+        std::size_t count = 0;
+        int marker = 0;
+    };
+    Segment segments[3];
     jpeg_compress_struct codec;
     jpeg_error_mgr errors;
     jpeg_destination_mgr destination;
@@ -97,8 +103,10 @@ void Begin(void* pointer) {
     }
     SetDensity(state);
     jpeg_start_compress(&state->codec, TRUE);
-    if (state->exifBytes != 0) {
-        jpeg_write_marker(&state->codec, JPEG_APP0 + 1, state->exif, static_cast<unsigned>(state->exifBytes));
+    for (const JpegState::Segment& segment : state->segments) {
+        if (segment.count != 0) {
+            jpeg_write_marker(&state->codec, segment.marker, segment.bytes, static_cast<unsigned>(segment.count));
+        }
     }
     if (!state->page->iccProfile.empty()) {
         jpeg_write_icc_profile(&state->codec, state->page->iccProfile.data(),
@@ -132,7 +140,7 @@ struct JpegEncoder::State {
     Sink sink;
     std::string failure;
     ImageInfo info;
-    std::vector<std::uint8_t> exif;
+    std::vector<std::uint8_t> segments[3];
 
     void Run(CodecGuard::Step step) {
         if (!codec.guard.Run(step, &codec)) {
@@ -165,12 +173,23 @@ void JpegEncoder::Begin(const ImageInfo& info) {
     state_->info = info;
     state_->codec.page = &state_->info;
     const bool fine = info.resolution && !DensityIsExact(*info.resolution);
-    if (info.orientation != 1 || fine) {
-        state_->exif = {'E', 'x', 'i', 'f', 0, 0};
-        const auto block = MakeExif(info.orientation, fine ? info.resolution : std::nullopt);
-        state_->exif.insert(state_->exif.end(), block.begin(), block.end());
-        state_->codec.exif = state_->exif.data();
-        state_->codec.exifBytes = state_->exif.size();
+    auto block = MakeExif(info, TextsFor(info), fine);
+    if (block.size() > kMostJpegExif) {
+        ImageInfo bare = info;
+        bare.description.reset();
+        block = MakeExif(bare, {}, fine);
+    }
+    if (!block.empty()) {
+        state_->segments[0] = {'E', 'x', 'i', 'f', 0, 0};
+        state_->segments[0].insert(state_->segments[0].end(), block.begin(), block.end());
+    }
+    if (info.description != nullptr) {
+        state_->segments[1] = MakeXmpSegment(*info.description);
+        state_->segments[2] = MakeIptcSegment(*info.description);
+    }
+    for (std::size_t i = 0; i < std::size(state_->segments); ++i) {
+        const auto& segment = state_->segments[i];
+        state_->codec.segments[i] = {segment.data(), segment.size(), JPEG_APP0 + (i < 2 ? 1 : 13)};
     }
     state_->Run(platen_tool::Begin);
 }

@@ -12,6 +12,7 @@
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
+#include "programs/io/JpegMarkers.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
 
@@ -107,6 +108,7 @@ void ReadHeader(void* pointer) {
     state->codec.progress = &state->progress;
     jpeg_save_markers(&state->codec, JPEG_APP0 + 1, 0xFFFF);
     jpeg_save_markers(&state->codec, JPEG_APP0 + 2, 0xFFFF);
+    jpeg_save_markers(&state->codec, JPEG_APP0 + 13, 0xFFFF);
     jpeg_read_header(&state->codec, TRUE);
     state->inHeader = false;
 }
@@ -286,16 +288,29 @@ class JpegReader : public LineReader {
         } else if (state_.codec.saw_JFIF_marker != FALSE && state_.codec.density_unit == 2) {
             info_.resolution = ResolutionFrom(x, y, LengthUnit::kCentimetre);
         }
-        for (auto* marker = state_.codec.marker_list; marker != nullptr; marker = marker->next) {
-            if (marker->marker == JPEG_APP0 + 1 && marker->data_length > 6 &&
-                std::memcmp(marker->data, "Exif\0\0", 6) == 0) {
-                TakeExif(ReadExif(marker->data + 6, marker->data_length - 6));
-                break;
-            }
-        }
+        ReadMarkers();
         Run(ReadProfile);
         if (state_.profile != nullptr) {
             info_.iccProfile.assign(state_.profile, state_.profile + state_.profileBytes);
+        }
+    }
+
+    void ReadMarkers() {
+        Description description;
+        bool exif = false;
+        for (auto* marker = state_.codec.marker_list; marker != nullptr; marker = marker->next) {
+            if (marker->marker == JPEG_APP0 + 13) {
+                TakeIptcSegment(marker->data, marker->data_length, description);
+            } else if (marker->marker == JPEG_APP0 + 1 && !exif && marker->data_length > 6 &&
+                       std::memcmp(marker->data, "Exif\0\0", 6) == 0) {
+                TakeExif(ReadExif(marker->data + 6, marker->data_length - 6, description));
+                exif = true;
+            } else if (marker->marker == JPEG_APP0 + 1) {
+                TakeXmpSegment(marker->data, marker->data_length, description);
+            }
+        }
+        if (description != Description{}) {
+            info_.description = std::make_shared<const Description>(std::move(description));
         }
     }
 

@@ -5,6 +5,7 @@
 
 #include "programs/base/Error.h"
 #include "programs/io/CompressionChoice.h"
+#include "programs/io/DescriptionTexts.h"
 #include "programs/io/JpegWriter.h"
 #include "programs/io/PdfWriter.h"
 #include "programs/io/PngWriter.h"
@@ -90,6 +91,9 @@ std::string LostMetadata(Container container, const ImageInfo& page) {
     if (container == Container::kPdf && mirrored) {
         lost.emplace_back("the mirrored orientation");
     }
+    for (std::string& one : LostDescription(container, page)) {
+        lost.push_back(std::move(one));
+    }
     for (const PngChunk& chunk : page.pngColours) {
         if (container != Container::kPng) {
             lost.push_back("the PNG's " + chunk.name);
@@ -99,7 +103,15 @@ std::string LostMetadata(Container container, const ImageInfo& page) {
     for (const std::string& one : lost) {
         text += (text.empty() ? "" : ", ") + one;
     }
-    return text.empty() ? text : text + ": left out, " + ContainerName(container) + " can't hold it";
+    if (!text.empty()) {
+        text += ": left out, " + std::string(ContainerName(container)) + " can't hold it";
+    }
+    if (page.description != nullptr) {
+        for (const std::string& one : page.description->tooLarge) {
+            text += (text.empty() ? "" : "; ") + one + ": left out, damaged or larger than is kept";
+        }
+    }
+    return text;
 }
 
 void CheckOutput(const std::string& path, const WriteOptions& options, const ImageInfo& page) {

@@ -11,6 +11,7 @@
 
 #include "programs/base/Error.h"
 #include "programs/io/CompressionChoice.h"
+#include "programs/io/DescriptionTexts.h"
 #include "programs/io/JpegEncoder.h"
 #include "programs/io/LineCount.h"
 #include "programs/io/PngStream.h"
@@ -150,7 +151,11 @@ class PdfWriter : public LineWriter {
         file_->MarkPage();
         filter_ = ChooseFilter();
         const std::size_t profile = info.iccProfile.empty() ? 0 : PutProfile();
-        BeginImage(profile);
+        const bool described = info.description != nullptr;
+        if (described && pages_.empty()) {
+            texts_ = TextsFor(info);
+        }
+        BeginImage(profile, described && !info.description->xmp.empty() ? PutXmp() : 0);
     }
 
     void WriteLine(const std::uint8_t* line) override {
@@ -289,7 +294,14 @@ class PdfWriter : public LineWriter {
         return profile;
     }
 
-    void BeginImage(std::size_t profile) {
+    std::size_t PutXmp() {
+        const auto& xmp = info_.description->xmp;
+        const std::size_t number = NewObject();
+        PutStream(number, "/Type /Metadata /Subtype /XML", xmp.data(), xmp.size());
+        return number;
+    }
+
+    void BeginImage(std::size_t profile, std::size_t xmp) {
         image_ = NewObject();
         length_ = NewObject();
         const std::string device = info_.samplesPerPixel == 3 ? "/DeviceRGB" : "/DeviceGray";
@@ -308,8 +320,8 @@ class PdfWriter : public LineWriter {
         BeginObject(image_);
         Put("<</Type /XObject /Subtype /Image /Width " + std::to_string(info_.width) + " /Height " +
             std::to_string(info_.height) + " " + bits + " /ColorSpace " +
-            (profile != 0 ? "[/ICCBased " + Reference(profile) + "]" : device) + " " + filter + " /Length " +
-            Reference(length_) + ">>\nstream\n");
+            (profile != 0 ? "[/ICCBased " + Reference(profile) + "]" : device) + " " + filter +
+            (xmp != 0 ? " /Metadata " + Reference(xmp) : "") + " /Length " + Reference(length_) + ">>\nstream\n");
         streamAt_ = at_;
         BeginStream();
     }
@@ -328,6 +340,7 @@ class PdfWriter : public LineWriter {
             bare.resolution.reset();
             bare.iccProfile.clear();
             bare.orientation = 1;
+            bare.description.reset();
             jpeg_->Begin(bare);
         } else if (filter_ == Filter::kFlate) {
             const auto pixelBytes = static_cast<std::size_t>(info_.samplesPerPixel * info_.bitsPerSample + 7) / 8;
@@ -379,8 +392,15 @@ class PdfWriter : public LineWriter {
         }
         PutObject(kPages, "<</Type /Pages /Count " + std::to_string(pages_.size()) + " /Kids [" + kids + "]>>");
         PutObject(kCatalog, "<</Type /Catalog /Pages " + Reference(kPages) + ">>");
-        PutObject(kInformation, "<</Title " + TextString(title_) + " /Producer (platen) /CreationDate " +
-                                    DateString(std::time(nullptr)) + ">>");
+        const auto told = [this](const char* name, TextField field) {
+            const std::string& text = texts_[static_cast<std::size_t>(field)];
+            return text.empty() ? std::string() : std::string(" /") + name + " " + TextString(text);
+        };
+        const std::string& named = texts_[static_cast<std::size_t>(TextField::kDocumentName)];
+        PutObject(kInformation,
+                  "<</Title " + TextString(named.empty() ? title_ : named) + told("Author", TextField::kArtist) +
+                      told("Subject", TextField::kImageDescription) + told("Creator", TextField::kSoftware) +
+                      " /Producer (platen) /CreationDate " + DateString(std::time(nullptr)) + ">>");
         const std::uint64_t table = at_;
         Put("xref\n0 " + std::to_string(objects_.size()) + "\n0000000000 65535 f \n");
         for (std::size_t number = 1; number < objects_.size(); ++number) {
@@ -397,6 +417,7 @@ class PdfWriter : public LineWriter {
     const WriteOptions options_;
     const std::string title_;
     ImageInfo info_;
+    std::array<std::string, kTextFields> texts_;  // of the first page
     LineCount lines_;
     Filter filter_ = Filter::kFlate;
     std::uint64_t at_ = 0;

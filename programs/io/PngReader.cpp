@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <bit>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
+#include "programs/io/PngText.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
@@ -22,11 +24,11 @@ constexpr png_alloc_size_t kMostChunkBytes = 8'000'000;
 constexpr png_uint_32 kMostChunksKept = 64;
 
 // Chunks that say nothing that is kept; libpng skips them unread.
-constexpr png_byte kSkipped[] = "bKGD\0hIST\0iTXt\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0tEXt\0tIME\0zTXt";
+constexpr png_byte kSkipped[] = "bKGD\0hIST\0oFFs\0pCAL\0sBIT\0sCAL\0sPLT\0tIME";
 constexpr int kSkippedCount = static_cast<int>(sizeof kSkipped / 5);
 
 // Kept as they are: libpng would mix them with each other and with the profile.
-constexpr png_byte kKept[] = "cHRM\0gAMA\0sRGB";
+constexpr png_byte kKept[] = "cHRM\0gAMA\0iTXt\0sRGB\0tEXt\0zTXt";
 constexpr int kKeptCount = static_cast<int>(sizeof kKept / 5);
 
 // All that the guarded steps touch. Nothing in it has a destructor.
@@ -234,20 +236,36 @@ class PngReader : public LineReader {
         if (png_get_iCCP(state_.png, state_.info, &name, &compression, &profile, &profileBytes) != 0) {
             info_.iccProfile.assign(profile, profile + profileBytes);
         }
-        KeepChunks();
+        Description description;
+        KeepChunks(description);
         png_bytep exif = nullptr;
         png_uint_32 exifBytes = 0;
-        if (png_get_eXIf_1(state_.png, state_.info, &exifBytes, &exif) != 0) {
-            info_.orientation = ReadExif(exif, exifBytes).orientation;
+        bool hasExif = png_get_eXIf_1(state_.png, state_.info, &exifBytes, &exif) != 0;
+        if (hasExif) {
+            info_.orientation = ReadExif(exif, exifBytes, description).orientation;
+        }
+        for (PngChunk& chunk : ChunksAfterPicture(*file_)) {
+            if (chunk.name != "eXIf") {
+                TakePngText(std::move(chunk), description);
+            } else if (!std::exchange(hasExif, true)) {
+                info_.orientation = ReadExif(chunk.data.data(), chunk.data.size(), description).orientation;
+            }
+        }
+        if (description != Description{}) {
+            info_.description = std::make_shared<const Description>(std::move(description));
         }
     }
 
-    // The first of each name, where it has the length that it must have.
-    void KeepChunks() {
+    // Texts; and of what tells colours the first of each name, where it has the length that it must have.
+    void KeepChunks(Description& description) {
         png_unknown_chunkp chunks = nullptr;
         const int count = png_get_unknown_chunks(state_.png, state_.info, &chunks);
         for (int i = 0; i < count; ++i) {
             const std::string name(reinterpret_cast<const char*>(chunks[i].name), 4);
+            if (name == "tEXt" || name == "zTXt" || name == "iTXt") {
+                TakePngText({name, {chunks[i].data, chunks[i].data + chunks[i].size}}, description);
+                continue;
+            }
             const std::size_t length = name == "cHRM" ? 32 : name == "gAMA" ? 4 : 1;
             const bool known = std::any_of(info_.pngColours.begin(), info_.pngColours.end(),
                                            [&](const PngChunk& chunk) { return chunk.name == name; });

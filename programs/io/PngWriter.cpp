@@ -12,6 +12,7 @@
 #include "programs/io/LineCount.h"
 #include "programs/io/OpenWriter.h"
 #include "programs/io/PngStream.h"
+#include "programs/io/PngText.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
 
@@ -26,6 +27,7 @@ struct PngState {
     png_structp png = nullptr;
     png_infop info = nullptr;
     const ImageInfo* page = nullptr;
+    const PngChunk* xmp = nullptr;
     std::uint8_t* exif = nullptr;
     std::size_t exifBytes = 0;
     const std::uint8_t* chunk = nullptr;
@@ -54,6 +56,16 @@ int ColourType(const ImageInfo& page) {
     return page.ColourSamples() == 3 ? rgb : grey;
 }
 
+void SetChunk(PngState* state, const PngChunk& chunk) {
+    png_unknown_chunk raw{};
+    std::memcpy(raw.name, chunk.name.c_str(), 4);
+    raw.data = const_cast<png_bytep>(chunk.data.data());  // copied
+    raw.size = chunk.data.size();
+    raw.location = PNG_HAVE_IHDR;
+    png_set_keep_unknown_chunks(state->png, PNG_HANDLE_CHUNK_ALWAYS, raw.name, 1);
+    png_set_unknown_chunks(state->png, state->info, &raw, 1);
+}
+
 void SetMetadata(PngState* state) {
     png_structp png = state->png;
     const ImageInfo& page = *state->page;
@@ -69,13 +81,15 @@ void SetMetadata(PngState* state) {
         state->profileLeftOut = png_get_valid(png, state->info, PNG_INFO_iCCP) == 0;
     }
     for (const PngChunk& chunk : page.pngColours) {
-        png_unknown_chunk raw{};
-        std::memcpy(raw.name, chunk.name.c_str(), 4);
-        raw.data = const_cast<png_bytep>(chunk.data.data());  // copied
-        raw.size = chunk.data.size();
-        raw.location = PNG_HAVE_IHDR;
-        png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_ALWAYS, raw.name, 1);
-        png_set_unknown_chunks(png, state->info, &raw, 1);
+        SetChunk(state, chunk);
+    }
+    if (page.description != nullptr) {
+        for (const PngChunk& chunk : page.description->pngTexts) {
+            SetChunk(state, chunk);
+        }
+    }
+    if (!state->xmp->data.empty()) {
+        SetChunk(state, *state->xmp);
     }
     if (state->exifBytes != 0) {
         png_set_eXIf_1(png, state->info, static_cast<png_uint_32>(state->exifBytes), state->exif);
@@ -135,11 +149,12 @@ class PngWriter : public LineWriter {
         info_ = info;
         lines_.Begin(info.height);
         state_.page = &info_;
-        if (info.orientation != 1) {
-            exif_ = MakeExif(info.orientation, std::nullopt);
-            state_.exif = exif_.data();
-            state_.exifBytes = exif_.size();
-        }
+        const Description* description = info.description.get();
+        exif_ = MakeExif(info, description != nullptr ? description->texts : Description{}.texts, false);
+        state_.exif = exif_.data();
+        state_.exifBytes = exif_.size();
+        xmp_ = description != nullptr && !description->xmp.empty() ? MakeXmpChunk(description->xmp) : PngChunk{};
+        state_.xmp = &xmp_;
         Run(Begin);
         const std::size_t bytes = info.LineBytes();
         const auto pixelBytes = static_cast<std::size_t>(info.samplesPerPixel * info.bitsPerSample + 7) / 8;
@@ -184,6 +199,7 @@ class PngWriter : public LineWriter {
     PngState state_;
     ImageInfo info_;
     std::vector<std::uint8_t> exif_;
+    PngChunk xmp_;
     std::vector<std::uint8_t> row_;
     PngEffort effort_;
     unsigned workers_;

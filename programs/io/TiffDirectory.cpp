@@ -1,5 +1,7 @@
 #include "programs/io/TiffDirectory.h"
 
+#include <algorithm>
+
 #include "programs/io/Ratios.h"
 
 namespace platen_tool {
@@ -135,6 +137,28 @@ std::optional<Ratio> TiffDirectoryReader::Rational(const TiffDirectory& director
         return std::nullopt;
     }
     return Ratio{Decode(bytes, 4), Decode(bytes + 4, 4)};
+}
+
+std::vector<std::uint8_t> TiffDirectoryReader::Value(const TiffEntry& entry, std::uint64_t most) const {
+    const std::uint64_t bytes = entry.Bytes();
+    std::uint8_t last = 0;
+    // Room is taken for what is there only.
+    if (bytes == 0 || bytes > most || entry.valueAt > INT64_MAX / 2 ||
+        !readAt_(entry.valueAt + bytes - 1, &last, 1)) {
+        return {};
+    }
+    std::vector<std::uint8_t> value(static_cast<std::size_t>(bytes));
+    if (!readAt_(entry.valueAt, value.data(), value.size())) {
+        return {};
+    }
+    const bool ratio = entry.type == 5 || entry.type == 10;
+    const auto unit = static_cast<std::ptrdiff_t>(ratio ? 4 : TypeBytes(entry.type));
+    if (bigEndian_) {
+        for (auto at = value.begin(); at != value.end(); at += unit) {
+            std::reverse(at, at + unit);
+        }
+    }
+    return value;
 }
 
 std::optional<Resolution> TiffDirectoryReader::ReadResolution(const TiffDirectory& directory) const {

@@ -48,6 +48,8 @@ class TiffDirectoryReader {
     // An entry's first value, where it is a whole number of a fitting type.
     std::optional<std::uint64_t> Number(const TiffDirectory& directory, std::uint16_t tag) const;
     std::optional<Ratio> Rational(const TiffDirectory& directory, std::uint16_t tag) const;
+    // An entry's value of at most `most` bytes, its numbers little-endian; empty where it is larger, or not there.
+    std::vector<std::uint8_t> Value(const TiffEntry& entry, std::uint64_t most) const;
     std::optional<Resolution> ReadResolution(const TiffDirectory& directory) const;
 
     bool BigEndian() const {

@@ -5,6 +5,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "programs/io/Exif.h"
+#include "programs/io/PngText.h"
 #include "programs/io/Samples.h"
 #include "programs/io/Spool.h"
 #include "programs/io/TiffDirectory.h"
@@ -20,6 +22,8 @@ constexpr std::uint64_t kMostEntryBytes = 64 << 20;
 constexpr std::uint16_t kSubfileType = 254;
 constexpr std::uint16_t kImageWidth = 256;
 constexpr std::uint16_t kImageLength = 257;
+constexpr std::uint16_t kXmp = 700;
+constexpr std::uint16_t kIptc = 33723;
 constexpr std::uint64_t kReducedOrMask = 1 | 4;
 
 class TiffReader : public LineReader {
@@ -173,12 +177,35 @@ class TiffReader : public LineReader {
         layout_ = ReadTiffLayout(handle_->Get(), info);
         CheckSize(info.width, info.height, limits_);
         info.resolution = directories_.ReadResolution(directory_);
+        info.description = ReadDescription();
         info_ = info;
         if (!headersOnly_) {
             rows_.emplace(*handle_, source_, layout_, info_);
         }
         nextLine_ = 0;
         page_ = page;
+    }
+
+    std::shared_ptr<const Description> ReadDescription() const {
+        Description description;
+        ReadTiffDescription(directories_, directory_, description);
+        ReadBlock(kXmp, kMostXmpBytes, "the XMP data", description.xmp, description);
+        ReadBlock(kIptc, kMostIptcBytes, "the IPTC data", description.iptc, description);
+        return description == Description{} ? nullptr : std::make_shared<const Description>(std::move(description));
+    }
+
+    void ReadBlock(std::uint16_t tag, std::size_t most, const char* name, std::vector<std::uint8_t>& block,
+                   Description& description) const {
+        if (const TiffEntry* entry = directory_.Find(tag); entry != nullptr) {
+            if (entry->Bytes() > most) {
+                description.tooLarge.emplace_back(name);
+                return;
+            }
+            TiffEntry bytes = *entry;  // some say that it is of longer numbers, but its order is that of bytes
+            bytes.count = entry->Bytes();
+            bytes.type = 7;
+            block = directories_.Value(bytes, most);
+        }
     }
 
     std::unique_ptr<InputFile> file_;

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "programs/io/CompressionChoice.h"
+#include "programs/io/DescriptionTexts.h"
+#include "programs/io/Exif.h"
 #include "programs/io/LineCount.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
@@ -202,6 +204,59 @@ class TiffWriter : public LineWriter {
             TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(info_.iccProfile.size()),
                          info_.iccProfile.data());
         }
+        if (info_.description != nullptr) {
+            SetDescription();
+        }
+    }
+
+    void SetDescription() {
+        TIFF* tiff = handle_->Get();
+        const auto texts = TextsFor(info_);
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            std::string text = texts[i];
+            for (std::size_t at = text.find('\0'); at != std::string::npos; at = text.find('\0', at)) {
+                text.replace(at, 1, "; ");  // of a copyright in two parts
+            }
+            if (!text.empty()) {
+                TIFFSetField(tiff, TextTag(static_cast<TextField>(i)), text.c_str());
+            }
+        }
+        const auto& xmp = info_.description->xmp;
+        if (!xmp.empty()) {
+            TIFFSetField(tiff, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(xmp.size()), xmp.data());
+        }
+        if (auto iptc = info_.description->iptc; !iptc.empty()) {
+            // Older codec libraries count it in fours.
+            const TIFFField* field = TIFFFieldWithTag(tiff, TIFFTAG_RICHTIFFIPTC);
+            const std::size_t unit = field != nullptr && TIFFFieldDataType(field) == TIFF_LONG ? 4 : 1;
+            iptc.resize((iptc.size() + unit - 1) / unit * unit);
+            TIFFSetField(tiff, TIFFTAG_RICHTIFFIPTC, static_cast<std::uint32_t>(iptc.size() / unit), iptc.data());
+        }
+        SetExif();
+    }
+
+    // The directories of EXIF lie before the page's own data, which the codec library appends.
+    void SetExif() {
+        const std::uint64_t at = (FileSize(Descriptor()) + 1) / 2 * 2;
+        const TiffExif exif = MakeTiffExif(info_, at);
+        if (exif.bytes.empty()) {
+            return;
+        }
+        WriteAt(at, exif.bytes.data(), exif.bytes.size());
+        if (exif.exifAt != 0) {
+            TIFFSetField(handle_->Get(), TIFFTAG_EXIFIFD, exif.exifAt);
+        }
+        if (exif.gpsAt != 0) {
+            TIFFSetField(handle_->Get(), TIFFTAG_GPSIFD, exif.gpsAt);
+        }
+    }
+
+    void WriteAt(std::uint64_t at, const void* bytes, std::size_t count) {
+        const int failure = WriteFully(Descriptor(), at, bytes, count);
+        if (failure != 0) {
+            file_->SetWriteError(failure);
+            file_->CheckWriteError();
+        }
     }
 
     // The codec library links a directory to the one before it writes the directory itself. Gives 0 or errno.
@@ -244,11 +299,7 @@ class TiffWriter : public LineWriter {
             bytes[i] = static_cast<std::uint8_t>(small.numerator >> (8 * i));
             bytes[i + 4] = static_cast<std::uint8_t>(small.denominator >> (8 * i));
         }
-        const int failure = WriteFully(Descriptor(), entry->valueAt, bytes, sizeof bytes);
-        if (failure != 0) {
-            file_->SetWriteError(failure);
-            file_->CheckWriteError();
-        }
+        WriteAt(entry->valueAt, bytes, sizeof bytes);
     }
 
     void CopySpool() {

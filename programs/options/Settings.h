@@ -84,6 +84,7 @@ struct Settings {
     std::optional<Resolution> inputResolution;
     std::optional<Resolution> setResolution;
     bool strip = false;
+    bool softwareTag = false;
 
     std::optional<Container> format;
     std::string formatName;  // as it was given

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 #include "programs/base/Error.h"
 #include "programs/base/Numbers.h"
+#include "programs/io/DescriptionTexts.h"
 #include "programs/page/Geometry.h"
 #include "programs/page/PageZoom.h"
 #include "programs/page/StageChoice.h"
@@ -24,6 +27,17 @@ std::string ColourText(const Colour& colour) {
 
 [[noreturn]] void Unsupported(const std::string& text) {
     throw Error(ExitCode::kUnsupported, text);
+}
+
+std::string StageText(const PlannedStage& stage) {
+    switch (stage.kind) {
+        case StageKind::kScale:
+            return "scaled from " + stage.text;
+        case StageKind::kSharpen:
+            return "sharpness " + stage.text;
+        default:
+            return stage.text;
+    }
 }
 
 class Planner {
@@ -235,7 +249,25 @@ class Planner {
             plan_.output.iccProfile.clear();
             plan_.output.pngColours.clear();
             plan_.output.orientation = 1;
+            plan_.output.description.reset();
         }
+        if (settings_.softwareTag) {
+            TagSoftware();
+        }
+    }
+
+    // One more line of the text that names the programs which had a page in hand.
+    void TagSoftware() {
+        std::string line = "platen " PLATEN_VERSION;
+        const char* before = ": ";
+        for (const PlannedStage& stage : plan_.stages) {
+            line += std::exchange(before, "; ") + StageText(stage);
+        }
+        const auto& old = plan_.output.description;
+        auto description = old != nullptr ? std::make_shared<Description>(*old) : std::make_shared<Description>();
+        const std::string software = TextsFor(plan_.output)[static_cast<std::size_t>(TextField::kSoftware)];
+        description->Text(TextField::kSoftware) = software + (software.empty() ? "" : "\n") + line;
+        plan_.output.description = std::move(description);
     }
 
     const Settings& settings_;

@@ -104,7 +104,7 @@ TEST(PresetFile, PictureOptionsBelongInOthersDoNot) {
         const bool toneGroup = std::string(spec.group).starts_with("Tone");
         EXPECT_EQ(ToneStepList::Knows(name), toneGroup) << name;
     }
-    EXPECT_EQ(count, 32u);
+    EXPECT_EQ(count, 33u);
     for (const char* name :
          {"output", "force", "plot", "stats", "jobs", "page", "preset", "save-preset", "nonsense"}) {
         EXPECT_FALSE(IsPresetOption(name)) << name;
