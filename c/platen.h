@@ -7,11 +7,11 @@
  *
  *   tone      platen_world_new; for each adjustment platen_operation_new, platen_set_..., platen_world_add;
  *             MakeToneCurve as often as settings change; DisposeToneWorld(world, 1)
- *   filters   SetupHsv, ApplyOneLineHsv for each line, Disposehsv
- *             SetupSharp, for each line ApplySharpFilterPutLine, then ApplySharpFilterGetLine while
- * GetSharpDstLines is not 0; DisposeSharpness scaler    platen_zoom_new, platen_zoom_open, for each line
- * platen_zoom_send, then platen_zoom_read while platen_zoom_check_data is not 0; platen_zoom_close,
- * platen_zoom_free
+ *   filters   SetupHsv; ApplyOneLineHsv for each line; Disposehsv
+ *             SetupSharp; for each line ApplySharpFilterPutLine, then ApplySharpFilterGetLine while
+ *             GetSharpDstLines is not 0; DisposeSharpness
+ *   scaler    platen_zoom_new, platen_zoom_open; for each line platen_zoom_send, then platen_zoom_read while
+ *             platen_zoom_check_data is not 0; platen_zoom_close, platen_zoom_free
  *
  * Exceptions. Six functions of the first half take list nodes from C++'s `new` and throw std::bad_alloc through C
  * frames where that fails; each is marked THROWS, with the function to call instead. Nothing else throws, and no
@@ -462,11 +462,13 @@ PLATEN_C_API int32_t platen_zoom_bilinear_new(platen_zoom_bilinear** out);
 PLATEN_C_API void platen_zoom_free(platen_zoom* zoom);
 
 /* Settles the method and allocates all that the scaler will need.
- *   dst_..., src_...   pixels and lines, not 0
- *   pixel_format       1, 8, 16, 24, 32, 48 or 64 bits a pixel; 16-bit samples are native unsigned integers
- *   method             PLATEN_METHOD_BILINEAR. Where the library makes no other choice, 0 is refused with
- * 2, and any other request ends the process with an assertion, as PX_Zoom.h tells returns            0, 1, 2, or 3
- * for a scaler that is open. After 1 and 2 close it before the next try */
+ *   dst_width, dst_height   of the result, not 0
+ *   src_width, src_height   of the source, not 0
+ *   pixel_format            1, 8, 16, 24, 32, 48 or 64 bits a pixel; 16-bit samples are native unsigned integers
+ *   method                  PLATEN_METHOD_BILINEAR. Where the library makes no other choice, 0 is
+ *                           refused with 2, and any other request ends the process with an assertion, as
+ *                           PX_Zoom.h tells
+ *   returns                 0, 1, 2, or 3 for a scaler that is open. After 1 and 2 close it before the next try */
 PLATEN_C_API int32_t platen_zoom_open(platen_zoom* zoom, int32_t dst_width, int32_t dst_height, int32_t src_width,
                                       int32_t src_height, int32_t pixel_format, int32_t method);
 

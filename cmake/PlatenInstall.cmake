@@ -35,3 +35,21 @@ configure_file(${PROJECT_SOURCE_DIR}/packaging/platen-c.pc.in ${PROJECT_BINARY_D
 install(FILES ${PROJECT_BINARY_DIR}/platen-config.cmake ${PROJECT_BINARY_DIR}/platen-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/platen)
 install(FILES ${PROJECT_BINARY_DIR}/platen.pc ${PROJECT_BINARY_DIR}/platen-c.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Manual pages of the interface for C, each under the names of its functions, too.
+if(NOT WIN32 AND PLATEN_C_LIBRARIES)
+  set(aliases ${PROJECT_BINARY_DIR}/man3)
+  file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.3)
+  foreach(page ${pages})
+    get_filename_component(file ${page} NAME)
+    file(STRINGS ${page} names REGEX "^\\.Nm platen_")
+    foreach(line ${names})
+      string(REGEX REPLACE "^\\.Nm (platen_[a-z0-9_]+).*" "\\1.3" alias ${line})
+      if(NOT alias STREQUAL file)
+        file(CONFIGURE OUTPUT ${aliases}/${alias} CONTENT ".so man3/${file}\n")
+        install(FILES ${aliases}/${alias} DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+      endif()
+    endforeach()
+    install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+  endforeach()
+endif()
