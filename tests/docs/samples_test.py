@@ -158,7 +158,7 @@ def indented(code, name):
 
 def main():
     prepare()
-    names = sys.argv[5:] or ["README.md", *sorted(str(path.relative_to(SOURCE)) for path in (SOURCE / "docs").rglob("*.md"))]
+    names = sys.argv[5:] or ["README.md", "CONTRIBUTING.md", "bench/README.md", *sorted(str(path.relative_to(SOURCE)) for path in (SOURCE / "docs").rglob("*.md"))]
     for file in names:
         output, printed_by = None, ""
         for kind, code, line in blocks((SOURCE / file).read_text(encoding="utf-8")):
