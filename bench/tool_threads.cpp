@@ -155,7 +155,8 @@ class Bench {
         const Settings settings = HalfSize(input_, output_, threads);
         const OutputName name(output_);
         RunFiles files(settings.inputs);
-        AdjustInput({settings, name, files}, 0, page);
+        RunNumbers numbers(settings);
+        AdjustInput({settings, name, files, numbers}, 0, page);
     }
 
     const Image& page_;

@@ -47,7 +47,11 @@ if (output === undefined) {
 
 const presets = {};
 for (const file of readdirSync(presetsPath).filter((name) => name.endsWith('.toml')).sort()) {
-    presets[file.replace('.toml', '')] = readFileSync(join(presetsPath, file), 'utf8');
+    const text = readFileSync(join(presetsPath, file), 'utf8');
+    // Automatic steps are the tool's; the page has buttons of its own for them.
+    if (!/^auto-/m.test(text)) {
+        presets[file.replace('.toml', '')] = text;
+    }
 }
 
 const samples = JSON.parse(readFileSync(join(here, 'samples.json'), 'utf8')).map((sample) => ({

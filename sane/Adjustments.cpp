@@ -159,12 +159,16 @@ std::string FixedText(SANE_Word word) {
     return platen_tool::NumberText(std::round(static_cast<double>(word) / kFixedOne * kDigits) / kDigits);
 }
 
-// Throws where the tool would refuse these options.
+// Throws where the tool would refuse these options, or they need the whole page: here its lines pass once.
 void CheckOptions(const std::vector<GivenOption>& options) {
     platen_tool::ParsedArguments arguments;
     arguments.options = options;
     arguments.operands = {"-"};
-    platen_tool::MakeSettings(arguments, {false, false});
+    if (platen_tool::MakeSettings(arguments, {false, false}).AnyAutomatic()) {
+        throw platen_tool::Error(platen_tool::ExitCode::kUsage,
+                                 "the preset has automatic settings, which need the whole page before its first "
+                                 "line; platen-auto finds levels by a preview");
+    }
 }
 
 }  // namespace

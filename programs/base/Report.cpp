@@ -192,13 +192,21 @@ unsigned Statistics::Percentile(std::size_t channel, double percent) const {
 }
 
 Statistics::Levels Statistics::SuggestedLevels() const {
-    constexpr unsigned kSmallestSpan = 8;  // --levels takes no less
     Histogram all{};
     for (std::size_t s = 0; s < channels_; ++s) {
         std::transform(all.begin(), all.end(), histograms_[s].begin(), all.begin(), std::plus<>());
     }
-    unsigned black = std::min(Percentile(all, 0.5), 247u);
-    unsigned white = std::max(Percentile(all, 99.5), kSmallestSpan);
+    return LevelsOf(all);
+}
+
+Statistics::Levels Statistics::SuggestedLevels(std::size_t channel) const {
+    return LevelsOf(histograms_[channel]);
+}
+
+Statistics::Levels Statistics::LevelsOf(const Histogram& histogram) {
+    constexpr unsigned kSmallestSpan = 8;  // --levels takes no less
+    unsigned black = std::min(Percentile(histogram, 0.5), 247u);
+    unsigned white = std::max(Percentile(histogram, 99.5), kSmallestSpan);
     if (white < black + kSmallestSpan) {
         white = std::min(black + kSmallestSpan, 255u);
         black = white - kSmallestSpan;
@@ -211,12 +219,66 @@ namespace {
 constexpr double kPercents[] = {0.5, 5, 25, 50, 75, 95, 99.5};
 constexpr const char* kNames[] = {"red", "green", "blue"};
 
+const char* ChannelName(std::size_t channel, std::size_t channels) {
+    return channels == 1 ? "grey" : kNames[channel];
+}
+
+// What single samples of a histogram come to.
+struct Shares {
+    double mean = 0.0;
+    double black = 0.0;  // percent at 0
+    double white = 0.0;  // percent at 255
+};
+
+Shares SharesOf(const std::array<std::uint64_t, 256>& histogram) {
+    std::uint64_t total = 0;
+    std::uint64_t sum = 0;
+    for (std::uint64_t level = 0; level < histogram.size(); ++level) {
+        total += histogram[level];
+        sum += histogram[level] * level;
+    }
+    if (total == 0) {
+        return {};
+    }
+    const auto count = static_cast<double>(total);
+    return {static_cast<double>(sum) / count, 100.0 * static_cast<double>(histogram.front()) / count,
+            100.0 * static_cast<double>(histogram.back()) / count};
+}
+
+std::string RightAligned(const std::string& text, std::size_t columns) {
+    return std::string(columns - std::min(columns, text.size()), ' ') + text;
+}
+
 }  // namespace
+
+// Of a colour page: one --levels for each channel, which together take a cast away.
+std::string Statistics::ByChannel() const {
+    std::string text;
+    for (std::size_t s = 0; s < channels_ && channels_ == 3; ++s) {
+        const auto [black, white] = SuggestedLevels(s);
+        text += std::string(s == 0 ? "by channel   " : " ") + "--levels=" + "RGB"[s] + ":" + std::to_string(black) +
+                "," + std::to_string(white);
+    }
+    return text.empty() ? text : text + "\n";
+}
+
+std::string Statistics::ChannelsJson() const {
+    std::string json;
+    for (std::size_t s = 0; s < channels_; ++s) {
+        const Shares shares = SharesOf(histograms_[s]);
+        const auto [black, white] = SuggestedLevels(s);
+        json += std::string(s > 0 ? ", " : "") + "\"" + ChannelName(s, channels_) +
+                "\": {\"mean\": " + FixedText(shares.mean) + ", \"percentBlack\": " + FixedText(shares.black) +
+                ", \"percentWhite\": " + FixedText(shares.white) + ", \"levels\": [" + std::to_string(black) +
+                ", " + std::to_string(white) + "]}";
+    }
+    return json;
+}
 
 std::string Statistics::Json(const std::string& file, double seconds) const {
     std::string json = "{\"file\": " + JsonText(file) + ", \"percentiles\": {";
     for (std::size_t s = 0; s < channels_; ++s) {
-        json += std::string(s > 0 ? ", " : "") + "\"" + (channels_ == 1 ? "grey" : kNames[s]) + "\": {";
+        json += std::string(s > 0 ? ", " : "") + "\"" + ChannelName(s, channels_) + "\": {";
         for (const double percent : kPercents) {
             char key[32];
             std::snprintf(key, sizeof key, "\"%g\": ", percent);
@@ -227,27 +289,28 @@ std::string Statistics::Json(const std::string& file, double seconds) const {
     }
     const auto [black, white] = SuggestedLevels();
     const double rate = seconds > 0.0 ? static_cast<double>(bytes_) / 1e6 / seconds : 0.0;
-    return json + "}, \"levels\": [" + std::to_string(black) + ", " + std::to_string(white) +
-           "], \"pages\": " + std::to_string(pages_) + ", \"lines\": " + std::to_string(lines_) +
-           ", \"megabytesPerSecond\": " + FixedText(rate) +
+    return json + "}, \"channels\": {" + ChannelsJson() + "}, \"levels\": [" + std::to_string(black) + ", " +
+           std::to_string(white) + "], \"pages\": " + std::to_string(pages_) +
+           ", \"lines\": " + std::to_string(lines_) + ", \"megabytesPerSecond\": " + FixedText(rate) +
            ", \"peakMegabytes\": " + FixedText(static_cast<double>(PeakMemory()) / 1e6) + "}";
 }
 
 std::string Statistics::Text(double seconds) const {
-    std::string text = "percentiles  0.5%    5%   25%   50%   75%   95% 99.5%\n";
+    std::string text = "percentiles  0.5%    5%   25%   50%   75%   95% 99.5%    mean  % at 0 % at 255\n";
     for (std::size_t s = 0; s < channels_; ++s) {
-        std::string line = channels_ == 1 ? "grey" : kNames[s];
+        std::string line = ChannelName(s, channels_);
         line.resize(11, ' ');
         for (const double percent : kPercents) {
-            const std::string level = std::to_string(Percentile(histograms_[s], percent));
-            line += std::string(6 - level.size(), ' ') + level;
+            line += RightAligned(std::to_string(Percentile(histograms_[s], percent)), 6);
         }
-        text += line + "\n";
+        const Shares shares = SharesOf(histograms_[s]);
+        text += line + RightAligned(FixedText(shares.mean), 8) + RightAligned(FixedText(shares.black), 8) +
+                RightAligned(FixedText(shares.white), 9) + "\n";
     }
     const double rate = seconds > 0.0 ? static_cast<double>(bytes_) / 1e6 / seconds : 0.0;
     const auto [black, white] = SuggestedLevels();
     return text + "suggested    --levels=" + std::to_string(black) + "," + std::to_string(white) + "\n" +
-           "pages        " + std::to_string(pages_) + "\nlines        " + std::to_string(lines_) +
+           ByChannel() + "pages        " + std::to_string(pages_) + "\nlines        " + std::to_string(lines_) +
            "\nspeed        " + FixedText(rate) + " MB/s\npeak memory  " +
            FixedText(static_cast<double>(PeakMemory()) / 1e6) + " MB\n";
 }

@@ -60,11 +60,16 @@ class Statistics {
         int white;
     };
     Levels SuggestedLevels() const;
+    // The same of one channel by itself.
+    Levels SuggestedLevels(std::size_t channel) const;
 
   private:
     using Histogram = std::array<std::uint64_t, 256>;
 
     static unsigned Percentile(const Histogram& histogram, double percent);
+    static Levels LevelsOf(const Histogram& histogram);
+    std::string ByChannel() const;
+    std::string ChannelsJson() const;
 
     std::array<Histogram, 3> histograms_{};
     std::size_t channels_ = 0;

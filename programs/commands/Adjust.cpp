@@ -15,6 +15,7 @@
 #include "programs/base/Report.h"
 #include "programs/commands/AdjustInput.h"
 #include "programs/commands/DryRun.h"
+#include "programs/io/OutputFile.h"
 #include "programs/io/Signals.h"
 #include "programs/page/CurvePlot.h"
 
@@ -204,6 +205,19 @@ ExitCode ReportFailure(const std::string& name) noexcept {
     return ExitCode::kFailed;
 }
 
+void BeginPlot(const Settings& settings) {
+    if (settings.plot && settings.dryRun) {
+        PrintOutput(DescribePlot(settings));
+    } else if (settings.plot && !settings.AnyAutomatic()) {
+        WriteCurvePlot(*settings.plot, settings.tone, {.force = settings.force, .sync = false});
+    }
+    for (const auto& path : {settings.plot, settings.savePreset}) {
+        if (settings.WritesNumbers() && path) {
+            CheckOutputPath(*path, settings.force);  // it is written when the numbers are known
+        }
+    }
+}
+
 ExitCode RunAdjust(const Settings& settings, RunFiles& files) {
     const OutputName name(settings.output, settings.formatName);
     const bool parallel = settings.jobs > 1 && settings.inputs.size() > 1;
@@ -213,14 +227,23 @@ ExitCode RunAdjust(const Settings& settings, RunFiles& files) {
             throw Error(ExitCode::kUsage, "--jobs: several inputs at a time need %s in the output's name");
         }
     }
-    if (settings.plot && settings.dryRun) {
-        PrintOutput(DescribePlot(settings));
-    } else if (settings.plot) {
-        WriteCurvePlot(*settings.plot, settings.tone, {.force = settings.force, .sync = false});
-    }
+    BeginPlot(settings);
     Progress progress(ShowsProgress(settings) && !settings.dryRun, Weights(settings.inputs));
-    const Run run{settings, name, files, &progress};
-    return parallel && !settings.dryRun ? WorkerPool(run).Work() : RunInThisProcess(run);
+    RunNumbers numbers(settings);
+    const Run run{settings, name, files, numbers, &progress};
+    ExitCode code = ExitCode::kDone;
+    if (parallel && !settings.dryRun) {
+        if (settings.automatic.sameForAll || settings.WritesNumbers()) {
+            FindFirstNumbers(settings, numbers);
+        }
+        code = WorkerPool(run).Work();
+    } else {
+        code = RunInThisProcess(run);
+    }
+    if (settings.WritesNumbers() && code == ExitCode::kDone) {
+        numbers.Finish();
+    }
+    return code;
 }
 
 }  // namespace platen_tool

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "programs/base/Error.h"
+#include "programs/base/Json.h"
 #include "programs/base/Report.h"
 #include "programs/io/LineWriter.h"
 #include "programs/io/OpenReader.h"
@@ -45,6 +46,7 @@ class InputRun {
           nextPage_(nextPage),
           reader_(std::move(reader)),
           progress_(run.progress),
+          automatic_(run.settings, input_, run.numbers),
           begin_(Now()) {
         if (progress_ != nullptr) {
             progress_->BeginFile(input, input_, reader_->PageCount());
@@ -156,18 +158,45 @@ class InputRun {
 
     // For --stats without an output.
     void CountPage(unsigned long page) {
+        std::optional<SpooledPage> spooled;
+        if (settings_.AnyAutomatic()) {
+            PlanPage(settings_, reader_->Info());  // what can't be done is refused
+            FindNumbers(page, spooled);
+        }
         const ImageInfo& info = reader_->Info();
         std::vector<std::uint8_t> line(info.LineBytes());
         for (std::uint32_t y = 0; info.height == 0 || y < info.height; ++y) {
-            if (info.height != 0) {
-                reader_->ReadLine(line.data());
-            } else if (!reader_->ReadLineOrEnd(line.data())) {
+            if (!ReadLine(info, spooled, line.data())) {
                 break;
             }
             statistics_.Add(info, line.data());
             TellProgress(page, y + 1, info.height);
         }
         statistics_.EndPage();
+    }
+
+    // The page's own settings, where there are automatic ones.
+    std::optional<Settings> FindNumbers(unsigned long page, std::optional<SpooledPage>& spooled) {
+        std::string notice;
+        PageNumbers numbers = automatic_.Find(*reader_, page, spooled, notice);
+        Tell(notice);
+        const std::string number = "page " + std::to_string(page) + ": ";
+        for (const std::string& message : numbers.messages) {
+            PrintMessage({input_, ": ", number, message});
+        }
+        if (numbers.settings) {
+            std::string text;
+            std::string json;
+            for (const std::string& option : numbers.options) {
+                text += " " + option;
+                json += (json.empty() ? "" : ", ") + JsonText(option);
+            }
+            Tell(number + (text.empty() ? "no automatic setting changes it" : "found" + text));
+            foundText_ += "found        " + number + (text.empty() ? "nothing" : text.substr(1)) + "\n";
+            foundJson_ += std::string(foundJson_.empty() ? "" : ", ") + "{\"page\": " + std::to_string(page) +
+                          ", \"options\": [" + json + "]}";
+        }
+        return std::move(numbers.settings);
     }
 
     void AdjustPage(unsigned long page) {
@@ -184,6 +213,11 @@ class InputRun {
             info.height = spooled->Height();
             plan = PlanPage(settings_, info);
             Tell("spooled to a temporary file: the page's height wasn't known at first");
+        }
+        if (const auto own = FindNumbers(page, spooled)) {
+            ImageInfo info = reader_->Info();
+            info.height = spooled ? spooled->Height() : info.height;
+            plan = PlanPage(*own, info);
         }
         for (const std::string& notice : plan.notices) {
             Tell(notice);
@@ -227,7 +261,9 @@ class InputRun {
             reader_->ReadLine(line);
             return true;
         } catch (...) {
-            writer_->Settle();
+            if (writer_ != nullptr) {
+                writer_->Settle();
+            }
             throw;
         }
     }
@@ -257,10 +293,15 @@ class InputRun {
     std::string StatisticsText() const {
         const double seconds = Now() - begin_;
         if (settings_.json) {
-            return statistics_.Json(input_, seconds) + "\n";
+            std::string json = statistics_.Json(input_, seconds);
+            if (!foundJson_.empty()) {
+                json.pop_back();
+                json += ", \"found\": [" + foundJson_ + "]}";
+            }
+            return json + "\n";
         }
         std::string text = input_ + ":\n";
-        const std::string lines = statistics_.Text(seconds);
+        const std::string lines = statistics_.Text(seconds) + foundText_;
         for (std::size_t begin = 0; begin < lines.size();) {
             const std::size_t end = lines.find('\n', begin);
             text += "  " + lines.substr(begin, end + 1 - begin);
@@ -299,6 +340,9 @@ class InputRun {
     unsigned long wholePages_ = 0;
     bool allPages_ = false;  // and what fails is no page
     Progress* const progress_;
+    AutomaticPages automatic_;
+    std::string foundText_;  // for --stats: what automatic settings came to, page by page
+    std::string foundJson_;
     Statistics statistics_;
     bool toldReduction_ = false;
     bool toldLeftOut_ = false;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "programs/base/Progress.h"
+#include "programs/commands/AutomaticPages.h"
 #include "programs/io/LineReader.h"
 #include "programs/io/LineWriter.h"
 #include "programs/io/OutputName.h"
@@ -18,6 +19,7 @@ struct Run {
     const Settings& settings;
     const OutputName& name;
     RunFiles& files;
+    RunNumbers& numbers;
     Progress* progress = nullptr;
 };
 

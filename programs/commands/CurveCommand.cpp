@@ -1,5 +1,6 @@
 #include "programs/commands/CurveCommand.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "programs/base/Error.h"
@@ -98,6 +99,10 @@ void RunCurve(const ParsedArguments& arguments) {
         throw Error(ExitCode::kUsage, "--svg=-: the table goes to standard output; name a file");
     }
     const std::vector<ToneStep> steps = list.Finish();
+    if (std::any_of(steps.begin(), steps.end(), IsAutomatic)) {
+        throw Error(ExitCode::kUsage,
+                    "curve: --auto-levels and --auto-white take their numbers from a page, and there is none");
+    }
     if (svg) {
         WriteCurvePlot(*svg, steps, {.force = force, .sync = false});
     }

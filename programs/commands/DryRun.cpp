@@ -86,7 +86,8 @@ std::string DescribePlot(const Settings& settings) {
     }
     return "plot, to " + *settings.plot + "\n" +
            Row("tone", text.empty() ? "nothing: the curve is a straight line" : text) +
-           CurveRows(FoldToneSteps(settings.tone, 24));
+           (settings.AnyAutomatic() ? Row("", "with the first page's numbers")
+                                    : CurveRows(FoldToneSteps(settings.tone, 24)));
 }
 
 std::string DescribeInput(const Run& run, std::size_t index, unsigned long& nextPage) {
@@ -95,6 +96,8 @@ std::string DescribeInput(const Run& run, std::size_t index, unsigned long& next
     const std::string& input = settings.inputs[index];
     const auto reader = OpenReader(input, settings.read);
     const PageRange range = settings.pages.value_or(PageRange{});
+    AutomaticPages automatic(settings, input, run.numbers);
+    std::optional<SpooledPage> spooled;
     std::string text;
     unsigned long page = 1;
     bool more = true;
@@ -104,7 +107,15 @@ std::string DescribeInput(const Run& run, std::size_t index, unsigned long& next
             if (name.HasPage()) {
                 run.files.Claim("-o", output, index);
             }
-            const PagePlan plan = PlanPage(settings, reader->Info());
+            PagePlan plan = PlanPage(settings, reader->Info());
+            std::string notice;
+            const PageNumbers numbers = automatic.Find(*reader, page, spooled, notice);
+            if (numbers.settings) {
+                ImageInfo info = reader->Info();
+                info.height = spooled ? spooled->Height() : info.height;
+                plan = PlanPage(*numbers.settings, info);
+                plan.notices.insert(plan.notices.end(), numbers.messages.begin(), numbers.messages.end());
+            }
             CheckPage(output, settings, reader->FileContainer(), plan, page > range.first && !name.HasPage());
             text += input + ", page " + std::to_string(page);
             text += output.empty() ? "\n" : ", to " + output + "\n";
@@ -118,7 +129,10 @@ std::string DescribeInput(const Run& run, std::size_t index, unsigned long& next
         if (reader->PageCount() == 1) {
             more = false;  // no need to read its lines to find the end
         } else {
-            SkipLines(*reader);
+            if (!spooled) {
+                SkipLines(*reader);
+            }
+            spooled.reset();
             more = reader->NextPage();
         }
     }

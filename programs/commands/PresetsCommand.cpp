@@ -155,7 +155,8 @@ bool SavePreset(CommandBit command, const ParsedArguments& arguments) {
     if (given->value == "-" && goesOn && TakesStandardOutput(command, arguments, settings)) {
         throw Error(ExitCode::kUsage, "--save-preset=-: something else goes to standard output; name a file");
     }
-    if (!settings.dryRun) {
+    // With a page at hand the automatic settings' numbers are kept, when they are known.
+    if (!settings.dryRun && !(goesOn && command != kCurve && settings.AnyAutomatic())) {
         const std::string text = PresetText(arguments.options);
         OutputFile file(given->value, {.force = arguments.Given("force"), .sync = false});
         file.Write(text.data(), text.size());

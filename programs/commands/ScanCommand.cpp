@@ -21,7 +21,7 @@ namespace {
 // Tones are worked on at 8 bits and a threshold of one's own wants greys: then the device isn't asked for lines
 // in black and white, the program makes them.
 bool DeviceMayThreshold(const ScanSettings& settings) {
-    return !settings.page.NeedsEightBits() && !settings.thresholdGiven;
+    return !settings.page.NeedsEightBits() && !settings.thresholdGiven && !settings.page.pixels.autoThreshold;
 }
 
 void SetMode(const ScanSettings& settings, ScanDevice& device, PixelMode mode) {
@@ -100,19 +100,15 @@ void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     const std::string path = name.Make("", nextPage);
     const PagePlan plan = PlanFirstPage(settings, device, path);
     CheckNames(settings, name, files);
-    if (settings.page.dryRun && settings.page.plot) {
-        PrintOutput(DescribePlot(settings.page));
-    }
+    BeginPlot(settings.page);
     if (settings.page.dryRun) {
         const std::string head = settings.device + ", page 1" + (path.empty() ? "" : ", to " + path) + "\n";
         PrintOutput(head + DescribePage(plan));
         return;
     }
-    if (settings.page.plot) {
-        WriteCurvePlot(*settings.page.plot, settings.page.tone, {.force = settings.page.force, .sync = false});
-    }
     Progress progress(ShowsProgress(settings.page), {1});
-    const Run run{settings.page, name, files, &progress};
+    RunNumbers numbers(settings.page);
+    const Run run{settings.page, name, files, numbers, &progress};
     AdjustSheets(run, {!settings.pages, TakeTime}, MakeScanReader(device, settings.pages, settings.page.read),
                  nextPage);
     const unsigned long pages = nextPage - settings.page.firstPageNumber;

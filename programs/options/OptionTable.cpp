@@ -14,6 +14,7 @@ namespace {
 
 constexpr const char* kColour = "Colour and sharpness (8 bits)";
 constexpr const char* kPixels = "Pixels";
+constexpr const char* kAutomatic = "Automatic settings";
 constexpr const char* kSize = "Size; the resolution tag follows";
 constexpr const char* kOutput = "Input and output";
 constexpr const char* kReport = "Reports";
@@ -57,7 +58,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"brightness", 0, "N", kToneGroup, nullptr, kToneUsers, TakeToneOption, kInPresets, {-100, 100}},
     {"contrast", 0, "N", kToneGroup, "%r; adjacent ones combine", kToneUsers,
      TakeToneOption, kInPresets, {-100, 100}},
-    {"levels", 0, "LIST", kToneGroup, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers,
+    {"levels", 0, "[R|G|B:]LIST", kToneGroup, "BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]", kToneUsers,
      TakeToneOption, kInPresets, {}, nullptr, nullptr, nullptr, ','},
     {"gamma", 0, "G", kToneGroup, "%r; below 1: 255 (i/255)^(1/tan(.779 G))", kToneUsers,
      TakeToneOption, kInPresets, {0.1, 9.99}},
@@ -73,6 +74,16 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
     {"balance-highlights", 0, "R,G,B", kToneGroup, "the same for the highlights", kToneUsers,
      TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
+
+    {"auto-levels", 0, "LOW,HIGH", kToneGroup, "--levels from the page, LOW,HIGH % cut (%b)", kPageUsers,
+     TakeToneOption, kInPresets, {0, 49}, nullptr, nullptr, "0.5,0.5", ','},
+    {"auto-white", 0, nullptr, kToneGroup, "levels of each channel that make the paper white", kPageUsers,
+     TakeToneOption, kInPresets},
+
+    Rare({"auto-margin", 0, "N", kAutomatic, "%r percent of each edge that aren't counted (%u)", kPageUsers,
+     [](S o, V v, T t) { t.settings.automatic.margin = ParseInt(o, v); }, kInPresets, {0, 45}, "0"}),
+    Rare({"same-for-all", 0, nullptr, kAutomatic, "the first page's numbers for all pages", kPageUsers,
+     [](S, V, T t) { t.settings.automatic.sameForAll = true; }}),
 
     {"saturation", 0, "N", kColour, nullptr, kPageUsers,
      [](S o, V v, T t) { t.settings.hsv.saturation = ParseInt(o, v); }, kInPresets, {-100, 100}},
@@ -92,8 +103,14 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S o, V v, T t) { t.settings.pixels.depth = Choose(o, v, {1, 8, 16}); },
      kInPresets, {}, nullptr, "1 8 16", nullptr, 0, TakeDeviceDepth},
     {"threshold", 0, "N", kPixels, "%r percent; darker is black in lineart (%u)", kPageUsers,
-     [](S o, V v, T t) { t.settings.pixels.threshold = ParseDecimal(o, v); },
+     [](S o, V v, T t) {
+         t.settings.pixels.threshold = ParseDecimal(o, v);
+         t.settings.pixels.autoThreshold = false;
+     },
      kInPresets, {0, 100}, "50", nullptr, nullptr, 0, TakeDeviceThreshold},
+    Rare({"auto-threshold", 0, "METHOD", kPixels, "--threshold from the page's tones: %b", kPageUsers,
+     [](S o, V v, T t) { t.settings.pixels.autoThreshold = Choose(o, v, {true}); },
+     kInPresets, {}, nullptr, "otsu", "otsu"}),
     {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers,
      [](S, V, T t) { t.settings.pixels.negative = true; }, kInPresets},
 
@@ -121,7 +138,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 
     {"preset", 0, "NAME|FILE", kPresetGroup, "use the options stored there", kToneUsers, TakeByCommand},
     {"save-preset", 0, "FILE", kPresetGroup, "store these options; needs no input", kToneUsers,
-     TakeByCommand},
+     [](S, V v, T t) { t.settings.savePreset = v; }},
 
     {"output", 'o', "FILE", kOutput, "'-' stdout; DIR/; %s input name; %d, %03d page", kPageUsers,
      [](S, V v, T t) { t.settings.output = v; }},
@@ -227,6 +244,9 @@ std::string OptionHelp(const OptionSpec& spec) {
     }
     if (const std::size_t at = text.find("%u"); at != std::string::npos) {
         text.replace(at, 2, row->usual);
+    }
+    if (const std::size_t at = text.find("%b"); at != std::string::npos) {
+        text.replace(at, 2, row->bare);
     }
     return text;
 }

@@ -26,7 +26,7 @@ struct OptionSpec {
     char letter;           // one-letter form, 0: none
     const char* argument;  // its name in the help, null: a flag
     const char* group;     // heading in the help
-    const char* help;      // null: shares the next option's line; %r becomes the range, %u what is usual
+    const char* help;      // null: shares the next option's line; %r becomes the range, %u `usual`, %b `bare`
     unsigned commands;     // CommandBit
 
     // Takes the value into the settings; an Error (kUsage) for one that isn't allowed. Null: the device's alone.

@@ -225,7 +225,8 @@ std::string TomlLine(const GivenOption& option) {
     const OptionSpec& spec = *FindOption(option.name);
     const bool flag = spec.argument == nullptr;
     std::string value = flag ? std::string("true") : TomlScalar(option.value);
-    if (spec.separator != 0) {
+    const bool oneChannel = spec.separator == ',' && option.value.find(':') != std::string::npos;  // "R:0,255"
+    if (spec.separator != 0 && !oneChannel) {
         value = TomlList(option.value, spec.separator);
     }
     return option.name + " = " + value + "\n";

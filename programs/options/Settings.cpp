@@ -71,6 +71,9 @@ void CheckPixels(const Settings& s) {
     if (p.mode == PixelMode::kLineart && p.depth && p.depth != 1) {
         Refuse("--mode=lineart: has 1 bit, so --depth must be 1");
     }
+    if (p.autoThreshold && !s.ToLineart() && s.Typed("auto-threshold")) {
+        Refuse("--auto-threshold: goes with --mode=lineart");
+    }
     if (p.depth == 1 && p.mode == PixelMode::kColor) {
         Refuse("--depth=1: colour at 1 bit is not supported");
     }
@@ -94,6 +97,9 @@ void ResolveFiles(Settings& s, const Terminals& terminals) {
             Refuse("no output: say -o FILE");
         }
         s.output = "-";
+    }
+    if (s.automatic.sameForAll && !s.AnyAutomatic()) {
+        Refuse("--same-for-all: there is no automatic setting");
     }
     if (s.output == "-" && s.plot == "-") {
         Refuse("--plot=-: the page goes to standard output; name a file");
@@ -132,6 +138,7 @@ Settings MakeSettings(const ParsedArguments& arguments, const Terminals& termina
         TakeOption(s, tone, missingStages, option);
     }
     s.tone = tone.Finish();
+    s.presetOptions = s.AnyAutomatic() && s.savePreset ? arguments.options : std::vector<GivenOption>();
     s.inputs = arguments.operands;
     CheckSize(arguments);
     CheckOrder(s, missingStages);

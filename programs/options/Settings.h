@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -53,8 +54,15 @@ struct PixelSettings {
     std::optional<PixelMode> mode;
     std::optional<int> depth;  // 1, 8 or 16
     double threshold = 50.0;   // percent
+    bool autoThreshold = false;
     bool negative = false;
     std::optional<Colour> flatten;  // what alpha is laid over
+};
+
+// How the numbers of automatic settings are found.
+struct AutomaticSettings {
+    int margin = 0;           // percent of the width and of the height that each edge's strip takes, not counted
+    bool sameForAll = false;  // the first page's numbers for the whole run
 };
 
 struct PageRange {
@@ -66,6 +74,7 @@ struct PageRange {
 struct StepOrigin {
     std::vector<std::string> options;  // their names, without dashes
     bool typed = true;                 // on the command line itself; false: in a preset
+    bool automatic = false;            // took the place of an automatic step
 };
 
 // The adjusting command's line, parsed and checked as far as that goes without the input.
@@ -79,6 +88,7 @@ struct Settings {
     int sharpness = 0;
     SizeSettings size;
     PixelSettings pixels;
+    AutomaticSettings automatic;
     std::array<Adjustment, 4> order = {Adjustment::kTone, Adjustment::kHsv, Adjustment::kScale,
                                        Adjustment::kSharpen};
     std::optional<Resolution> inputResolution;
@@ -102,11 +112,28 @@ struct Settings {
     bool stats = false;
     bool json = false;  // the statistics
     std::optional<std::string> plot;
-    std::optional<bool> progress;  // nothing said: on a terminal
+    std::optional<std::string> savePreset;   // where the numbers of automatic settings go into it
+    std::vector<GivenOption> presetOptions;  // what stands there beside them
+    std::optional<bool> progress;            // nothing said: on a terminal
     bool verbose = false;
 
     bool Typed(const std::string& option) const {
         return ofPresets.count(option) == 0;
+    }
+
+    // Whether lines become black and white.
+    bool ToLineart() const {
+        return pixels.mode == PixelMode::kLineart || pixels.depth == 1;
+    }
+
+    // Whether numbers come from the page itself.
+    bool AnyAutomatic() const {
+        return std::any_of(tone.begin(), tone.end(), IsAutomatic) || (pixels.autoThreshold && ToLineart());
+    }
+
+    // Whether such numbers go into a file.
+    bool WritesNumbers() const {
+        return AnyAutomatic() && !dryRun && (plot || savePreset);
     }
 
     // Whether a stage was asked for that works on 8-bit samples only.

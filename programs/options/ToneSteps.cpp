@@ -37,12 +37,30 @@ void CheckSpan(const char* what, int black, int white) {
     }
 }
 
+constexpr std::string_view kChannelLetters = "RGB";
+
+// "R:" before the levels; what follows it is left in `value`.
+Channel TakeChannel(std::string_view& value) {
+    const std::size_t colon = value.find(':');
+    if (colon == std::string_view::npos) {
+        return Channel::kAll;
+    }
+    const std::string_view name = value.substr(0, colon);
+    const std::size_t at = name.size() == 1 ? kChannelLetters.find(name) : std::string_view::npos;
+    if (at == std::string_view::npos) {
+        Refuse("--levels: '" + std::string(name) + ":' is none of the channels R:, G: and B:");
+    }
+    value.remove_prefix(colon + 1);
+    return static_cast<Channel>(at + 1);
+}
+
 LevelsStep ParseLevels(std::string_view value) {
+    LevelsStep step;
+    step.channel = TakeChannel(value);
     const auto parts = SplitText(value, ',');
     if (parts.size() != 2 && parts.size() != 3 && parts.size() != 5) {
         Refuse("--levels: '" + std::string(value) + "' is not BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]");
     }
-    LevelsStep step;
     step.black = ParseInt("--levels: BLACK", parts[0], 0, 247);
     step.white = ParseInt("--levels: WHITE", parts[1], 8, 255);
     if (parts.size() > 2) {
@@ -55,6 +73,16 @@ LevelsStep ParseLevels(std::string_view value) {
     CheckSpan("input", step.black, step.white);
     CheckSpan("output", step.outputBlack, step.outputWhite);
     return step;
+}
+
+AutoLevelsStep ParseAutoLevels(std::string_view value) {
+    const OptionRange range = FindOption("auto-levels")->range;
+    const auto parts = SplitText(value, ',');
+    if (parts.size() != 2) {
+        Refuse("--auto-levels: '" + std::string(value) + "' is not LOW,HIGH");
+    }
+    return {ParseNumber("--auto-levels: LOW", parts[0], range.low, range.high),
+            ParseNumber("--auto-levels: HIGH", parts[1], range.low, range.high)};
 }
 
 CurveStep ParseCurve(std::string_view value) {
@@ -106,8 +134,9 @@ std::string Text(const BrightnessContrastStep& step) {
 }
 
 std::string Text(const LevelsStep& step) {
-    std::string text = "levels " + std::to_string(step.black) + " to " + std::to_string(step.white) + ", gamma " +
-                       NumberText(step.gamma);
+    static constexpr const char* kNames[] = {"levels ", "levels of red ", "levels of green ", "levels of blue "};
+    std::string text = kNames[static_cast<int>(step.channel)] + std::to_string(step.black) + " to " +
+                       std::to_string(step.white) + ", gamma " + NumberText(step.gamma);
     if (step.outputBlack != 0 || step.outputWhite != 255) {
         text += ", output " + std::to_string(step.outputBlack) + " to " + std::to_string(step.outputWhite);
     }
@@ -130,6 +159,14 @@ std::string Text(const BalanceStep& step) {
     static constexpr const char* kNames[] = {"shadows", "midtones", "highlights"};
     return std::string("balance ") + kNames[static_cast<int>(step.group)] + " " + std::to_string(step.shift[0]) +
            "," + std::to_string(step.shift[1]) + "," + std::to_string(step.shift[2]);
+}
+
+std::string Text(const AutoLevelsStep& step) {
+    return "automatic levels, " + NumberText(step.low) + " and " + NumberText(step.high) + " % cut";
+}
+
+std::string Text(const AutoWhiteStep&) {
+    return "automatic white";
 }
 
 }  // namespace
@@ -199,6 +236,10 @@ bool ToneStepList::Take(std::string_view option, std::string_view value) {
         steps_.emplace_back(ParseBalance(BalanceGroup::kMidtones, option, value));
     } else if (option == "balance-highlights") {
         steps_.emplace_back(ParseBalance(BalanceGroup::kHighlights, option, value));
+    } else if (option == "auto-levels") {
+        steps_.emplace_back(ParseAutoLevels(value));
+    } else if (option == "auto-white") {
+        steps_.emplace_back(AutoWhiteStep{});
     } else {
         return false;
     }
@@ -210,8 +251,29 @@ std::vector<ToneStep> ToneStepList::Finish() {
     return steps_;
 }
 
+bool IsAutomatic(const ToneStep& step) {
+    return std::holds_alternative<AutoLevelsStep>(step) || std::holds_alternative<AutoWhiteStep>(step);
+}
+
 bool NeedsColour(const ToneStep& step) {
-    return std::holds_alternative<BalanceStep>(step);
+    const auto* levels = std::get_if<LevelsStep>(&step);
+    return std::holds_alternative<BalanceStep>(step) || (levels != nullptr && levels->channel != Channel::kAll);
+}
+
+std::string LevelsText(const LevelsStep& step) {
+    std::string text;
+    if (step.channel != Channel::kAll) {
+        text = std::string(1, kChannelLetters[static_cast<std::size_t>(step.channel) - 1]) + ":";
+    }
+    text += std::to_string(step.black) + "," + std::to_string(step.white);
+    const bool output = step.outputBlack != 0 || step.outputWhite != 255;
+    if (output || step.gamma < 1.0 || step.gamma > 1.0) {
+        text += "," + NumberText(step.gamma);
+    }
+    if (output) {
+        text += "," + std::to_string(step.outputBlack) + "," + std::to_string(step.outputWhite);
+    }
+    return text;
 }
 
 std::string StepText(const ToneStep& step) {

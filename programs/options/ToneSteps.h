@@ -17,12 +17,15 @@ struct BrightnessContrastStep {
     std::optional<int> contrast;    // -100 to 100
 };
 
+enum class Channel { kAll, kRed, kGreen, kBlue };
+
 struct LevelsStep {
     int black = 0;          // 0 to 247
     int white = 255;        // 8 to 255, at least black + 8
     double gamma = 1.0;     // 0.1 to 9.99
     int outputBlack = 0;    // as black
     int outputWhite = 255;  // as white
+    Channel channel = Channel::kAll;
 };
 
 struct CurvePoint {
@@ -48,7 +51,20 @@ struct BalanceStep {
     std::array<int, 3> shift{};  // red, green, blue, each -100 to 100
 };
 
-using ToneStep = std::variant<BrightnessContrastStep, LevelsStep, CurveStep, CurveGammaStep, BalanceStep>;
+// Automatic steps: their numbers come from the page, and levels steps take their places before anything is folded.
+
+struct AutoLevelsStep {
+    double low = 0.5;   // percent of the samples that may become black, 0 to 49
+    double high = 0.5;  // and white
+};
+
+// The paper's colour becomes white, each channel by itself.
+struct AutoWhiteStep {};
+
+using ToneStep = std::variant<BrightnessContrastStep, LevelsStep, CurveStep, CurveGammaStep, BalanceStep,
+                              AutoLevelsStep, AutoWhiteStep>;
+
+bool IsAutomatic(const ToneStep& step);
 
 // Collects tone options in the order of the command line.
 //   - brightness and contrast next to each other make one step; a repeated option begins another
@@ -92,6 +108,9 @@ class ToneStepList {
 
 // Whether a step acts on colour pictures only.
 bool NeedsColour(const ToneStep& step);
+
+// The value of the --levels that makes this step: "R:10,240".
+std::string LevelsText(const LevelsStep& step);
 
 // The step in words, for plots, tables and --dry-run: "brightness 10, contrast -5".
 std::string StepText(const ToneStep& step);

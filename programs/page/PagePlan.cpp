@@ -60,7 +60,9 @@ class Planner {
         }
         if (ToLineart() && info_.bitsPerSample == 8) {
             info_.bitsPerSample = 1;
-            Add(StageKind::kThreshold, "threshold " + NumberText(settings_.pixels.threshold) + " %");
+            const PixelSettings& pixels = settings_.pixels;
+            Add(StageKind::kThreshold, pixels.autoThreshold ? std::string("automatic threshold")
+                                                            : "threshold " + NumberText(pixels.threshold) + " %");
         }
         FinishOutput();
         return plan_;
@@ -68,7 +70,7 @@ class Planner {
 
   private:
     bool ToLineart() const {
-        return settings_.pixels.mode == PixelMode::kLineart || settings_.pixels.depth == 1;
+        return settings_.ToLineart();
     }
 
     // info_ is what the stage gives; the stage before, or the page, what it takes.
@@ -133,6 +135,7 @@ class Planner {
     }
 
     void PlanTone() {
+        plan_.beforeTone = plan_.stages.size();
         if (chosen_.tone.empty()) {
             return;
         }

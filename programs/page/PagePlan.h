@@ -42,6 +42,7 @@ struct PagePlan {
     HsvSettings hsv;                   // for kHsv
     int sharpness = 0;                 // for kSharpen
     double threshold = 50.0;           // for kThreshold, percent
+    std::size_t beforeTone = 0;        // stages before the place of kTone, whether it is there or not
     Colour background;                 // for kFlatten
     bool reducedTo8 = false;           // 16-bit samples lose bits though nobody asked for it
     std::vector<std::string> notices;  // for -v

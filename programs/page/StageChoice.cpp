@@ -32,7 +32,7 @@ class Chooser {
 
     ChosenStages Choose() {
         const PixelSettings& pixels = settings_.pixels;
-        const bool lineart = pixels.mode == PixelMode::kLineart || pixels.depth == 1;
+        const bool lineart = settings_.ToLineart();
         const bool bilevel = page_.bitsPerSample == 1 && (lineart || (!pixels.mode && !pixels.depth));
         const bool grey = lineart || pixels.mode == PixelMode::kGray ||
                           (page_.ColourSamples() == 1 && pixels.mode != PixelMode::kColor);
@@ -53,7 +53,8 @@ class Chooser {
         if (!left_.empty()) {
             const bool one = Listed(left_).find(' ') == std::string::npos;
             chosen_.leftOut =
-                "left out of the preset: " + Listed(left_) + (one ? " works" : " work") +
+                (preset_ ? "left out of the preset: " : "left out of the automatic settings: ") + Listed(left_) +
+                (one ? " works" : " work") +
                 (bilevel ? " on tones, and the page is bilevel" : " on colours, and the page is grey");
         }
         return chosen_;
@@ -69,6 +70,7 @@ class Chooser {
             const bool known = i < settings_.toneOrigins.size();  // made by hand, settings may say nothing of it
             const StepOrigin origin = known ? settings_.toneOrigins[i] : StepOrigin{{"tone"}};
             Names& names = origin.typed ? typed_ : left_;
+            preset_ = preset_ || !(origin.typed || origin.automatic);
             names.insert(names.end(), origin.options.begin(), origin.options.end());
         }
     }
@@ -76,6 +78,7 @@ class Chooser {
     void TakeOut(const char* name, int& value) {
         if (value != 0) {
             (settings_.Typed(name) ? typed_ : left_).emplace_back(name);
+            preset_ = preset_ || !settings_.Typed(name);
             value = 0;
         }
     }
@@ -103,6 +106,7 @@ class Chooser {
     ChosenStages chosen_;
     Names typed_;
     Names left_;
+    bool preset_ = false;  // whether one of these came with a preset
 };
 
 }  // namespace

@@ -104,13 +104,31 @@ Operation Make(const BalanceStep& step) {
     return op;
 }
 
-}  // namespace
+Operation Make(const AutoLevelsStep&) {
+    return nullptr;  // levels steps have taken its place
+}
 
-ToneTables FoldToneSteps(std::span<const ToneStep> steps, int depth) {
+Operation Make(const AutoWhiteStep&) {
+    return nullptr;
+}
+
+bool IsOneChannels(const ToneStep& step) {
+    const auto* levels = std::get_if<LevelsStep>(&step);
+    return levels != nullptr && levels->channel != Channel::kAll;
+}
+
+bool ActsOn(const ToneStep& step, Channel channel) {
+    return !IsOneChannels(step) || std::get<LevelsStep>(step).channel == channel;
+}
+
+ToneTables Fold(std::span<const ToneStep> steps, int depth, Channel channel) {
     __OpaqeToneWorld* raw = nullptr;
     CheckMemory(NewToneWorld(&raw));
     const World world(raw);
     for (const ToneStep& step : steps) {
+        if (IsAutomatic(step) || !ActsOn(step, channel)) {
+            continue;
+        }
         Operation op = std::visit([](const auto& one) { return Make(one); }, step);
         AddOperation(world.get(), op.get());
         op.release();  // the world disposes of it
@@ -123,6 +141,19 @@ ToneTables FoldToneSteps(std::span<const ToneStep> steps, int depth) {
     curve.blueTable = tables.blue.data();
     MakeToneCurve(world.get(), &curve);
     return tables;
+}
+
+}  // namespace
+
+// The library's levels act on three channels at once. Its operations map each channel's table by itself, so a world
+// for each channel, with the levels that act on it, gives that channel's table.
+ToneTables FoldToneSteps(std::span<const ToneStep> steps, int depth) {
+    constexpr int kColourDepth = 24;
+    if (depth != kColourDepth || !std::any_of(steps.begin(), steps.end(), IsOneChannels)) {
+        return Fold(steps, depth, Channel::kAll);
+    }
+    return {Fold(steps, depth, Channel::kRed).red, Fold(steps, depth, Channel::kGreen).green,
+            Fold(steps, depth, Channel::kBlue).blue};
 }
 
 }  // namespace platen_tool

@@ -19,8 +19,10 @@ struct ToneTables {
     bool operator==(const ToneTables&) const = default;
 };
 
-// Folds the steps through one tone world.
-//   depth  24 for colour, 8 for grey: colour balance then has no effect, so that the three tables are equal
+// Folds the steps through one tone world, or one for each channel where levels act on single channels. Automatic
+// steps have no effect.
+//   depth  24 for colour, 8 for grey: colour balance and levels of single channels then have no effect, so that the
+//          three tables are equal
 ToneTables FoldToneSteps(std::span<const ToneStep> steps, int depth);
 
 }  // namespace platen_tool

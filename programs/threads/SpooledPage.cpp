@@ -6,9 +6,22 @@
 
 namespace platen_tool {
 
+namespace {
+
+bool ReadNext(LineReader& reader, std::uint8_t* line) {
+    if (reader.Info().height == 0) {
+        return reader.ReadLineOrEnd(line);
+    }
+    reader.ReadLine(line);
+    return true;
+}
+
+}  // namespace
+
 SpooledPage::SpooledPage(LineReader& reader) : lineBytes_(reader.Info().LineBytes()) {
     std::vector<std::uint8_t> line(lineBytes_);
-    while (reader.ReadLineOrEnd(line.data())) {
+    const std::uint32_t known = reader.Info().height;
+    while ((known == 0 || height_ < known) && ReadNext(reader, line.data())) {
         spool_.WriteAt(std::uint64_t{height_} * lineBytes_, line.data(), lineBytes_);
         ++height_;
     }

@@ -5,8 +5,8 @@
 
 namespace platen_tool {
 
-// A page whose height isn't known before its last line, for steps that must know it: its lines are moved to a
-// temporary file first and read from there.
+// A page whose height isn't known before its last line, for steps that must know it, or one that can't be had
+// twice, for what must see it whole first: its lines are moved to a temporary file and read from there.
 class SpooledPage {
   public:
     // Takes the reader's page to its end.
@@ -18,6 +18,11 @@ class SpooledPage {
 
     // The next line, or false after the last one.
     bool ReadLine(std::uint8_t* line);
+
+    // The next line is the first one again.
+    void Rewind() {
+        next_ = 0;
+    }
 
   private:
     Spool spool_;

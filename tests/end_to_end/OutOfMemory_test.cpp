@@ -103,6 +103,11 @@ TEST_F(OutOfMemory, PngOnThreeThreads) {
     Sweep({"in.png", "--threads=3", "--scale=50%", "-o", "out.png"}, "out.png");
 }
 
+TEST_F(OutOfMemory, AutomaticSettings) {
+    WriteFile(folder.File("page.ppm"), PnmPage(40, 30, true));
+    Sweep({"page.ppm", "--auto-white", "--auto-levels", "--stats", "-o", "out.png"}, "out.png");
+}
+
 TEST_F(OutOfMemory, Tiff) {
     Make("in.tif", {"--set-resolution=300"});
     Sweep({"in.tif", "--gamma=2", "--stats", "-o", "out.tif"}, "out.tif");

@@ -15,8 +15,8 @@
 namespace platen_test {
 namespace {
 
-constexpr const char* kShipped[] = {"archive-150", "book-yellowed", "fax-200",
-                                    "newspaper",   "photo-neutral", "text-clean"};
+constexpr const char* kShipped[] = {"archive-150", "auto-document", "auto-photo",    "book-yellowed",
+                                    "fax-200",     "newspaper",     "photo-neutral", "text-clean"};
 
 const std::string kUnknown = "'; presets hold options about the picture (see platen-presets(5))\n";
 
@@ -75,9 +75,11 @@ TEST_F(Presets, ThoseThatComeWithTheProgramAreListedWhole) {
 }
 
 TEST_F(Presets, ThoseThatComeWithTheProgramWorkOnAPage) {
+    WriteFile(folder.File("colour.ppm"), "P6 40 30 255\n" + std::string(1800, '\x28') + std::string(1800, '\xC8'));
     const std::string before = Result({});
     for (const char* name : kShipped) {
         const std::string after = Result({"--input-resolution=300", std::string("--preset=") + name});
+        // A grey page is neutral already.
         EXPECT_NE(after, before) << name;
     }
 }
@@ -285,8 +287,9 @@ TEST_F(Presets, WhatIsWrongIsSaidWithFileAndLine) {
     const Outcome unknown = Run({"--preset=nonsense", "grey.pgm", "-o", "x.pgm"});
     EXPECT_EQ(unknown.code, 2);
     EXPECT_EQ(unknown.err,
-              "platen: --preset: there is no 'nonsense'; there are archive-150, book-yellowed, fax-200, newspaper, "
-              "photo-neutral, text-clean (a file's name has a slash or ends in .toml)\n");
+              "platen: --preset: there is no 'nonsense'; there are archive-150, auto-document, auto-photo, "
+              "book-yellowed, "
+              "fax-200, newspaper, photo-neutral, text-clean (a file's name has a slash or ends in .toml)\n");
     EXPECT_EQ(Run({"presets", "nonsense"}).err, "platen: presets: say list, show NAME or check FILE\n");
     EXPECT_EQ(Run({"presets", "nonsense"}).code, 2);
 }

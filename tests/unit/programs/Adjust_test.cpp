@@ -180,14 +180,34 @@ TEST_F(AdjustTest, ASpoolThatFailsHidesNoEarlierErrorOfTheWriter) {
         return ErrorText(ExitCode::kFailed, [&] {
             const OutputName name(output);
             RunFiles files({});
-            AdjustSheets({settings, name, files}, {false, [] {}}, std::make_unique<SpoolBreaker>(scratch_ / ""),
-                         page);
+            RunNumbers numbers(settings);
+            AdjustSheets({settings, name, files, numbers}, {false, [] {}},
+                         std::make_unique<SpoolBreaker>(scratch_ / ""), page);
         });
     };
     setenv("TMPDIR", (scratch_ / "").c_str(), 1);
     EXPECT_EQ(run("/dev/full"), "/dev/full: can't be written: No space left on device");
     EXPECT_EQ(run(scratch_ / "page"), "the temporary file can't be read back");
     unsetenv("TMPDIR");
+}
+
+TEST_F(AdjustTest, AFileThatChangesBetweenItsTwoReadingsIsAnError) {
+    class EightLines : public NumberedLines {
+      public:
+        EightLines() : NumberedLines(8) {
+            info_.height = 8;
+        }
+    };
+    platen_test::WritePages(scratch_ / "file.pgm", {RandomPage(4, 9, 8, 1, 1)});
+    const Settings settings = MakeSettings(ParseArguments(kAdjust, {"--auto-levels", "-o", "x", "in"}), {});
+    const std::string input = scratch_ / "file.pgm";
+    RunNumbers numbers(settings);
+    AutomaticPages pages(settings, input, numbers);
+    EightLines reader;
+    std::optional<SpooledPage> spooled;
+    std::string notice;
+    EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { pages.Find(reader, 1, spooled, notice); }),
+              "the file has changed while it was read");
 }
 
 TEST_F(AdjustTest, AMissingPageIsAnError) {

@@ -87,7 +87,8 @@ class DryRunOfFiles : public testing::Test {
         settings.inputs = {path};
         const OutputName name(output);
         RunFiles files(settings.inputs);
-        return DescribeInput({settings, name, files}, 0, next);
+        RunNumbers numbers(settings);
+        return DescribeInput({settings, name, files, numbers}, 0, next);
     }
 
     platen_test::Scratch scratch_;

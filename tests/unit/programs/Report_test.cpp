@@ -27,7 +27,9 @@ TEST(Statistics, PercentilesAndLevelsOfAGreyRamp) {
     statistics.Add(Info(1000, 8, 1), ramp.data());
     statistics.EndPage();
     const std::string text = statistics.Text(1.0);
-    EXPECT_NE(text.find("grey           20    29    69   119   169   209   218\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("grey           20    29    69   119   169   209   218   119.5     0.0      0.0\n"),
+              std::string::npos)
+        << text;
     EXPECT_NE(text.find("--levels=20,218\n"), std::string::npos) << text;
     EXPECT_NE(text.find("pages        1\nlines        1\n"), std::string::npos) << text;
     EXPECT_NE(text.find(" MB/s\npeak memory  "), std::string::npos) << text;
@@ -43,11 +45,39 @@ TEST(Statistics, AlphaDoesNotCountAndChannelsAreApart) {
     EXPECT_NE(text.find("--levels=10,30\n"), std::string::npos) << text;
 }
 
+TEST(Statistics, TellsOfEachChannel) {
+    std::vector<std::uint8_t> line;
+    for (int i = 0; i < 200; ++i) {
+        const auto level = static_cast<std::uint8_t>(i);
+        line.insert(line.end(), {level, static_cast<std::uint8_t>(i < 50 ? 0 : 100),
+                                 static_cast<std::uint8_t>(i < 150 ? 255 : 7)});
+    }
+    Statistics statistics;
+    statistics.Add(Info(200, 8, 3), line.data());
+    const std::string text = statistics.Text(1.0);
+    EXPECT_EQ(text.find("percentiles  0.5%    5%   25%   50%   75%   95% 99.5%    mean  % at 0 % at 255\n"), 0u)
+        << text;
+    EXPECT_NE(text.find("red             0     9    49    99   149   189   198    99.5     0.5      0.0\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("green           0     0     0   100   100   100   100    75.0    25.0      0.0\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("   193.0     0.0     75.0\n"), std::string::npos);
+    EXPECT_NE(text.find("by channel   --levels=R:0,198 --levels=G:0,100 --levels=B:7,255\n"), std::string::npos)
+        << text;
+    const std::string json = statistics.Json("a", 1.0);
+    EXPECT_NE(json.find("\"channels\": {\"red\": {\"mean\": 99.5, \"percentBlack\": 0.5, \"percentWhite\": 0.0, "
+                        "\"levels\": [0, 198]}, \"green\": {"),
+              std::string::npos)
+        << json;
+}
+
 TEST(Statistics, WhatIsFullyTransparentDoesNotCount) {
     const std::uint8_t line[] = {10, 0, 40, 1, 50, 255};
     Statistics statistics;
     statistics.Add(Info(3, 8, 2), line);
-    EXPECT_NE(statistics.Text(1.0).find("grey           40    40    40    40    50    50    50\n"),
+    EXPECT_NE(statistics.Text(1.0).find(
+                  "grey           40    40    40    40    50    50    50    45.0     0.0      0.0\n"),
               std::string::npos)
         << statistics.Text(1.0);
     const std::uint16_t wide[] = {0x1000, 0, 0x2000, 1};

@@ -67,6 +67,57 @@ TEST(ToneSteps, LevelsErrorsNameThePartAndItsRange) {
     EXPECT_EQ(Texts({{"levels", "10,18"}}).size(), 1u);
 }
 
+TEST(ToneSteps, LevelsOfOneChannel) {
+    EXPECT_EQ(Texts({{"levels", "R:10,240"}, {"levels", "G:0,200,2"}, {"levels", "B:0,255,1,5,250"}}),
+              (Strings{"levels of red 10 to 240, gamma 1", "levels of green 0 to 200, gamma 2",
+                       "levels of blue 0 to 255, gamma 1, output 5 to 250"}));
+    const auto text = [](const char* value) { return UsageText([value] { Steps({{"levels", value}}); }); };
+    EXPECT_EQ(text("X:1,9"), "--levels: 'X:' is none of the channels R:, G: and B:");
+    EXPECT_EQ(text("RG:1,9"), "--levels: 'RG:' is none of the channels R:, G: and B:");
+    EXPECT_EQ(text(":1,9"), "--levels: ':' is none of the channels R:, G: and B:");
+    EXPECT_EQ(text("R:10"), "--levels: '10' is not BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]");
+    for (const char* value : {"R:10,240", "G:0,200,2", "B:0,255,0.5,5,250", "3,99", "0,255,1,5,250"}) {
+        const std::string again = LevelsText(std::get<LevelsStep>(Steps({{"levels", value}}).front()));
+        EXPECT_EQ(again, value);
+    }
+    EXPECT_TRUE(NeedsColour(Steps({{"levels", "B:0,9"}}).front()));
+    EXPECT_FALSE(NeedsColour(Steps({{"levels", "0,9"}}).front()));
+}
+
+// A channel's table is the one that the same levels give all three.
+TEST(ToneTables, LevelsOfOneChannelLeaveTheOthers) {
+    const ToneTables identity = FoldToneSteps({}, 24);
+    const ToneTables all = FoldToneSteps(Steps({{"gamma", "2"}, {"levels", "20,200,1.5"}, {"contrast", "20"}}), 24);
+    const ToneTables without = FoldToneSteps(Steps({{"gamma", "2"}, {"contrast", "20"}}), 24);
+    const ToneTables green =
+        FoldToneSteps(Steps({{"gamma", "2"}, {"levels", "G:20,200,1.5"}, {"contrast", "20"}}), 24);
+    EXPECT_EQ(green.green, all.green);
+    EXPECT_EQ(green.red, without.red);
+    EXPECT_EQ(green.blue, without.blue);
+    const ToneTables three = FoldToneSteps(Steps({{"levels", "R:20,200"},
+                                                  {"levels", "G:20,200"},
+                                                  {"levels", "B:20,200"},
+                                                  {"balance-shadows", "9,0,-9"}}),
+                                           24);
+    EXPECT_TRUE(three == FoldToneSteps(Steps({{"levels", "20,200"}, {"balance-shadows", "9,0,-9"}}), 24));
+    EXPECT_TRUE(FoldToneSteps(Steps({{"levels", "R:20,200"}}), 8) == identity) << "a grey page has no red";
+    EXPECT_TRUE(FoldToneSteps(Steps({{"auto-levels", "0.5,0.5"}, {"auto-white", ""}}), 24) == identity);
+}
+
+TEST(ToneSteps, AutomaticStepsKeepTheirPlaces) {
+    EXPECT_EQ(Texts({{"auto-white", ""}, {"gamma", "2"}, {"auto-levels", "1,0.25"}}),
+              (Strings{"automatic white", "levels 0 to 255, gamma 2", "automatic levels, 1 and 0.25 % cut"}));
+    EXPECT_EQ(UsageText([] { Steps({{"auto-levels", "1"}}); }), "--auto-levels: '1' is not LOW,HIGH");
+    EXPECT_EQ(UsageText([] {
+                  Steps({{"auto-levels", "50,1"}});
+              }),
+              "--auto-levels: LOW: '50' is out of range; allowed are 0 to 49");
+    EXPECT_EQ(UsageText([] {
+                  Steps({{"auto-levels", "1,-1"}});
+              }),
+              "--auto-levels: HIGH: '-1' is out of range; allowed are 0 to 49");
+}
+
 TEST(ToneSteps, CurveKindBelongsToTheCurveBesideIt) {
     const char* points = "0,0:64,70:128,140:192,200:255,255";
     const std::string tail = " 0,0 64,70 128,140 192,200 255,255";
