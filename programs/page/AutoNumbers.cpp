@@ -154,7 +154,7 @@ class Finder {
         if (levels.black == 0 && levels.white == 255) {
             return {};
         }
-        return {levels};
+        return {ReachingWhite(levels, levels.white)};
     }
 
     // How many pixels have a lightness, and those beside it.
@@ -194,21 +194,21 @@ class Finder {
             step.channel = channels_ == 3 ? static_cast<Channel>(channel + 1) : Channel::kAll;
             const int white = (*table[channel])[static_cast<std::size_t>(level)];
             step.white = std::max(white, kSmallestWhite);
-            if (step.white > kSmallestWhite && !MakesWhite(step, white)) {
-                --step.white;
-            }
             if (step.white < 255) {
-                steps.push_back(step);
+                steps.push_back(ReachingWhite(step, white));
             }
         }
         return steps;
     }
 
     // Levels are cut to whole numbers, and the white point itself may come out at 254.
-    static bool MakesWhite(LevelsStep step, int level) {
-        step.channel = Channel::kAll;
-        const ToneStep steps[] = {step};
-        return FoldToneSteps(steps, 8).red[static_cast<std::size_t>(level)] == 255;
+    static LevelsStep ReachingWhite(LevelsStep step, int level) {
+        LevelsStep all = step;
+        all.channel = Channel::kAll;
+        const ToneStep steps[] = {all};
+        const bool white = FoldToneSteps(steps, 8).red[static_cast<std::size_t>(level)] == 255;
+        step.white -= white || step.white <= kSmallestWhite ? 0 : 1;
+        return step;
     }
 
     void FindThreshold() {

@@ -88,8 +88,8 @@ TEST(AutoNumbers, EachStepSeesTheStepsBeforeIt) {
     const PageCounts counts = CountsOf(1, {{{50}, 100}, {{200}, 300}});
     EXPECT_EQ(Found({"--auto-levels"}, counts), Strings{"--levels=50,200"});
     EXPECT_EQ(Found({"--negative", "--levels=0,255,1,55,255", "--auto-levels"}, counts),
-              Strings{"--levels=94,211"});
-    EXPECT_EQ(Found({"--auto-white", "--auto-levels"}, counts), (Strings{"--levels=0,199", "--levels=64,255"}));
+              Strings{"--levels=94,210"});
+    EXPECT_EQ(Found({"--auto-white", "--auto-levels"}, counts), (Strings{"--levels=0,199", "--levels=64,254"}));
     EXPECT_EQ(Found({"--auto-levels", "--auto-white"}, counts), (Strings{"--levels=50,200"}));
 }
 
