@@ -85,13 +85,13 @@ class InputRun {
             throw NoSuchPage(page - 1);
         }
         // Whatever can fail comes before the output's appearance.
-        const std::string statistics = settings_.stats ? StatisticsText() : "";
+        std::string statistics = settings_.stats ? StatisticsText() : "";
         allPages_ = true;
         CommitWriter();
         if (inputsPage_ != nullptr) {
             inputsPage_->Commit();
         }
-        PrintStatistics(statistics);
+        PrintStatistics(std::move(statistics));
     }
 
     bool NextPage() {
