@@ -213,7 +213,8 @@ void BeginPlot(const Settings& settings) {
     }
     for (const auto& path : {settings.plot, settings.savePreset}) {
         if (settings.WritesNumbers() && path) {
-            CheckOutputPath(*path, {.force = settings.force, .sync = false});  // it is written when the numbers are known
+            CheckOutputPath(*path,
+                            {.force = settings.force, .sync = false});  // it is written when the numbers are known
         }
     }
 }
