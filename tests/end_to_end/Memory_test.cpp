@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -88,6 +89,66 @@ TEST_F(Memory, ATenTimesTallerPageTakesNoMore) {
             return least;
         };
         EXPECT_LT(peak("tall"), peak("short") * 1.05) << ending;
+    }
+}
+
+// What SECURITY.md promises for files that are small and pages that are large.
+TEST_F(Memory, ABlankPageOf65MegapixelsTakesTheMemoryOfItsLines) {
+    constexpr int kWidth = 65000;
+    constexpr int kHeight = 1000;
+    const std::string page = folder.File("page.pgm");
+    {
+        std::ofstream stream(page, std::ios::binary);
+        stream << "P5 " << kWidth << " " << kHeight << " 255\n";
+        const std::string line(kWidth, '\0');
+        for (int y = 0; y < kHeight; ++y) {
+            stream << line;
+        }
+        EXPECT_TRUE(stream.good());
+    }
+    const std::vector<std::vector<std::string>> formats = {{"a.png"},
+                                                           {"a.jpg"},
+                                                           {"a.tif"},
+                                                           {"b.tif", "--compression=deflate"},
+                                                           {"c.tif", "--compression=packbits"},
+                                                           {"e.tif", "--mode=lineart", "--compression=g4"}};
+    for (const auto& format : formats) {
+        std::vector<std::string> words = {page, "-o", folder.File(format[0])};
+        words.insert(words.end(), format.begin() + 1, format.end());
+        ASSERT_EQ(Spawn(words).code, 0) << format[0];
+        EXPECT_LT(std::filesystem::file_size(folder.File(format[0])), 8u << 20) << format[0];
+        EXPECT_LE(PeakMegabytes({folder.File(format[0]), "--format=pnm", "-f", "-o", "/dev/null"}), 16.0)
+            << format[0];
+    }
+}
+
+TEST_F(Memory, SizesThatAFileOnlyClaimsTakeNone) {
+    const auto limited = [&](const std::string& name) {  // in a quarter of a gigabyte, all libraries included
+        Streams streams;
+        streams.program = "sh";
+        return Spawn({"-c", "ulimit -v 262144; exec " PLATEN_PROGRAM " '" + folder.File(name) +
+                                "' -o /dev/null --format=pnm"},
+                     streams);
+    };
+    const std::string tiff(
+        "II*\0\x08\0\0\0\x05\0"
+        "\0\1\4\0\1\0\0\0\xFF\xFF\0\0"
+        "\1\1\4\0\1\0\0\0\xA0\x0F\0\0"
+        "\x06\1\3\0\1\0\0\0\1\0\0\0"
+        "\x11\1\4\0\1\0\0\0\x08\0\0\0"
+        "\x17\1\4\0\1\0\0\0\xFF\xFF\xFF\x7F\0\0\0\0",
+        74);
+    const std::vector<std::pair<std::string, std::string>> files = {
+        {"a.pgm", "P5 65535 4000 255\n"},
+        {"b.pam", "P7\nWIDTH 65535\nHEIGHT 4000\nDEPTH 4\nMAXVAL 65535\nTUPLTYPE RGB_ALPHA\nENDHDR\n"},
+        {"c.ppm", "P6 2000000000 2000000000 65535\n"},
+        {"d.tif", tiff}};
+    for (const auto& [name, bytes] : files) {
+        WriteFile(folder.File(name), bytes);
+        const Outcome outcome = limited(name);
+        EXPECT_EQ(outcome.code, 1) << name << outcome.err;
+        EXPECT_NE(outcome.err.find("platen: "), std::string::npos) << name;
+        EXPECT_EQ(outcome.err.find("out of memory"), std::string::npos) << name << outcome.err;
     }
 }
 
