@@ -8,9 +8,12 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <vector>
 
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
+#include "programs/io/ColourTransform.h"
 #include "programs/io/Exif.h"
 #include "programs/io/JpegMarkers.h"
 #include "programs/io/Ratios.h"
@@ -123,7 +126,9 @@ void ReadProfile(void* pointer) {
 void Start(void* pointer) {
     auto* state = static_cast<JpegState*>(pointer);
     state->codec.dct_method = JDCT_ISLOW;
-    state->codec.out_color_space = state->codec.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
+    state->codec.out_color_space = state->codec.num_components == 1   ? JCS_GRAYSCALE
+                                   : state->codec.num_components == 4 ? JCS_CMYK
+                                                                      : JCS_RGB;
     jpeg_start_decompress(&state->codec);
 }
 
@@ -180,8 +185,11 @@ class JpegReader : public LineReader {
         if (nextLine_ >= info_.height) {
             throw Error(ExitCode::kFailed, "read past the last line");
         }
-        state_.row = line;
+        state_.row = transform_ ? inks_.data() : line;
         Run(ReadRow);
+        if (transform_) {
+            transform_->Apply(inks_.data(), line, info_.width);
+        }
         ++nextLine_;
     }
 
@@ -237,12 +245,11 @@ class JpegReader : public LineReader {
 
     void CheckColours() {
         const J_COLOR_SPACE space = state_.codec.jpeg_color_space;
-        if (space == JCS_CMYK || space == JCS_YCCK) {
-            throw Error(ExitCode::kUnsupported, "the JPEG is CMYK; grey and RGB are supported");
-        }
-        if (space != JCS_GRAYSCALE && space != JCS_RGB && space != JCS_YCbCr) {
-            throw Error(ExitCode::kUnsupported, "the JPEG has " + std::to_string(state_.codec.num_components) +
-                                                    " components of no known kind; grey and RGB are supported");
+        const bool inks = space == JCS_CMYK || space == JCS_YCCK;
+        if (!inks && space != JCS_GRAYSCALE && space != JCS_RGB && space != JCS_YCbCr) {
+            throw Error(ExitCode::kUnsupported,
+                        "the JPEG has " + std::to_string(state_.codec.num_components) +
+                            " components of no known kind; grey, RGB and CMYK are supported");
         }
     }
 
@@ -273,8 +280,9 @@ class JpegReader : public LineReader {
                                                     " of memory; allowed are " +
                                                     std::to_string(kMostCoefficientBytes >> 20) + " MiB");
         }
-        notice_ = "the JPEG is progressive or in several scans: " + amount + " of memory hold it, at most " +
-                  std::to_string(kMostCoefficientBytes >> 20) + " MiB are allowed";
+        notice_ += notice_.empty() ? "" : "; ";
+        notice_ += "the JPEG is progressive or in several scans: " + amount + " of memory hold it, at most " +
+                   std::to_string(kMostCoefficientBytes >> 20) + " MiB are allowed";
     }
 
     void Describe() {
@@ -293,6 +301,19 @@ class JpegReader : public LineReader {
         if (state_.profile != nullptr) {
             info_.iccProfile.assign(state_.profile, state_.profile + state_.profileBytes);
         }
+        if (state_.codec.num_components == 4) {
+            ConvertInks();
+        }
+    }
+
+    // Whoever says that the file follows Adobe's rules says that 255 is no ink.
+    void ConvertInks() {
+        using From = ColourTransform::From;
+        const bool inverted = state_.codec.saw_Adobe_marker != FALSE;
+        transform_.emplace(inverted ? From::kCmyk8Inverted : From::kCmyk8, info_.iccProfile, "the JPEG");
+        info_.iccProfile.clear();
+        inks_.resize(std::size_t{info_.width} * 4);
+        notice_ = transform_->Notice();
     }
 
     void ReadMarkers() {
@@ -330,6 +351,8 @@ class JpegReader : public LineReader {
     JpegState state_;
     ImageInfo info_;
     std::string notice_;
+    std::optional<ColourTransform> transform_;  // of CMYK
+    std::vector<std::uint8_t> inks_;
     std::uint32_t nextLine_ = 0;
     bool progressive_ = false;
     bool ended_ = false;

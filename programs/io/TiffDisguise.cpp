@@ -16,6 +16,7 @@ constexpr std::uint16_t kShown[] = {
     281,   282, 283, 284, 292, 293,       // resolution, planes, fax options
     296,   317, 320, 322, 323, 324, 325,  // unit, predictor, palette, tiles
     326,   327, 328,                      // fax lines
+    332,                                  // the kind of inks
     338,   339, 347,                      // extra samples, their format, JPEG's tables
     512,   513, 514, 515, 517, 518, 519, 520, 521,  // the old kind of JPEG, to be refused as such
     529,   530, 531, 532,                           // YCbCr

@@ -22,13 +22,14 @@ std::string PhotometricName(unsigned photometric) {
         case PHOTOMETRIC_MASK:
             return "a transparency mask";
         case PHOTOMETRIC_SEPARATED:
-            return "CMYK or other inks";
+            return "of other inks than CMYK, or of CMYK with less than 8 bits";
         case PHOTOMETRIC_YCBCR:
-            return "YCbCr that is not JPEG";
+            return "YCbCr in tiles, planes or other than 8 bits";
         case PHOTOMETRIC_CIELAB:
+            return "CIE L*a*b* with less than 8 bits";
         case PHOTOMETRIC_ICCLAB:
         case PHOTOMETRIC_ITULAB:
-            return "CIE L*a*b*";
+            return "ICC's or ITU's L*a*b*";
         default:
             return "photometric interpretation " + std::to_string(photometric);
     }
@@ -110,12 +111,28 @@ int ReadColours(TIFF* tiff, TiffLayout& layout) {
                 TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
                 return 3;
             }
+            if (layout.bits == 8 && layout.samples == 3 && !layout.separate && !layout.tiled) {
+                layout.colours = TiffLayout::Colours::kYcbcr;
+                return 3;
+            }
+            break;
+        case PHOTOMETRIC_SEPARATED:
+            if (layout.bits >= 8 && Tag16(tiff, TIFFTAG_INKSET, INKSET_CMYK) == INKSET_CMYK) {
+                layout.colours = TiffLayout::Colours::kCmyk;
+                return 4;
+            }
+            break;
+        case PHOTOMETRIC_CIELAB:
+            if (layout.bits >= 8) {
+                layout.colours = TiffLayout::Colours::kLab;
+                return 3;
+            }
             break;
         default:
             break;
     }
     Unsupported("the TIFF is " + PhotometricName(photometric) +
-                "; bilevel, grey, RGB, palette and JPEG's YCbCr are supported");
+                "; bilevel, grey, RGB, palette, CMYK, YCbCr and CIE L*a*b* are supported");
 }
 
 void ReadAlpha(TIFF* tiff, TiffLayout& layout, int colours) {
@@ -129,7 +146,9 @@ void ReadAlpha(TIFF* tiff, TiffLayout& layout, int colours) {
     const bool alpha = known && layout.samples > colours &&
                        (kinds[0] == EXTRASAMPLE_ASSOCALPHA || kinds[0] == EXTRASAMPLE_UNASSALPHA);
     layout.associatedAlpha = alpha && kinds[0] == EXTRASAMPLE_ASSOCALPHA;
-    layout.kept = colours + (alpha ? 1 : 0);
+    // Converted colours have no alpha.
+    layout.kept = colours + (alpha && layout.colours == TiffLayout::Colours::kOwn ? 1 : 0);
+    layout.associatedAlpha = layout.associatedAlpha && layout.kept > colours;
 }
 
 void ReadMetadata(TIFF* tiff, ImageInfo& info) {
@@ -158,7 +177,8 @@ TiffLayout ReadTiffLayout(TIFF* tiff, ImageInfo& info) {
     CheckCompression(layout);
     const int colours = ReadColours(tiff, layout);
     ReadAlpha(tiff, layout, colours);
-    info.samplesPerPixel = layout.palette.empty() ? layout.kept : 3;
+    const bool converted = layout.colours != TiffLayout::Colours::kOwn;
+    info.samplesPerPixel = layout.palette.empty() && !converted ? layout.kept : 3;
     const bool bilevel = layout.bits == 1 && layout.samples == 1 && layout.palette.empty();
     info.bitsPerSample = bilevel ? 1 : layout.bits == 16 ? 16 : 8;
     ReadMetadata(tiff, info);

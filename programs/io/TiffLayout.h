@@ -20,6 +20,12 @@ struct TiffLayout {
     bool whiteIsZero = false;
     bool associatedAlpha = false;  // colours are stored multiplied with alpha
     int compression = 1;
+    enum class Colours {
+        kOwn,
+        kCmyk,
+        kLab,
+        kYcbcr
+    } colours = Colours::kOwn;          // others than lines have are converted
     std::vector<std::uint8_t> palette;  // 3 bytes an entry, 2^bits entries; empty: not a palette image
 
     int Planes() const {

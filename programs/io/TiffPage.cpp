@@ -30,6 +30,17 @@ void Unmultiply(std::uint8_t* line, std::size_t pixels, std::size_t samples) {
 
 TiffPage::TiffPage(TiffHandle& handle, const TiffSource& source, const TiffLayout& layout, const ImageInfo& info)
     : layout_(layout), info_(info), rows_(MakeTiffRows(handle, source, layout, info)) {
+    if (layout.colours == TiffLayout::Colours::kYcbcr) {
+        return;  // its rows come as RGB
+    }
+    if (layout.colours != TiffLayout::Colours::kOwn) {
+        using From = ColourTransform::From;
+        const bool deep = layout.bits == 16;
+        const From from = layout.colours == TiffLayout::Colours::kLab ? (deep ? From::kLab16 : From::kLab8)
+                                                                      : (deep ? From::kCmyk16 : From::kCmyk8);
+        transform_ = std::make_unique<ColourTransform>(from, info.iccProfile, "the TIFF");
+        colours_.resize(std::size_t{info.width} * transform_->Samples() * transform_->SampleBytes());
+    }
     const auto perPixel = static_cast<std::size_t>(layout.bits * (layout.separate ? 1 : layout.samples));
     const std::size_t expected = (info.width * perPixel + 7) / 8;
     if (!layout.tiled && TIFFScanlineSize64(handle.Get()) != expected) {
@@ -51,6 +62,15 @@ void TiffPage::ReadLine(std::uint32_t y, std::uint8_t* line) {
     if (!layout_.palette.empty()) {
         rows_->ReadRow(y, 0, row_.data());
         LookUp(line);
+        return;
+    }
+    if (layout_.colours == TiffLayout::Colours::kYcbcr) {
+        rows_->ReadRow(y, 0, line);
+        return;
+    }
+    if (transform_ != nullptr) {
+        Gather(y, colours_.data());
+        transform_->Apply(colours_.data(), line, info_.width);
         return;
     }
     Gather(y, line);

@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "programs/io/ColourTransform.h"
 #include "programs/io/TiffHandle.h"
 #include "programs/io/TiffLayout.h"
 #include "programs/io/TiffRows.h"
@@ -17,6 +19,11 @@ class TiffPage {
 
     void ReadLine(std::uint32_t y, std::uint8_t* line);
 
+    // How colours are converted, for -v; empty: not at all.
+    std::string Notice() const {
+        return transform_ != nullptr ? transform_->Notice() : "";
+    }
+
   private:
     void Gather(std::uint32_t y, std::uint8_t* line);
     void PickSamples(int plane, std::uint8_t* line);
@@ -28,6 +35,8 @@ class TiffPage {
     ImageInfo info_;
     std::unique_ptr<TiffRows> rows_;
     std::vector<std::uint8_t> row_;
+    std::unique_ptr<ColourTransform> transform_;
+    std::vector<std::uint8_t> colours_;  // of a line, before they are converted
 };
 
 }  // namespace platen_tool

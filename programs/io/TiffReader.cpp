@@ -61,8 +61,11 @@ class TiffReader : public LineReader {
     }
     std::string Notice() const override {
         const std::string spooled = spool_ ? "spooled to a temporary file: a TIFF can't be read from a pipe" : "";
-        const std::string layout = TiffLayoutNotice(layout_);
-        return spooled.empty() || layout.empty() ? spooled + layout : spooled + "; " + layout;
+        std::string all = spooled;
+        for (const std::string& one : {TiffLayoutNotice(layout_), rows_ ? rows_->Notice() : std::string()}) {
+            all += (all.empty() || one.empty() ? "" : "; ") + one;
+        }
+        return all;
     }
 
     void ReadLine(std::uint8_t* line) override {
@@ -181,6 +184,10 @@ class TiffReader : public LineReader {
         info_ = info;
         if (!headersOnly_) {
             rows_.emplace(*handle_, source_, layout_, info_);
+        }
+        const bool inks = layout_.colours == TiffLayout::Colours::kCmyk;
+        if (inks || layout_.colours == TiffLayout::Colours::kLab) {
+            info_.iccProfile.clear();  // it is of the colours before
         }
         nextLine_ = 0;
         page_ = page;

@@ -12,6 +12,7 @@ namespace platen_tool {
 namespace {
 
 constexpr std::uint64_t kMostTileRowBytes = 128 << 20;
+constexpr std::uint64_t kMostYcbcrPixels = 4 << 20;
 constexpr std::uint64_t kMostStripBytes = 4 << 20;  // decoded whole, of all planes
 
 [[noreturn]] void Damaged(const char* what) {
@@ -150,6 +151,49 @@ class StripRows : public TiffRows {
     std::vector<Strip> strips_;
 };
 
+// YCbCr, whose colours may lie coarser than its light: the codec library makes RGB of whole strips. One is held.
+class YcbcrRows : public TiffRows {
+  public:
+    YcbcrRows(TiffHandle& handle, const ImageInfo& info)
+        : handle_(handle), width_(info.width), height_(info.height) {
+        TIFFGetFieldDefaulted(handle.Get(), TIFFTAG_ROWSPERSTRIP, &rowsPerStrip_);
+        rowsPerStrip_ = std::clamp<std::uint32_t>(rowsPerStrip_, 1, height_);
+        if (std::uint64_t{rowsPerStrip_} * width_ > kMostYcbcrPixels) {
+            throw Error(ExitCode::kUnsupported, "the TIFF is YCbCr in strips of more than 4 million pixels");
+        }
+        TIFFSetField(handle.Get(), TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);  // else it would turn them
+        // Taken now: the codec library would do without, where it finds no memory.
+        float* range = nullptr;
+        if (TIFFGetFieldDefaulted(handle.Get(), TIFFTAG_REFERENCEBLACKWHITE, &range) == 0 || range == nullptr) {
+            throw Error(ExitCode::kFailed, "out of memory");
+        }
+        pixels_.resize(std::size_t{rowsPerStrip_} * width_);
+    }
+
+    void ReadRow(std::uint32_t y, int, std::uint8_t* row) override {
+        const std::uint32_t first = y - y % rowsPerStrip_;
+        const std::uint32_t rows = std::min(rowsPerStrip_, height_ - first);
+        if (y == first) {
+            handle_.Expect();
+            const int result = TIFFReadRGBAStripExt(handle_.Get(), first, pixels_.data(), 1);
+            handle_.Check(result == 1, "the TIFF is damaged");
+        }
+        const std::uint32_t* pixels = pixels_.data() + std::size_t{rows - 1 - (y - first)} * width_;  // upside down
+        for (std::size_t x = 0; x < width_; ++x) {
+            row[3 * x] = static_cast<std::uint8_t>(TIFFGetR(pixels[x]));
+            row[3 * x + 1] = static_cast<std::uint8_t>(TIFFGetG(pixels[x]));
+            row[3 * x + 2] = static_cast<std::uint8_t>(TIFFGetB(pixels[x]));
+        }
+    }
+
+  private:
+    TiffHandle& handle_;
+    std::uint32_t width_;
+    std::uint32_t height_;
+    std::uint32_t rowsPerStrip_ = 1;
+    std::vector<std::uint32_t> pixels_;
+};
+
 // Tiles: one row of them, of all planes, is held decoded.
 class TileRows : public TiffRows {
   public:
@@ -235,6 +279,9 @@ class TileRows : public TiffRows {
 
 std::unique_ptr<TiffRows> MakeTiffRows(TiffHandle& handle, const TiffSource& source, const TiffLayout& layout,
                                        const ImageInfo& info) {
+    if (layout.colours == TiffLayout::Colours::kYcbcr) {
+        return std::make_unique<YcbcrRows>(handle, info);
+    }
     if (layout.tiled) {
         return std::make_unique<TileRows>(handle, layout, info);
     }

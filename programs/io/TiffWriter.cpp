@@ -201,12 +201,25 @@ class TiffWriter : public LineWriter {
             TIFFSetField(tiff, TIFFTAG_YRESOLUTION, info_.resolution->y.Value());
         }
         if (!info_.iccProfile.empty()) {
-            TIFFSetField(tiff, TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(info_.iccProfile.size()),
-                         info_.iccProfile.data());
+            SetBlock(TIFFTAG_ICCPROFILE, info_.iccProfile, info_.iccProfile.size());
         }
         if (info_.description != nullptr) {
             SetDescription();
         }
+    }
+
+    // The codec library is silent about memory that it lacks for a field.
+    static void RequireKept(bool kept) {
+        if (!kept) {
+            throw Error(ExitCode::kFailed, "out of memory");
+        }
+    }
+
+    void SetBlock(std::uint32_t tag, const std::vector<std::uint8_t>& bytes, std::size_t count) {
+        TIFFSetField(handle_->Get(), tag, static_cast<std::uint32_t>(count), bytes.data());
+        std::uint32_t keptCount = 0;
+        const void* kept = nullptr;
+        RequireKept(TIFFGetField(handle_->Get(), tag, &keptCount, &kept) != 0 && kept != nullptr);
     }
 
     void SetDescription() {
@@ -219,18 +232,20 @@ class TiffWriter : public LineWriter {
             }
             if (!text.empty()) {
                 TIFFSetField(tiff, TextTag(static_cast<TextField>(i)), text.c_str());
+                const char* kept = nullptr;
+                RequireKept(TIFFGetField(tiff, TextTag(static_cast<TextField>(i)), &kept) != 0 && kept != nullptr);
             }
         }
         const auto& xmp = info_.description->xmp;
         if (!xmp.empty()) {
-            TIFFSetField(tiff, TIFFTAG_XMLPACKET, static_cast<std::uint32_t>(xmp.size()), xmp.data());
+            SetBlock(TIFFTAG_XMLPACKET, xmp, xmp.size());
         }
         if (auto iptc = info_.description->iptc; !iptc.empty()) {
             // Older codec libraries count it in fours.
             const TIFFField* field = TIFFFieldWithTag(tiff, TIFFTAG_RICHTIFFIPTC);
             const std::size_t unit = field != nullptr && TIFFFieldDataType(field) == TIFF_LONG ? 4 : 1;
             iptc.resize((iptc.size() + unit - 1) / unit * unit);
-            TIFFSetField(tiff, TIFFTAG_RICHTIFFIPTC, static_cast<std::uint32_t>(iptc.size() / unit), iptc.data());
+            SetBlock(TIFFTAG_RICHTIFFIPTC, iptc, iptc.size() / unit);
         }
         SetExif();
     }

@@ -135,6 +135,28 @@ TEST_F(OutOfMemory, Jpeg) {
     Sweep({"in.jpg", "--brightness=10", "-o", "out.jpg"}, "out.jpg");
 }
 
+// EXIF, XMP and IPTC on their way from each format into another.
+TEST_F(OutOfMemory, Descriptions) {
+    Sweep({PLATEN_CORPUS "/jpeg_reader_fuzz/described.jpg", "--software-tag", "-o", "out.tif"}, "out.tif");
+    Sweep({PLATEN_CORPUS "/tiff_reader_fuzz/described.tif", "-o", "out.png"}, "out.png");
+    Sweep({PLATEN_CORPUS "/png_reader_fuzz/described.png", "-v", "-o", "out.jpg"}, "out.jpg");
+}
+
+// Little-CMS has no other answer to a lack of memory than that a profile can't be used.
+TEST_F(OutOfMemory, ConvertedColours) {
+    Sweep({PLATEN_CORPUS "/jpeg_reader_fuzz/inks.jpg", "-o", "out.ppm"}, "out.ppm");
+    Sweep({PLATEN_CORPUS "/tiff_reader_fuzz/inks16.tif", "-o", "out.ppm"}, "out.ppm");
+    Sweep({PLATEN_CORPUS "/tiff_reader_fuzz/lab.tif", "-o", "out.ppm"}, "out.ppm");
+    Sweep({PLATEN_CORPUS "/tiff_reader_fuzz/ycbcr.tif", "-o", "out.ppm"}, "out.ppm");
+}
+
+TEST_F(OutOfMemory, Compressions) {
+    for (const std::string kind : {"zstd", "deflate:9", "best"}) {
+        Sweep({"page.ppm", "--compression=" + kind, "-o", "out.tif"}, "out.tif", 30);
+    }
+    Sweep({"page.ppm", "--compression=best", "-o", "out.png"}, "out.png", 30);
+}
+
 TEST_F(OutOfMemory, PnmToStandardOutput) {
     Sweep({"page.ppm", "--negative"});
 }

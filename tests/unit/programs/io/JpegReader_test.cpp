@@ -60,11 +60,11 @@ void WriteJpeg(const std::string& path, const Form& form, unsigned width, unsign
     std::fclose(file);
 }
 
-TEST(JpegReader, CmykIsRefusedByName) {
+TEST(JpegReader, CmykWithoutAProfileIsRefused) {
     const Scratch scratch;
     WriteJpeg(scratch / "page.jpg", {.samples = 4, .space = JCS_CMYK}, 20, 20);
     ExpectError([&] { ReadPages(scratch / "page.jpg"); }, ExitCode::kUnsupported,
-                "the JPEG is CMYK; grey and RGB are supported");
+                "the JPEG is CMYK without a profile; an embedded ICC profile of CMYK");
 }
 
 TEST(JpegReader, ProgressiveEqualsBaselineAndIsSaid) {
@@ -154,7 +154,7 @@ TEST(JpegReader, OtherKindsOfJpegAreNamed) {
     const Scratch scratch;
     WriteJpeg(scratch / "two.jpg", {.samples = 2, .space = JCS_UNKNOWN, .jfif = false}, 20, 20);
     ExpectError([&] { ReadPages(scratch / "two.jpg"); }, ExitCode::kUnsupported,
-                "the JPEG has 2 components of no known kind; grey and RGB are supported");
+                "the JPEG has 2 components of no known kind; grey, RGB and CMYK are supported");
     WriteJpeg(scratch / "deep.jpg", {}, 20, 20);
     Bytes file = FileBytes(scratch / "deep.jpg");
     file[SegmentAt(file, 0xC0) + 2] = 12;

@@ -303,15 +303,22 @@ TEST(TiffReader, UnsupportedLayoutsAreNamed) {
         ExpectError([&] { ReadPages(scratch / "page.tif"); }, ExitCode::kUnsupported, part);
     };
     expect({.samples = 4, .photometric = PHOTOMETRIC_SEPARATED},
-           "the TIFF is CMYK or other inks; bilevel, grey, RGB, palette and JPEG's YCbCr are supported");
+           "the TIFF is CMYK without a profile; an embedded ICC profile of CMYK");
     expect({.bits = 32, .sampleFormat = SAMPLEFORMAT_IEEEFP},
            "the TIFF has floating-point samples; whole numbers of 1, 2, 4, 8 and 16 bits are supported");
     expect({.bits = 32}, "the TIFF has 32 bits a sample; 1, 2, 4, 8 and 16 are supported");
     expect({.bits = 12}, "12 bits");
     expect({.bits = 16, .sampleFormat = SAMPLEFORMAT_INT},
            "the TIFF has signed or complex samples; unsigned ones of 1, 2, 4, 8 and 16 bits are supported");
-    expect({.samples = 3, .photometric = PHOTOMETRIC_YCBCR}, "the TIFF is YCbCr that is not JPEG; bilevel");
-    expect({.samples = 3, .photometric = PHOTOMETRIC_CIELAB}, "the TIFF is CIE L*a*b*; bilevel");
+    expect(
+        {.bits = 4, .samples = 4, .photometric = PHOTOMETRIC_SEPARATED},
+        "the TIFF is of other inks than CMYK, or of CMYK with less than 8 bits; bilevel, grey, RGB, palette, CMYK, "
+        "YCbCr and CIE L*a*b* are supported");
+    expect({.bits = 16, .samples = 3, .photometric = PHOTOMETRIC_YCBCR},
+           "the TIFF is YCbCr in tiles, planes or other than 8 bits; bilevel");
+    expect({.bits = 4, .samples = 3, .photometric = PHOTOMETRIC_CIELAB},
+           "the TIFF is CIE L*a*b* with less than 8 bits; bilevel");
+    expect({.samples = 3, .photometric = PHOTOMETRIC_ICCLAB}, "the TIFF is ICC's or ITU's L*a*b*; bilevel");
     expect({.samples = 2, .photometric = PHOTOMETRIC_PALETTE},
            "a palette TIFF of this layout isn't supported; one sample of up to 8 bits is");
     expect({.photometric = PHOTOMETRIC_MASK}, "the TIFF is a transparency mask; bilevel");

@@ -1,0 +1,229 @@
+#include "programs/io/ColourTransform.h"
+
+#include <lcms2.h>
+#include <lcms2_plugin.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "programs/base/Error.h"
+#include "programs/io/CodecGuard.h"
+
+namespace platen_tool {
+
+namespace {
+
+// A hostile profile may ask for any amount.
+constexpr std::size_t kMostBytesAtOnce = 32 << 20;
+
+// Little-CMS doesn't survive a lack of memory everywhere, and elsewhere goes on with other results. So where there
+// is none it is left at once; what it held until then is lost.
+thread_local CodecGuard* currentGuard = nullptr;
+
+void* OnMalloc(cmsContext, cmsUInt32Number bytes) {
+    void* block = bytes <= kMostBytesAtOnce ? std::malloc(bytes) : nullptr;
+    if (block == nullptr && currentGuard != nullptr) {
+        currentGuard->Fail("out of memory");
+    }
+    return block;
+}
+
+void* OnRealloc(cmsContext, void* block, cmsUInt32Number bytes) {
+    void* larger = bytes <= kMostBytesAtOnce ? std::realloc(block, bytes) : nullptr;
+    if (larger == nullptr && currentGuard != nullptr) {
+        currentGuard->Fail("out of memory");
+    }
+    return larger;
+}
+
+void OnFree(cmsContext, void* block) {
+    std::free(block);
+}
+
+// The plug-ins' records are changed by nobody.
+cmsPluginMemHandler kMemory = {{cmsPluginMagicNumber, 2060, cmsPluginMemHandlerSig, nullptr},
+                               OnMalloc,
+                               OnFree,
+                               OnRealloc,
+                               nullptr,
+                               nullptr,
+                               nullptr};
+
+void OnMessage(cmsContext, cmsUInt32Number, const char*) {}
+
+std::string SpaceName(cmsColorSpaceSignature space) {
+    switch (space) {
+        case cmsSigRgbData:
+            return "RGB";
+        case cmsSigGrayData:
+            return "grey";
+        case cmsSigCmykData:
+            return "CMYK";
+        case cmsSigLabData:
+            return "Lab";
+        default:
+            return "other colours";
+    }
+}
+
+// The Lab number of a TIFF as that of ICC's older encoding, which counts a and b from -128 up.
+void ToIccLab8(std::uint8_t* line, std::size_t pixels) {
+    for (std::size_t i = 0; i < 3 * pixels; ++i) {
+        line[i] = static_cast<std::uint8_t>(i % 3 == 0 ? line[i] : line[i] ^ 0x80);
+    }
+}
+
+// All that the guarded steps touch. Nothing in it has a destructor.
+struct TransformState {
+    CodecGuard guard;
+    ColourTransform::From from = ColourTransform::From::kCmyk8;
+    const std::uint8_t* profile = nullptr;
+    std::size_t profileBytes = 0;
+    cmsContext context = nullptr;
+    bool opened = false;
+    cmsColorSpaceSignature space = cmsSigCmykData;
+    char name[80] = "";  // the profile's own
+    cmsHTRANSFORM transform = nullptr;
+    const void* in = nullptr;
+    void* out = nullptr;
+    cmsUInt32Number pixels = 0;
+
+    bool Lab() const {
+        return from == ColourTransform::From::kLab8 || from == ColourTransform::From::kLab16;
+    }
+    bool Deep() const {
+        return from == ColourTransform::From::kCmyk16 || from == ColourTransform::From::kLab16;
+    }
+};
+
+void Create(void* pointer) {
+    auto* state = static_cast<TransformState*>(pointer);
+    state->context = cmsCreateContext(&kMemory, nullptr);
+    if (state->context == nullptr) {
+        state->guard.Fail("out of memory");
+    }
+    cmsSetLogErrorHandlerTHR(state->context, OnMessage);
+    cmsHPROFILE input = state->Lab() ? cmsCreateLab2ProfileTHR(state->context, nullptr)
+                                     : cmsOpenProfileFromMemTHR(state->context, state->profile,
+                                                                static_cast<cmsUInt32Number>(state->profileBytes));
+    state->opened = input != nullptr;
+    if (!state->opened) {
+        return;
+    }
+    if (!state->Lab()) {
+        cmsGetProfileInfoASCII(input, cmsInfoDescription, "en", "US", state->name, sizeof state->name);
+        state->name[sizeof state->name - 1] = 0;
+        state->space = cmsGetColorSpace(input);
+    }
+    if (state->Lab() || state->space == cmsSigCmykData) {
+        constexpr cmsUInt32Number kFormats[] = {TYPE_CMYK_8, TYPE_CMYK_8_REV, TYPE_CMYK_16, TYPE_Lab_8,
+                                                TYPE_Lab_DBL};
+        cmsHPROFILE output = cmsCreate_sRGBProfileTHR(state->context);
+        state->transform =
+            cmsCreateTransformTHR(state->context, input, kFormats[static_cast<int>(state->from)], output,
+                                  state->Deep() ? TYPE_RGB_16 : TYPE_RGB_8, INTENT_PERCEPTUAL,
+                                  cmsFLAGS_BLACKPOINTCOMPENSATION | cmsFLAGS_HIGHRESPRECALC);
+        cmsCloseProfile(output);
+    }
+    cmsCloseProfile(input);
+}
+
+void Convert(void* pointer) {
+    auto* state = static_cast<TransformState*>(pointer);
+    cmsDoTransform(state->transform, state->in, state->out, state->pixels);
+}
+
+}  // namespace
+
+struct ColourTransform::State {
+    ~State() {
+        if (lcms.transform != nullptr) {
+            cmsDeleteTransform(lcms.transform);
+        }
+        if (lcms.context != nullptr) {
+            cmsDeleteContext(lcms.context);
+        }
+    }
+
+    void Run(CodecGuard::Step step) {
+        currentGuard = &lcms.guard;
+        const bool done = lcms.guard.Run(step, &lcms);
+        currentGuard = nullptr;
+        if (!done) {
+            lcms.transform = nullptr;  // in no state to be freed
+            lcms.context = nullptr;
+            throw Error(ExitCode::kFailed, lcms.guard.text);
+        }
+    }
+
+    // In printable ASCII.
+    std::string Name() const {
+        std::string name = lcms.name;
+        std::replace_if(
+            name.begin(), name.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+        return name;
+    }
+
+    TransformState lcms;
+    std::vector<double> lab;  // of a line of 16-bit numbers
+};
+
+ColourTransform::ColourTransform(From from, const std::vector<std::uint8_t>& profile, const std::string& file)
+    : state_(new State) {
+    const char* wanted = "; an embedded ICC profile of CMYK colours is needed to make RGB of it";
+    TransformState& lcms = state_->lcms;
+    lcms.from = from;
+    lcms.profile = profile.data();
+    lcms.profileBytes = profile.size();
+    if (!lcms.Lab() && profile.empty()) {
+        throw Error(ExitCode::kUnsupported, file + " is CMYK without a profile" + wanted);
+    }
+    state_->Run(Create);
+    if (!lcms.opened) {
+        throw Error(ExitCode::kUnsupported, file + " is CMYK and its profile is damaged" + wanted);
+    }
+    const std::string named = file + " is CMYK and its profile '" + state_->Name() + "'";
+    if (lcms.space != cmsSigCmykData) {
+        throw Error(ExitCode::kUnsupported, named + " is of " + SpaceName(lcms.space) + wanted);
+    }
+    if (lcms.transform == nullptr) {
+        throw Error(ExitCode::kUnsupported, named + " can't make RGB of it");
+    }
+}
+
+ColourTransform::~ColourTransform() = default;
+
+std::size_t ColourTransform::Samples() const {
+    return state_->lcms.Lab() ? 3 : 4;
+}
+
+std::size_t ColourTransform::SampleBytes() const {
+    return state_->lcms.Deep() ? 2 : 1;
+}
+
+void ColourTransform::Apply(std::uint8_t* in, std::uint8_t* out, std::size_t pixels) {
+    TransformState& lcms = state_->lcms;
+    lcms.in = in;
+    lcms.out = out;
+    lcms.pixels = static_cast<cmsUInt32Number>(pixels);
+    if (lcms.from == From::kLab8) {
+        ToIccLab8(in, pixels);
+    } else if (lcms.from == From::kLab16) {
+        state_->lab.resize(3 * pixels);
+        for (std::size_t i = 0; i < 3 * pixels; ++i) {
+            std::uint16_t sample = 0;
+            std::memcpy(&sample, in + 2 * i, 2);
+            state_->lab[i] = i % 3 == 0 ? sample * 100.0 / 65535.0 : static_cast<std::int16_t>(sample) / 256.0;
+        }
+        lcms.in = state_->lab.data();
+    }
+    state_->Run(Convert);
+}
+
+std::string ColourTransform::Notice() const {
+    return state_->lcms.Lab() ? "CIE L*a*b* is converted to sRGB"
+                              : "CMYK is converted to sRGB by the profile '" + state_->Name() + "'";
+}
+
+}  // namespace platen_tool
