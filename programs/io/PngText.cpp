@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "programs/io/Spool.h"
 
@@ -19,7 +20,7 @@ constexpr char kXmpKeyword[] = "XML:com.adobe.xmp";
 std::optional<std::string> Inflated(const std::uint8_t* bytes, std::size_t count, std::size_t most) {
     z_stream stream{};
     if (inflateInit(&stream) != Z_OK) {
-        return std::nullopt;
+        throw std::bad_alloc();
     }
     std::string text;
     stream.next_in = const_cast<Bytef*>(bytes);
@@ -39,6 +40,9 @@ std::optional<std::string> Inflated(const std::uint8_t* bytes, std::size_t count
         throw;
     }
     inflateEnd(&stream);
+    if (result == Z_MEM_ERROR) {
+        throw std::bad_alloc();
+    }
     return result == Z_STREAM_END && text.size() <= most ? std::optional(text) : std::nullopt;
 }
 
