@@ -8,7 +8,6 @@
 
 #include "Producer.h"
 #include "Sources/Dispatch/Kernels.h"
-#include "Sources/PX_Zoom/LineKernels.h"
 
 namespace {
 

@@ -4,7 +4,6 @@
 #include <cstddef>
 
 #include "Sources/Dispatch/KernelTargets.h"
-#include "Sources/PX_Zoom/LineKernels.h"
 
 // This file is built without instruction-set flags: it runs on every processor and decides what else does.
 
@@ -51,8 +50,8 @@ constexpr KernelTable kTable_reference = {
     .hsvRow = HsvRow_reference,
     .horz = &kHorz_reference,
     .vert = &kVert_reference,
-    .unpackBits = reference::UnpackBits,
-    .packBits = reference::PackBits,
+    .unpackBits = UnpackBits_reference,
+    .packBits = PackBits_reference,
 };
 
 #define PLATEN_JOIN2(a, b) a##_##b

@@ -17,6 +17,10 @@ using UnpackBitsFn = void (*)(std::uint8_t* bytes, const std::uint8_t* bits, std
 // A byte of 128 or more becomes a set bit; the last byte's unused bits are 0.
 using PackBitsFn = void (*)(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
 
+// The reference: never tuned, always built.
+void UnpackBits_reference(std::uint8_t* bytes, const std::uint8_t* bits, std::int32_t width);
+void PackBits_reference(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
+
 #define PLATEN_DECLARE(target)                                                                   \
     void UnpackBits_##target(std::uint8_t* bytes, const std::uint8_t* bits, std::int32_t width); \
     void PackBits_##target(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Sources/PX_Zoom/HorzPass.h"
 #include "Sources/PX_Zoom/HorzPlan.h"
-#include "Sources/PX_Zoom/LineKernels.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 
 // Counts that set-up and line pipeline share. All are made in 64 bits, since the fields' 32 would not hold them for

@@ -1,5 +1,6 @@
 #include "Sources/PX_Zoom/HorzPlan.h"
 
+#include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "Sources/PX_Zoom/kernels/ReciprocalAbove.inc"
 
 // Making plans of the horizontal pass. kernels/HorzPlan_loop.inc, HorzWhole_loop.inc and HorzTaps_loop.inc

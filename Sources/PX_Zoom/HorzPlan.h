@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "Sources/Dispatch/KernelTargets.h"
-#include "Sources/PX_Zoom/LineKernels.h"
+#include "Sources/PX_Zoom/HorzPass.h"
 
 // The horizontal pass in 32-bit arithmetic: the columns' records are checked and turned into a plan, once; kernels
 // follow plans. Not installed.

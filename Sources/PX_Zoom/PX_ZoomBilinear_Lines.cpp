@@ -2,7 +2,7 @@
 
 #include "Sources/Dispatch/Kernels.h"
 #include "Sources/PX_Zoom/Geometry.h"
-#include "Sources/PX_Zoom/LineKernels.h"
+#include "Sources/PX_Zoom/HorzPass.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 
 // The passes as members: each hands its kernel what the object holds. Work lines arrive as A*, but hold 32-bit

@@ -9,7 +9,7 @@
 
 #include "LineFilters/Sharpness.h"
 #include "Sources/Dispatch/Kernels.h"
-#include "Sources/PX_Zoom/LineKernels.h"
+#include "Sources/PX_Zoom/HorzPass.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "Sources/PX_Zoom/VertPass.h"
 #include "support/Random.h"
@@ -327,10 +327,10 @@ void CheckBilevel(const KernelTable& variant) {
     for (std::int32_t width = 0; width < 1200; width += width < 300 ? 1 : 97) {
         const auto pixels = static_cast<std::size_t>(width);
         Fill(random, first, pixels);
-        platen::reference::UnpackBits(expected, first, width);
+        platen::UnpackBits_reference(expected, first, width);
         variant.unpackBits(got, first, width);
         tally.Compare(expected, got, pixels);
-        platen::reference::PackBits(expected, first, width);
+        platen::PackBits_reference(expected, first, width);
         variant.packBits(got, first, width);
         tally.Compare(expected, got, (pixels + 7) / 8);
     }

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Sources/Dispatch/Kernels.h"
-#include "Sources/PX_Zoom/LineKernels.h"
+#include "Sources/PX_Zoom/BilevelLine.h"
 #include "support/GuardedBuffer.h"
 #include "support/Random.h"
 
@@ -52,9 +52,9 @@ std::vector<std::uint8_t> Contents(const GuardedBuffer& buffer) {
 TEST_P(BilevelLine, IsTheVariantThatItNames) {
     EXPECT_STREQ(GetParam()->name, platen::Kernels().name);
     EXPECT_EQ(std::string("reference") == GetParam()->name,
-              platen::Kernels().unpackBits == platen::reference::UnpackBits);
+              platen::Kernels().unpackBits == platen::UnpackBits_reference);
     EXPECT_EQ(std::string("reference") == GetParam()->name,
-              platen::Kernels().packBits == platen::reference::PackBits);
+              platen::Kernels().packBits == platen::PackBits_reference);
 }
 
 TEST_P(BilevelLine, UnpackEqualsReference) {
@@ -67,7 +67,7 @@ TEST_P(BilevelLine, UnpackEqualsReference) {
         const GuardedBuffer bytes(static_cast<std::size_t>(width), side);
         const GuardedBuffer expected(static_cast<std::size_t>(width), side);
         platen::Kernels().unpackBits(bytes.data(), bits.data(), width);
-        platen::reference::UnpackBits(expected.data(), bits.data(), width);
+        platen::UnpackBits_reference(expected.data(), bits.data(), width);
         ASSERT_EQ(Contents(expected), Contents(bytes)) << "width " << width;
     });
 }
@@ -82,7 +82,7 @@ TEST_P(BilevelLine, PackEqualsReference) {
         const GuardedBuffer bits(PackedSize(width), side);
         const GuardedBuffer expected(PackedSize(width), side);
         platen::Kernels().packBits(bits.data(), bytes.data(), width);
-        platen::reference::PackBits(expected.data(), bytes.data(), width);
+        platen::PackBits_reference(expected.data(), bytes.data(), width);
         ASSERT_EQ(Contents(expected), Contents(bits)) << "width " << width;
     });
 }

@@ -3,6 +3,7 @@
 namespace platen {
 
 // No plans: without vectors of known shape nothing beats the records.
-constinit const HorzKernels kHorz_baseline = {0, 0, nullptr, nullptr, nullptr};
+constinit const HorzKernels kHorz_baseline = {
+    .kinds = 0, .sums = 0, .follow = nullptr, .keepU8 = nullptr, .keepU16 = nullptr};
 
 }  // namespace platen

@@ -241,8 +241,11 @@ void Follow(const HorzTarget& to, const uint8_t* src, const HorzPass& pass, cons
 
 }  // namespace
 
-constinit const HorzKernels kHorz_sse2 = {PlanBit(kPairsDivided) | PlanBit(kTaps) | PlanBit(kTapsDivided), 0,
-                                          Follow, Keep<uint8_t>, Keep<uint16_t>};
+constinit const HorzKernels kHorz_sse2 = {.kinds = PlanBit(kPairsDivided) | PlanBit(kTaps) | PlanBit(kTapsDivided),
+                                          .sums = 0,
+                                          .follow = Follow,
+                                          .keepU8 = Keep<uint8_t>,
+                                          .keepU16 = Keep<uint16_t>};
 
 }  // namespace platen
 
@@ -250,7 +253,8 @@ constinit const HorzKernels kHorz_sse2 = {PlanBit(kPairsDivided) | PlanBit(kTaps
 
 namespace platen {
 
-constinit const HorzKernels kHorz_sse2 = {0, 0, nullptr, nullptr, nullptr};
+constinit const HorzKernels kHorz_sse2 = {
+    .kinds = 0, .sums = 0, .follow = nullptr, .keepU8 = nullptr, .keepU16 = nullptr};
 
 }  // namespace platen
 

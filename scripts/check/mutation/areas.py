@@ -31,18 +31,18 @@ AREAS = {
     "sharpness": ("LineFilters/(kernels/)?Sharp", [UNIT + "LineFilters/Sharp*_test.cpp", KERNELS + "SharpRow_test.cpp"],
                   ["sharpness"]),
     "dispatch": ("Sources/Dispatch/", [KERNELS + "*_test.cpp"], ["zoom", "hsv", "sharpness"]),
+    "lines": (".*/(HorzPass|Quotient)", [KERNELS + "HorzPlan_test.cpp", KERNELS + "VertPass_test.cpp"], ["zoom"]),
     "bilevel": (".*/BilevelLine", [KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
     "plans": (".*/Horz", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp"], ["zoom"]),
     "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp"], ["zoom"]),
     "reciprocal": (".*/ReciprocalAbove", [KERNELS + "ReciprocalAbove_test.cpp", KERNELS + "VertPass_test.cpp"], ["zoom"]),
-    "lines": (".*/LineKernels", [KERNELS + "HorzPlan_test.cpp", KERNELS + "VertPass_test.cpp", KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
     "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
 
 # The order of a run. The AVX-512 kernels need another processor: scripts/check/avx512.
 FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
-    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/kernels/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",
+    "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",
     "LineFilters/kernels/*.cpp", "LineFilters/kernels/*.inc", "Sources/PX_Zoom/kernels/*.cpp",
     "Sources/PX_Zoom/kernels/*.inc", "c/*.cpp", "cpp/platen-cpp/*.hpp",
 ]  # fmt: skip

@@ -3,9 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "Sources/PX_Zoom/PX_ZoomBilinear.h"
-
-// The scaler's line kernels. Not installed.
+// The horizontal pass by the records of its columns. Not installed.
 //
 // A is the arithmetic: std::uint32_t, every product and sum modulo 2^32, or double, in the order written. S is the
 // sample: std::uint8_t or std::uint16_t. Sample pointers may be odd; work lines are aligned for doubles. No buffer
@@ -15,6 +13,8 @@
 // arithmetic a weightSum of 0, which has no quotient, gives 0. As Open makes them weights are 0..2^31-1, weightSum
 // is at least 1 and in 32-bit arithmetic a weight sum times the largest sample is below 2^32: every quotient then
 // lies within the samples' range.
+
+struct PX_Zoom2_Param;
 
 namespace platen {
 
@@ -45,29 +45,6 @@ void ExpandHorz(std::uint32_t* out, const S* src, const HorzPass& pass);
 // alone.
 template <class S>
 void ExpandColumns(std::uint32_t* out, const S* src, const HorzPass& pass, std::int32_t first);
-
-// acc[k] += line[k] x weight; the weight is signed in double arithmetic.
-template <class A>
-void AddReduceVert(A* acc, const std::uint32_t* line, std::int32_t weight, std::size_t count);
-
-// out[k] = low bits of acc[k] / weightSum, truncated.
-template <class S, class A>
-void ReduceVert(S* out, const A* acc, std::int32_t weightSum, std::size_t count);
-
-// out[k] = low bits of (upper[k] x startWeight + lower[k] x endWeight) / weightSum, truncated.
-template <class A, class S>
-void ExpandVert(S* out, const std::uint32_t* upper, const std::uint32_t* lower, const PX_Zoom2_Param& weights,
-                std::size_t count);
-
-// out[k] = low bits of line[k].
-template <class S>
-void EqualVert(S* out, const std::uint32_t* line, std::size_t count);
-
-// One byte a pixel, 255 for a set bit and 0 for a clear one; reads ceil(width / 8) bytes.
-void UnpackBits(std::uint8_t* out, const std::uint8_t* bits, std::int32_t width);
-
-// The reverse: a byte of 128 or more gives a set bit; the last byte's unused bits are 0.
-void PackBits(std::uint8_t* bits, const std::uint8_t* bytes, std::int32_t width);
 
 }  // namespace reference
 }  // namespace platen
