@@ -27,16 +27,24 @@ void Require(bool condition) {
     }
 }
 
-// In memory, where there is such a folder.
+// A folder for the outputs, in memory where there is such a place, and removed at the end.
+struct TemporaryFolder {
+    std::string path = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/platen-pdf-XXXXXX";
+
+    TemporaryFolder() {
+        Require(mkdtemp(path.data()) != nullptr);
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+};
+
 const std::string& Folder() {
-    static const std::string folder = [] {
-        std::string pattern =
-            std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/platen-pdf-XXXXXX";
-        Require(mkdtemp(pattern.data()) != nullptr);
-        std::atexit([] { std::filesystem::remove_all(Folder()); });
-        return pattern;
-    }();
-    return folder;
+    static const TemporaryFolder folder;
+    return folder.path;
 }
 
 ImageInfo TakePage(Producer& input) {
