@@ -30,6 +30,7 @@ class Pages {
         WriteFile(folder_.File("two.ppm"), ReadFile(folder_.File("b.pgm")) + ReadFile(folder_.File("a.ppm")));
         Make({"two.ppm", "-o", "d.tif"});
         fs::remove(folder_.File("two.ppm"));
+        Make({"b.pgm", "-o", "1.tif"});
         Make({"a.ppm", "-o", "e.jpg"});
         Make({"a.ppm", "--mode=lineart", "-o", "f.pbm", "--format=pnm"});
         Make({"--brightness=20", "--gamma=2", "--save-preset=own.toml"});
@@ -71,8 +72,8 @@ Files FilesIn(const std::string& folder) {
     return files;
 }
 
-const Words kInputs = {"a.ppm",     "b.pgm",    "c.png",    "d.tif",    "e.jpg",    "f.pbm", "half.png",
-                       "empty.tif", "text.txt", "link.tif", "hard.png", "none.png", "sub",   "-"};
+const Words kInputs = {"a.ppm",    "b.pgm",    "c.png",    "d.tif",    "e.jpg", "f.pbm", "half.png", "empty.tif",
+                       "text.txt", "link.tif", "hard.png", "none.png", "sub",   "-",     "1.tif"};
 const Words kOutputs = {"new.png",       "new.tif", "new.pdf",     "new.jpg",  "new.pgm",    "%s.png",
                         "%s.tif",        "sub/",    "p%d.png",     "%d.tif",   "sub/%s.jpg", "a.ppm",
                         "c.png",         "d.tif",   "link.tif",    "hard.png", "-",          "lost.png",
@@ -164,25 +165,52 @@ struct Line {
 
 Line CommandLine(const Steps& steps) {
     Line line;
-    const auto add = [&](const Step& step, std::uint32_t kind) {
-        if (kind < 2) {
-            line.inputs.push_back(kInputs[step.number % kInputs.size()]);
-            line.words.push_back(line.inputs.back());
-        } else if (kind < 3) {
-            line.outputs.push_back(kOutputs[step.number % kOutputs.size()]);
-            line.words.insert(line.words.end(), {"-o", line.outputs.back()});
-        } else {
-            line.words.push_back(Filled(kOptions[step.seed % kOptions.size()], step));
-            const std::string& word = line.words.back();
-            line.force = line.force || word == "-f";
-            line.dry = line.dry || word == "-n";
-            if (word.starts_with("--plot=") || word.starts_with("--save-preset=")) {
-                line.outputs.push_back(word.substr(word.find('=') + 1));
-            }
-        }
+    Words options;
+    const auto option = [&](const std::string& word) {
+        options.push_back(word);
+        line.force = line.force || word == "-f";
+        line.dry = line.dry || word == "-n";
     };
     for (std::size_t i = 0; i < steps.size(); ++i) {
-        add(steps[i], i == 0 ? 0 : i == 1 ? 2 : steps[i].call % 7);  // mostly a line that could do something
+        const Step& step = steps[i];
+        const std::uint32_t kind = i == 0   ? 0
+                                   : i == 1 ? 2
+                                            : step.call % 7;  // mostly a line that could do something
+        if (kind < 2) {
+            line.inputs.push_back(kInputs[step.number % kInputs.size()]);
+        } else if (kind < 3) {
+            line.outputs.push_back(kOutputs[step.number % kOutputs.size()]);
+        } else {
+            option(Filled(kOptions[step.seed % kOptions.size()], step));
+        }
+    }
+    // What may change files is in many lines.
+    const std::uint32_t seed = steps.empty() ? 0 : steps[0].seed;
+    if (seed % 3 == 1) {
+        option("-f");
+    }
+    if (seed / 3 % 8 == 1) {
+        option("-n");
+    }
+    if (seed / 24 % 4 == 1) {
+        option("--save-preset=saved.toml");
+    }
+    if (seed / 96 % 6 == 1) {
+        option("--plot=plot.svg");
+    }
+    if (seed / 576 % 8 == 1) {  // the first page's name is another input's
+        line.inputs = {"a.ppm", "1.tif"};
+        line.outputs = {"%d.tif"};
+    }
+    line.words = line.inputs;
+    for (const std::string& output : line.outputs) {
+        line.words.insert(line.words.end(), {"-o", output});
+    }
+    for (const std::string& word : options) {
+        line.words.push_back(word);
+        if (word.starts_with("--plot=") || word.starts_with("--save-preset=")) {
+            line.outputs.push_back(word.substr(word.find('=') + 1));
+        }
     }
     return line;
 }
