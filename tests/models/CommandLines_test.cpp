@@ -316,9 +316,22 @@ class CommandLineRun {
         return std::any_of(line_.inputs.begin(), line_.inputs.end(),
                            [&](const std::string& input) { return SameFile(folder_.Path(), input, name); });
     }
+    // Whether the name is what the first input's first page has, that being another file.
+    bool IsFirstPage(const std::string& output, const std::string& name) const {
+        const std::string& first = line_.inputs[0];
+        const bool numbered =
+            output == "%d.tif" && std::none_of(line_.words.begin(), line_.words.end(), [](const auto& word) {
+                return word.starts_with("--first-page-number");
+            });
+        return numbered && name == "1.tif" && !SameFile(folder_.Path(), first, name) &&
+               outcome_.err.find("platen: " + first + ":") == std::string::npos;
+    }
     // An input only by its own page, another file by any.
     bool MayChange(const std::string& name) const {
         for (const std::string& output : line_.outputs) {
+            if (IsInput(name) && IsFirstPage(output, name)) {
+                continue;
+            }
             for (const std::string& input : line_.inputs) {
                 if (IsInput(name) && !SameFile(folder_.Path(), input, name)) {
                     continue;
