@@ -17,6 +17,7 @@
 #include "programs/io/Signals.h"
 #include "programs/options/Arguments.h"
 #include "programs/options/Completion.h"
+#include "programs/options/PresetSearch.h"
 #include "programs/options/Settings.h"
 
 namespace platen_tool {
@@ -93,6 +94,18 @@ HelpExtent ExtentOf(const std::string& value) {
     return HelpExtent::kEveryOption;
 }
 
+// The user's default options act as a preset that stands before all others; a dry run tells it.
+void TakeDefaults(CommandBit command, ParsedArguments& arguments) {
+    const bool reads = command == kAdjust || command == kScan || command == kCurve;
+    const std::string file = reads && !arguments.Given("no-defaults") ? DefaultsFile() : "";
+    if (!file.empty()) {
+        if (arguments.Given("dry-run")) {
+            PrintOutput("default options from " + file + "\n");
+        }
+        arguments.options.insert(arguments.options.begin(), {"preset", file});
+    }
+}
+
 ExitCode Run(std::vector<std::string> words) {
     // For the build, which installs what this prints; no option of the table.
     if (words.size() == 1 && words.front().starts_with(kCompletionWord)) {
@@ -112,6 +125,7 @@ ExitCode Run(std::vector<std::string> words) {
     if (command == kPresets) {
         return RunPresets(arguments);
     }
+    TakeDefaults(command, arguments);
     ExpandPresets(command, arguments);
     RunFiles files(InputsOf(command, arguments));
     ClaimOutputs(command, arguments, files);

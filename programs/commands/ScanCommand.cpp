@@ -56,14 +56,27 @@ void Configure(const ScanSettings& settings, ScanDevice& device) {
                 break;
         }
     }
+    device.SetArea(settings.area);
+}
+
+// The options as they are when those of the command line are set.
+std::string DescribeDevice(const ScanSettings& settings, ScanDevice& device) {
+    for (const DeviceRequest& request : settings.requests) {
+        if (request.kind == DeviceRequest::kSet) {
+            device.Set("--set " + request.name, request.name, request.value);
+        }
+    }
+    return device.DescribeOptions();
 }
 
 // Nothing would ever end such a scan.
 void RefuseEndless(const ScanSettings& settings, const ScanDevice& device) {
     const std::string source = device.CurrentText("source").value_or("");
-    if (!settings.pages && source.starts_with("Flatbed")) {
-        throw Error(ExitCode::kUsage, "--pages=all: the source is '" + source +
-                                          "', which is never empty; --set source=NAME chooses the feeder");
+    if (!settings.pages && !settings.prompt && source.starts_with("Flatbed")) {
+        throw Error(ExitCode::kUsage,
+                    "--pages=all: the source is '" + source +
+                        "', which is never empty; --set source=NAME chooses the feeder, and --prompt waits for "
+                        "each page");
     }
 }
 
@@ -109,12 +122,13 @@ void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     Progress progress(ShowsProgress(settings.page), {1});
     RunNumbers numbers(settings.page);
     const Run run{settings.page, name, files, numbers, &progress};
-    AdjustSheets(run, {!settings.pages, TakeTime}, MakeScanReader(device, settings.pages, settings.page.read),
-                 nextPage);
+    AdjustSheets(run, {!settings.pages, TakeTime},
+                 MakeScanReader(device, settings.pages, settings.page.read, settings.prompt), nextPage);
     const unsigned long pages = nextPage - settings.page.firstPageNumber;
     if (settings.pages && pages < *settings.pages) {
-        PrintMessage({settings.device, ": the feeder was empty after ", std::to_string(pages), " of ",
-                      std::to_string(*settings.pages), " pages"});
+        PrintMessage({settings.device,
+                      settings.prompt ? ": the scan was ended after " : ": the feeder was empty after ",
+                      std::to_string(pages), " of ", std::to_string(*settings.pages), " pages"});
     }
 }
 
@@ -153,6 +167,10 @@ ExitCode RunScan(const ScanSettings& settings, RunFiles& files) {
     try {
         const SaneSession session;
         ScanDevice device(settings.device);
+        if (settings.listOptions) {
+            PrintOutput(DescribeDevice(settings, device));
+            return ExitCode::kDone;
+        }
         const ExitCode code = ScanAndReport(settings, device, files);
         LimitLeaving(code);
         return code;

@@ -137,6 +137,8 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S, V, T t) { t.settings.size.shrinkOnly = true; }, kInPresets},
 
     {"preset", 0, "NAME|FILE", kPresetGroup, "use the options stored there", kToneUsers, TakeByCommand},
+    Rare({"no-defaults", 0, nullptr, kPresetGroup, "ignore the file of default options, defaults.toml", kToneUsers,
+     TakeByCommand}),
     {"save-preset", 0, "FILE", kPresetGroup, "store these options; needs no input", kToneUsers,
      [](S, V v, T t) { t.settings.savePreset = v; }},
 
@@ -150,8 +152,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      kInPresets, {}, nullptr, "png tiff jpeg pdf pnm"},
     {"quality", 0, "N", kOutput, "JPEG quality, %r (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.quality = ParseInt(o, v); }, kInPresets, {1, 100}, "92"},
-    {"compression", 0, "KIND", kOutput, "none, lzw, deflate[:1..12], zstd[:1..19],\n"
-     "packbits, g4, jpeg[:1..100]; fast, default, best", kPageUsers,
+    {"compression", 0, "KIND", kOutput, "none, lzw, deflate[:9], zstd[:3], g4, best, ...", kPageUsers,
      [](S o, V v, T t) { t.settings.compression = ParseCompression(o, v); },
      kInPresets, {}, nullptr, "none lzw deflate zstd packbits g4 jpeg fast default best"},
     {"page", 0, "N[-[M]]", kOutput, "process only these pages", kAdjust,
@@ -197,10 +198,22 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 
     {"device", 'd', "NAME", kScanGroup, "the scanner (SANE_DEFAULT_DEVICE)", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceName},
-    {"list-devices", 'L', nullptr, kScanGroup, "list the scanners found", kScan,
+    {"list-devices", 'L', nullptr, kScanGroup, nullptr, kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeListDevices},
+    {"list-options", 0, nullptr, kScanGroup, "list the scanners; one's options", kScan,
+     nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeListOptions},
     {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceSet},
+    {"area-left", 'l', "MM", kScanGroup, nullptr, kScan,
+     nullptr, kNotInPresets, {0, 10000}, nullptr, nullptr, nullptr, 0, TakeDeviceArea},
+    {"area-top", 't', "MM", kScanGroup, "where the area begins", kScan,
+     nullptr, kNotInPresets, {0, 10000}, nullptr, nullptr, nullptr, 0, TakeDeviceArea},
+    {"area-width", 'x', "MM", kScanGroup, nullptr, kScan,
+     nullptr, kNotInPresets, {0, 10000}, nullptr, nullptr, nullptr, 0, TakeDeviceArea},
+    {"area-height", 'y', "MM", kScanGroup, "its size", kScan,
+     nullptr, kNotInPresets, {0, 10000}, nullptr, nullptr, nullptr, 0, TakeDeviceArea},
+    Rare({"prompt", 0, nullptr, kScanGroup, "wait for Enter between pages; Ctrl-D ends", kScan,
+     nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakePrompt}),
     {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (%u)", kScan,
      nullptr, kNotInPresets, {1, 1000000}, "1", nullptr, nullptr, 0, TakeDevicePages},
 

@@ -25,13 +25,15 @@ std::string Environment(const char* name) {
     return value != nullptr && value[0] == '/' ? value : "";
 }
 
-// A folder from a variable, or one below the user's home.
-void AddUserFolder(std::vector<std::string>& folders, const char* variable, const char* belowHome) {
-    std::string base = Environment(variable);
+// A folder from a variable, or one below the user's home; empty where neither is known.
+std::string UserFolder(const char* variable, const char* belowHome) {
+    const std::string base = Environment(variable);
     const std::string home = Environment("HOME");
-    if (base.empty() && !home.empty()) {
-        base = home + belowHome;
-    }
+    return base.empty() && !home.empty() ? home + belowHome : base;
+}
+
+void AddUserFolder(std::vector<std::string>& folders, const char* variable, const char* belowHome) {
+    const std::string base = UserFolder(variable, belowHome);
     if (!base.empty()) {
         folders.push_back(base + "/platen/presets");
     }
@@ -67,6 +69,12 @@ std::vector<std::string> NamesIn(const std::string& path) {
 }
 
 }  // namespace
+
+std::string DefaultsFile() {
+    const std::string base = UserFolder("XDG_CONFIG_HOME", "/.config");
+    const std::string file = base + "/platen/defaults.toml";
+    return !base.empty() && access(file.c_str(), F_OK) == 0 ? file : "";
+}
 
 std::vector<std::string> PresetFolders() {
     std::vector<std::string> folders;

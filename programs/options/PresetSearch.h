@@ -23,6 +23,9 @@ struct FoundPreset {
 // search for. An unknown name is an Error (kUsage) that lists the names there are.
 std::string FindPreset(const std::string& text);
 
+// The user's file of default options, $XDG_CONFIG_HOME/platen/defaults.toml (~/.config); empty where there is none.
+std::string DefaultsFile();
+
 // All that can be found by name, sorted by it; of several of one name, the one that FindPreset takes. `more` are
 // folders that are searched after those.
 std::vector<FoundPreset> FindAllPresets(const std::vector<std::string>& more = {});

@@ -31,6 +31,25 @@ bool TakeListDevices(const OptionSpec&, const std::string&, ScanSettings& s) {
     return true;
 }
 
+bool TakeListOptions(const OptionSpec&, const std::string&, ScanSettings& s) {
+    s.listOptions = true;
+    return true;
+}
+
+bool TakeDeviceArea(const OptionSpec& spec, const std::string& value, ScanSettings& s) {
+    const double millimetres = ParseDecimal(spec, value);
+    (spec.letter == 'l'   ? s.area.left
+     : spec.letter == 't' ? s.area.top
+     : spec.letter == 'x' ? s.area.width
+                          : s.area.height) = millimetres;
+    return true;
+}
+
+bool TakePrompt(const OptionSpec&, const std::string&, ScanSettings& s) {
+    s.prompt = true;
+    return true;
+}
+
 bool TakeDevicePages(const OptionSpec& spec, const std::string& value, ScanSettings& s) {
     s.pages.reset();
     if (value != "all") {

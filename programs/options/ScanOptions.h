@@ -11,6 +11,9 @@ struct ScanSettings;
 // needs the table, but not the writers that a scan's settings are checked against.
 bool TakeDeviceName(const OptionSpec& spec, const std::string& value, ScanSettings& s);
 bool TakeListDevices(const OptionSpec& spec, const std::string& value, ScanSettings& s);
+bool TakeListOptions(const OptionSpec& spec, const std::string& value, ScanSettings& s);
+bool TakeDeviceArea(const OptionSpec& spec, const std::string& value, ScanSettings& s);
+bool TakePrompt(const OptionSpec& spec, const std::string& value, ScanSettings& s);
 bool TakeDevicePages(const OptionSpec& spec, const std::string& value, ScanSettings& s);
 bool TakeDeviceSet(const OptionSpec& spec, const std::string& value, ScanSettings& s);
 bool TakeDeviceResolution(const OptionSpec& spec, const std::string& value, ScanSettings& s);

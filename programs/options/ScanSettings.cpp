@@ -65,6 +65,9 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     if (s.device.empty()) {
         Refuse("scan: no device; say -d NAME, and platen scan -L lists them");
     }
+    if (s.listOptions) {
+        return s;
+    }
     rest.operands = {s.device};
     s.page = MakeSettings(rest, terminals);
     if (s.page.output.empty() && !s.page.dryRun) {  // a sheet isn't pulled for --stats alone

@@ -16,10 +16,21 @@ struct DeviceRequest {
     std::string value;  // as given
 };
 
+// The part of the glass to scan, in millimetres; what isn't said stays as the device has it.
+struct ScanArea {
+    std::optional<double> left;
+    std::optional<double> top;
+    std::optional<double> width;
+    std::optional<double> height;
+};
+
 // The line of `platen scan`.
 struct ScanSettings {
     std::string device;
     bool listDevices = false;
+    bool listOptions = false;
+    bool prompt = false;  // wait for Enter between pages
+    ScanArea area;
     std::optional<unsigned long> pages = 1;  // nothing: until the feeder is empty
     std::vector<DeviceRequest> requests;
     bool thresholdGiven = false;

@@ -222,6 +222,113 @@ void ScanDevice::SetResolution(const std::string& value) {
     Set("--resolution", "y-resolution", y);
 }
 
+void ScanDevice::SetEdge(const std::string& label, const std::string& name, double millimetres) {
+    const Found found = FindUsable(name);
+    if (found.option == nullptr) {
+        throw Error(ExitCode::kUsage, label + ": the device's area can't be set");
+    }
+    double perMillimetre = 1.0;
+    if (found.option->unit == SANE_UNIT_PIXEL) {
+        const auto resolution = CurrentResolution();
+        if (!resolution) {
+            throw Error(ExitCode::kUsage, label + ": the device counts pixels and doesn't tell their size");
+        }
+        perMillimetre = (name.ends_with('x') ? resolution->x : resolution->y).Value() / 25.4;
+    }
+    const double value = millimetres * perMillimetre;
+    Set(label, name,
+        NumberText(found.option->type == SANE_TYPE_INT ? std::round(value) : std::round(value * 1000.0) / 1000.0));
+}
+
+void ScanDevice::SetArea(const ScanArea& area) {
+    const auto set = [this](const std::string& axis, const char* from, const char* length,
+                            const std::optional<double>& begin, const std::optional<double>& size) {
+        if (begin) {
+            SetEdge(from, "tl-" + axis, *begin);
+        }
+        if (size) {
+            const double start = begin ? *begin : CurrentMillimetres("tl-" + axis);
+            SetEdge(length, "br-" + axis, start + *size);
+        }
+    };
+    set("x", "--area-left", "--area-width", area.left, area.width);
+    set("y", "--area-top", "--area-height", area.top, area.height);
+}
+
+double ScanDevice::CurrentMillimetres(const std::string& name) const {
+    const Found found = Find(name);
+    const double value = CurrentNumber(name).value_or(0.0);
+    const auto resolution = CurrentResolution();
+    const bool pixels = found.option != nullptr && found.option->unit == SANE_UNIT_PIXEL && resolution;
+    return pixels ? value * 25.4 / (name.ends_with('x') ? resolution->x : resolution->y).Value() : value;
+}
+
+std::string ScanDevice::ValueText(SANE_Int index, const SANE_Option_Descriptor& option) const {
+    if ((option.cap & SANE_CAP_SOFT_DETECT) == 0 || option.size <= 0) {
+        return "";
+    }
+    constexpr SANE_Int kMostBytes = 1 << 20;
+    constexpr std::size_t kMostWords = 8;
+    if (option.size > kMostBytes) {
+        return "";
+    }
+    std::vector<SANE_Word> words(static_cast<std::size_t>(option.size) / sizeof(SANE_Word) + 2);
+    if (Sane().controlOption(handle_, index, SANE_ACTION_GET_VALUE, words.data(), nullptr) != SANE_STATUS_GOOD) {
+        return "";
+    }
+    if (option.type == SANE_TYPE_STRING) {
+        return reinterpret_cast<const char*>(words.data());
+    }
+    if (option.type == SANE_TYPE_BOOL) {
+        return words[0] != SANE_FALSE ? "yes" : "no";
+    }
+    std::string text;
+    for (std::size_t i = 0; i < WordCount(option); ++i) {
+        if (i == kMostWords) {
+            return text + ",...";
+        }
+        text += (i > 0 ? "," : "") + NumberText(std::round(WordNumber(option, words[i]) * 1e4) / 1e4);
+    }
+    return text;
+}
+
+std::string ScanDevice::DescribeOptions() const {
+    std::string text;
+    SANE_Int count = 0;
+    Sane().controlOption(handle_, 0, SANE_ACTION_GET_VALUE, &count, nullptr);
+    for (SANE_Int i = 1; i < count; ++i) {
+        const SANE_Option_Descriptor* option = Sane().getOptionDescriptor(handle_, i);
+        if (option == nullptr) {
+            continue;
+        }
+        const auto orNothing = [](const char* words) { return std::string(words != nullptr ? words : ""); };
+        if (option->type == SANE_TYPE_GROUP) {
+            text += orNothing(option->title) + ":\n";
+            continue;
+        }
+        const bool active = SANE_OPTION_IS_ACTIVE(option->cap);
+        text += "  " + orNothing(option->name);
+        if (option->type != SANE_TYPE_BUTTON) {
+            text += "=" + AllowedText(*option);
+        }
+        if (WordCount(*option) > 1) {
+            text += " (" + std::to_string(WordCount(*option)) + " values)";
+        }
+        if ((option->cap & SANE_CAP_AUTOMATIC) != 0) {
+            text += ", or auto";
+        }
+        const std::string value = active ? ValueText(i, *option) : "inactive";
+        text += value.empty() ? "" : " [" + value + "]";
+        text += SANE_OPTION_IS_SETTABLE(option->cap) ? "" : " [read only]";
+        text += "\n";
+        std::string about = orNothing(option->desc);
+        std::replace_if(
+            about.begin(), about.end(), [](unsigned char c) { return c < ' '; }, ' ');
+        text += about.empty() ? "" : "        " + about + "\n";
+    }
+    return text;
+}
+
 std::optional<double> ScanDevice::CurrentNumber(const std::string& name) const {
     const Found found = Find(name);
     if (found.option == nullptr || !SANE_OPTION_IS_ACTIVE(found.option->cap) ||

@@ -39,6 +39,12 @@ class ScanDevice {
     bool SetDepth(int depth);
     void SetResolution(const std::string& value);  // an Error where it has no such option
 
+    // The part of the glass; to be set after all other options, which may change what is allowed.
+    void SetArea(const ScanArea& area);
+
+    // All options under their headings: what is allowed, what is set, what they are for.
+    std::string DescribeOptions() const;
+
     // What it is set to, nothing where it has no such option.
     std::optional<Resolution> CurrentResolution() const;
     std::optional<std::string> CurrentText(const std::string& name) const;
@@ -57,6 +63,9 @@ class ScanDevice {
     Found FindUsable(const std::string& name) const;
     std::optional<double> CurrentNumber(const std::string& name) const;
     std::string OptionNames() const;
+    std::string ValueText(SANE_Int index, const SANE_Option_Descriptor& option) const;
+    double CurrentMillimetres(const std::string& name) const;
+    void SetEdge(const std::string& label, const std::string& name, double millimetres);
     void TellInexact(const std::string& label, const std::string& name, const std::string& value) const;
 
     SANE_Handle handle_ = nullptr;

@@ -1,9 +1,13 @@
 #include "programs/scan/ScanReader.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include "programs/base/Error.h"
+#include "programs/base/Report.h"
 #include "programs/io/Samples.h"
 #include "programs/scan/DeviceLine.h"
 #include "programs/scan/SaneLibrary.h"
@@ -77,8 +81,12 @@ class ThreePasses {
 
 class ScanReader : public LineReader {
   public:
-    ScanReader(ScanDevice& device, std::optional<unsigned long> pages, const ReadOptions& options)
-        : device_(device), pages_(pages), options_(options), resolution_(device.CurrentResolution()) {
+    ScanReader(ScanDevice& device, std::optional<unsigned long> pages, const ReadOptions& options, bool prompt)
+        : device_(device),
+          pages_(pages),
+          options_(options),
+          prompt_(prompt),
+          resolution_(device.CurrentResolution()) {
         const bool any = StartPage();
         if (!any) {
             throw Error(ExitCode::kNoDocuments, Sane().statusText(SANE_STATUS_NO_DOCS));
@@ -131,10 +139,23 @@ class ScanReader : public LineReader {
         if (pages_ && page_ > *pages_) {
             return false;
         }
-        return StartPage();
+        return (!prompt_ || WaitForEnter()) && StartPage();
     }
 
   private:
+    // False at the end of standard input.
+    bool WaitForEnter() const {
+        PrintMessage(
+            {"page ", std::to_string(page_), ": lay it on the glass and press Enter; Ctrl-D ends the scan"});
+        char c = 0;
+        ssize_t count = 0;
+        do {
+            count = read(STDIN_FILENO, &c, 1);
+            CheckInterrupt();
+        } while (count == 1 ? c != '\n' : count < 0 && errno == EINTR);
+        return count == 1;
+    }
+
     // False where the feeder is empty, which devices say when they start or when they are first read.
     bool StartPage() {
         lines_ = 0;
@@ -178,6 +199,7 @@ class ScanReader : public LineReader {
     ScanDevice& device_;
     const std::optional<unsigned long> pages_;
     const ReadOptions options_;
+    const bool prompt_;
     const std::optional<Resolution> resolution_;  // a device that scans needn't answer
     ImageInfo info_;
     std::unique_ptr<ScanFrame> frame_;
@@ -189,8 +211,8 @@ class ScanReader : public LineReader {
 }  // namespace
 
 std::unique_ptr<LineReader> MakeScanReader(ScanDevice& device, std::optional<unsigned long> pages,
-                                           const ReadOptions& options) {
-    return std::make_unique<ScanReader>(device, pages, options);
+                                           const ReadOptions& options, bool prompt) {
+    return std::make_unique<ScanReader>(device, pages, options, prompt);
 }
 
 }  // namespace platen_tool

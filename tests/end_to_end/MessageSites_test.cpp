@@ -31,6 +31,8 @@ const std::map<std::string, std::string> kUnseen = {
     {"the PNG can't be written: its rows can't be compressed", "guards the stream, should zlib stop early"},
     {"the TIFF can't be written: a strip can't be compressed", "guards the file, should a codec refuse a strip"},
     {"its size can't be read: %s", "Faults_test makes it fail, and asks for the exit code only"},
+    {": the device's area can't be set", "SANE's test device has an area"},
+    {": the device counts pixels and doesn't tell their size", "SANE's test device counts millimetres"},
     {"this system's TIFF library can't write it", "Debian's has every kind that can be asked for"},
     {"the TIFF can't be opened: ", "libtiff's own words, without memory"},
 };

@@ -56,6 +56,66 @@ TEST_F(ScanDevice, ListsTheDevices) {
     EXPECT_EQ(outcome.code, 0);
 }
 
+TEST_F(ScanDevice, ListsItsOptionsAsTheyAreSet) {
+    const Outcome plain = RunScan({"--list-options"});
+    EXPECT_EQ(plain.code, 0) << plain.err;
+    EXPECT_NE(plain.out.find("Scan Mode:\n  mode=Gray, Color [Gray]\n        Selects the scan mode"),
+              std::string::npos)
+        << plain.out;
+    EXPECT_NE(plain.out.find("  resolution=1 to 1200 dpi in steps of 1 [50]\n"), std::string::npos);
+    EXPECT_NE(plain.out.find("  three-pass=yes or no [inactive]\n"), std::string::npos);
+    EXPECT_NE(plain.out.find("  br-x=0 to 200 mm in steps of 1 [80]\n"), std::string::npos);
+    const Outcome set = RunScan(Words{"--list-options"} + Set({"mode=Color", "enable-test-options=yes"}));
+    EXPECT_NE(set.out.find("  mode=Gray, Color [Color]\n"), std::string::npos);
+    EXPECT_NE(set.out.find("  three-pass=yes or no [no]\n"), std::string::npos);
+    EXPECT_NE(set.out.find(" (6 values)"), std::string::npos);
+    EXPECT_NE(set.out.find(" [read only]\n"), std::string::npos);
+    // Each option that another program lists is there.
+    const std::string listed = RunScanImage({"-d", "test", "-A"}).out;
+    for (std::size_t at = listed.find("    --"); at != std::string::npos; at = listed.find("    --", at + 1)) {
+        const std::size_t end = listed.find_first_of(" =[\n", at + 6);
+        const std::string name = listed.substr(at + 6, end - at - 6);
+        EXPECT_NE(plain.out.find("\n  " + name), std::string::npos) << name;
+    }
+}
+
+TEST_F(ScanDevice, AreasAreMillimetres) {
+    DoScan({"--resolution=254", "-l", "10", "-t", "20", "-x", "50", "-y", "30", "-o", "part.png"});
+    EXPECT_NE(Info("part.png").find("500 x 300"), std::string::npos) << Info("part.png");
+    // The part of the whole picture that lies there.
+    DoScan(kPattern + Words{"--resolution=254", "-l", "0", "-t", "0", "-x", "60", "-y", "50", "-o", "whole.pgm"});
+    DoScan(kPattern + Words{"--resolution=254", "-x", "60", "-o", "wide.pgm"});  // its top and height as they are
+    EXPECT_NE(Info("whole.pgm").find("600 x 500"), std::string::npos);
+    EXPECT_NE(Info("wide.pgm").find("600 x 1000"), std::string::npos) << Info("wide.pgm");
+    ExpectError({"-x", "500"}, 2, "--area-width: '500' is out of range; allowed are 0 to 200 mm in steps of 1");
+    ExpectError({"-x", "wide"}, 2, "--area-width: 'wide' is not a number from 0 to 10000");
+}
+
+TEST_F(ScanDevice, PromptFillsAPdfFromAFlatbed) {
+    Streams streams;
+    streams.folder = folder.Path();
+    streams.input = "\nand on\n";
+    const Outcome outcome = Run({"scan", "-d", "test", "--prompt", "--pages=all", "-o", "pages.pdf"}, streams);
+    EXPECT_EQ(outcome.code, 0);
+    const std::string prompt = ": lay it on the glass and press Enter; Ctrl-D ends the scan\n";
+    EXPECT_EQ(outcome.err, "platen: page 2" + prompt + "platen: page 3" + prompt + "platen: page 4" + prompt);
+    Streams qpdf = streams;
+    qpdf.program = "qpdf";
+    qpdf.input = "";
+    const Outcome pages = Spawn({"--show-npages", "pages.pdf"}, qpdf);
+    if (pages.code != 127) {
+        EXPECT_EQ(pages.out, "3\n");
+        EXPECT_EQ(Spawn({"--check", "pages.pdf"}, qpdf).code, 0);
+    }
+    streams.input = "";
+    const Outcome ended =
+        Run({"scan", "-d", "test", "--prompt", "--pages=3", "--first-page-number=7", "-o", "p%d.png"}, streams);
+    EXPECT_EQ(ended.code, 0);
+    EXPECT_NE(ended.err.find("platen: test: the scan was ended after 1 of 3 pages\n"), std::string::npos)
+        << ended.err;
+    EXPECT_EQ(folder.Listing(), "p7.png pages.pdf");
+}
+
 TEST_F(ScanDevice, ListingNoneSaysSo) {
     WriteFile(configuration.File("dll.conf"), "");
     const Outcome outcome = Run({"scan", "-L"});
@@ -189,7 +249,8 @@ TEST_F(ScanDevice, TheFeederFillsOneTiff) {
                     "page a file");
     }
     ExpectError({"--pages=all", "--format=tiff"}, 2,
-                "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder");
+                "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder, "
+                "and --prompt waits for each page");
 }
 
 TEST_F(ScanDevice, EveryStatusHasItsCodeAndSanesWords) {

@@ -103,7 +103,7 @@ TEST(OptionTable, EachRowIsTakenBySomebody) {
         byCommands += ReadByCommand(spec) ? spec.name + std::string(" ") : "";
     }
     // Sub-commands look at these themselves. One that nobody looks at would be accepted without effect.
-    EXPECT_EQ(byCommands, "preset version help svg table check ");
+    EXPECT_EQ(byCommands, "preset no-defaults version help svg table check ");
 }
 
 TEST(OptionTable, NumbersKeepToTheRangeThatTheHelpShows) {
