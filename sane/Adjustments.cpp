@@ -164,10 +164,12 @@ void CheckOptions(const std::vector<GivenOption>& options) {
     platen_tool::ParsedArguments arguments;
     arguments.options = options;
     arguments.operands = {"-"};
-    if (platen_tool::MakeSettings(arguments, {false, false}).AnyAutomatic()) {
-        throw platen_tool::Error(platen_tool::ExitCode::kUsage,
-                                 "the preset has automatic settings, which need the whole page before its first "
-                                 "line; platen-auto finds levels by a preview");
+    const platen_tool::Settings settings = platen_tool::MakeSettings(arguments, {false, false});
+    if (settings.AnyAutomatic() || settings.rotate || settings.crop) {
+        throw platen_tool::Error(
+            platen_tool::ExitCode::kUsage,
+            "the preset has automatic settings, or crops or rotates; here the page's lines pass "
+            "once, in their order");
     }
 }
 

@@ -11,6 +11,10 @@ namespace {
 
 std::string StageName(StageKind kind) {
     switch (kind) {
+        case StageKind::kCrop:
+            return "crop";
+        case StageKind::kTurn:
+            return "rotate";
         case StageKind::kTone:
             return "tone";
         case StageKind::kHsv:

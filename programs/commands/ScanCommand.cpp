@@ -21,7 +21,8 @@ namespace {
 // Tones are worked on at 8 bits and a threshold of one's own wants greys: then the device isn't asked for lines
 // in black and white, the program makes them.
 bool DeviceMayThreshold(const ScanSettings& settings) {
-    return !settings.page.NeedsEightBits() && !settings.thresholdGiven && !settings.page.pixels.autoThreshold;
+    return !settings.page.NeedsEightBits() && !settings.thresholdGiven && !settings.page.pixels.autoThreshold &&
+           !settings.page.pixels.dither;
 }
 
 void SetMode(const ScanSettings& settings, ScanDevice& device, PixelMode mode) {

@@ -15,6 +15,7 @@ namespace {
 constexpr const char* kColour = "Colour and sharpness (8 bits)";
 constexpr const char* kPixels = "Pixels";
 constexpr const char* kAutomatic = "Automatic settings";
+constexpr const char* kPlace = "Place: before all else, and sizes are those that result";
 constexpr const char* kSize = "Size; the resolution tag follows";
 constexpr const char* kOutput = "Input and output";
 constexpr const char* kReport = "Reports";
@@ -111,12 +112,20 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     Rare({"auto-threshold", 0, "METHOD", kPixels, "--threshold from the page's tones: %b", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.autoThreshold = Choose(o, v, {true}); },
      kInPresets, {}, nullptr, "otsu", "otsu"}),
+    Rare({"dither", 0, nullptr, kPixels, "lineart by error diffusion", kPageUsers,
+     [](S, V, T t) { t.settings.pixels.dither = true; }, kInPresets}),
     {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers,
      [](S, V, T t) { t.settings.pixels.negative = true; }, kInPresets},
 
     {"flatten", 0, "COLOUR", kPixels, "lay alpha over white, black or #RRGGBB (white)", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.flatten = ParseColour(o, v); },
      kInPresets, {}, nullptr, "white black", "white"},
+
+    {"rotate", 0, "ANGLE", kPlace, "90, 180, 270; auto: as the orientation tag says", kPageUsers,
+     [](S o, V v, T t) { t.settings.rotate = Choose(o, v, {90, 180, 270, 0}); },
+     kInPresets, {}, nullptr, "90 180 270 auto"},
+    {"crop", 0, "WxH+X+Y", kPlace, "the part to keep: pixels, or mm or in after it", kPageUsers,
+     [](S o, V v, T t) { t.settings.crop = ParseCrop(o, v); }, kInPresets},
 
     {"scale", 0, "S", kSize, "scale factor: 50% or 0.5", kPageUsers,
      [](S o, V v, T t) { t.settings.size.scale = ParseScale(o, v); }, kInPresets},

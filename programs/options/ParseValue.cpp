@@ -94,6 +94,40 @@ void ParseSize(const OptionSpec& spec, std::string_view text, SizeSettings& size
     size.height = ParseSide(spec, parts[1]);
 }
 
+CropSettings ParseCrop(const OptionSpec& spec, const std::string& text) {
+    constexpr double kMostUnits = 1e6;
+    CropSettings crop;
+    std::string_view rest = text;
+    const auto unit = [&](std::string_view name, CropSettings::Unit value) {
+        if (rest.ends_with(name)) {
+            rest.remove_suffix(name.size());
+            crop.unit = value;
+        }
+    };
+    unit("px", CropSettings::Unit::kPixels);
+    unit("mm", CropSettings::Unit::kMillimetres);
+    unit("in", CropSettings::Unit::kInches);
+    const auto parts = SplitText(rest, '+');
+    const auto sides = SplitText(parts.front(), 'x');
+    if (sides.size() != 2 || (parts.size() != 1 && parts.size() != 3)) {
+        Refuse(Dashed(spec) + ": '" + text + "' is not WxH+X+Y, with mm or in after it or without");
+    }
+    const auto number = [&](std::string_view part, double least) {
+        if (crop.unit == CropSettings::Unit::kPixels) {
+            return static_cast<double>(
+                ParseWhole(Dashed(spec), part, static_cast<std::int64_t>(least), kMostPixelsASide));
+        }
+        return ParseNumber(Dashed(spec), part, least / 1000.0, kMostUnits);
+    };
+    crop.width = number(sides[0], 1.0);
+    crop.height = number(sides[1], 1.0);
+    if (parts.size() == 3) {
+        crop.x = number(parts[1], 0.0);
+        crop.y = number(parts[2], 0.0);
+    }
+    return crop;
+}
+
 Resolution ParseResolution(const std::string& option, std::string_view text) {
     const auto parts = SplitText(text, 'x');
     if (parts.size() > 2) {

@@ -46,6 +46,9 @@ std::uint32_t ParseSide(const OptionSpec& spec, std::string_view text);
 // WxH.
 void ParseSize(const OptionSpec& spec, std::string_view text, SizeSettings& size);
 
+// WxH[+X+Y][mm|in|px].
+CropSettings ParseCrop(const OptionSpec& spec, const std::string& text);
+
 // DPI, or XxY.
 Resolution ParseResolution(const std::string& option, std::string_view text);
 

@@ -74,6 +74,9 @@ void CheckPixels(const Settings& s) {
     if (p.autoThreshold && !s.ToLineart() && s.Typed("auto-threshold")) {
         Refuse("--auto-threshold: goes with --mode=lineart");
     }
+    if (p.dither && !s.ToLineart() && s.Typed("dither")) {
+        Refuse("--dither: goes with --mode=lineart");
+    }
     if (p.depth == 1 && p.mode == PixelMode::kColor) {
         Refuse("--depth=1: colour at 1 bit is not supported");
     }

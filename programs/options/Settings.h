@@ -44,6 +44,17 @@ struct SizeSettings {
     }
 };
 
+// The part of a page that is kept, as the page is seen.
+struct CropSettings {
+    enum class Unit { kPixels, kMillimetres, kInches };
+
+    double width = 0.0;
+    double height = 0.0;
+    double x = 0.0;  // of its left edge, from the page's
+    double y = 0.0;
+    Unit unit = Unit::kPixels;
+};
+
 // Of 8 bits a sample; white, where nothing is said.
 struct Colour {
     std::array<std::uint8_t, 3> rgb = {255, 255, 255};
@@ -55,6 +66,7 @@ struct PixelSettings {
     std::optional<int> depth;  // 1, 8 or 16
     double threshold = 50.0;   // percent
     bool autoThreshold = false;
+    bool dither = false;
     bool negative = false;
     std::optional<Colour> flatten;  // what alpha is laid over
 };
@@ -89,6 +101,8 @@ struct Settings {
     SizeSettings size;
     PixelSettings pixels;
     AutomaticSettings automatic;
+    std::optional<int> rotate;  // degrees clockwise, after the orientation tag, which is reset
+    std::optional<CropSettings> crop;
     std::array<Adjustment, 4> order = {Adjustment::kTone, Adjustment::kHsv, Adjustment::kScale,
                                        Adjustment::kSharpen};
     std::optional<Resolution> inputResolution;
@@ -143,7 +157,7 @@ struct Settings {
 
     // Whether a stage was asked for that must know the page's height before its last line.
     bool NeedsHeight() const {
-        return size.Any() || sharpness != 0;
+        return size.Any() || sharpness != 0 || rotate || crop;
     }
 };
 

@@ -1,6 +1,7 @@
 #include "programs/page/PagePlan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "programs/io/DescriptionTexts.h"
 #include "programs/page/Geometry.h"
 #include "programs/page/PageZoom.h"
+#include "programs/page/PlaceStage.h"
 #include "programs/page/StageChoice.h"
 
 namespace platen_tool {
@@ -35,6 +37,10 @@ std::string StageText(const PlannedStage& stage) {
             return "scaled from " + stage.text;
         case StageKind::kSharpen:
             return "sharpness " + stage.text;
+        case StageKind::kCrop:
+            return "cropped to " + stage.text;
+        case StageKind::kTurn:
+            return "turned: " + stage.text;
         default:
             return stage.text;
     }
@@ -53,6 +59,7 @@ class Planner {
     }
 
     PagePlan Plan() {
+        PlanPlace();
         PlanDepth();
         PlanColours();
         for (const Adjustment kind : settings_.order) {
@@ -61,8 +68,14 @@ class Planner {
         if (ToLineart() && info_.bitsPerSample == 8) {
             info_.bitsPerSample = 1;
             const PixelSettings& pixels = settings_.pixels;
-            Add(StageKind::kThreshold, pixels.autoThreshold ? std::string("automatic threshold")
-                                                            : "threshold " + NumberText(pixels.threshold) + " %");
+            const std::string threshold = pixels.autoThreshold ? std::string("automatic threshold")
+                                                               : "threshold " + NumberText(pixels.threshold) + " %";
+            if (pixels.dither) {
+                Add(StageKind::kDither, "error diffusion, " + threshold,
+                    info_.LineBytes() + 2 * sizeof(int) * (std::size_t{info_.width} + 2));
+            } else {
+                Add(StageKind::kThreshold, threshold);
+            }
         }
         FinishOutput();
         return plan_;
@@ -77,6 +90,97 @@ class Planner {
     void Add(StageKind kind, std::string text, std::size_t memory = 0) {
         const ImageInfo& in = plan_.stages.empty() ? plan_.input : plan_.stages.back().out;
         plan_.stages.push_back({kind, in, info_, std::move(text), memory});
+    }
+
+    // The part is cut out of the page as it is stored, and turned then: less has to be turned.
+    void PlanPlace() {
+        if (settings_.rotate) {
+            plan_.turn = Joined(TurnOfOrientation(info_.orientation), TurnOfAngle(*settings_.rotate));
+            info_.orientation = 1;
+        } else if (settings_.crop && info_.orientation != 1) {
+            plan_.notices.push_back(
+                "--crop counts the pixels as they are stored; --rotate=auto would apply the orientation tag first");
+        }
+        if ((settings_.crop || plan_.turn.Any()) && info_.height == 0) {
+            NoteUnknownHeight();
+        }
+        if (settings_.crop) {
+            PlanCrop(*settings_.crop);
+        }
+        if (plan_.turn.Any()) {
+            PlanTurn();
+        }
+    }
+
+    static std::uint32_t Pixels(double length, CropSettings::Unit unit, const Ratio* dpi) {
+        constexpr double kMillimetresPerInch = 25.4;
+        constexpr double kMost = 4294967295.0;
+        double pixels = length;
+        if (unit != CropSettings::Unit::kPixels) {
+            pixels *= dpi->Value() / (unit == CropSettings::Unit::kInches ? 1.0 : kMillimetresPerInch);
+        }
+        return static_cast<std::uint32_t>(std::clamp(std::floor(pixels + 0.5), 0.0, kMost));
+    }
+
+    void PlanCrop(const CropSettings& crop) {
+        if (crop.unit != CropSettings::Unit::kPixels && !info_.resolution) {
+            throw Error(ExitCode::kFailed,
+                        "--crop: the file does not say what resolution it has; give --input-resolution");
+        }
+        const bool swap = plan_.turn.swap;
+        const Ratio* dpiX = info_.resolution ? &(swap ? info_.resolution->y : info_.resolution->x) : nullptr;
+        const Ratio* dpiY = info_.resolution ? &(swap ? info_.resolution->x : info_.resolution->y) : nullptr;
+        Area area{Pixels(crop.x, crop.unit, dpiX), Pixels(crop.y, crop.unit, dpiY),
+                  std::max(Pixels(crop.width, crop.unit, dpiX), 1u),
+                  std::max(Pixels(crop.height, crop.unit, dpiY), 1u)};
+        // A side that isn't known yet is as long as it may be.
+        const std::uint32_t height = info_.height == 0 ? settings_.read.limits.maxSide : info_.height;
+        const std::uint32_t seenWidth = swap ? height : info_.width;
+        const std::uint32_t seenHeight = swap ? info_.width : height;
+        if (area.x >= seenWidth || area.y >= seenHeight) {
+            throw Error(ExitCode::kFailed, "--crop: " + std::to_string(area.x) + "," + std::to_string(area.y) +
+                                               " lies outside the page of " + SizeText(seenWidth, seenHeight));
+        }
+        const Area asked = area;
+        area.width = std::min(area.width, seenWidth - area.x);
+        area.height = std::min(area.height, seenHeight - area.y);
+        if (area.width < asked.width || area.height < asked.height) {
+            plan_.notices.push_back("--crop: the page ends before it; " + SizeText(area.width, area.height) +
+                                    " of " + SizeText(asked.width, asked.height) + " are left");
+        }
+        plan_.crop = AreaBefore(plan_.turn, area, info_.width, height);
+        if (plan_.crop.width == info_.width && plan_.crop.height == info_.height) {
+            return;
+        }
+        info_.width = plan_.crop.width;
+        info_.height = plan_.crop.height;
+        Add(StageKind::kCrop,
+            SizeText(area.width, area.height) + " from " + std::to_string(area.x) + "," + std::to_string(area.y),
+            info_.bitsPerSample == 1 ? info_.LineBytes() : 0);
+    }
+
+    void PlanTurn() {
+        static constexpr const char* kTexts[2][2][2] = {
+            {{"", "mirrored top to bottom"}, {"mirrored left to right", "180 degrees"}},
+            {{"90 degrees, mirrored left to right", "90 degrees"},
+             {"270 degrees", "270 degrees, mirrored left to right"}}};
+        const Turn& turn = plan_.turn;
+        if (!turn.ByLine()) {
+            if (settings_.read.strictStream) {
+                Unsupported("--rotate: turning a page needs a temporary file; --strict-stream forbids it");
+            }
+            plan_.notices.emplace_back("turned through a temporary file");
+        }
+        const std::size_t before = info_.LineBytes();
+        if (turn.swap) {
+            std::swap(info_.width, info_.height);
+            if (info_.resolution) {
+                std::swap(info_.resolution->x, info_.resolution->y);
+            }
+        }
+        Add(StageKind::kTurn, kTexts[turn.swap][turn.flipX][turn.flipY],
+            turn.swap ? std::max(kTurnBlock, 8 * before) + 2 * std::max(kTurnBlock, info_.LineBytes())
+                      : 2 * info_.LineBytes());
     }
 
     void PlanDepth() {
@@ -165,12 +269,13 @@ class Planner {
         }
         NoteUnknownHeight();
         const ImageInfo before = info_;
-        const PageSize size =
-            info_.height == 0 ? SizeOfUnknownHeight() : TargetSize(info_, settings_.size, settings_.read.limits);
+        const PageSize size = info_.height == 0 || info_.width == 0
+                                  ? SizeOfUnknownHeight()
+                                  : TargetSize(info_, settings_.size, settings_.read.limits);
         info_.width = size.width;
         info_.height = size.height;
         info_.resolution = size.resolution;
-        if (size.width == before.width && size.height == before.height && size.height != 0) {
+        if (size.width == before.width && size.height == before.height && size.height != 0 && size.width != 0) {
             plan_.notices.push_back("the page has its size already; nothing is scaled");
             return;
         }
@@ -178,16 +283,23 @@ class Planner {
             ScalerMemory(before, info_));
     }
 
-    // The page is taken for a square one. Sides that would follow the height are 0, as unknown as it is.
+    // The page is taken for a square one. Sides that would follow the one that isn't known (the width, where the
+    // page is turned) are 0, as unknown as it is.
     PageSize SizeOfUnknownHeight() const {
         ImageInfo square = info_;
-        square.height = square.width;
+        square.width = square.height = std::max(info_.width, info_.height);
+        const bool turned = info_.width == 0;
         const SizeSettings& wanted = settings_.size;
         PageSize size = TargetSize(square, wanted, {UINT32_MAX, UINT64_MAX});
-        const bool heightGiven = !wanted.scale && !wanted.resolution && wanted.height != 0;
-        size.height = heightGiven && !wanted.shrinkOnly ? wanted.height : 0;
-        if (heightGiven) {
-            size.width = wanted.width == 0 ? 0 : size.width;
+        const bool given = !wanted.scale && !wanted.resolution;
+        const std::uint32_t unknown = turned ? wanted.width : wanted.height;
+        const std::uint32_t known = turned ? wanted.height : wanted.width;
+        std::uint32_t& unknownSide = turned ? size.width : size.height;
+        std::uint32_t& knownSide = turned ? size.height : size.width;
+        const bool unknownGiven = given && unknown != 0;
+        unknownSide = unknownGiven && !wanted.shrinkOnly ? unknown : 0;
+        if (unknownGiven) {
+            knownSide = known == 0 ? 0 : knownSide;
             size.resolution.reset();
         }
         CheckLimits(size, settings_.read.limits);
@@ -218,7 +330,8 @@ class Planner {
         }
         if (settings_.read.strictStream) {
             Unsupported(
-                "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
+                "the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream "
+                "forbids "
                 "spooling");
         }
         if (plan_.notices.empty()) {

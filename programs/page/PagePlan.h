@@ -6,6 +6,7 @@
 #include "programs/base/ImageInfo.h"
 #include "programs/options/Settings.h"
 #include "programs/page/ToneTables.h"
+#include "programs/page/Turn.h"
 
 namespace platen_tool {
 
@@ -23,6 +24,9 @@ enum class StageKind {
     kHsv,
     kScale,
     kSharpen,
+    kCrop,
+    kTurn,
+    kDither,  // grey to 1 bit by error diffusion
 };
 
 struct PlannedStage {
@@ -41,7 +45,9 @@ struct PagePlan {
     ToneTables tables{};               // for kTone
     HsvSettings hsv;                   // for kHsv
     int sharpness = 0;                 // for kSharpen
-    double threshold = 50.0;           // for kThreshold, percent
+    Area crop;                         // for kCrop
+    Turn turn;                         // for kTurn
+    double threshold = 50.0;           // for kThreshold and kDither, percent
     std::size_t beforeTone = 0;        // stages before the place of kTone, whether it is there or not
     Colour background;                 // for kFlatten
     bool reducedTo8 = false;           // 16-bit samples lose bits though nobody asked for it
@@ -49,8 +55,9 @@ struct PagePlan {
     std::string leftOut;               // what of a preset doesn't fit the page, in words
 };
 
-// Plans a page. Pixel conversions come first, then the stages in the order of the settings, then the threshold
-// of --mode=lineart. An Error (kUnsupported) where the page lacks what an option needs.
+// Plans a page. The turn and the part that is kept come first, then pixel conversions, then the stages in the order
+// of the settings, then the threshold of --mode=lineart. An Error (kUnsupported) where the page lacks what an
+// option needs.
 //
 // Where the height isn't known and a stage needs it (Settings::NeedsHeight), sides that follow from it are 0: such
 // a plan shows what is to come and what can't be, a Pipeline wants one that is made when the lines are counted.

@@ -1,7 +1,9 @@
 #include "programs/page/Pipeline.h"
 
+#include "programs/page/DitherStage.h"
 #include "programs/page/HsvStage.h"
 #include "programs/page/PixelStage.h"
+#include "programs/page/PlaceStage.h"
 #include "programs/page/ScaleStage.h"
 #include "programs/page/SharpenStage.h"
 #include "programs/page/ToneStage.h"
@@ -12,6 +14,12 @@ namespace {
 
 std::unique_ptr<Stage> MakeStage(const PagePlan& plan, const PlannedStage& stage, Stage& next) {
     switch (stage.kind) {
+        case StageKind::kCrop:
+            return MakeCropStage(plan, stage, next);
+        case StageKind::kTurn:
+            return MakeTurnStage(plan, stage, next);
+        case StageKind::kDither:
+            return MakeDitherStage(plan, stage, next);
         case StageKind::kTone:
             return MakeToneStage(plan, stage, next);
         case StageKind::kHsv:

@@ -72,6 +72,23 @@ TEST_F(Memory, ABilevelPageAtHalfSizeTakesAtMost8Megabytes) {
     EXPECT_LE(PeakMegabytes({folder.File("page.tif"), "--scale=50%", "-o", folder.File("half.tif")}), 8.0);
 }
 
+// Turning keeps a few blocks of the page, not the page.
+TEST_F(Memory, ATurnedPageTakesAtMost24Megabytes) {
+    std::ofstream stream(folder.File("page.ppm"), std::ios::binary);
+    stream << "P6\n4000 12000\n255\n";
+    const std::string line(12000, 'x');
+    for (int y = 0; y < 12000; ++y) {
+        stream << line;
+    }
+    stream.close();
+    for (const char* angle : {"90", "180", "270"}) {
+        EXPECT_LE(PeakMegabytes({folder.File("page.ppm"), std::string("--rotate=") + angle, "-f", "-o",
+                                 folder.File("turned.ppm")}),
+                  24.0)
+            << angle;
+    }
+}
+
 TEST_F(Memory, ATenTimesTallerPageTakesNoMore) {
     constexpr int kWidth = 7200;
     constexpr int kHeight = 6000;  // a PNG of this has more blocks than wait to be compressed

@@ -108,6 +108,11 @@ TEST_F(OutOfMemory, AutomaticSettings) {
     Sweep({"page.ppm", "--auto-white", "--auto-levels", "--stats", "-o", "out.png"}, "out.png");
 }
 
+TEST_F(OutOfMemory, TurnedPartsAndErrorDiffusion) {
+    Sweep({"page.ppm", "--rotate=90", "--crop=20x30+3+4", "-o", "out.png"}, "out.png");
+    Sweep({"page.ppm", "--rotate=180", "--mode=lineart", "--dither", "-o", "out.pbm"}, "out.pbm");
+}
+
 TEST_F(OutOfMemory, Tiff) {
     Make("in.tif", {"--set-resolution=300"});
     Sweep({"in.tif", "--gamma=2", "--stats", "-o", "out.tif"}, "out.tif");

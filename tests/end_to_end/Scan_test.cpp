@@ -397,9 +397,10 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     const Words hand = Set({"hand-scanner=yes", "read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--scale=50%"};
     ExpectError(hand, 4, "test: the scan failed: Error during device I/O");
     ExpectError(hand + Words{"--hue=10"}, 3, "test: --hue needs a colour page; this one is grey");
-    ExpectError(hand + Words{"--strict-stream"}, 3,
-                "test: the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids "
-                "spooling");
+    ExpectError(
+        hand + Words{"--strict-stream"}, 3,
+        "test: the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream forbids "
+        "spooling");
     ExpectError({"--max-side=100"}, 1,
                 "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side (--max-side)");
 }
@@ -438,9 +439,10 @@ TEST_F(ScanDevice, DryRunsTellWhatIsKnownOfAnUnknownHeight) {
     // As the scan itself would answer.
     const Outcome strict = RunScan(hand + Words{"--scale=50%", "--strict-stream"});
     EXPECT_EQ(strict.code, 3);
-    EXPECT_EQ(strict.err,
-              "platen: test: the page's height isn't known, and scaling and sharpness need it; --strict-stream "
-              "forbids spooling\n");
+    EXPECT_EQ(
+        strict.err,
+        "platen: test: the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream "
+        "forbids spooling\n");
     EXPECT_EQ(folder.Listing(), "");
 }
 

@@ -135,7 +135,7 @@ TEST(PagePlan, UnknownHeightIsRefusedWhereStreamingIsStrict) {
                       [&] {
                           PlanPage(With({option, "--strict-stream"}), info);
                       }),
-            "the page's height isn't known, and scaling and sharpness need it; --strict-stream forbids spooling");
+            "the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream forbids spooling");
     }
     EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2", "--strict-stream"}), info)), "tone");
 }

@@ -104,7 +104,7 @@ TEST(PresetFile, PictureOptionsBelongInOthersDoNot) {
         const bool toneGroup = std::string(spec.group).starts_with("Tone");
         EXPECT_EQ(ToneStepList::Knows(name), toneGroup) << name;
     }
-    EXPECT_EQ(count, 37u);
+    EXPECT_EQ(count, 40u);
     for (const char* name :
          {"output", "force", "plot", "stats", "jobs", "page", "preset", "save-preset", "nonsense"}) {
         EXPECT_FALSE(IsPresetOption(name)) << name;
@@ -171,6 +171,7 @@ TEST(PresetFile, SavingAndReadingGivesTheSameSettings) {
     ExpectRoundTrip({"--width=00100", "--mode=lineart"});
     ExpectRoundTrip({"--scale=.5"});
     ExpectRoundTrip({"--levels=R:20,210", "--levels=B:0,200,0.90,5,250"});
+    ExpectRoundTrip({"--crop=100x80+1+2mm", "--rotate=auto", "--dither", "--mode=lineart"});
     ExpectRoundTrip({"--auto-white", "--brightness=1", "--auto-levels", "--auto-levels=0.25,2", "--auto-margin=7",
                      "--mode=lineart", "--auto-threshold"});
 }
