@@ -235,6 +235,19 @@ TEST_F(Place, AnOrientationTagIsAppliedAndReset) {
         tagged[at + 8] = static_cast<char>(orientation);
         WriteFile(folder.File("tagged.tif"), tagged);
         const Page seen = AsSeen(page, orientation);
+        static constexpr const char* kTold[] = {"",
+                                                "",
+                                                "mirrored left to right",
+                                                "180 degrees",
+                                                "mirrored top to bottom",
+                                                "90 degrees, mirrored left to right",
+                                                "90 degrees",
+                                                "270 degrees, mirrored left to right",
+                                                "270 degrees"};
+        const std::string plan = Run({"-n", "--rotate=auto", "tagged.tif"}).out;
+        EXPECT_EQ(plan.find("  rotate    " + std::string(kTold[orientation]) + "\n") != std::string::npos,
+                  orientation > 1)
+            << plan;
         EXPECT_TRUE(Result({"--rotate=auto", "tagged.tif"}) == seen) << orientation;
         EXPECT_TRUE(Result({"--rotate=90", "tagged.tif"}) == Turned(seen, 1)) << orientation;
         EXPECT_TRUE(Result({"--rotate=auto", "--crop=5x4+9+3", "tagged.tif"}) == Cut(seen, 9, 3, 5, 4))
