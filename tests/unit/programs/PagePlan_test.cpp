@@ -130,12 +130,12 @@ TEST(PagePlan, UnknownHeightIsRefusedWhereStreamingIsStrict) {
     ImageInfo info = Page(8, 3);
     info.height = 0;
     for (const char* option : {"--scale=2", "--sharpness=2"}) {
-        EXPECT_EQ(
-            ErrorText(ExitCode::kUnsupported,
-                      [&] {
-                          PlanPage(With({option, "--strict-stream"}), info);
-                      }),
-            "the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream forbids spooling");
+        EXPECT_EQ(ErrorText(ExitCode::kUnsupported,
+                            [&] {
+                                PlanPage(With({option, "--strict-stream"}), info);
+                            }),
+                  "the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream "
+                  "forbids spooling");
     }
     EXPECT_EQ(StepNames(PlanPage(With({"--gamma=2", "--strict-stream"}), info)), "tone");
 }
