@@ -412,6 +412,24 @@ TEST(CppLines, EveryFailingRequestOfAnOpeningGivesAStatus) {
     FailEveryRequest<Scaler>(Scaling{.from = {4, 4}, .to = {3, 3}, .format = PixelFormat::bilevel}, 6, 2, 0);
 }
 
+TEST(CppLines, AnEndedObjectGivesEverythingBack) {
+    AllocationLedger ledger;
+    {
+        HsvFilter hsv({.hue = 1, .width = 8});
+        Sharpener sharpener({.size = {8, 8}});
+        Scaler scaler({.from = {8, 8}, .to = {20, 20}});
+        EXPECT_GE(ledger.Outstanding(), 3u);
+        hsv.close();
+        sharpener.close();
+        scaler.close();
+        EXPECT_EQ(ledger.Outstanding(), 0u);
+        EXPECT_EQ(hsv.open({.hue = 1, .width = 8}), Status::done);
+        EXPECT_EQ(sharpener.open({.size = {8, 8}}), Status::done);
+        EXPECT_EQ(scaler.open({.from = {8, 8}, .to = {20, 20}}), Status::done);
+    }
+    EXPECT_EQ(ledger.Outstanding(), 0u);
+}
+
 TEST(CppLines, NothingIsTakenForALine) {
     HsvFilter hsv({.hue = 1, .width = 8});
     Sharpener sharpener({.size = {8, 8}});
