@@ -118,7 +118,7 @@ struct Sharpness {
 
     constexpr Problem problem() const noexcept {
         const bool known = format == PixelFormat::rgb8 || format == PixelFormat::gray8;
-        const std::size_t needed = bytesOfLine(format, size.width);
+        const std::uint64_t needed = detail::wideBytesOfLine(format, size.width);
         return detail::first({detail::within("Sharpness: level", level, -2, 3),
                               detail::rule("Sharpness: level is 0; allowed are -2, -1, 1, 2 and 3", level != 0),
                               detail::within("Sharpness: size.width", size.width, 3, detail::kLargest),

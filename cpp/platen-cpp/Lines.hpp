@@ -34,10 +34,19 @@ struct Size {
     friend bool operator==(const Size&, const Size&) = default;
 };
 
+namespace detail {
+
+// The same as bytesOfLine, where std::size_t has 32 bits too.
+constexpr std::uint64_t wideBytesOfLine(PixelFormat format, std::int32_t width) noexcept {
+    const std::uint64_t pixels = width > 0 ? static_cast<std::uint64_t>(width) : 0;
+    return (pixels * static_cast<std::uint64_t>(format) + 7) / 8;
+}
+
+}  // namespace detail
+
 // Bytes of a line of `width` pixels; 0 for a width below 1.
 constexpr std::size_t bytesOfLine(PixelFormat format, std::int32_t width) noexcept {
-    const std::uint64_t pixels = width > 0 ? static_cast<std::uint64_t>(width) : 0;
-    return static_cast<std::size_t>((pixels * static_cast<std::uint64_t>(format) + 7) / 8);
+    return static_cast<std::size_t>(detail::wideBytesOfLine(format, width));
 }
 
 constexpr bool hasWideSamples(PixelFormat format) noexcept {
