@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "Spawn.h"
+#include "InFolder.h"
 
 // --compression on real scans, read back by programs that other people wrote.
 
@@ -16,14 +16,8 @@ std::string Scan(const std::string& name) {
     return std::string(PLATEN_TEST_DATA) + "/" + name;
 }
 
-class CompressionOption : public testing::Test {
+class CompressionOption : public InFolder {
   protected:
-    Outcome Run(const std::string& program, const std::vector<std::string>& words) const {
-        Streams streams;
-        streams.folder = folder.Path();
-        streams.program = program;
-        return Spawn(words, streams);
-    }
     void Platen(const std::vector<std::string>& words) const {
         const Outcome outcome = Run("", words);
         EXPECT_EQ(outcome.code, 0) << outcome.err;
@@ -40,8 +34,6 @@ class CompressionOption : public testing::Test {
         EXPECT_EQ(outcome.code, code) << outcome.err;
         EXPECT_NE(outcome.err.find(text), std::string::npos) << outcome.err;
     }
-
-    Folder folder;
 };
 
 TEST_F(CompressionOption, TiffsAreWhatOtherProgramsSayTheyAre) {

@@ -219,7 +219,7 @@ TEST_F(FaultMatrix, SavedPresets) {
 }
 
 // What the disk may hold after a loss of power at any point: a name that was given and all that fsync had waited
-// for. Data that no fsync covers may be there or not; so a rename is only safe behind one.
+// for. Data that no fsync covers may be there or not; so a rename is only safe after one.
 TEST_F(FaultMatrix, APowerCutLeavesTheOldOutputOrTheNew) {
     Make("in.tif");
     for (const std::string output : {"out.png", "out.tif", "out.pdf", "out.jpg", "out.ppm"}) {

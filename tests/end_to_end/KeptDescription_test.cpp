@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "Spawn.h"
+#include "InFolder.h"
 
 // EXIF, XMP, IPTC and texts on a real scan, written and read back by exiftool and ImageMagick.
 
@@ -15,14 +15,8 @@ std::string Scan(const std::string& name) {
 
 constexpr const char* kAbsent = "no sample scans, or no exiftool";
 
-class Descriptions : public testing::Test {
+class Descriptions : public InFolder {
   protected:
-    Outcome Run(const std::string& program, const std::vector<std::string>& words) const {
-        Streams streams;
-        streams.folder = folder.Path();
-        streams.program = program;
-        return Spawn(words, streams);
-    }
     std::string Platen(const std::vector<std::string>& words) const {
         const Outcome outcome = Run("", words);
         EXPECT_EQ(outcome.code, 0) << outcome.err;
@@ -71,8 +65,6 @@ class Descriptions : public testing::Test {
                             "-IPTC:Headline=head"});
         return true;
     }
-
-    Folder folder;
 };
 
 TEST_F(Descriptions, GoWithThePageIntoEveryFormatThatHoldsThem) {

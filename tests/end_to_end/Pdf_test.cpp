@@ -3,21 +3,15 @@
 #include <string>
 #include <vector>
 
-#include "Spawn.h"
+#include "InFolder.h"
 
 // PDF files, read back by programs that other people wrote.
 
 namespace platen_test {
 namespace {
 
-class Pdf : public testing::Test {
+class Pdf : public InFolder {
   protected:
-    Outcome Run(const std::string& program, const std::vector<std::string>& words) const {
-        Streams streams;
-        streams.folder = folder.Path();
-        streams.program = program;
-        return Spawn(words, streams);
-    }
     void Do(const std::string& program, const std::vector<std::string>& words) const {
         const Outcome outcome = Run(program, words);
         EXPECT_EQ(outcome.code, 0) << program << ": " << outcome.err;
@@ -50,8 +44,6 @@ class Pdf : public testing::Test {
         return Run("qpdf", {"--version"}).code == 127 || Run("pdfimages", {"-v"}).code == 127 ||
                Run("mutool", {"-v"}).code == 127;
     }
-
-    Folder folder;
 };
 
 constexpr const char* kAbsent = "qpdf, poppler-utils or mupdf-tools are not installed";

@@ -1,21 +1,14 @@
 #include <gtest/gtest.h>
 
-#include "Spawn.h"
+#include "InFolder.h"
 
 // The tags of every output format, read back by other programs.
 
 namespace platen_test {
 namespace {
 
-class Tags : public testing::Test {
+class Tags : public InFolder {
   protected:
-    Outcome Run(const std::string& program, const std::vector<std::string>& arguments) const {
-        Streams streams;
-        streams.folder = folder.Path();
-        streams.program = program;
-        return Spawn(arguments, streams);
-    }
-
     bool Lacks(const std::string& program) const {
         return Run(program, {}).code == 127;
     }
@@ -38,8 +31,6 @@ class Tags : public testing::Test {
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         return "page." + ending;
     }
-
-    Folder folder;
 };
 
 TEST_F(Tags, AreReadByIdentify) {

@@ -305,7 +305,7 @@ class CommandLineRun {
         for (const auto& [name, bytes] : after_) {
             if (before_.count(name) == 0) {
                 Agree(!line_.dry, name + " is made by a dry run");
-                Agree(fs::path(name).filename().string()[0] != '.', name + " is left behind");
+                Agree(fs::path(name).filename().string()[0] != '.', name + " remains");
                 Agree(MayAppear(name), name + " is made by nobody's wish");
                 CheckWhole(name);
             }

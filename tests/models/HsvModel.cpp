@@ -38,17 +38,7 @@ class HsvWalk {
     }
 
     void Run(const Steps& steps) {
-        std::size_t number = 0;
-        for (const Step& step : steps) {
-            const std::size_t call = step.call % kCalls.size();
-            try {
-                (this->*kCalls[call].run)(step);
-                CompareState();
-            } catch (const Differs& differs) {
-                throw Differs(std::to_string(number) + ", " + kCalls[call].name + ": " + differs.what());
-            }
-            ++number;
-        }
+        RunSteps(*this, kCalls, steps, [this] { CompareState(); });
     }
 
   private:
@@ -56,10 +46,7 @@ class HsvWalk {
         void* handle;
         Words words;
     };
-    struct Call {
-        const char* name;
-        void (HsvWalk::*run)(const Step&);
-    };
+    using Call = NamedCall<HsvWalk>;
     static const std::array<Call, 11> kCalls;
 
     Context* Any(const Step& step) {

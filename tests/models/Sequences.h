@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -41,6 +42,27 @@ inline void Agree(bool same, const std::string& what) {
 //   size   most steps of a sequence
 void CheckSequences(const char* name, const std::function<void(const Steps&)>& walk,
                     int sequences = PLATEN_MODEL_SEQUENCES, int size = 100);
+
+// A call that a walk can make, and its name for messages.
+template <class Walk>
+struct NamedCall {
+    const char* name;
+    void (Walk::*run)(const Step&);
+};
+
+// Makes each step's call, and compares after it; a difference is told with the step's number and the call's name.
+template <class Walk, std::size_t kCount, class Compare>
+void RunSteps(Walk& walk, const std::array<NamedCall<Walk>, kCount>& calls, const Steps& steps, Compare compare) {
+    for (std::size_t number = 0; number < steps.size(); ++number) {
+        const NamedCall<Walk>& call = calls[steps[number].call % kCount];
+        try {
+            (walk.*call.run)(steps[number]);
+            compare();
+        } catch (const Differs& differs) {
+            throw Differs(std::to_string(number) + ", " + call.name + ": " + differs.what());
+        }
+    }
+}
 
 // What a call takes from malloc and from new, and which request of it fails: once by the ledger, once by the model.
 class Meter {
@@ -133,7 +155,7 @@ class Meter {
         ledger_.Pause();
     }
     ~Meter() {
-        ledger_.FreeOutstanding();  // what calls left behind, as their headers say
+        ledger_.FreeOutstanding();  // what calls leave, as their headers say
     }
 
   private:

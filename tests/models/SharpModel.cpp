@@ -108,24 +108,11 @@ class SharpWalk {
     }
 
     void Run(const Steps& steps) {
-        std::size_t number = 0;
-        for (const Step& step : steps) {
-            const std::size_t call = step.call % kCalls.size();
-            try {
-                (this->*kCalls[call].run)(step);
-                CompareState();
-            } catch (const Differs& differs) {
-                throw Differs(std::to_string(number) + ", " + kCalls[call].name + ": " + differs.what());
-            }
-            ++number;
-        }
+        RunSteps(*this, kCalls, steps, [this] { CompareState(); });
     }
 
   private:
-    struct Call {
-        const char* name;
-        void (SharpWalk::*run)(const Step&);
-    };
+    using Call = NamedCall<SharpWalk>;
     static const std::array<Call, 16> kCalls;
 
     ModelContext* Any(const Step& step) {

@@ -202,24 +202,11 @@ class ZoomWalk {
 
     void Run(const Steps& steps) {
         facade_ = !steps.empty() && steps[0].who % 2 == 0;
-        std::size_t number = 0;
-        for (const Step& step : steps) {
-            const std::size_t call = step.call % kCalls.size();
-            try {
-                (this->*kCalls[call].run)(step);
-                CompareState();
-            } catch (const Differs& differs) {
-                throw Differs(std::to_string(number) + ", " + kCalls[call].name + ": " + differs.what());
-            }
-            ++number;
-        }
+        RunSteps(*this, kCalls, steps, [this] { CompareState(); });
     }
 
   private:
-    struct Call {
-        const char* name;
-        void (ZoomWalk::*run)(const Step&);
-    };
+    using Call = NamedCall<ZoomWalk>;
     static const std::array<Call, 24> kCalls;
 
     PX_Zoom& Zoom() {
