@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <regex>
 
+#include "Scans.h"
 #include "Spawn.h"
 
 // Automatic settings: what they find is said everywhere, and typing it gives the same bytes.
@@ -12,10 +13,6 @@ namespace platen_test {
 namespace {
 
 using Words = std::vector<std::string>;
-
-std::string Scan(const std::string& name) {
-    return std::string(PLATEN_TEST_DATA) + "/" + name;
-}
 
 constexpr const char* kAbsent = "no sample scans at " PLATEN_TEST_DATA " (PLATEN_TEST_DATA)";
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "InFolder.h"
+#include "Scans.h"
 
 // --compression on real scans, read back by programs that other people wrote.
 
@@ -11,10 +12,6 @@ namespace {
 
 constexpr int kUsage = 2;
 constexpr int kUnsupported = 3;
-
-std::string Scan(const std::string& name) {
-    return std::string(PLATEN_TEST_DATA) + "/" + name;
-}
 
 class CompressionOption : public InFolder {
   protected:

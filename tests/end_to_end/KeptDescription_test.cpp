@@ -3,15 +3,12 @@
 #include <filesystem>
 
 #include "InFolder.h"
+#include "Scans.h"
 
 // EXIF, XMP, IPTC and texts on a real scan, written and read back by exiftool and ImageMagick.
 
 namespace platen_test {
 namespace {
-
-std::string Scan(const std::string& name) {
-    return std::string(PLATEN_TEST_DATA) + "/" + name;
-}
 
 constexpr const char* kAbsent = "no sample scans, or no exiftool";
 

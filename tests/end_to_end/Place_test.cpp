@@ -7,18 +7,15 @@
 #include <functional>
 #include <sstream>
 
+#include "Scans.h"
 #include "Spawn.h"
 
-// --rotate, --crop and --dither: against plain second writings of the rules, and other programs' readings.
+// --rotate, --crop and --dither: against oracles of the rules, and other programs' readings.
 
 namespace platen_test {
 namespace {
 
 using Words = std::vector<std::string>;
-
-std::string Scan(const std::string& name) {
-    return std::string(PLATEN_TEST_DATA) + "/" + name;
-}
 
 constexpr const char* kAbsent = "no sample scans at " PLATEN_TEST_DATA " (PLATEN_TEST_DATA)";
 

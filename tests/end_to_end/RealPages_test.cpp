@@ -5,16 +5,13 @@
 #include <sstream>
 
 #include "DecodePage.h"
+#include "Scans.h"
 #include "Spawn.h"
 
 // Real scans through the whole program.
 
 namespace platen_test {
 namespace {
-
-std::string Scan(const std::string& name) {
-    return std::string(PLATEN_TEST_DATA) + "/" + name;
-}
 
 bool Absent() {
     return !std::filesystem::exists(Scan("README.md"));
