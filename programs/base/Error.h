@@ -12,7 +12,7 @@ enum class ExitCode : int {
     kUsage = 2,        // the command line is wrong
     kUnsupported = 3,  // a layout that isn't supported, or --strict-stream forbids what it needs
     kDevice = 4,       // the scanner, in SANE's words
-    kNoDocuments = 5,  // the feeder is empty at the first page
+    kNoDocuments = 5,  // the feeder is empty at the first page, or --prompt ended before it
     kInterrupted = 130,
     kBrokenPipe = 141,
 };

@@ -123,8 +123,9 @@ void Scan(const ScanSettings& settings, ScanDevice& device, RunFiles& files) {
     Progress progress(ShowsProgress(settings.page), {1});
     RunNumbers numbers(settings.page);
     const Run run{settings.page, name, files, numbers, &progress};
+    const auto promptFrom = settings.prompt ? std::optional(nextPage) : std::nullopt;
     AdjustSheets(run, {!settings.pages, TakeTime},
-                 MakeScanReader(device, settings.pages, settings.page.read, settings.prompt), nextPage);
+                 MakeScanReader(device, settings.pages, settings.page.read, promptFrom), nextPage);
     const unsigned long pages = nextPage - settings.page.firstPageNumber;
     if (settings.pages && pages < *settings.pages) {
         PrintMessage({settings.device,

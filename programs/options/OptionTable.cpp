@@ -221,7 +221,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      nullptr, kNotInPresets, {0, 10000}, nullptr, nullptr, nullptr, 0, TakeDeviceArea},
     {"area-height", 'y', "MM", kScanGroup, "its size", kScan,
      nullptr, kNotInPresets, {0, 10000}, nullptr, nullptr, nullptr, 0, TakeDeviceArea},
-    Rare({"prompt", 0, nullptr, kScanGroup, "wait for Enter between pages; Ctrl-D ends", kScan,
+    Rare({"prompt", 0, nullptr, kScanGroup, "wait for Enter before each page; Ctrl-D ends", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakePrompt}),
     {"pages", 0, "N", kScanGroup, "pages from the feeder, or 'all' (%u)", kScan,
      nullptr, kNotInPresets, {1, 1000000}, "1", nullptr, nullptr, 0, TakeDevicePages},

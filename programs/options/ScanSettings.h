@@ -29,7 +29,7 @@ struct ScanSettings {
     std::string device;
     bool listDevices = false;
     bool listOptions = false;
-    bool prompt = false;  // wait for Enter between pages
+    bool prompt = false;  // wait for Enter before each page
     ScanArea area;
     std::optional<unsigned long> pages = 1;  // nothing: until the feeder is empty
     std::vector<DeviceRequest> requests;

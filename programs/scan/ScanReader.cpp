@@ -81,14 +81,17 @@ class ThreePasses {
 
 class ScanReader : public LineReader {
   public:
-    ScanReader(ScanDevice& device, std::optional<unsigned long> pages, const ReadOptions& options, bool prompt)
+    ScanReader(ScanDevice& device, std::optional<unsigned long> pages, const ReadOptions& options,
+               std::optional<unsigned long> promptFrom)
         : device_(device),
           pages_(pages),
           options_(options),
-          prompt_(prompt),
+          promptFrom_(promptFrom),
           resolution_(device.CurrentResolution()) {
-        const bool any = StartPage();
-        if (!any) {
+        if (!WaitForPage()) {
+            throw Error(ExitCode::kNoDocuments, "--prompt: ended before the first page; nothing is scanned");
+        }
+        if (!StartPage()) {
             throw Error(ExitCode::kNoDocuments, Sane().statusText(SANE_STATUS_NO_DOCS));
         }
     }
@@ -139,14 +142,17 @@ class ScanReader : public LineReader {
         if (pages_ && page_ > *pages_) {
             return false;
         }
-        return (!prompt_ || WaitForEnter()) && StartPage();
+        return WaitForPage() && StartPage();
     }
 
   private:
-    // False at the end of standard input.
-    bool WaitForEnter() const {
-        PrintMessage(
-            {"page ", std::to_string(page_), ": lay it on the glass and press Enter; Ctrl-D ends the scan"});
+    // False at the end of standard input, where the page isn't wanted any more.
+    bool WaitForPage() const {
+        if (!promptFrom_) {
+            return true;
+        }
+        PrintMessage({"page ", std::to_string(*promptFrom_ + page_ - 1),
+                      ": lay it on the glass and press Enter; Ctrl-D ends the scan"});
         char c = 0;
         ssize_t count = 0;
         do {
@@ -199,7 +205,7 @@ class ScanReader : public LineReader {
     ScanDevice& device_;
     const std::optional<unsigned long> pages_;
     const ReadOptions options_;
-    const bool prompt_;
+    const std::optional<unsigned long> promptFrom_;
     const std::optional<Resolution> resolution_;  // a device that scans needn't answer
     ImageInfo info_;
     std::unique_ptr<ScanFrame> frame_;
@@ -211,8 +217,8 @@ class ScanReader : public LineReader {
 }  // namespace
 
 std::unique_ptr<LineReader> MakeScanReader(ScanDevice& device, std::optional<unsigned long> pages,
-                                           const ReadOptions& options, bool prompt) {
-    return std::make_unique<ScanReader>(device, pages, options, prompt);
+                                           const ReadOptions& options, std::optional<unsigned long> promptFrom) {
+    return std::make_unique<ScanReader>(device, pages, options, promptFrom);
 }
 
 }  // namespace platen_tool

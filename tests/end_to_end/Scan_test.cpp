@@ -94,11 +94,12 @@ TEST_F(ScanDevice, AreasAreMillimetres) {
 TEST_F(ScanDevice, PromptFillsAPdfFromAFlatbed) {
     Streams streams;
     streams.folder = folder.Path();
-    streams.input = "\nand on\n";
+    streams.input = "\n\nand on\n";
     const Outcome outcome = Run({"scan", "-d", "test", "--prompt", "--pages=all", "-o", "pages.pdf"}, streams);
     EXPECT_EQ(outcome.code, 0);
     const std::string prompt = ": lay it on the glass and press Enter; Ctrl-D ends the scan\n";
-    EXPECT_EQ(outcome.err, "platen: page 2" + prompt + "platen: page 3" + prompt + "platen: page 4" + prompt);
+    EXPECT_EQ(outcome.err, "platen: page 1" + prompt + "platen: page 2" + prompt + "platen: page 3" + prompt +
+                               "platen: page 4" + prompt);
     Streams qpdf = streams;
     qpdf.program = "qpdf";
     qpdf.input = "";
@@ -107,12 +108,20 @@ TEST_F(ScanDevice, PromptFillsAPdfFromAFlatbed) {
         EXPECT_EQ(pages.out, "3\n");
         EXPECT_EQ(Spawn({"--check", "pages.pdf"}, qpdf).code, 0);
     }
-    streams.input = "";
-    const Outcome ended =
-        Run({"scan", "-d", "test", "--prompt", "--pages=3", "--first-page-number=7", "-o", "p%d.png"}, streams);
+    // The message has the number that the page's file gets.
+    const Words numbered = {"scan", "-d",     "test", "--prompt", "--pages=3", "--first-page-number=7",
+                            "-o",   "p%d.png"};
+    streams.input = "\n";
+    const Outcome ended = Run(numbered, streams);
     EXPECT_EQ(ended.code, 0);
-    EXPECT_NE(ended.err.find("platen: test: the scan was ended after 1 of 3 pages\n"), std::string::npos)
-        << ended.err;
+    EXPECT_EQ(ended.err, "platen: page 7" + prompt + "platen: page 8" + prompt +
+                             "platen: test: the scan was ended after 1 of 3 pages\n");
+    EXPECT_EQ(folder.Listing(), "p7.png pages.pdf");
+    streams.input = "";
+    const Outcome none = Run(numbered + Words{"-f"}, streams);
+    EXPECT_EQ(none.code, 5);
+    EXPECT_EQ(none.err, "platen: page 7" + prompt +
+                            "platen: test: --prompt: ended before the first page; nothing is scanned\n");
     EXPECT_EQ(folder.Listing(), "p7.png pages.pdf");
 }
 
@@ -360,6 +369,93 @@ TEST_F(ScanDevice, StepsActAsOnAFile) {
     EXPECT_EQ(Run(Words{"plain.ppm", "-o", "later.ppm"} + steps).code, 0);
     EXPECT_TRUE(Same(ReadFile(folder.File("at-once.ppm")), ReadFile(folder.File("later.ppm"))));
     EXPECT_NE(ReadFile(folder.File("at-once.ppm")), ReadFile(folder.File("plain.ppm")));
+}
+
+// Lines of known and unknown number, in one pass and in three.
+TEST_F(ScanDevice, PagesAreTurnedCroppedAndDitheredAsFilesAre) {
+    const Words devices[] = {{}, Set({"hand-scanner=yes"}), Set({"three-pass=yes"})};
+    const Words places[] = {{"--rotate=90"},
+                            {"--rotate=180", "--scale=50%"},
+                            {"--crop=60x50+20+10", "--sharpness=1"},
+                            {"--rotate=270", "--crop=20x30+5+8mm", "--gamma=2"},
+                            {"--mode=lineart", "--dither", "--crop=77x90+1+2"}};
+    for (const Words& device : devices) {
+        const Words words = kPattern + Set({"mode=Color"}) + device;
+        DoScan(words + Words{"-f", "-o", "plain.tif"});
+        for (const Words& place : places) {
+            EXPECT_EQ(Run(Words{"plain.tif", "-f", "-o", "later.pam"} + place).code, 0);
+            // Lineart would be asked of the device, and greys with it: here they are made of its colours.
+            const Words last = place.front() == "--mode=lineart" ? Set({"mode=Color"}) : Words{};
+            DoScan(words + place + last + Words{"-f", "-o", "at-once.pam"});
+            const std::string later = ReadFile(folder.File("later.pam"));
+            EXPECT_TRUE(Same(ReadFile(folder.File("at-once.pam")), later)) << place.front();
+            EXPECT_NE(PnmPixels(later), PnmPixels(ReadFile(folder.File("plain.tif"))));
+        }
+    }
+    EXPECT_EQ(Info("at-once.pam").find("at-once.pam: PNM\n  page 1: 77 x 90, bilevel"), 0u) << Info("at-once.pam");
+    DoScan({"--resolution=100", "--rotate=90", "--crop=50x25+10+0mm", "-o", "part.png"});
+    EXPECT_NE(Info("part.png").find("page 1: 197 x 98, 8-bit grey, 100"), std::string::npos) << Info("part.png");
+    ExpectError({"--crop=10x10+900+0"}, 1, "test: --crop: 900,0 lies outside the page of 157 x 196");
+    ExpectError({"--rotate=90", "--strict-stream"}, 3,
+                "test: --rotate: turning a page needs a temporary file; --strict-stream forbids it");
+}
+
+TEST_F(ScanDevice, AutomaticSettingsFindInAScanWhatTheyFindInItsFile) {
+    const Words devices[] = {{}, Set({"hand-scanner=yes"}), Set({"three-pass=yes"})};
+    const Words settings[] = {{"--auto-levels"},
+                              {"--auto-white", "--auto-levels=2,2", "--auto-margin=5"},
+                              {"--auto-levels=5,5", "--crop=90x80+30+20", "--rotate=90"},
+                              {"--auto-levels=5,5", "--scale=50%", "--order=scale,tone"},
+                              {"--mode=gray", "--auto-levels=10,10"}};
+    for (const Words& device : devices) {
+        const Words words = kPattern + Set({"mode=Color"}) + device;
+        DoScan(words + Words{"-f", "-o", "plain.tif"});
+        for (const Words& automatic : settings) {
+            const Words mode = automatic.front() == "--mode=gray" ? Set({"mode=Color"}) : Words{};
+            const Outcome later = Run(Words{"plain.tif", "-v", "-f", "-o", "later.ppm"} + automatic);
+            const Outcome atOnce = RunScan(words + automatic + mode + Words{"-v", "-f", "-o", "at-once.ppm"});
+            EXPECT_EQ(later.code, 0) << later.err;
+            EXPECT_EQ(atOnce.code, 0) << atOnce.err;
+            EXPECT_TRUE(Same(ReadFile(folder.File("at-once.ppm")), ReadFile(folder.File("later.ppm"))))
+                << automatic.front();
+            const std::size_t found = later.err.find("page 1: found --");
+            ASSERT_NE(found, std::string::npos) << later.err;
+            const std::string numbers = later.err.substr(found, later.err.find('\n', found) + 1 - found);
+            EXPECT_NE(atOnce.err.find("platen: test: " + numbers), std::string::npos) << numbers << atOnce.err;
+            EXPECT_NE(atOnce.err.find("platen: test: spooled to a temporary file: "), std::string::npos)
+                << atOnce.err;
+        }
+    }
+    // The threshold needs the device's greys.
+    DoScan(kPattern + Words{"-o", "grey.pgm"});
+    EXPECT_EQ(Run({"grey.pgm", "--mode=lineart", "--auto-threshold", "-o", "later.pbm"}).code, 0);
+    DoScan(kPattern + Words{"--mode=lineart", "--auto-threshold", "-o", "at-once.pbm"});
+    EXPECT_TRUE(Same(ReadFile(folder.File("at-once.pbm")), ReadFile(folder.File("later.pbm"))));
+    EXPECT_FALSE(Same(PnmPixels(ReadFile(folder.File("later.pbm"))), ScanPixels(Set({"depth=1"}))));
+    ExpectError(
+        {"--auto-levels", "--strict-stream"}, 3,
+        "test: automatic settings need the whole page first; --strict-stream forbids spooling what can't be "
+        "read twice");
+}
+
+// The feeder's pages, each with numbers of its own; those of the first for all.
+TEST_F(ScanDevice, AutomaticSettingsOfSeveralPages) {
+    const Words feeder = kPattern + Set({"source=Automatic Document Feeder"}) + Words{"--pages=3"};
+    const Outcome own = RunScan(feeder + Words{"--auto-levels=3,3", "-v", "-o", "own.tif"});
+    EXPECT_EQ(own.code, 0) << own.err;
+    for (const char* page : {"page 1: found --levels=", "page 2: found --levels=", "page 3: found --levels="}) {
+        EXPECT_NE(own.err.find(page), std::string::npos) << own.err;
+    }
+    const Outcome same = RunScan(feeder + Words{"--auto-levels=3,3", "--same-for-all", "-v", "-o", "same.tif"});
+    EXPECT_EQ(same.code, 0) << same.err;
+    EXPECT_EQ(same.err.find("spooled"), same.err.rfind("spooled")) << "only the first page has to be kept\n"
+                                                                   << same.err;
+}
+
+TEST_F(ScanDevice, AWhitePageSaysThatNothingIsFound) {
+    const Outcome outcome = RunScan({"--set", "test-picture=Solid white", "--auto-levels", "-o", "white.pgm"});
+    EXPECT_EQ(outcome.code, 0);
+    EXPECT_TRUE(outcome.err.starts_with("platen: test: page 1: --auto-levels left out: ")) << outcome.err;
 }
 
 TEST_F(ScanDevice, ModeDepthAndResolutionAreTheDevices) {
