@@ -159,24 +159,40 @@ std::string FixedText(SANE_Word word) {
     return platen_tool::NumberText(std::round(static_cast<double>(word) / kFixedOne * kDigits) / kDigits);
 }
 
-// Throws where the tool would refuse these options, or they need the whole page: here its lines pass once.
-void CheckOptions(const std::vector<GivenOption>& options) {
+// Whether these options look at the whole page first, or turn or crop it. Throws where the tool would refuse them.
+bool NeedWholePage(const std::vector<GivenOption>& options) {
     platen_tool::ParsedArguments arguments;
     arguments.options = options;
     arguments.operands = {"-"};
     const platen_tool::Settings settings = platen_tool::MakeSettings(arguments, {false, false});
-    if (settings.AnyAutomatic() || settings.rotate || settings.crop) {
-        throw platen_tool::Error(
-            platen_tool::ExitCode::kUsage,
-            "the preset has automatic settings, or crops or rotates; here the page's lines pass "
-            "once, in their order");
+    return settings.AnyAutomatic() || settings.rotate || settings.crop;
+}
+
+constexpr const char* kLinesPassOnce =
+    "has automatic settings, or crops or rotates; here the page's lines pass once, in their order";
+
+std::vector<GivenOption> OptionsOf(const platen_tool::FoundPreset& preset) {
+    return platen_tool::ParsePreset(platen_tool::ReadPresetFile(preset.path), preset.path).options;
+}
+
+// Whether the preset is no choice here. One that can't be read is: choosing it says what is wrong.
+bool CannotBeOffered(const platen_tool::FoundPreset& preset) {
+    try {
+        if (!NeedWholePage(OptionsOf(preset))) {
+            return false;
+        }
+    } catch (const platen_tool::Error&) {
+        return false;
     }
+    Tell("the preset " + preset.name + " isn't offered: it " + kLinesPassOnce);
+    return true;
 }
 
 }  // namespace
 
 Adjustments::Adjustments(const std::set<std::string>& taken, std::vector<platen_tool::FoundPreset> presets)
     : presets_(std::move(presets)) {
+    std::erase_if(presets_, CannotBeOffered);
     presetNames_.emplace_back(kNone);
     for (const platen_tool::FoundPreset& preset : presets_) {
         presetNames_.push_back(preset.name);
@@ -298,9 +314,11 @@ SANE_Status Adjustments::SetText(Setting setting, char* value, SANE_Int& info) {
         const auto index = static_cast<std::size_t>(found - presetNames_.begin());
         std::vector<GivenOption> options;
         if (index > 0) {
-            const std::string& path = presets_[index - 1].path;
-            options = platen_tool::ParsePreset(platen_tool::ReadPresetFile(path), path).options;
-            CheckOptions(options);
+            options = OptionsOf(presets_[index - 1]);
+            if (NeedWholePage(options)) {  // it was changed since it was offered
+                throw platen_tool::Error(platen_tool::ExitCode::kUsage,
+                                         "the preset " + text + " " + kLinesPassOnce);
+            }
         }
         presetOptions_ = std::move(options);
         preset_ = index;
@@ -309,7 +327,7 @@ SANE_Status Adjustments::SetText(Setting setting, char* value, SANE_Int& info) {
     }
     if (setting == Setting::kCurve) {
         if (!text.empty()) {
-            CheckOptions({{"curve", text}});
+            NeedWholePage({{"curve", text}});  // what the tool would refuse is refused
         }
         if (text.size() == room) {
             return SANE_STATUS_INVAL;

@@ -3,6 +3,7 @@
 #include <sane/saneopts.h>
 
 #include <algorithm>
+#include <set>
 #include <thread>
 
 #include "StandInTest.h"
@@ -316,6 +317,57 @@ TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
     EXPECT_EQ(application.SetText("platen-preset", "own"), SANE_STATUS_INVAL);
     EXPECT_EQ(application.SetText("platen-preset", "None"), SANE_STATUS_GOOD);
     EXPECT_TRUE(application.IsActive("saturation"));
+}
+
+// The page's lines pass once: what would need them twice, or in another order, is no choice.
+TEST_F(SaneDevice, PresetsThatNeedTheWholePageAreNotOffered) {
+    const std::pair<const char*, const char*> presets[] = {
+        {"levels", "[[tone]]\nauto-levels = [1, 1]\n"},
+        {"white", "[[tone]]\nauto-white = true\n"},
+        {"otsu", "mode = \"lineart\"\nauto-threshold = \"otsu\"\n"},
+        {"turned", "rotate = 90\n"},
+        {"cut", "crop = \"10x10+1+1\"\n"},
+        {"broken", "nonsense = 1\n"},
+        {"plain", "sharpness = 1\n"}};
+    for (const auto& [name, text] : presets) {
+        WriteFile(folder.File(std::string(name) + ".toml"), text);
+    }
+    WriteFile(configuration.File("platen.conf"),
+              "presets " + folder.Path() + "\ndevice standin:\npreset white\ndevice standin:x\n");
+    setenv("SANE_DEBUG_PLATEN", "1", 1);
+    testing::internal::CaptureStderr();
+    const Application application(kWrapped);
+    const std::string told = testing::internal::GetCapturedStderr();
+    const SANE_Option_Descriptor* option = application.Option("platen-preset");
+    ASSERT_NE(option, nullptr);
+    std::set<std::string> offered;
+    for (const SANE_String_Const* name = option->constraint.string_list; *name != nullptr; ++name) {
+        offered.insert(*name);
+    }
+    for (const char* name : {"levels", "white", "otsu", "turned", "cut", "auto-document", "auto-photo"}) {
+        EXPECT_FALSE(offered.contains(name)) << name;
+        EXPECT_NE(told.find("[platen] the preset " + std::string(name) +
+                            " isn't offered: it has automatic settings, or crops or rotates; here the page's lines "
+                            "pass once, in their order\n"),
+                  std::string::npos)
+            << name << told;
+        EXPECT_EQ(application.SetText("platen-preset", name), SANE_STATUS_INVAL) << name;
+    }
+    for (const char* name : {"None", "plain", "broken", "text-clean"}) {
+        EXPECT_TRUE(offered.contains(name)) << name;
+    }
+    EXPECT_EQ(application.SetText("platen-preset", "plain"), SANE_STATUS_GOOD);
+    EXPECT_EQ(application.SetText("platen-preset", "broken"), SANE_STATUS_INVAL);
+    // One that was changed meanwhile is refused when it is chosen, and nothing else changes.
+    WriteFile(folder.File("plain.toml"), "rotate = 90\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(application.SetText("platen-preset", "plain"), SANE_STATUS_INVAL);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("[platen] the preset plain has automatic settings, or "),
+              std::string::npos);
+    unsetenv("SANE_DEBUG_PLATEN");
+    EXPECT_EQ(application.Text("platen-preset"), "plain");
+    // The configuration can't begin with one either.
+    EXPECT_EQ(Application("platen:standin:x").Text("platen-preset"), "None");
 }
 
 TEST_F(SaneDevice, AutoFindsLevelsAndWhite) {
