@@ -20,12 +20,16 @@ bool IsFile(const std::string& path) {
     return path != "-" && stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+// What the lines are that come to the tone step.
+const ImageInfo& LinesAtTone(const PagePlan& counting) {
+    return counting.stages.empty() ? counting.input : counting.stages.back().out;
+}
+
 // Counts a page's lines, from the one that `next` gives on, as they come to the tone step.
 template <typename NextLine>
 AutoNumbers CountPage(const Settings& settings, const ImageInfo& info, NextLine next) {
-    PagePlan plan = PlanPage(settings, info);
-    plan.stages.resize(plan.beforeTone);
-    PageCounts counts(plan.stages.empty() ? plan.input : plan.stages.back().out, settings.automatic.margin);
+    const PagePlan plan = PlanCounting(settings, info);
+    PageCounts counts(LinesAtTone(plan), settings.automatic.margin);
     Pipeline pipeline(plan, counts);
     std::vector<std::uint8_t> line(info.LineBytes());
     for (std::uint32_t y = 0; y < info.height; ++y) {
@@ -37,8 +41,7 @@ AutoNumbers CountPage(const Settings& settings, const ImageInfo& info, NextLine 
 
 // Whether the page has tones for the automatic settings: bilevel lines that stay so have none.
 bool HasTones(const Settings& settings, const ImageInfo& info) {
-    const PagePlan plan = PlanPage(settings, info);
-    return (plan.beforeTone == 0 ? plan.input : plan.stages[plan.beforeTone - 1].out).bitsPerSample == 8;
+    return LinesAtTone(PlanCounting(settings, info)).bitsPerSample == 8;
 }
 
 }  // namespace

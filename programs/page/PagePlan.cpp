@@ -48,8 +48,8 @@ std::string StageText(const PlannedStage& stage) {
 
 class Planner {
   public:
-    Planner(const Settings& settings, const ImageInfo& page)
-        : settings_(settings), chosen_(ChooseStages(settings, page)) {
+    Planner(const Settings& settings, const ImageInfo& page, bool counting)
+        : settings_(settings), counting_(counting), chosen_(ChooseStages(settings, page)) {
         plan_.leftOut = chosen_.leftOut;
         plan_.input = page;
         if (settings.inputResolution) {
@@ -63,6 +63,9 @@ class Planner {
         PlanDepth();
         PlanColours();
         for (const Adjustment kind : settings_.order) {
+            if (counting_ && kind == Adjustment::kTone) {
+                return plan_;
+            }
             PlanStage(kind);
         }
         if (ToLineart() && info_.bitsPerSample == 8) {
@@ -107,9 +110,23 @@ class Planner {
         if (settings_.crop) {
             PlanCrop(*settings_.crop);
         }
-        if (plan_.turn.Any()) {
+        if (plan_.turn.Any() && !(counting_ && PixelsAloneUpToTone())) {
             PlanTurn();
         }
+    }
+
+    // Whether each pixel becomes what it is before the tone step without its neighbours.
+    bool PixelsAloneUpToTone() const {
+        for (const Adjustment kind : settings_.order) {
+            if (kind == Adjustment::kTone) {
+                break;
+            }
+            if ((kind == Adjustment::kScale && settings_.size.Any()) ||
+                (kind == Adjustment::kSharpen && chosen_.sharpness != 0)) {
+                return false;
+            }
+        }
+        return true;
     }
 
     static std::uint32_t Pixels(double length, CropSettings::Unit unit, const Ratio* dpi) {
@@ -239,7 +256,6 @@ class Planner {
     }
 
     void PlanTone() {
-        plan_.beforeTone = plan_.stages.size();
         if (chosen_.tone.empty()) {
             return;
         }
@@ -387,6 +403,7 @@ class Planner {
     }
 
     const Settings& settings_;
+    const bool counting_;  // up to the tone step only
     const ChosenStages chosen_;
     PagePlan plan_;
     ImageInfo info_;
@@ -395,7 +412,11 @@ class Planner {
 }  // namespace
 
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page) {
-    return Planner(settings, page).Plan();
+    return Planner(settings, page, false).Plan();
+}
+
+PagePlan PlanCounting(const Settings& settings, const ImageInfo& page) {
+    return Planner(settings, page, true).Plan();
 }
 
 std::size_t ExpectedMemory(const PagePlan& plan) {

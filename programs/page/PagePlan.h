@@ -48,7 +48,6 @@ struct PagePlan {
     Area crop;                         // for kCrop
     Turn turn;                         // for kTurn
     double threshold = 50.0;           // for kThreshold and kDither, percent
-    std::size_t beforeTone = 0;        // stages before the place of kTone, whether it is there or not
     Colour background;                 // for kFlatten
     bool reducedTo8 = false;           // 16-bit samples lose bits though nobody asked for it
     std::vector<std::string> notices;  // for -v
@@ -62,6 +61,11 @@ struct PagePlan {
 // Where the height isn't known and a stage needs it (Settings::NeedsHeight), sides that follow from it are 0: such
 // a plan shows what is to come and what can't be, a Pipeline wants one that is made when the lines are counted.
 PagePlan PlanPage(const Settings& settings, const ImageInfo& page);
+
+// The stages before the place of kTone, for automatic settings, which count what comes there. The page isn't turned
+// where the same pixels come either way, in another order: the margins that count have the same share of both
+// sides.
+PagePlan PlanCounting(const Settings& settings, const ImageInfo& page);
 
 // The bytes that the program is expected to take at its peak: code, codec buffers and the stages' lines.
 std::size_t ExpectedMemory(const PagePlan& plan);

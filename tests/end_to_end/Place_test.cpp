@@ -354,6 +354,36 @@ TEST_F(Place, AutomaticSettingsSeeThePartOnly) {
     EXPECT_NE(turned.find("found        page 1: --levels=80,179\n"), std::string::npos) << turned;
 }
 
+// The page isn't turned to be counted: what counts, margins included, has to be the same as of a turned one.
+TEST_F(Place, AutomaticSettingsFindOnATurnedPageWhatTheyFindInItsFile) {
+    WriteFile(folder.File("page.ppm"), PageFile("P6", 131, 97));
+    const Words settings[] = {{"--auto-levels=1,1"},
+                              {"--auto-levels=1,1", "--auto-margin=13"},
+                              {"--auto-levels=1,1", "--auto-margin=13", "--mode=gray"},
+                              {"--auto-levels=0,4", "--auto-margin=9", "--crop=40x50+17+23"},
+                              {"--auto-levels=2,2", "--auto-margin=7", "--scale=0.37", "--order=scale,tone"},
+                              {"--auto-levels=1,1", "--auto-margin=7", "--sharpness=2", "--order=sharpen,tone"},
+                              {"--mode=lineart", "--auto-threshold", "--auto-margin=13"}};
+    for (const char* rotate : {"--rotate=90", "--rotate=180", "--rotate=270"}) {
+        ASSERT_EQ(Run({rotate, "page.ppm", "-f", "-o", "turned.ppm"}).code, 0);
+        for (const Words& automatic : settings) {
+            Words atOnce = {rotate, "--stats", "page.ppm", "-f", "-o", "at-once.pam"};
+            Words later = {"--stats", "turned.ppm", "-f", "-o", "later.pam"};
+            atOnce.insert(atOnce.end(), automatic.begin(), automatic.end());
+            later.insert(later.end(), automatic.begin(), automatic.end());
+            const std::string found = Run(atOnce).err;
+            const std::string expected = Run(later).err;
+            const auto numbers = [](const std::string& text) {
+                const std::size_t at = text.find("  found        page 1: --");
+                return at == std::string::npos ? "nothing in " + text : text.substr(at, text.find('\n', at) - at);
+            };
+            EXPECT_EQ(numbers(found), numbers(expected)) << rotate;
+            EXPECT_TRUE(ReadFile(folder.File("at-once.pam")) == ReadFile(folder.File("later.pam")))
+                << rotate << automatic.back();
+        }
+    }
+}
+
 // The rule on the whole page at once.
 Page Diffused(const Page& page, int threshold) {
     Page result{page.width, page.height, 1, std::string(page.width * page.height, '0')};

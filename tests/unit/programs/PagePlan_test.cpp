@@ -23,8 +23,9 @@ ImageInfo Page(int bits, int samples) {
 }
 
 std::string StepNames(const PagePlan& plan) {
-    static constexpr const char* kNames[] = {"1to8",    "16to8",     "8to16", "grey", "colour", "negative",
-                                             "flatten", "threshold", "tone",  "hsv",  "scale",  "sharpen"};
+    static constexpr const char* kNames[] = {"1to8",     "16to8",   "8to16",     "grey", "colour",
+                                             "negative", "flatten", "threshold", "tone", "hsv",
+                                             "scale",    "sharpen", "crop",      "turn", "dither"};
     std::string text;
     for (const PlannedStage& stage : plan.stages) {
         text += (text.empty() ? "" : " ") + std::string(kNames[static_cast<int>(stage.kind)]);
@@ -49,6 +50,22 @@ TEST(PagePlan, StagesRunInTheirUsualOrder) {
 TEST(PagePlan, OrderChangesThem) {
     EXPECT_EQ(Steps({"--sharpness=1", "--scale=2", "--hue=5", "--gamma=2", "--order=sharpen,scale,hsv,tone"}, 8, 3),
               "sharpen scale hsv tone -> 8x3");
+}
+
+std::string CountingSteps(const std::vector<std::string>& words, int bits, int samples) {
+    return StepNames(PlanCounting(With(words), Page(bits, samples)));
+}
+
+// The page isn't turned for counting, but where the stages before the tones look at neighbours.
+TEST(PagePlan, CountingTakesTheStagesBeforeTheTones) {
+    EXPECT_EQ(CountingSteps({"--auto-levels", "--sharpness=1", "--scale=2", "--mode=gray"}, 16, 3), "16to8 grey");
+    EXPECT_EQ(CountingSteps({"--auto-levels"}, 8, 3), "");
+    EXPECT_EQ(CountingSteps({"--auto-levels", "--rotate=90", "--crop=9x8+1+1", "--scale=2"}, 8, 3), "crop");
+    EXPECT_EQ(CountingSteps({"--auto-levels", "--rotate=180", "--hue=5", "--order=hsv,tone"}, 8, 3), "hsv");
+    EXPECT_EQ(CountingSteps({"--auto-levels", "--rotate=90", "--sharpness=1", "--order=sharpen,tone"}, 8, 3),
+              "turn sharpen");
+    EXPECT_EQ(CountingSteps({"--auto-levels", "--rotate=90", "--scale=2", "--order=scale,tone"}, 8, 3),
+              "turn scale");
 }
 
 TEST(PagePlan, NothingAskedIsNothingDone) {
