@@ -11,6 +11,7 @@ BUILD = pathlib.Path(os.environ["PLATEN_BUILD"])
 SOURCE = pathlib.Path(os.environ["PLATEN_SOURCE"])
 ORACLE = BUILD / "python" / "tests" / "python_oracle"
 TOOL = BUILD / "programs" / "platen"
+os.environ["XDG_CONFIG_HOME"] = "/nonexistent"  # nobody's default options
 
 
 def oracle(*arguments, pixels=b""):

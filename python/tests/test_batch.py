@@ -1,6 +1,10 @@
 """platen-batch: 200 pages, two workers, one of which is killed; and command lines. test_batch_more.py has the rest."""
 
+import os
+import subprocess
+
 import batches
+import conftest
 import pytest
 
 pytest.importorskip("distributed")
@@ -54,6 +58,39 @@ def test_a_lost_connection_is_no_failure_of_the_page():
     assert list(flow._again) == [("one", 1)]
 
 
+def test_default_options_count_once(tmp_path):
+    """Those of the user who starts the run, written down with the settings; a worker reads none."""
+    source, out, expected = batches.small_tree(tmp_path / "in", 2), tmp_path / "out", tmp_path / "expected"
+    defaults = tmp_path / "config" / "platen" / "defaults.toml"
+    defaults.parent.mkdir(parents=True)
+    defaults.write_text("[[tone]]\nbrightness = 30\n")
+    environment = dict(os.environ, XDG_CONFIG_HOME=str(tmp_path / "config"))
+    expected.mkdir()
+    pages = sorted(source.iterdir())
+    subprocess.run([conftest.TOOL, "--brightness=30", "--gamma=0.8", *pages, "-o", expected / "%s.ppm"], check=True)
+    batches.batch("--gamma=0.8", "--workers=1", source, out, env=environment)
+    assert batches.files(out) == batches.files(expected)
+    plain = tmp_path / "plain"
+    batches.batch("--gamma=0.8", "--no-defaults", "--workers=1", source, plain, env=environment)
+    assert batches.files(plain) != batches.files(out)
+    assert 'brightness' not in batches.report(plain)["settings"]
+
+
+def test_one_pages_numbers_for_all(tmp_path):
+    """What --same-for-all is refused for: a page's own numbers, kept as a preset."""
+    source, out, expected = batches.small_tree(tmp_path / "in", 2), tmp_path / "out", tmp_path / "expected"
+    pages = sorted(source.iterdir())
+    preset = tmp_path / "numbers.toml"
+    automatic = ["--auto-white", "--auto-levels=2,2"]
+    words = [conftest.TOOL, *automatic, f"--save-preset={preset}", pages[0], "-o", tmp_path / "first.ppm"]
+    subprocess.run(words, check=True, stderr=subprocess.DEVNULL)
+    expected.mkdir()
+    words = [conftest.TOOL, *automatic, "--same-for-all", *pages, "-o", expected / "%s.ppm"]
+    subprocess.run(words, check=True, stderr=subprocess.DEVNULL)
+    batches.batch(f"--preset={preset}", "--workers=1", source, out)
+    assert batches.files(out) == batches.files(expected)
+
+
 USAGE = [
     ((), "IN and OUT are needed, and 0 names are given"),
     (("--gamma", "1.2", "IN", "OUT"), "IN and OUT are needed, and 3 names are given"),
@@ -62,6 +99,9 @@ USAGE = [
     (("--gama=1.2", "IN", "OUT"), "unknown option '--gama=1.2'"),
     (("--gamma=77", "IN", "OUT"), "--gamma: '77' is out of range"),
     (("--platen=/none", "IN", "OUT"), "/none: can't be run"),
+    (("--auto-white", "--same-for-all", "IN", "OUT"), "--same-for-all: not in a batch; each page has a run of its own; platen"),
+    (("-j2", "IN", "OUT"), "--jobs: not in a batch; --workers=N says how many pages at a time"),
+    (("-n", "IN", "OUT"), "--dry-run: not in a batch; platen -n shows what becomes of a page"),
     (("--verify", "IN", "OUT/none"), "is not a folder"),
 ]
 

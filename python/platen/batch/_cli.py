@@ -38,6 +38,23 @@ cluster has gone; run again | 130 interrupted; run again
 """
 
 
+# The tool takes these, and a preset, which is how the settings reach the workers, can't hold them.
+NOT_FOR_BATCHES = {
+    "--same-for-all": "each page has a run of its own; platen --save-preset=FILE, with the automatic options, one page and "
+    "-o, keeps that page's numbers, and --preset=FILE gives them to all",
+    "--output": "outputs go to OUT",
+    "--jobs": "--workers=N says how many pages at a time",
+    "--dry-run": "platen -n shows what becomes of a page",
+    "--stats": "platen --stats counts pages",
+    "--json": "the report is there as JSON too",
+    "--plot": "platen curve --svg=FILE draws the curve",
+    "--save-preset": "platen --save-preset=FILE keeps options",
+    "--first-page-number": "an output keeps its input's name",
+    "--stop-on-error": "a batch goes on with the other pages",
+}
+SHORT_NAMES = {"-o": "--output", "-j": "--jobs", "-n": "--dry-run"}
+
+
 class UsageError(Exception):
     pass
 
@@ -132,6 +149,13 @@ class Settings:
                 return file.read()
 
 
+def _refuse_useless(options: List[str]) -> None:
+    for word in options:
+        name = SHORT_NAMES.get(word[:2], word.split("=", 1)[0])
+        if name in NOT_FOR_BATCHES:
+            raise UsageError(f"{name}: not in a batch; {NOT_FOR_BATCHES[name]}")
+
+
 def _find_tool(given: Optional[str]) -> str:
     if given is not None:
         return os.path.abspath(given)
@@ -151,6 +175,7 @@ class Batch:
             raise UsageError("IN and OUT are the same folder")
         if arguments.verify and not os.path.isdir(self.out):
             raise UsageError(f"{folders[1]}: is not a folder")
+        _refuse_useless(options)
         self.settings = Settings(_find_tool(arguments.platen), options, arguments)
         self.state = os.path.join(self.out, STATE)
         os.makedirs(self.state, exist_ok=True)

@@ -17,7 +17,8 @@ LISTED = 500  # failures on the page; the JSON has all
 
 def _thumbnail(tool: str, path: str, folder: str) -> Optional[Tuple[str, bytes]]:
     """(type, bytes) of a small picture of the file's first page, made by the tool."""
-    common = [tool, f"--height={SIDE}", "--shrink-only", "--depth=8", "--page=1", "--strip", "--force", "--threads=1"]
+    common = [tool, "--no-defaults", f"--height={SIDE}", "--shrink-only", "--depth=8", "--page=1", "--strip", "--force"]
+    common.append("--threads=1")
     for kind, ending in (("jpeg", ".jpg"), ("png", ".png")):  # JPEG has no alpha
         target = os.path.join(folder, "thumbnail" + ending)
         run = subprocess.run(

@@ -118,7 +118,8 @@ def _make(job: Job, source: str, folder: str) -> Tuple[str, float]:
     """Runs the tool into `folder`; the file's path, and the tool's seconds."""
     tool = _checked_tool(job.tool, job.version)
     temporary = os.path.join(folder, os.path.basename(job.output))
-    command: List[str] = [tool, "--preset=" + _preset_file(job.preset), *job.extra]
+    # The default options are in the settings; a worker's own are not the run's.
+    command: List[str] = [tool, "--no-defaults", "--preset=" + _preset_file(job.preset), *job.extra]
     begun = time.perf_counter()
     run = subprocess.run(
         [*command, "--no-progress", "-o", temporary, "--", source],
