@@ -61,6 +61,7 @@ def environment():
         LD_LIBRARY_PATH=os.pathsep.join([str(BUILD / "sane"), str(BUILD), str(BUILD / "c")]),
         SANE_CONFIG_DIR=str(WORK / "sane.d"),
         PLATEN_TOOL=str(BUILD / "programs/platen"),
+        XDG_CONFIG_HOME="/nonexistent",  # nobody's default options
     )
 
 
