@@ -26,8 +26,14 @@ struct CodecGuard {
         std::longjmp(target, 1);
     }
 
+    [[noreturn]] void FailForMemory() {
+        outOfMemory = true;
+        Fail("out of memory");
+    }
+
     std::jmp_buf target;
     char text[300] = "";
+    bool outOfMemory = false;  // the caller throws std::bad_alloc then
 };
 
 }  // namespace platen_tool

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <new>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
 #include "programs/io/Exif.h"
+#include "programs/io/PngMemory.h"
 #include "programs/io/PngText.h"
 #include "programs/io/Ratios.h"
 #include "programs/io/Samples.h"
@@ -56,13 +58,14 @@ void OnRead(png_structp png, png_bytep bytes, size_t count) {
 
 void Create(void* pointer) {
     auto* state = static_cast<PngState*>(pointer);
-    state->png = png_create_read_struct(PNG_LIBPNG_VER_STRING, state, OnError, OnWarning);
+    state->png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, state, OnError, OnWarning, &state->guard,
+                                          AllocateForPng, nullptr);
     if (state->png == nullptr) {
-        state->guard.Fail("out of memory");
+        state->guard.FailForMemory();
     }
     state->info = png_create_info_struct(state->png);
     if (state->info == nullptr) {
-        state->guard.Fail("out of memory");
+        state->guard.FailForMemory();
     }
     png_set_read_fn(state->png, state, OnRead);
     png_set_user_limits(state->png, state->limits.maxSide, state->limits.maxSide);
@@ -196,6 +199,9 @@ class PngReader : public LineReader {
     void Run(CodecGuard::Step step) {
         if (!state_.guard.Run(step, &state_)) {
             file_->CheckReadError();
+            if (state_.guard.outOfMemory) {
+                throw std::bad_alloc();
+            }
             throw Error(ExitCode::kFailed, std::string("the PNG is damaged: ") + state_.guard.text);
         }
     }

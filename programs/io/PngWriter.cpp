@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include <cstring>
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "programs/io/Exif.h"
 #include "programs/io/LineCount.h"
 #include "programs/io/OpenWriter.h"
+#include "programs/io/PngMemory.h"
 #include "programs/io/PngStream.h"
 #include "programs/io/PngText.h"
 #include "programs/io/Ratios.h"
@@ -98,13 +100,14 @@ void SetMetadata(PngState* state) {
 
 void Begin(void* pointer) {
     auto* state = static_cast<PngState*>(pointer);
-    state->png = png_create_write_struct(PNG_LIBPNG_VER_STRING, state, OnError, OnWarning);
+    state->png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, state, OnError, OnWarning, &state->guard,
+                                           AllocateForPng, nullptr);
     if (state->png == nullptr) {
-        state->guard.Fail("out of memory");
+        state->guard.FailForMemory();
     }
     state->info = png_create_info_struct(state->png);
     if (state->info == nullptr) {
-        state->guard.Fail("out of memory");
+        state->guard.FailForMemory();
     }
     png_set_write_fn(state->png, state, OnWrite, OnFlush);
     const ImageInfo& page = *state->page;
@@ -191,6 +194,9 @@ class PngWriter : public LineWriter {
     void Run(CodecGuard::Step step) {
         if (!state_.guard.Run(step, &state_)) {
             file_->CheckWriteError();
+            if (state_.guard.outOfMemory) {
+                throw std::bad_alloc();
+            }
             throw Error(ExitCode::kFailed, std::string("the PNG can't be written: ") + state_.guard.text);
         }
     }
