@@ -30,7 +30,8 @@ int ExitCodeOf(int status) {
 }
 
 [[noreturn]] void Execute(const std::vector<std::string>& arguments, const std::string& program = {}) {
-    std::vector<std::string> words = {program.empty() ? PLATEN_PROGRAM : program};
+    const char* other = std::getenv("PLATEN_TEST_PROGRAM");  // a mutation run's
+    std::vector<std::string> words = {!program.empty() ? program : other != nullptr ? other : PLATEN_PROGRAM};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) {

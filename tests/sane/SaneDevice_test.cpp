@@ -425,6 +425,26 @@ TEST_F(SaneDevice, DevicesAreThoseOfTheConfiguration) {
     EXPECT_FALSE(Application("platen:nothing:x").IsOpen());
 }
 
+// SANE's own variable for what a backend tells; a level of 0, or none, is silence.
+TEST_F(SaneDevice, TellsWhatItDoesWhereItIsAsked) {
+    const Application application(kWrapped);
+    Device().SetUp(application);
+    ASSERT_EQ(application.SetWord("contrast", 20), SANE_STATUS_GOOD);
+    for (const char* level : {"", "0", "1", "128", "none"}) {
+        setenv("SANE_DEBUG_PLATEN", level, 1);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(application.Scan().status, SANE_STATUS_GOOD);
+        const std::string told = testing::internal::GetCapturedStderr();
+        const bool tells = std::string(level).starts_with('1');
+        EXPECT_EQ(told.starts_with("[platen] the page as by: "), tells) << level << told;
+        EXPECT_EQ(told.empty(), !tells) << level;
+    }
+    unsetenv("SANE_DEBUG_PLATEN");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(application.Scan().status, SANE_STATUS_GOOD);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(SaneDevice, TwoHandlesWorkAtOnce) {
     const auto scan = [](SANE_Word lightness, SANE_Word hue, ScannedPage& page) {
         const Application application(kWrapped);

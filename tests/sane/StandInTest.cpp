@@ -132,7 +132,8 @@ StandInTest::StandInTest() : configuration(SharedConfiguration()) {
     WriteFile(configuration.File("dll.conf"), "platen\n");
     WriteFile(configuration.File("platen.conf"), "device standin:\n");
     setenv("SANE_CONFIG_DIR", configuration.Path().c_str(), 1);
-    setenv("LD_LIBRARY_PATH", PLATEN_BACKENDS, 1);
+    const char* other = std::getenv("PLATEN_TEST_BACKENDS");  // a mutation run's, before the built one
+    setenv("LD_LIBRARY_PATH", ((other != nullptr ? std::string(other) + ":" : "") + PLATEN_BACKENDS).c_str(), 1);
     // The user's presets aren't the test's.
     setenv("XDG_CONFIG_HOME", configuration.Path().c_str(), 1);
     setenv("XDG_DATA_HOME", configuration.Path().c_str(), 1);

@@ -5,6 +5,7 @@ import glob
 import json
 import os
 import re
+import shlex
 
 INCLUDES = ["-I.", "-Icpp", "-Ic", "-Itests", "-Ibuild/release/generated"]
 COMMON = ["-std=c++20", "-ffp-contract=off", "-fno-builtin-malloc", "-fno-trapping-math", "-w"]
@@ -21,9 +22,13 @@ AT_LOAD = {"Sources/Dispatch/Kernels.cpp"}  # runs before a switch can be set
 TOO_SLOW = {"SharpnessImage.StreamEqualsWholeImageAtWidths3To300AndHeights1To40", "ColorBalance.RandomSettingsEqualTheOracle",
             "PX_ZoomBilinearImage.LinesOf16MillionColumns"}
 
+UNIT, KERNELS, TOOL, SANE, WHOLE = "tests/unit/", "tests/kernels/", "tests/unit/programs/", "tests/sane/", "tests/end_to_end/"
+
 # Per area: the files, the tests' files, the golden programs. Kernels are checked by the tests that take every variant.
-UNIT, KERNELS = "tests/unit/", "tests/kernels/"
 AREAS = {
+    "outputs": ("programs/io/Output", [TOOL + "io/Output*_test.cpp", TOOL + "OutputName_test.cpp"], []),
+    "scan": ("programs/", [TOOL + "OptionValue_test.cpp", WHOLE + "Scan_test.cpp", WHOLE + "BadSane_test.cpp"], []),
+    "backend": ("sane/", [SANE + "Sane*_test.cpp"], []),
     "interfaces": ("c/|cpp/", [UNIT + "c/*_test.cpp", UNIT + "cpp/*_test.cpp"], []),
     "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
              ["brightness_contrast", "level", "color_balance", "curves"]),
@@ -39,12 +44,24 @@ AREAS = {
     "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
 
+# The areas of the tool. Their tests need its parts, and some of them a program or a backend with the mutants in it.
+TOOLS = {"outputs": None, "scan": "programs/platen", "backend": "sane/libsane-platen.so.1"}
+HELPERS = {
+    "scan": [WHOLE + "SaneTest.cpp", WHOLE + "Spawn.cpp"],
+    "backend": [SANE + "StandInTest.cpp", WHOLE + "Spawn.cpp"],
+}
+WRAPPED = {"outputs": [f"-Wl,--wrap={name}" for name in
+                       "write fsync close renameat2 rename fchmod ftruncate mkostemp".split()]}  # fmt: skip
+# The percentage that is to be killed.
+WANTED = {area: 90 if area in TOOLS else 95 for area in AREAS}
+
 # The order of a run. The AVX-512 kernels need another processor: scripts/check/avx512.
 FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
     "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",
     "LineFilters/kernels/*.cpp", "LineFilters/kernels/*.inc", "Sources/PX_Zoom/kernels/*.cpp",
     "Sources/PX_Zoom/kernels/*.inc", "c/*.cpp", "cpp/platen-cpp/*.hpp",
+    "programs/io/Output*.cpp", "programs/scan/*.cpp", "programs/commands/ScanCommand.cpp", "sane/*.cpp",
 ]  # fmt: skip
 
 
@@ -72,7 +89,26 @@ def area_of(path):
     return next(area for area, (files, _, _) in AREAS.items() if re.match(files, path))
 
 
+def is_tool(path):
+    return bool(re.match("programs/|sane/", path))
+
+
+def wanted_of(path):
+    return WANTED[area_of(path)]
+
+
+@functools.cache
+def build_command(path):
+    """The words with which the release preset compiles a file of the tool, without levels and names."""
+    with open("build/release/compile_commands.json") as file:
+        command = next(c["command"] for c in json.load(file) if os.path.relpath(c["file"]) == path)
+    words = shlex.split(command)
+    return [w for w in words[1 : words.index("-o")] if not re.match(r"-O|-W", w)]
+
+
 def flags_of(path):
+    if is_tool(path):
+        return [*build_command(path), "-w"]
     target = re.search(r"_([a-z0-9]+)\.cpp$", path)
     return COMMON + (TARGETS.get(target.group(1), []) if target else [])
 
@@ -103,7 +139,7 @@ def includes_of(path, cache={}):
 
 def judges_of(area):
     """All files that decide whether a mutant of the area is killed: tests, golden programs, what they include."""
-    sources = area_tests(area) + [f"tests/golden/golden_{name}.cpp" for name in AREAS[area][2]] + SUPPORT
+    sources = area_tests(area) + HELPERS.get(area, []) + [f"tests/golden/golden_{name}.cpp" for name in AREAS[area][2]] + SUPPORT
     included = {f for source in sources for f in includes_of(source) if f.startswith("tests/")}
     return sorted({*sources, *included})
 
@@ -113,7 +149,9 @@ def builds_of(path, tests):
     if path.endswith(".cpp"):
         return [path]
     if path.startswith("cpp/"):  # whose code is in the tests that include it
-        return [f for f in ["c/Tone.cpp", *tests] if path in includes_of(f)]
+        users = [f for f in ["c/Tone.cpp", *tests] if path in includes_of(f)]
+        own = "CppTone" if path.endswith("/Tone.hpp") else "CppLines"
+        return sorted(users, key=lambda f: own not in f)  # the one that kills most first
     folder = "ToneWorld/" if area_of(path) == "tone" else re.match(r"(?:Sources/)?\w+/", path).group()
     users = [f for f in library() if path in includes_of(f) and f.startswith(folder) and "avx512" not in f]
     users = sorted(users, key=lambda f: "avx2" not in f)

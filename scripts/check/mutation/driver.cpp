@@ -6,7 +6,8 @@
 //   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times;
 //                                 prints the number and the test that fails, crashes or takes five times the
 //                                 processor time, and twenty times when asked again, or "-"; also "-" where the
-//                                 clock ended it, which says nothing
+//                                 clock ended it, which says nothing (unless the test starts programs: see
+//                                 WallOfTest)
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -35,10 +36,26 @@ constexpr int kMutants = 4096;
 constexpr unsigned kWall = 900;  // seconds by the clock, for one that waits; a busy machine takes long, too
 
 struct Shared {
-    unsigned char reached[kMutants];
+    unsigned char reached[kMutants];  // first: programs that a test starts have it by PLATEN_REACHED
     int current;
 };
 Shared* shared;
+
+// Seconds by the clock for one test that starts processes, which may wait for each other; 0: none does.
+unsigned WallOfTest() {
+    const char* seconds = std::getenv("PLATEN_TEST_WALL");
+    return seconds != nullptr ? static_cast<unsigned>(std::atoi(seconds)) : 0;
+}
+
+// What it starts gets a few seconds more than all that it has used so far.
+void LimitStarted(long microseconds) {
+    rusage used;
+    getrusage(RUSAGE_SELF, &used);
+    const rlim_t seconds =
+        static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec + microseconds / 1000000 + 5);
+    const rlimit limit = {seconds, RLIM_INFINITY};
+    setrlimit(RLIMIT_CPU, &limit);
+}
 
 void LimitProcessorTime(long microseconds) {
     itimerval limit = {};
@@ -145,6 +162,10 @@ int Judge(const char* plan) {
                     for (std::size_t i = first; i < tests.size(); ++i) {
                         shared->current = static_cast<int>(i);
                         LimitProcessorTime(factor * (20000 + 5 * times[i]));
+                        if (WallOfTest() != 0) {
+                            LimitStarted(factor * 5 * times[i]);
+                            alarm(WallOfTest() * static_cast<unsigned>(factor));
+                        }
                         if (!Passes(tests[i])) {
                             return 1;
                         }
@@ -154,10 +175,11 @@ int Judge(const char* plan) {
                 microseconds);
         };
         int status = run(0, 1);
-        if (WIFSIGNALED(status) && WTERMSIG(status) == SIGPROF) {  // for good, or was the machine busy?
+        const auto endedBy = [&](int signal) { return WIFSIGNALED(status) && WTERMSIG(status) == signal; };
+        if (endedBy(SIGPROF) || (endedBy(SIGALRM) && WallOfTest() != 0)) {  // for good, or was the machine busy?
             status = run(static_cast<std::size_t>(shared->current), 4);
         }
-        const bool unjudged = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
+        const bool unjudged = endedBy(SIGALRM) && WallOfTest() == 0;
         std::cout << mutant << ' '
                   << (status == 0 || unjudged ? "-" : tests[static_cast<std::size_t>(shared->current)])
                   << std::endl;
@@ -180,7 +202,18 @@ int main(int argc, char** argv) {
     if (plain || argc < 3) {
         return RUN_ALL_TESTS();
     }
-    void* memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    shared = static_cast<Shared*>(memory);
-    return std::strcmp(argv[1], "measure") == 0 ? Measure(argv[2], std::atol(argv[3])) : Judge(argv[2]);
+    char name[] = "/tmp/platen-mutation-XXXXXX";
+    const int file = mkstemp(name);
+    if (file < 0 || ftruncate(file, sizeof(Shared)) != 0) {
+        std::cerr << "no temporary file\n";
+        return 1;
+    }
+    shared = static_cast<Shared*>(mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+    const bool measures = std::strcmp(argv[1], "measure") == 0;
+    if (measures) {
+        setenv("PLATEN_REACHED", name, 1);
+    }
+    const int result = measures ? Measure(argv[2], std::atol(argv[3])) : Judge(argv[2]);
+    unlink(name);
+    return result;
 }

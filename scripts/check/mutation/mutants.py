@@ -35,7 +35,8 @@ ARRAY = re.compile(r"[\w:>]+[&*]* \w+((?:\[[^\]]*\])+)(?: = |;)")
 
 SWITCH = (
     "#pragma once\nextern int platen_mutant; extern unsigned char* platen_reached; [[gnu::always_inline]] static inline "
-    "bool platen_at(int n) { if (platen_reached) platen_reached[n] = 1; return platen_mutant == n; }\n"
+    "constexpr bool platen_at(int n) { if (__builtin_is_constant_evaluated()) return false; "
+    "if (platen_reached) platen_reached[n] = 1; return platen_mutant == n; }\n"
 )
 
 
@@ -71,8 +72,10 @@ def closing(code, start):
 
 
 class Source:
-    def __init__(self, text):
+    def __init__(self, text, constants=False):
+        """With `constants`, functions that are constexpr have switches too: they're run as well as evaluated."""
         self.text = text
+        self.bodies = ("body", "constant") if constants else ("body",)
         self.clean = self.blank({"comment"})
         self.code = self.blank({"comment", "directive", "string"})
         self.units = []
@@ -139,7 +142,7 @@ class Source:
         start += len(text) - len(text.lstrip())
         text = text.strip()
         self.statements.append((start, end, block))
-        if block != "body" or not text:
+        if block not in self.bodies or not text:
             return
         value = re.search(r" =\s", text)
         if text.startswith("return "):
@@ -199,7 +202,7 @@ class Source:
         if "." in digits or "e" in digits:
             value = float(digits)
             return [f"{v!r}{suffix}" for v in ([value + 1.0, value * 0.5] if value else [1.0])]
-        value = int(digits, 0)
+        value = int(digits, 0 if digits[1:2] in ("x", "X", "b", "") or digits[0] != "0" else 8)
         form = hex if digits[:2] in ("0x", "0X") else str
         return [form(v) + suffix for v in ([value + 1, value - 1] if value else [1])]
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""scripts/check/mutation/run.py [file...]: a mutation run over the library. docs/trust.md tells its result.
+"""scripts/check/mutation/run.py [file...]: a mutation run over the library and parts of the tool. docs/trust.md tells its
+result; areas.py says which files and tests.
 
 Every mutant is one small change to one file: another operator, constant or boundary, a negated condition, a dropped
 statement or result. It's killed when a test of its area fails, crashes or takes far longer than it should. Most
@@ -9,8 +10,15 @@ programs too. What survives is compiled alone in any case: if the compiler makes
 there is nothing that a test could see, and it's left out of the score, as is what doesn't compile.
 
 The others that survive have to be explained in survivors.txt. The exit status is 1 where one isn't, or where fewer
-than 95 in 100 are killed. Verdicts are kept in build/mutation/results.tsv and hold as long as the file and the tests
-do; --keep-killed lets the killed stay killed where tests were only added. Needs the release preset, configured.
+than 95 in 100 are killed (90 of the tool's). Verdicts are kept in build/mutation/results.tsv and hold as long as the file
+and the tests do; --keep-killed lets the killed stay killed where tests were only added.
+
+--minutes=N takes a slice: the files of which least is judged come first, 60 mutants at a time, and it stops after N
+minutes. Night after night it comes to all of them, and then redoes only what has changed. The table then has what is
+judged; of a file that is judged in part it takes the largest random sample that is judged whole, and gives the share
+killed by the files' lengths too, each sample standing for its file.
+
+Needs the release preset, configured.
 """
 
 import argparse
@@ -20,9 +28,12 @@ import os
 import random
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 from concurrent.futures import ThreadPoolExecutor
 
 sys.path.insert(0, os.path.dirname(__file__))
@@ -31,11 +42,16 @@ from mutants import Source  # noqa: E402
 from survivors import read_survivors  # noqa: E402
 
 BASE = "build/release"
+ONCE = threading.Lock()  # for what several threads need and one makes
+WALL = 60  # seconds by the clock, for a test of the tool: it can wait for a process that waits for it
+SLICE = 60  # mutants of a file, before it's the next one's turn
 DRIVER = "scripts/check/mutation/driver.cpp"
 OUT = "build/mutation"
 LINKER = ["-fuse-ld=lld"] if shutil.which("ld.lld") else []
 LEDGER = [f"-Wl,--wrap={name}" for name in "malloc free _Znwm _ZdlPv _ZdlPvm _ZnwmRKSt9nothrow_t".split()]
-SWITCH = """#include <cstdlib>
+SWITCH = """#include <fcntl.h>
+#include <sys/mman.h>
+#include <cstdlib>
 extern int platen_mutant;
 extern unsigned char* platen_reached;
 int platen_mutant;
@@ -43,6 +59,10 @@ unsigned char* platen_reached;
 [[gnu::constructor(101)]] static void Set() {
     const char* number = std::getenv("PLATEN_MUTANT");
     platen_mutant = number != nullptr ? std::atoi(number) : 0;
+    if (const char* file = std::getenv("PLATEN_REACHED")) {
+        void* bytes = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, open(file, O_RDWR | O_CLOEXEC), 0);
+        platen_reached = bytes != MAP_FAILED ? static_cast<unsigned char*>(bytes) : nullptr;
+    }
 }
 """
 
@@ -63,27 +83,35 @@ def digest(*texts):
     return hashlib.sha1("\0".join(texts).encode()).hexdigest()[:16]
 
 
-def system_headers(level, flags):
-    """A header with those of the system that the library uses, compiled with the same flags."""
-    header = f"{OUT}/system/{digest(level, *flags)}/all.h"
-    if not os.path.exists(header):
-        names = " ".join(read(f) for f in areas.library() + glob.glob("*/*.inc") + glob.glob("Sources/*/*.inc"))
+def system_headers(level, flags, tests):
+    """A header with those of the system that the library uses, or the tests of its interfaces, compiled with the same flags."""
+    header = f"{OUT}/system/{digest(level, str(tests), *flags)}/all.h"
+    with ONCE:
+        if os.path.exists(header + ".gch"):
+            return header
+        sources = areas.library() + glob.glob("*/*.inc") + glob.glob("Sources/*/*.inc")
+        if tests:
+            sources = areas.area_tests("interfaces") + glob.glob("cpp/*/*.hpp")
+        names = " ".join(read(f) for f in sources)
         vector = any(flag.startswith("-mavx") for flag in flags)
-        used = set(re.findall(r"^#include (<[a-z_]+(?:\.h)?>)", names, re.M))
+        used = set(re.findall(r"^#include (<[a-z_]+(?:/gtest)?(?:\.h)?>)", names, re.M))
         used = {name for name in used if "neon" not in name and "wasm" not in name}  # of other processors
         used = sorted(name for name in used if vector or "mmintrin" not in name)
         write(header, "".join(f"#include {name}\n" for name in used))
-        subprocess.run(["g++", level, *flags, "-x", "c++-header", header, "-o", header + ".gch"], check=True)
+        subprocess.run(["g++", level, *flags, "-x", "c++-header", header, "-o", header + ".made"], check=True)
+        os.rename(header + ".made", header + ".gch")
     return header
 
 
 def compile_file(source, target, flags, tree=None, level="-O1"):
     """Compiles a file, or its changed copy below `tree`; gives the compiler's messages where that fails."""
     os.makedirs(os.path.dirname(target), exist_ok=True)
+    include = [f"-I{tree}", f"-I{tree}/cpp"] if tree else []
+    if not areas.is_tool(source):  # whose flags are the build's
+        include = ["-include", system_headers(level, flags, source.startswith("tests/")), *include, *areas.INCLUDES]
     if tree and os.path.exists(f"{tree}/{source}"):
         source = f"{tree}/{source}"
-    include = ([f"-I{tree}", f"-I{tree}/cpp"] if tree else []) + areas.INCLUDES
-    command = ["g++", level, *flags, "-include", system_headers(level, flags), *include, "-c", source, "-o", target]
+    command = ["g++", level, *include, *flags, "-c", source, "-o", target]
     result = subprocess.run(command, capture_output=True, text=True, check=False)
     return result.stderr if result.returncode else None
 
@@ -104,10 +132,25 @@ def base_objects(sources):
 def start(arguments, variant=None, low=True):
     """Starts a program, with the lowest priority where it runs mutants: a run takes long."""
     environment = dict(os.environ)
+    tree = os.path.abspath(f"{os.path.dirname(arguments[0])}/tree")
+    if areas.is_tool(os.path.relpath(tree, OUT)):
+        environment["PLATEN_TEST_WALL"] = str(WALL)
+    for variable, name in {"PLATEN_TEST_PROGRAM": "programs/platen", "PLATEN_TEST_BACKENDS": "sane"}.items():
+        if os.path.exists(f"{tree}/{name}"):  # what the tests start instead of the built one
+            environment[variable] = f"{tree}/{name}"
     if variant:
         environment["PLATEN_TEST_KERNELS"] = variant
     return subprocess.Popen([*(["nice", "-n", "19"] if low else []), *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                             env=environment, text=True, errors="replace", start_new_session=True)  # fmt: skip
+
+
+def end(process):
+    """Ends a process, and those that it started."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.communicate()
 
 
 class Programs:
@@ -117,9 +160,12 @@ class Programs:
         self.area = areas.area_of(path)
         self.tests = areas.area_tests(self.area)
         self.golden = [f"tests/golden/golden_{g}.cpp" for g in areas.AREAS[self.area][2]]
-        self.objects = base_objects(areas.library() + self.tests + self.golden + areas.SUPPORT)
+        self.objects = base_objects(self.sources())
         self.switch = self.support(write(f"{OUT}/switch.cpp", SWITCH))
         self.driver = self.support(DRIVER)
+
+    def sources(self):
+        return areas.library() + self.tests + self.golden + areas.SUPPORT
 
     def support(self, source):
         """The object of a source of the run's own, compiled once for each text."""
@@ -148,6 +194,51 @@ class Programs:
         subprocess.run(["g++", *LINKER, *parts, "-o", program], check=True)
 
 
+class ToolPrograms(Programs):
+    """The same for parts of the tool; what the tests start, a program or a backend, is linked anew too."""
+
+    def sources(self):
+        sources = self.tests + areas.HELPERS.get(self.area, [])
+        found = base_objects(sources)  # and what they need to run
+        targets = [f"{os.path.basename(t)[:-4]}" for t in self.tests]
+        subprocess.run(["ninja", "-C", BASE, *targets, "libplaten.a"], check=True, stdout=subprocess.DEVNULL)
+        self.started = areas.TOOLS[self.area]
+        return list(found)
+
+    def link(self, program, changed):
+        os.makedirs(os.path.dirname(program), exist_ok=True)
+        own = [] if self.area == "backend" else list(changed.values())
+        libraries = [f"{BASE}/{name}" for name in ("programs/libplaten-program.a", "programs/io/libplaten-io.a", "libplaten.a")]
+        system = "-lgtest -lpng -lz -ltiff -ljpeg -llcms2 -ldeflate -lzstd -ldl -pthread".split()
+        subprocess.run(["g++", *LINKER, *own, self.driver, *self.objects.values(), *libraries, *system,
+                        *areas.WRAPPED.get(self.area, []), "-o", program], check=True)  # fmt: skip
+        if self.started:
+            self.link_started(f"{os.path.dirname(program)}/tree", changed)
+        return program
+
+    def link_started(self, tree, changed):
+        """As the build does, in a tree like the build's."""
+        target = f"{tree}/{self.started}"
+        os.makedirs(os.path.dirname(target), exist_ok=True)
+        for name in ("share", "libplaten.so.1"):
+            if not os.path.lexists(f"{tree}/{name}"):
+                os.symlink(os.path.abspath(f"{BASE}/{name}"), f"{tree}/{name}")
+        command = subprocess.run(["ninja", "-C", BASE, "-t", "commands", "-s", self.started],
+                                 capture_output=True, text=True, check=True).stdout  # fmt: skip
+        first = []
+        for source, made in changed.items():
+            built = next((w for w in command.split() if w.endswith(f"/{os.path.basename(source)}.o")), None)
+            command = command.replace(f" {built} ", " ")
+            first.append(os.path.abspath(made))
+        parts = " ".join([os.path.abspath(target), *first, os.path.abspath(self.switch)])
+        command = command.replace(f" -o {self.started} ", f" -o {parts} ")
+        subprocess.run(command, shell=True, cwd=BASE, check=True)
+
+
+def programs_of(path):
+    return ToolPrograms(path) if areas.is_tool(path) else Programs(path)
+
+
 def slow_tests(area, quick):
     return f"{OUT}/slow_{area}_{quick}.txt"
 
@@ -171,8 +262,18 @@ def measure(program, area, quick):
     return sorted(found, key=lambda test: test[1])
 
 
-def judge(program, plan):
-    """Yields mutant and the test that kills it, or "-"."""
+class Budget:
+    """The time that a run may take."""
+
+    def __init__(self, minutes):
+        self.end = time.monotonic() + 60 * minutes if minutes else None
+
+    def spent(self):
+        return self.end is not None and time.monotonic() > self.end
+
+
+def judge(program, plan, budget):
+    """Yields mutant and the test that kills it, or "-", as long as there is time."""
     with tempfile.NamedTemporaryFile("w", suffix=".plan") as file:
         for number, tests in plan:
             file.write(" ".join([str(number)] + [f"{name} {time}" for name, time, _ in tests]) + "\n")
@@ -183,6 +284,9 @@ def judge(program, plan):
             number, test = line.split()
             left.remove(int(number))
             yield int(number), test
+            if budget.spent():
+                end(process)
+                return
         process.wait()
         if left == [0]:  # compiled alone, a mutant can strike before the program begins
             yield 0, "at load"
@@ -190,20 +294,28 @@ def judge(program, plan):
             sys.exit(f"{program}: the driver failed\n{process.stderr.read()}")
 
 
+def source_of(path):
+    return Source(read(path), constants=path.startswith("cpp/"))
+
+
 class File:
     """One file's run."""
 
-    def __init__(self, path, options):
+    def __init__(self, path, options, budget):
         self.path = path
         self.options = options
-        self.source = Source(read(path))
+        self.budget = budget
+        self.source = source_of(path)
         self.numbers = {m: i + 1 for i, m in enumerate(self.source.mutants)}
-        self.programs = Programs(path)
+        self.programs = programs_of(path)
         self.builds = areas.builds_of(path, self.programs.tests)
+        self.level = "-O0" if path.startswith("cpp/") else "-O1"  # tests take long to compile, and not to run
         self.folder = f"{OUT}/{path}.d"
+        self.once = threading.Lock()
         shutil.rmtree(self.folder, ignore_errors=True)
 
-    def changed_objects(self, text, name, builds, level="-O1"):
+    def changed_objects(self, text, name, builds, level=None):
+        level = level or self.level
         tree = f"{self.folder}/{name}"
         if self.path.startswith("cpp/"):  # a header finds those beside itself first
             shutil.copytree("cpp", f"{tree}/cpp", dirs_exist_ok=True)
@@ -211,7 +323,7 @@ class File:
         made = {}
         for build in builds:
             made[build] = f"{tree}/{build}{level}.o"
-            flags = areas.flags_of(build) + (areas.CHECKS if level == "-O1" else [])
+            flags = areas.flags_of(build) + (areas.CHECKS if level == self.level else [])
             errors = compile_file(build, made[build], flags, tree, level)
             if errors:
                 return None, errors
@@ -247,15 +359,19 @@ class File:
         share = max(1, self.options.jobs)
 
         def part(k):
-            for number, killer in judge(program, plan[k::share]):
+            for number, killer in judge(program, plan[k::share], self.budget):
                 if killer != "-":
                     verdict(by_number[number], "killed", killer)
                 else:
                     alone.append(by_number[number])
 
+        def last(mutant):
+            if not self.budget.spent():
+                verdict(mutant, *self.alone(mutant, mutant in switched))
+
         with ThreadPoolExecutor(share) as pool:
             list(pool.map(part, range(share)))
-            list(pool.map(lambda m: verdict(m, *self.alone(m, m in switched)), list(alone)))
+            list(pool.map(last, list(alone)))
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def alone(self, mutant, judged):
@@ -269,11 +385,11 @@ class File:
                 objects, _ = self.changed_objects(text, name, build)
                 if objects is None:
                     return "invalid", "doesn't compile"
-                if all(self.same(o, b, "-O1") for b, o in objects.items()):
+                if all(self.same(o, b, self.level) for b, o in objects.items()):
                     continue
                 if not judged:
                     program = self.programs.link(f"{folder}/quick/tests", objects)
-                    killer = [test for _, test in judge(program, [(0, self.tests)])][0]
+                    killer = [test for _, test in judge(program, [(0, self.tests)], Budget(None))][0]
                     if killer != "-":
                         return "killed", killer
                 optimised, _ = self.changed_objects(text, name, build, "-O2")
@@ -319,16 +435,16 @@ class File:
         try:
             process.communicate(timeout=600)
         except subprocess.TimeoutExpired:
-            os.killpg(process.pid, 9)
-            process.communicate()
+            end(process)
             return None
         return process.returncode == 0
 
     def same(self, target, build, level):
         """Whether the object is the original's, compiled in the same way."""
         original = f"{self.folder}/original/{build}{level}.o"
-        if not os.path.exists(original):
-            self.changed_objects(self.source.text, "original", [build], level)
+        with self.once:
+            if not os.path.exists(original):
+                self.changed_objects(self.source.text, "original", [build], level)
         with open(target, "rb") as one, open(original, "rb") as other:
             return one.read() == other.read()
 
@@ -356,40 +472,108 @@ class Results:
             file.write("\t".join([key, tests, state, detail, words]) + "\n")
 
 
-def judge_file(path, options, results):
-    """The number of mutants in each state, and those that survived, as survivors.txt names them."""
-    source = Source(read(path))
-    chosen = source.mutants
-    drawn = random.Random(path).sample(chosen, len(chosen))  # a larger sample holds a smaller one
-    if options.sample and len(chosen) > options.sample:
-        chosen = drawn[: options.sample]
-    if options.list:
-        for m in chosen:
-            print(f"{path}:{m.line}:{m.column}: {m.name}")
-        return {}, []
-    judges = areas.judges_of(areas.area_of(path)) + [DRIVER]
-    tests = digest(str(options.slow), str(options.quick), *[read(f) for f in judges])
-    content = digest(path, source.text)
-    keys = {m: digest(content, str(m.start), str(m.end), m.text) for m in drawn}
-    if options.report:  # the largest sample that is judged whole: survivors take longer, so a part has too few of them
-        tests = None
-        whole = [k for k in (20, 30, 60, len(drawn)) if all(results.find(keys[m], None) for m in drawn[:k])]
-        chosen = drawn[: max(whole, default=0)]
-    wanted = [m for m in chosen if not results.find(keys[m], tests)]
+class Mutants:
+    """A file's mutants in the order in which they are judged, drawn with a fixed seed, and their verdicts."""
 
-    def verdict(mutant, state, detail):
-        results.add(keys[mutant], tests, state, detail, f"{path}:{mutant.line}:{mutant.column}: {mutant.name}")
+    def __init__(self, path, options, results):
+        self.path = path
+        self.results = results
+        source = source_of(path)
+        self.drawn = random.Random(path).sample(source.mutants, len(source.mutants))
+        self.chosen = self.drawn[: options.sample]
+        judges = areas.judges_of(areas.area_of(path)) + [DRIVER]
+        self.tests = digest(str(options.slow), str(options.quick), *[read(f) for f in judges])
+        self.content = digest(path, source.text)
+        self.valid_tests = None if options.report else self.tests
 
-    if wanted:
-        File(path, options).judge_all(wanted, verdict)
-    states = {m: results.find(keys[m], tests)[0] for m in chosen}
-    count = {state: list(states.values()).count(state) for state in set(states.values())}
-    return count, [(path, m.source, f"{m.column}: {m.name}") for m in chosen if states[m] == "survived"]
+    def key(self, mutant):
+        return digest(self.content, str(mutant.start), str(mutant.end), mutant.text)
+
+    def state(self, mutant):
+        found = self.results.find(self.key(mutant), self.valid_tests)
+        return found[0] if found else None
+
+    def wanted(self):
+        return [m for m in self.chosen if not self.state(m)]
+
+    def judged(self):
+        """The share that has a verdict."""
+        return 1 - len(self.wanted()) / max(1, len(self.chosen))
+
+    def judge(self, wanted, options, budget):
+        def verdict(mutant, state, detail):
+            words = f"{self.path}:{mutant.line}:{mutant.column}: {mutant.name}"
+            self.results.add(self.key(mutant), self.tests, state, detail, words)
+
+        if wanted:
+            File(self.path, options, budget).judge_all(wanted, verdict)
+
+    def whole(self):
+        """The largest sample that is judged whole: survivors take longer, so what is judged of the next has too few."""
+        steps = {20, 30, *range(SLICE, len(self.drawn), SLICE), len(self.drawn)}
+        judged = next((i for i, m in enumerate(self.drawn) if not self.state(m)), len(self.drawn))
+        return self.drawn[: max((k for k in steps if k <= judged), default=0)]
+
+
+def judge_slices(files, options, budget):
+    """The file of which least is judged comes first, until there is no time or nothing is left."""
+    failed = set()
+    while not budget.spent():
+        left = [f for f in files if f.path not in failed and f.wanted()]
+        if not left:
+            return
+        file = min(left, key=Mutants.judged)
+        before = len(file.wanted())
+        print(f"{time.strftime('%H:%M')} {file.path}: {before} of {len(file.chosen)} left", file=sys.stderr, flush=True)
+        file.judge(file.wanted()[:SLICE], options, budget)
+        if len(file.wanted()) == before:
+            failed.add(file.path)
+
+
+class Total:
+    """What a table's rows come to: counted, and by the files' lengths."""
+
+    def __init__(self):
+        self.count = {}
+        self.valid = self.killed = 0.0
+
+    def add(self, count, judged):
+        """`judged` stands for all mutants of the file."""
+        for state, number in count.items():
+            self.count[state] = self.count.get(state, 0) + number
+        if judged:
+            share = (judged + count["unjudged"]) / judged
+            self.killed += share * count.get("killed", 0)
+            self.valid += share * (count.get("killed", 0) + count.get("survived", 0))
+
+    def reaches(self, percent):
+        valid = self.count.get("killed", 0) + self.count.get("survived", 0)
+        return 100 * self.count.get("killed", 0) >= percent * valid
+
+    def text(self):
+        killed = self.count.get("killed", 0)
+        valid = killed + self.count.get("survived", 0)
+        if not valid:
+            return "nothing judged"
+        return (f"killed: {100.0 * killed / valid:.2f} % of {valid}, {100.0 * self.killed / self.valid:.2f} % by the files' "
+                f"lengths, {self.count.get('unjudged', 0)} not judged")  # fmt: skip
 
 
 def row(name, count):
-    numbers = [count.get(state, 0) for state in ("killed", "survived", "same", "invalid")]
-    return f"{name:44}  {numbers[0] + numbers[1]:8} {numbers[0]:7}  {numbers[1]:8}  {numbers[2]:9}  {numbers[3]:7}"
+    judged = [count.get(state, 0) for state in ("killed", "survived", "same", "invalid")]
+    return (f"{name:44}  {judged[0] + judged[1]:8} {judged[0]:7}  {judged[1]:8}  {judged[2]:9}  {judged[3]:7}"
+            f"  {count.get('unjudged', 0):8}")  # fmt: skip
+
+
+def report(file, options):
+    """Prints a file's row; gives its counts, how many mutants they rest on, and its survivors, as survivors.txt names them."""
+    chosen = file.whole() if options.report or options.minutes else file.chosen
+    states = {m: file.state(m) for m in chosen}
+    count = {state: list(states.values()).count(state) for state in set(states.values())}
+    count["unjudged"] = len(file.drawn) - len(chosen) if options.report or options.minutes else 0
+    if chosen:
+        print(row(file.path, count), flush=True)
+    return count, len(chosen), [(file.path, m.source, f"{m.column}: {m.name}") for m in chosen if states[m] == "survived"]
 
 
 def main():
@@ -397,6 +581,7 @@ def main():
     parser.add_argument("files", nargs="*")
     parser.add_argument("--jobs", type=int, default=1)
     parser.add_argument("--sample", type=int, help="at most so many mutants a file, drawn with a fixed seed")
+    parser.add_argument("--minutes", type=float, help="stop after so long; the next run goes on with what isn't judged yet")
     parser.add_argument("--slow", action="store_true", help="survivors meet the slow tests and the golden programs")
     parser.add_argument("--quick", type=float, default=0.3, help="the processor time of a quick test, in seconds")
     parser.add_argument("--keep-killed", action="store_true")
@@ -407,23 +592,31 @@ def main():
     os.makedirs(OUT, exist_ok=True)
     results = Results(options.keep_killed)
     explained = read_survivors("scripts/check/mutation/survivors.txt")
-    total, unexplained = {}, []
-    print(f"{'':44}   mutants  killed  survived  same code  invalid", flush=True)
-    for path in options.files or areas.files():
-        count, survivors = judge_file(path, options, results)
+    files = [Mutants(path, options, results) for path in options.files or areas.files()]
+    if options.list:
+        for file in files:
+            for m in sorted(file.chosen, key=lambda m: (m.start, m.end, m.text)):
+                print(f"{file.path}:{m.line}:{m.column}: {m.name}")
+        return
+    budget = Budget(options.minutes)
+    if options.minutes:
+        judge_slices(files, options, budget)
+    print(f"{'':44}   mutants  killed  survived  same code  invalid  unjudged", flush=True)
+    total, unexplained = Total(), []
+    parts = {percent: Total() for percent in areas.WANTED.values()}
+    for file in files:
+        if not options.minutes and not options.report:
+            file.judge(file.wanted(), options, budget)
+        count, judged, survivors = report(file, options)
         unexplained += [entry for entry in survivors if entry not in explained]
-        if count:
-            print(row(path, count), flush=True)
-        for state, number in count.items():
-            total[state] = total.get(state, 0) + number
-    killed = total.get("killed", 0)
-    valid = killed + total.get("survived", 0)
-    print(row("all", total))
-    if valid:
-        print(f"killed: {100.0 * killed / valid:.2f} % of {valid}")
+        for part in (total, parts[areas.wanted_of(file.path)]):
+            part.add(count, judged)
+    print(row("all", total.count))
     for path, source, name in unexplained:
         print(f"not explained: {path}\n  {source}\n    {name}")
-    sys.exit(1 if unexplained or valid == 0 or killed < 0.95 * valid else 0)
+    passed = all(part.reaches(percent) for percent, part in parts.items())
+    print(total.text())
+    sys.exit(1 if unexplained or not passed or not total.valid else 0)
 
 
 if __name__ == "__main__":

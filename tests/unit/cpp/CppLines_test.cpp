@@ -71,6 +71,7 @@ TEST(CppHsv, LinesAreThoseOfThePlainCalls) {
 TEST(CppHsv, MisuseIsAnswered) {
     Line line(30);
     HsvFilter filter;
+    EXPECT_EQ(filter.lineBytes(), 0u);
     EXPECT_EQ(filter.tryApply(line), Status::outOfOrder);
     EXPECT_EQ(Thrown([&] { filter.apply(line); }, Status::outOfOrder),
               std::string("HsvFilter::apply: ") + kOutOfOrder);
@@ -85,6 +86,18 @@ TEST(CppHsv, MisuseIsAnswered) {
     EXPECT_EQ(filter.handle(), nullptr);
     EXPECT_EQ(filter.lineBytes(), 0u);
     EXPECT_EQ(filter.tryApply(line), Status::outOfOrder);
+}
+
+TEST(CppHsv, HandleIsAContextForOneLineAtATime) {
+    const HsvFilter filter({.hue = 1, .saturation = 2, .lightness = 3, .width = 4});
+    const auto* context = static_cast<const _SHsvParam*>(filter.handle());
+    EXPECT_EQ(context->hue, 1);
+    EXPECT_EQ(context->saturation, 2);
+    EXPECT_EQ(context->lightness, 3);
+    EXPECT_EQ(context->bitsPerPixel, 24u);
+    EXPECT_EQ(context->width, 4);
+    EXPECT_EQ(context->height, 1u);
+    EXPECT_EQ(context->rowBytes, 1u);  // unused, but not 0
 }
 
 TEST(CppHsv, SettingsOutOfRangeSayWhatIsAllowed) {
@@ -191,6 +204,7 @@ TEST(CppSharpener, MisuseIsAnswered) {
     sharpener.close();
     EXPECT_EQ(sharpener.handle(), nullptr);
     EXPECT_EQ(sharpener.waiting(), 0u);
+    EXPECT_EQ(sharpener.lineBytes(), 0u);
 }
 
 TEST(CppSharpener, EditedSettingsAreRefusedBySend) {
@@ -212,8 +226,12 @@ TEST(CppSharpener, SettingsOutOfRangeSayWhatIsAllowed) {
     EXPECT_EQ(ProblemOf(Sharpness{.size = {3, 1}, .rowBytes = 8}),
               "Sharpness: rowBytes is less than the pixels need");
     EXPECT_EQ(ProblemOf(Sharpness{.size = {2000000000, 1}}), "Sharpness: rowBytes is less than the pixels need");
+    EXPECT_EQ(ProblemOf(Sharpness{.size = {1431655766, 1}}), "Sharpness: rowBytes is less than the pixels need");
+    EXPECT_EQ(ProblemOf(Sharpness{.size = {1431655765, 1}}), "");  // 2^32 - 1 bytes
     EXPECT_EQ(ProblemOf(Sharpness{.size = {3, 1}, .rowBytes = 9}), "");
-    EXPECT_EQ(Sharpener().open({.level = 0}), Status::badArgument);
+    Sharpener sharpener({.size = {3, 1}});
+    EXPECT_EQ(sharpener.open({.level = 0}), Status::badArgument);
+    EXPECT_EQ(sharpener.handle(), nullptr);
     EXPECT_EQ(Thrown([] {
                   Sharpener({.level = 4, .size = {3, 1}});
               }),
@@ -287,6 +305,8 @@ TEST(CppScaler, MisuseIsAnswered) {
     Line line(30);
     std::vector<std::uint16_t> wide(30);
     Scaler scaler;
+    EXPECT_EQ(scaler.sourceLineBytes(), 0u);
+    EXPECT_EQ(scaler.lineBytes(), 0u);
     EXPECT_EQ(scaler.waiting(), 0);
     EXPECT_EQ(scaler.trySend(line), Status::outOfOrder);
     EXPECT_EQ(scaler.trySend(wide), Status::outOfOrder);
@@ -356,7 +376,14 @@ TEST(CppLines, SettingsCompare) {
     EXPECT_TRUE(differ(Scaling{.to = {1, 1}}, Scaling{.to = {1, 2}}));
 }
 
+TEST(CppLines, SizesAreZeroUntilGiven) {
+    EXPECT_EQ(Size(), (Size{0, 0}));
+    EXPECT_EQ(Scaling().from, Size());
+}
+
 TEST(CppLines, FormatsHaveTheirBytes) {
+    EXPECT_EQ(platen::bytesOfLine(PixelFormat::bilevel, 1), 1u);
+    EXPECT_EQ(platen::bytesOfLine(PixelFormat::rgb8, 1), 3u);
     EXPECT_EQ(platen::bytesOfLine(PixelFormat::bilevel, 9), 2u);
     EXPECT_EQ(platen::bytesOfLine(PixelFormat::gray8, 9), 9u);
     EXPECT_EQ(platen::bytesOfLine(PixelFormat::rgb16, 9), 54u);
