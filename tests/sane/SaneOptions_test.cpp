@@ -277,7 +277,7 @@ TEST_F(SaneOptions, TheGammaTableIsTheIdentityUntilSet) {
         EXPECT_EQ(table[static_cast<std::size_t>(i)], i);
     }
     const ScannedPage before = application.Scan();
-    for (const std::size_t at : {0, 128, 255}) {
+    for (const std::size_t at : {std::size_t{0}, std::size_t{128}, std::size_t{255}}) {
         for (const SANE_Word bad : {-1, 256}) {
             std::array<SANE_Word, 256> wrong = table;
             wrong[at] = bad;

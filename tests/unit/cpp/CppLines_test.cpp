@@ -262,6 +262,7 @@ TEST(CppScaler, LinesAreThoseOfThePlainCallsInEveryFormat) {
             const Scaling scaling = {.from = {13, 11}, .to = to, .format = format};
             const Page page = RandomPage(platen::bytesOfLine(format, 13), 11);
             Scaler scaler(scaling);
+            EXPECT_EQ(scaler.handle()->dstWidth, to.width);
             EXPECT_EQ(scaler.sourceLineBytes(), page[0].size());
             EXPECT_EQ(scaler.lineBytes(), platen::bytesOfLine(format, to.width));
             const Page out = Pushed(scaler, page);
