@@ -18,14 +18,21 @@ namespace {
 
 constexpr std::size_t kBlockBytes = 256 << 10;
 constexpr std::size_t kWindowBytes = 32 << 10;  // how far deflate's matches reach back
+
+// What is looked at of a block, in so many places, and the rows of each at least: matches need rows above.
 constexpr std::size_t kSampleBytes = 16 << 10;
+constexpr std::size_t kSamplePlaces = 3;
+constexpr std::size_t kSampleRows = 4;
 
 // Filtered rows whose runs compress to more than kNoise of their size are noise, in which there are no matches to
 // find, unless more than kRepeats of the unfiltered bytes repeat earlier ones.
 constexpr double kNoise = 0.6;
 constexpr double kRepeats = 0.3;
-// Matches take ten times as long as runs: they have to be smaller by this much.
+// Matches take ten times as long as runs: they have to be smaller by this much. Of a nearly flat sample the codes'
+// tables are a great part, which says nothing of the block.
 constexpr double kMatchGain = 0.97;
+constexpr double kFlat = 1.0 / 16;
+constexpr double kFlatMatchGain = 0.9;
 
 struct Mode {
     bool filters;
@@ -178,43 +185,90 @@ class PngStream::Block : public Piece {
         return rows_.data() + (y + 1) * shared_.rowBytes;
     }
 
-    // `count` rows from `first` on, each after the number of its filter.
-    std::vector<std::uint8_t> Rows(std::size_t first, std::size_t count, bool filters) const {
-        const std::size_t bytes = FilteredBytes(shared_.rowBytes);
-        std::vector<std::uint8_t> rows(bytes * count);
+    // Some bytes of some rows.
+    struct Part {
+        std::size_t row;
+        std::size_t rows;
+        std::size_t begin;  // at a pixel
+        std::size_t bytes;
+    };
+
+    // Adds the part's rows, each after the number of its filter.
+    void AddRows(const Part& part, bool filters, std::vector<std::uint8_t>& rows) const {
+        const std::size_t bytes = FilteredBytes(part.bytes);
+        std::size_t end = rows.size();
+        rows.resize(end + bytes * part.rows);
         std::vector<std::uint8_t> scratch(filters ? bytes : 0);
-        for (std::size_t y = 0; y < count; ++y) {
-            std::uint8_t* out = rows.data() + y * bytes;
-            const std::uint8_t* row = Row(first + y);
+        for (std::size_t y = 0; y < part.rows; ++y, end += bytes) {
+            std::uint8_t* out = rows.data() + end;
+            const std::uint8_t* row = Row(part.row + y) + part.begin;
             if (filters) {
-                FilterRow(row, row - shared_.rowBytes, shared_.rowBytes, shared_.pixelBytes, out, scratch.data());
+                FilterRow(row, row - shared_.rowBytes, part.bytes, shared_.pixelBytes, out, scratch.data());
             } else {
-                std::memcpy(out + 1, row, shared_.rowBytes);
+                std::memcpy(out + 1, row, part.bytes);
             }
         }
+    }
+
+    std::vector<std::uint8_t> Rows(bool filters) const {
+        std::vector<std::uint8_t> rows;
+        AddRows({0, count_, 0, shared_.rowBytes}, filters, rows);
         return rows;
     }
 
-    std::size_t SampleSize(std::size_t first, std::size_t count, const Mode& mode) const {
-        const auto rows = Rows(first, count, mode.filters);
-        return Compressed(mode, rows, {}, true).size();
+    // Parts of some rows in places that are spread over the block: one place alone may be a margin.
+    std::vector<std::uint8_t> SpreadSample(bool filters) const {
+        const std::size_t rowBytes = shared_.rowBytes;
+        if (count_ * FilteredBytes(rowBytes) <= kSampleBytes) {
+            return Rows(filters);
+        }
+        constexpr std::size_t kPartBytes = kSampleBytes / kSamplePlaces;
+        const auto toPixel = [this](std::size_t bytes) { return bytes - bytes % shared_.pixelBytes; };
+        const std::size_t bytes = std::min(rowBytes, toPixel(kPartBytes / kSampleRows));
+        const std::size_t rows = std::clamp<std::size_t>(kPartBytes / FilteredBytes(bytes), 1,
+                                                         std::max<std::size_t>(1, count_ / kSamplePlaces));
+        std::vector<std::uint8_t> sample;
+        for (std::size_t place = 0; place < kSamplePlaces; ++place) {
+            const std::size_t row = (count_ - rows) * place / (kSamplePlaces - 1);
+            const std::size_t begin = toPixel((rowBytes - bytes) * (2 * place + 1) / (2 * kSamplePlaces));
+            AddRows({row, rows, begin, bytes}, filters, sample);
+        }
+        return sample;
+    }
+
+    // Whole rows from the block's middle: what repeats itself on a nearly flat page lies far apart.
+    std::vector<std::uint8_t> WideSample(bool filters) const {
+        const std::size_t rows = std::clamp<std::size_t>(kSampleBytes / FilteredBytes(shared_.rowBytes),
+                                                         std::min(kSampleRows, count_), count_);
+        std::vector<std::uint8_t> sample;
+        AddRows({(count_ - rows) / 2, rows, 0, shared_.rowBytes}, filters, sample);
+        return sample;
     }
 
     Mode ChooseBySample() const {
-        const std::size_t bytes = FilteredBytes(shared_.rowBytes);
-        const std::size_t count =
-            std::clamp<std::size_t>(kSampleBytes / bytes, std::min<std::size_t>(4, count_), count_);
-        const std::size_t first = (count_ - count) / 2;
-        Mode best = shared_.filters ? kFilteredRuns : kPlainRuns;
-        const std::size_t runs = SampleSize(first, count, best);
-        if (static_cast<double>(runs) > kNoise * static_cast<double>(bytes * count) &&
-            RepeatedShare(Rows(first, count, false)) < kRepeats) {
-            return best;
+        const Mode runs = shared_.filters ? kFilteredRuns : kPlainRuns;
+        std::vector<std::uint8_t> plain = SpreadSample(false);
+        std::vector<std::uint8_t> filtered = shared_.filters ? SpreadSample(true) : std::vector<std::uint8_t>();
+        const auto sizeIn = [&](const Mode& mode) {
+            return static_cast<double>(Compressed(mode, mode.filters ? filtered : plain, {}, true).size());
+        };
+        double size = sizeIn(runs);
+        double gain = kMatchGain;
+        const auto all = static_cast<double>(plain.size());
+        if (size > kNoise * all && RepeatedShare(plain) < kRepeats) {
+            return runs;
         }
-        double smallest = kMatchGain * static_cast<double>(runs);
+        if (size < kFlat * all) {
+            plain = WideSample(false);
+            filtered = shared_.filters ? WideSample(true) : filtered;
+            size = sizeIn(runs);
+            gain = kFlatMatchGain;
+        }
+        Mode best = runs;
+        double smallest = gain * size;
         for (const Mode& mode : {kPlainMatches, kFilteredMatches}) {
             if (!mode.filters || shared_.filters) {
-                const auto size = static_cast<double>(SampleSize(first, count, mode));
+                size = sizeIn(mode);
                 if (size < smallest) {
                     smallest = size;
                     best = mode;
@@ -229,7 +283,8 @@ class PngStream::Block : public Piece {
         std::size_t smallest = SIZE_MAX;
         for (Mode mode : {kFilteredRuns, kPlainMatches, kFilteredMatches}) {
             mode.level = mode.matches ? kBestLevel : 0;
-            const std::size_t size = mode.filters && !shared_.filters ? SIZE_MAX : SampleSize(0, count_, mode);
+            const bool possible = shared_.filters || !mode.filters;
+            const std::size_t size = possible ? Compressed(mode, Rows(mode.filters), {}, true).size() : SIZE_MAX;
             if (size < smallest) {
                 smallest = size;
                 best = mode;
@@ -251,7 +306,7 @@ class PngStream::Block : public Piece {
 
     void Encode() {
         const Mode mode = Choose();
-        const auto rows = Rows(0, count_, mode.filters);
+        const auto rows = Rows(mode.filters);
         rows_ = {};
         const auto tail = static_cast<std::ptrdiff_t>(std::min(rows.size(), kWindowBytes));
         after_->Set({rows.end() - tail, rows.end()});
