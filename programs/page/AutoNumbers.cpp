@@ -82,6 +82,10 @@ std::optional<Parts> PartByOtsu(const Histogram& histogram) {
     return parts;
 }
 
+const ToneTable& TableOf(const ToneTables& tables, std::size_t channel) {
+    return channel == 0 ? tables.red : channel == 1 ? tables.green : tables.blue;
+}
+
 class Finder {
   public:
     Finder(const Settings& settings, const PageCounts& counts)
@@ -132,12 +136,23 @@ class Finder {
     Histogram AllChannels() const {
         const ToneTables tables = Tables();
         Histogram all{};
-        AddMapped(counts_.Channel(0), tables.red, all);
-        if (channels_ == 3) {
-            AddMapped(counts_.Channel(1), tables.green, all);
-            AddMapped(counts_.Channel(2), tables.blue, all);
+        for (std::size_t channel = 0; channel < channels_; ++channel) {
+            AddMapped(counts_.Channel(channel), TableOf(tables, channel), all);
         }
         return all;
+    }
+
+    // How far the tones of one channel lie apart, of the channel where they lie farthest. All channels together say
+    // less: a colour alone has different levels in them.
+    int WidestSpread(const AutoLevelsStep& step) const {
+        const ToneTables tables = Tables();
+        int widest = 0;
+        for (std::size_t channel = 0; channel < channels_; ++channel) {
+            Histogram tones{};
+            AddMapped(counts_.Channel(channel), TableOf(tables, channel), tones);
+            widest = std::max(widest, LevelAt(tones, 100.0 - step.high) - LevelAt(tones, step.low));
+        }
+        return widest;
     }
 
     std::vector<LevelsStep> FindLevels(const AutoLevelsStep& step) {
@@ -149,6 +164,12 @@ class Finder {
             numbers_.messages.push_back("--auto-levels left out: the tones lie between " +
                                         std::to_string(levels.black) + " and " + std::to_string(levels.white) +
                                         ", too close for a page that isn't blank");
+            return {};
+        }
+        if (const int spread = WidestSpread(step); spread < kSmallestSpread) {
+            numbers_.messages.push_back("--auto-levels left out: the tones of each channel lie at most " +
+                                        std::to_string(spread) +
+                                        " levels apart, too close for a page that isn't blank");
             return {};
         }
         if (levels.black == 0 && levels.white == 255) {
@@ -186,13 +207,12 @@ class Finder {
             return {};
         }
         const ToneTables tables = Tables();
-        const ToneTable* const table[] = {&tables.red, &tables.green, &tables.blue};
         std::vector<LevelsStep> steps;
         for (std::size_t channel = 0; channel < channels_; ++channel) {
             const int level = PaperLevel(channel, paper, count);
             LevelsStep step;
             step.channel = channels_ == 3 ? static_cast<Channel>(channel + 1) : Channel::kAll;
-            const int white = (*table[channel])[static_cast<std::size_t>(level)];
+            const int white = TableOf(tables, channel)[static_cast<std::size_t>(level)];
             step.white = std::max(white, kSmallestWhite);
             if (step.white < 255) {
                 steps.push_back(ReachingWhite(step, white));

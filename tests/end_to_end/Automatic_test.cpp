@@ -32,6 +32,17 @@ Words Told(const std::string& text, const std::string& before) {
     return options;
 }
 
+// A page of one colour, but for a grain of some levels.
+std::string OneColour(const std::string& colour) {
+    std::string page = "P6 40 40 255\n";
+    for (int i = 0; i < 1600; ++i) {
+        for (const char level : colour) {
+            page += static_cast<char>(level + i % 7);
+        }
+    }
+    return page;
+}
+
 // A page whose paper is yellow, with strokes: `paper` is its level.
 std::string PaperPage(int width, int height, bool colour, int paper, int ink) {
     std::string page =
@@ -246,6 +257,8 @@ TEST_F(Automatic, PagesWithoutAnythingToFindAreLeftAsTheyAre) {
         {"dull.ppm", "P6 20 20 255\n" + std::string(1200, '\x50')},
         {"blank.pgm", PaperPage(40, 40, false, 240, 238)},
         {"pair.pgm", std::string("P5 2 1 255\n\x10\xE0", 13)},
+        {"green.ppm", OneColour("\x40\x90\x60")},
+        {"yellow.ppm", OneColour("\xEE\xE7\xD6")},
     };
     for (const auto& [name, bytes] : pages) {
         WriteFile(folder.File(name), bytes);

@@ -128,6 +128,19 @@ TEST(AutoNumbers, PagesThatHaveNothingToFindAreLeftAlone) {
                   Strings{"--auto-levels left out: the tones lie between " + text + " and " + text +
                           ", too close for a page that isn't blank"});
     }
+    // One colour, and paper of a colour with its grain: the channels lie apart, the tones of each don't.
+    EXPECT_EQ(
+        Messages({"--auto-levels"}, CountsOf(3, {{{64, 144, 96}, 1000}})),
+        Strings{"--auto-levels left out: the tones of each channel lie at most 0 levels apart, too close for a "
+                "page that isn't blank"});
+    const PageCounts grainy =
+        CountsOf(3, {{{238, 231, 214}, 1000}, {{230, 223, 206}, 900}, {{242, 235, 199}, 900}});
+    EXPECT_EQ(
+        Messages({"--auto-levels=0.1,0.1"}, grainy),
+        Strings{"--auto-levels left out: the tones of each channel lie at most 15 levels apart, too close for a "
+                "page that isn't blank"});
+    const PageCounts spread = CountsOf(3, {{{10, 144, 96}, 1000}, {{42, 144, 96}, 1000}});
+    EXPECT_EQ(NumberOptions(FindNumbers(Given({"--auto-levels"}), spread)), Strings{"--levels=10,144"});
     const Strings noPaper = {"--auto-white left out: no light colour covers enough of the page to be its paper"};
     EXPECT_EQ(Messages({"--auto-white"}, CountsOf(1, {{{0}, 1000}})), noPaper);
     EXPECT_EQ(Messages({"--auto-white"}, CountsOf(3, {{{10, 20, 90}, 1000}, {{255, 255, 255}, 30}})), noPaper);
