@@ -21,9 +21,9 @@ struct AutoNumbers {
 //
 //   --auto-levels   black and white as --stats suggests them: the least levels that LOW, and 100 - HIGH, percent of
 //                   the samples of all channels together lie below or at. They are left alone where they lie fewer
-//                   than 32 levels apart, or those of each channel by itself do: a blank page's grain is no picture,
-//                   and neither is one colour. White is one level less where the levels' rounding would take it to
-//                   254.
+//                   than 32 levels apart, or those of each channel by itself do: a blank page's grain is no
+//                   picture, nor is one colour. White is one level less where the levels' rounding would take it
+//                   to 254.
 //   --auto-white    the paper is the commonest lightness, over five neighbouring ones, from 96 on; less than 4
 //                   percent of the pixels are no paper. White is the mean of those pixels, channel by channel, or
 //                   one level less where the levels' rounding would take it to 254.
