@@ -26,7 +26,7 @@ NOT_HERE = {
     r"(bench|build)/": "measurements",
     r"apt install ": "root; scripts/check/packages installs them",
     r"cmake |ctest|cmake --preset": "the build of this tree",
-    r"(PLATEN_HARDENING|FUZZ_SECONDS)": "the build of this tree",
+    r"(PLATEN_HARDENING|FUZZ_MINUTES)": "the build of this tree",
     r"/usr/bin/python3 -m pip ": "python/test_install does it",
     r"dask-|platen-batch --scheduler": "a cluster",
     r"scanimage -d platen:(epson2|NAME)": "somebody's scanner",
