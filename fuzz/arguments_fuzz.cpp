@@ -6,11 +6,14 @@
 #include "Producer.h"
 #include "programs/base/Error.h"
 #include "programs/io/OutputName.h"
+#include "programs/page/AutoNumbers.h"
 #include "programs/page/CurvePlot.h"
+#include "programs/page/PageCounts.h"
 #include "programs/page/PagePlan.h"
 
 // Command lines. The first bytes describe a page; the rest is the arguments, one a line. An Error is a right
-// answer. Settings that come out must lie within what the library takes, which the plan then relies on.
+// answer. Settings that come out must lie within what the library takes, which the plan then relies on. Automatic
+// ones find their numbers on a page of the input's own bytes.
 
 namespace {
 
@@ -60,7 +63,30 @@ void CheckPlan(const PagePlan& plan, const Settings& settings) {
     Require(ExpectedMemory(plan) > 0);
 }
 
-void Try(const std::vector<std::string>& words, const ImageInfo& page) {
+// The numbers are such as might have been typed.
+Settings FindAutomatic(const Settings& settings, const std::uint8_t* data, std::size_t size) {
+    constexpr std::uint32_t kSide = 12;
+    ImageInfo small;
+    small.width = kSide;
+    small.height = kSide;
+    small.samplesPerPixel = size % 2 == 0 ? 1 : 3;
+    PageCounts counts(small, settings.automatic.margin);
+    std::vector<std::uint8_t> line(small.LineBytes());
+    std::size_t at = 0;
+    for (std::uint32_t y = 0; y < kSide; ++y) {
+        for (std::uint8_t& sample : line) {
+            sample = data[at++ * 5 % size];
+        }
+        counts.Take(line.data());
+    }
+    const AutoNumbers numbers = FindNumbers(settings, counts);
+    std::vector<std::string> typed = NumberOptions(numbers);
+    typed.insert(typed.end(), {"in.png", "-o", "out.png"});
+    MakeSettings(ParseArguments(kAdjust, typed), {false, false});
+    return WithNumbers(settings, numbers);
+}
+
+void Try(const std::vector<std::string>& words, const ImageInfo& page, const std::uint8_t* data, std::size_t size) {
     const Settings settings = MakeSettings(ParseArguments(kAdjust, words), {false, false});
     CheckOutputName(OutputName(settings.output), settings.inputs);
     if (settings.plot) {
@@ -68,15 +94,20 @@ void Try(const std::vector<std::string>& words, const ImageInfo& page) {
         Require(svg.ends_with("</svg>\n"));
     }
     CheckPlan(PlanPage(settings, page), settings);
+    const Settings found = FindAutomatic(settings, data, size);
+    CheckPlan(PlanPage(found, page), found);
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) {
+        return 0;
+    }
     platen_fuzz::Producer producer(data, size);
     const ImageInfo page = TakePage(producer);
     try {
-        Try(TakeWords(producer), page);
+        Try(TakeWords(producer), page, data, size);
     } catch (const Error& error) {
         Require(error.what()[0] != '\0');
     }

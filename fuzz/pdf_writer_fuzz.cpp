@@ -1,17 +1,15 @@
-// The PDF writer: pages of any layout, resolution, profile and title, ended or dropped. What comes out has the form
-// that readers need: a table of objects, each where it says.
-
-#include <fcntl.h>
-#include <unistd.h>
+// The PDF writer: pages of any layout, resolution, profile, title and description, ended or dropped. What comes out
+// has the form that readers need: a table of objects, each where it says, and texts in UTF-16.
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "OutputFolder.h"
 #include "Producer.h"
 #include "programs/base/Error.h"
 #include "programs/io/OpenWriter.h"
@@ -20,31 +18,12 @@ namespace {
 
 using namespace platen_tool;
 using platen_fuzz::Producer;
+using platen_fuzz::Require;
 
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
-// A folder for the outputs, in memory where there is such a place, and removed at the end.
-struct TemporaryFolder {
-    std::string path = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/platen-pdf-XXXXXX";
-
-    TemporaryFolder() {
-        Require(mkdtemp(path.data()) != nullptr);
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-};
-
-const std::string& Folder() {
-    static const TemporaryFolder folder;
-    return folder.path;
+std::string TakeText(Producer& input, std::size_t size) {
+    std::string text(size, 'a');
+    input.Fill(text.data(), text.size());
+    return text;
 }
 
 ImageInfo TakePage(Producer& input) {
@@ -64,7 +43,48 @@ ImageInfo TakePage(Producer& input) {
     }
     info.iccProfile.resize(input.Take<std::uint8_t>() % 200);
     input.Fill(info.iccProfile.data(), info.iccProfile.size());
+    if (input.Flip()) {
+        Description description;
+        for (const TextField field : {TextField::kDocumentName, TextField::kArtist, TextField::kImageDescription,
+                                      TextField::kSoftware, TextField::kCopyright}) {
+            description.Text(field) = TakeText(input, input.Take<std::uint8_t>() % 40);
+        }
+        description.xmp.resize(input.Take<std::uint8_t>() % 50);
+        input.Fill(description.xmp.data(), description.xmp.size());
+        info.description = std::make_shared<const Description>(std::move(description));
+    }
     return info;
+}
+
+// Whole, paired units in hexadecimal digits, whatever the bytes were.
+void CheckText(const std::string& text) {
+    Require(text.size() % 4 == 0 && text.find_first_not_of("0123456789ABCDEF") == std::string::npos);
+    Require(text.compare(0, 4, "FEFF") == 0);
+    bool high = false;
+    for (std::size_t at = 4; at < text.size(); at += 4) {
+        const unsigned long unit = std::stoul(text.substr(at, 4), nullptr, 16);
+        Require(high == (unit >= 0xDC00 && unit < 0xE000));
+        high = unit >= 0xD800 && unit < 0xDC00;
+    }
+    Require(!high);
+}
+
+// What the file says of itself: a title, and other texts where there are any.
+void CheckInformation(const std::string& pdf) {
+    const std::size_t begin = pdf.rfind("<</Title <");
+    const std::size_t end = pdf.find(" /Producer (platen)", begin);
+    Require(begin != std::string::npos && end != std::string::npos);
+    const std::string texts = pdf.substr(begin + 2, end - begin - 2);
+    for (std::size_t at = 0; at < texts.size();) {
+        const std::size_t open = texts.find('<', at);
+        const std::size_t close = texts.find('>', at);
+        Require(texts[at] == '/' && open < close && close != std::string::npos);
+        const std::string name = texts.substr(at, open - at);
+        Require(name == "/Title " || name == "/Author " || name == "/Subject " || name == "/Creator ");
+        CheckText(texts.substr(open + 1, close - open - 1));
+        at = close + 1;
+        Require(at == texts.size() || texts[at++] == ' ');
+    }
 }
 
 // Every object begins where the table at the end says, and the trailer counts them.
@@ -105,12 +125,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         compression.text = "x";
         options.compression = compression;
     }
-    std::string name(input.Take<std::uint8_t>() % 12 + 1, 'a');
-    for (char& letter : name) {  // it becomes the title
-        const auto byte = input.Take<std::uint8_t>();
-        letter = byte == 0 || byte == '/' ? '_' : static_cast<char>(byte);
+    std::string name = TakeText(input, input.Take<std::uint8_t>() % 240 + 1);  // it becomes the title
+    for (char& letter : name) {
+        letter = letter == 0 || letter == '/' ? '_' : letter;
     }
-    const std::string path = Folder() + "/x" + name + ".pdf";
+    const std::string path = platen_fuzz::OutputFolder() + "/x" + name + ".pdf";
     int whole = 0;
     bool committed = false;
     try {
@@ -146,6 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (committed) {
         const std::string pdf(std::istreambuf_iterator<char>(file), {});
         CheckForm(pdf);
+        CheckInformation(pdf);
         Require(pdf.find("/Count " + std::to_string(whole)) != std::string::npos);
         std::remove(path.c_str());
     }

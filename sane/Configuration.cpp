@@ -1,9 +1,12 @@
 #include "sane/Configuration.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
+#include <new>
 
 #include "programs/base/Error.h"
 #include "programs/base/Numbers.h"
@@ -99,6 +102,12 @@ Configuration ReadConfiguration() {
         const std::string path = folder + "/" + kFile;
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"), std::fclose);
         if (file == nullptr) {
+            if (errno == ENOMEM) {
+                throw std::bad_alloc();
+            }
+            if (errno != ENOENT && errno != ENOTDIR) {
+                Tell(path + ": " + std::strerror(errno));
+            }
             continue;
         }
         int number = 0;
@@ -112,6 +121,9 @@ Configuration ReadConfiguration() {
             } catch (const platen_tool::Error& error) {
                 Tell(path + ":" + std::to_string(number) + ": " + error.what());
             }
+        }
+        if (std::ferror(file.get()) != 0) {
+            Tell(path + ": can't be read whole");
         }
         break;
     }

@@ -42,6 +42,29 @@ std::string Decimal(double value) {
     return decimal;
 }
 
+// The character that begins at `at`, which is moved past it; U+FFFD for a byte that is no UTF-8, as file names may
+// have.
+std::uint32_t TakeCharacter(const std::string& utf8, std::size_t& at) {
+    constexpr std::uint32_t kLeast[] = {0, 0x80, 0x800, 0x10000};  // fewer bytes would hold what is less
+    constexpr std::size_t kNone = 4;
+    const auto lead = static_cast<std::uint8_t>(utf8[at]);
+    const std::size_t more = lead < 0x80       ? 0
+                             : lead >> 5 == 6  ? 1
+                             : lead >> 4 == 14 ? 2
+                             : lead >> 3 == 30 ? 3
+                                               : kNone;
+    std::uint32_t code = more == 0 ? lead : lead & (0x3Fu >> more);
+    bool whole = more != kNone && at + more < utf8.size();
+    for (std::size_t k = 1; whole && k <= more; ++k) {
+        const auto next = static_cast<std::uint8_t>(utf8[at + k]);
+        whole = next >> 6 == 2;
+        code = code << 6 | (next & 0x3F);
+    }
+    whole = whole && code >= kLeast[more] && code <= 0x10FFFF && code >> 11 != 0x1B;  // 0x1B: half a pair
+    at += whole ? more + 1 : 1;
+    return whole ? code : 0xFFFD;
+}
+
 // A text string: UTF-16, in hexadecimal digits, so nothing needs an escape.
 std::string TextString(const std::string& utf8) {
     std::string text = "<FEFF";
@@ -50,24 +73,9 @@ std::string TextString(const std::string& utf8) {
         std::snprintf(digits, sizeof digits, "%04X", static_cast<unsigned>(unit & 0xFFFF));
         text += digits;
     };
-    for (std::size_t i = 0; i < utf8.size();) {
-        const auto lead = static_cast<std::uint8_t>(utf8[i]);
-        const std::size_t more = lead < 0x80       ? 0
-                                 : lead >> 5 == 6  ? 1
-                                 : lead >> 4 == 14 ? 2
-                                 : lead >> 3 == 30 ? 3
-                                                   : 9;
-        std::uint32_t code = more == 0 ? lead : lead & (0x3Fu >> more);
-        bool whole = i + more < utf8.size();
-        for (std::size_t k = 1; whole && k <= more; ++k) {
-            const auto next = static_cast<std::uint8_t>(utf8[i + k]);
-            whole = next >> 6 == 2;
-            code = code << 6 | (next & 0x3F);
-        }
-        i += whole ? more + 1 : 1;
-        if (!whole) {
-            put(0xFFFD);  // a byte that is no UTF-8, as file names may have
-        } else if (code >= 0x10000) {
+    for (std::size_t at = 0; at < utf8.size();) {
+        const std::uint32_t code = TakeCharacter(utf8, at);
+        if (code >= 0x10000) {
             put(0xD800 + ((code - 0x10000) >> 10));
             put(0xDC00 + ((code - 0x10000) & 0x3FF));
         } else {

@@ -33,6 +33,7 @@ const std::vector<Call>& Calls() {
                                             {"write", {ENOSPC, EIO, EINTR}},
                                             {"pwrite", {ENOSPC, EINTR}},
                                             {"open", {EMFILE, EACCES}},
+                                            {"fopen", {EMFILE, EACCES, ENOMEM}},
                                             {"mkostemp", {ENOSPC}},
                                             {"rename", {EIO, EACCES}},
                                             {"fsync", {EIO, ENOSPC}},
@@ -212,6 +213,11 @@ TEST_F(FaultMatrix, PnmToStandardOutput) {
 
 TEST_F(FaultMatrix, Plots) {
     Sweep({"curve", "--gamma=2", "--svg=out.svg", "-f"}, "out.svg");
+}
+
+TEST_F(FaultMatrix, PresetsThatAreRead) {
+    WriteFile(folder.File("own.toml"), "sharpness = 1\n\n[[tone]]\nlevels = [20, 230]\n");
+    Sweep({"page.ppm", "--preset=own.toml", "-f", "-o", "out.ppm"}, "out.ppm");
 }
 
 TEST_F(FaultMatrix, SavedPresets) {

@@ -7,21 +7,25 @@
 //   FAULT_PREAD=N        the Nth pread, and each after it, finds nothing
 //   FAULT_READ=ERRNO     read fails with this error, but for the first bytes of a file
 //   FAULT_THREAD=1       no thread can be started
-//   FAULT_CALL=NAME      read, pread, write, pwrite, open, mkostemp, rename, fsync, mmap, ftruncate, lseek, close,
-//   fstat:
+//   FAULT_CALL=NAME      read, pread, write, pwrite, open, fopen, mkostemp, rename, fsync, mmap, ftruncate, lseek,
+//                        close, fstat:
 //                        of these calls since main began ...
 //   FAULT_AT=N           ... the Nth fails, and with FAULT_MODE=on each after it ...
 //   FAULT_ERRNO=ERRNO    ... with this error
 //   FAULT_SHORT=1        reads and writes do a byte at a time, and every other one is interrupted first
 //   FAULT_CLOCK=1        the clock stands still, for outputs that hold a date
 //   FAULT_CALLS=FILE     receives what is called, a line each: the name, the descriptor or file, what was written
+//   FAULT_MARKED=1       nothing counts before the program calls platen_faults(1), or after platen_faults(0)
+//   FAULT_SPARE=NAME     allocations by the library whose file begins with this name have memory, and don't count
 //
+// What lies between platen_faults_pause(1) and platen_faults_pause(-1) never counts: the work of a test's stand-in.
 // What the C++ runtime and the codecs take before main has begun is not counted: nobody could catch its failure.
 
 #undef _FORTIFY_SOURCE  // with it the headers define the reading functions themselves
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -33,6 +37,7 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -49,6 +54,7 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 namespace {
 
 std::atomic<bool> g_counting{false};
+std::atomic<int> g_paused{0};
 std::atomic<long> g_allocations{0};
 std::atomic<long> g_reads{0};
 long g_failing = 0;
@@ -59,8 +65,33 @@ const char* Setting(const char* name) {
     return value != nullptr ? value : "";
 }
 
-bool Fails() {
-    if (!g_counting.load(std::memory_order_relaxed)) {
+bool Counts() {
+    return g_counting.load(std::memory_order_relaxed) && g_paused.load(std::memory_order_relaxed) == 0;
+}
+
+// The code of the library of FAULT_SPARE.
+std::uintptr_t g_spareBegin = 0;
+std::uintptr_t g_spareEnd = 0;
+
+int FindSpare(dl_phdr_info* info, std::size_t, void*) {
+    const char* slash = std::strrchr(info->dlpi_name, '/');
+    const char* name = slash != nullptr ? slash + 1 : info->dlpi_name;
+    if (std::strncmp(name, Setting("FAULT_SPARE"), std::strlen(Setting("FAULT_SPARE"))) != 0) {
+        return 0;
+    }
+    for (int i = 0; i < info->dlpi_phnum; ++i) {
+        const auto& part = info->dlpi_phdr[i];
+        if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0) {
+            g_spareBegin = info->dlpi_addr + part.p_vaddr;
+            g_spareEnd = g_spareBegin + part.p_memsz;
+        }
+    }
+    return 1;
+}
+
+bool Fails(void* caller) {
+    const auto from = reinterpret_cast<std::uintptr_t>(caller);
+    if (!Counts() || (from >= g_spareBegin && from < g_spareEnd)) {
         return false;
     }
     const long number = g_allocations.fetch_add(1) + 1;
@@ -84,7 +115,7 @@ bool g_shortened = false;
 
 // Notes the call. True where it shall fail, with errno set.
 bool CallFails(const char* name, int file, const char* path, const void* bytes, std::size_t count) {
-    if (!g_counting.load(std::memory_order_relaxed)) {
+    if (!Counts()) {
         return false;
     }
     const bool chosen = std::strcmp(name, g_call) == 0;
@@ -109,7 +140,7 @@ bool CallFails(const char* name, int file, const char* path, const void* bytes, 
 
 // What a read or write may take; 0: interrupted.
 std::size_t Shortened(std::size_t count) {
-    if (!g_shortened || !g_counting.load(std::memory_order_relaxed) || count == 0) {
+    if (!g_shortened || !Counts() || count == 0) {
         return count;
     }
     return g_short.fetch_add(1) % 2 == 0 ? 0 : (count + 2) / 3;
@@ -139,7 +170,7 @@ int CountingMain(int count, char** words, char** environment) {
     if (*Setting("FAULT_CALLS") != '\0') {
         g_log = open(Setting("FAULT_CALLS"), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0600);
     }
-    g_counting = true;
+    g_counting = *Setting("FAULT_MARKED") == '\0';
     const int result = g_main(count, words, environment);
     g_counting = false;
     const char* report = Setting("FAULT_REPORT");
@@ -164,24 +195,35 @@ Function Next(const char* name) {
 
 extern "C" {
 
+void platen_faults(int on) {
+    if (*Setting("FAULT_SPARE") != '\0') {
+        dl_iterate_phdr(FindSpare, nullptr);
+    }
+    g_counting = on != 0;
+}
+
+void platen_faults_pause(int more) {
+    g_paused += more;
+}
+
 void* malloc(std::size_t size) {
-    return Fails() ? nullptr : __libc_malloc(size);
+    return Fails(__builtin_return_address(0)) ? nullptr : __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    return Fails() ? nullptr : __libc_calloc(count, size);
+    return Fails(__builtin_return_address(0)) ? nullptr : __libc_calloc(count, size);
 }
 
 void* realloc(void* block, std::size_t size) {
-    return Fails() ? nullptr : __libc_realloc(block, size);
+    return Fails(__builtin_return_address(0)) ? nullptr : __libc_realloc(block, size);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    return Fails() ? nullptr : __libc_memalign(alignment, size);
+    return Fails(__builtin_return_address(0)) ? nullptr : __libc_memalign(alignment, size);
 }
 
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
-    *block = Fails() ? nullptr : __libc_memalign(alignment, size);
+    *block = Fails(__builtin_return_address(0)) ? nullptr : __libc_memalign(alignment, size);
     return *block == nullptr ? ENOMEM : 0;
 }
 
@@ -262,6 +304,12 @@ int open(const char* path, int flags, ...) {
         return -1;
     }
     return Next<int (*)(const char*, int, ...)>("open")(path, flags, mode);
+}
+
+std::FILE* fopen(const char* path, const char* mode) {
+    return CallFails("fopen", -1, path, nullptr, 0)
+               ? nullptr
+               : Next<std::FILE* (*)(const char*, const char*)>("fopen")(path, mode);
 }
 
 int mkostemp(char* pattern, int flags) {

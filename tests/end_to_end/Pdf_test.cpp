@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "InFolder.h"
@@ -106,6 +109,114 @@ TEST_F(Pdf, PagesHaveTheirPhysicalSizeTitleAndDate) {
     EXPECT_NE(told.find("Title:           A letter (1)\n"), std::string::npos) << told;
     EXPECT_NE(told.find("CreationDate:"), std::string::npos) << told;
     ExpectAccepted("A letter (1).pdf");
+}
+
+std::string Repeated(const std::string& part, int times) {
+    std::string text;
+    while (times-- > 0) {
+        text += part;
+    }
+    return text;
+}
+
+// A name as -o takes it.
+std::string InTemplate(std::string name) {
+    for (std::size_t at = 0; (at = name.find('%', at)) != std::string::npos; at += 2) {
+        name.insert(at, "%");
+    }
+    return name;
+}
+
+TEST_F(Pdf, HostileNamesBecomeTitles) {
+    if (Absent()) {
+        GTEST_SKIP() << kAbsent;
+    }
+    WriteFile(folder.File("a.pgm"), PnmPage(30, 20, false));
+    const std::string replaced = "\xEF\xBF\xBD";
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"(((", "((("},
+        {") >> endobj (x", ") >> endobj (x"},
+        {"back\\slash\\", "back\\slash\\"},
+        {"<FEFF>", "<FEFF>"},
+        {"endobj stream %%EOF", "endobj stream %%EOF"},
+        {"B\xC3\xBCro \xF0\x9F\x98\x80", "B\xC3\xBCro \xF0\x9F\x98\x80"},
+        {"latin \xE9", "latin " + replaced},
+        {"cut \xE2\x82", "cut " + replaced + replaced},
+        {"long for \xC0\xAF", "long for " + replaced + replaced},
+        {"half a pair \xED\xA0\x80", "half a pair " + replaced + replaced + replaced},
+        {"too far \xF7\xBF\xBF\xBF", "too far " + replaced + replaced + replaced + replaced},
+        {"stray " + Repeated("\xB0", 20), "stray " + Repeated(replaced, 20)},
+        {std::string(200, 'n'), std::string(200, 'n')}};
+    for (const auto& [name, title] : names) {
+        Platen({"a.pgm", "-o", InTemplate(name) + ".pdf"});
+        ExpectAccepted(name + ".pdf");
+        const std::string told = Run("pdfinfo", {"-enc", "UTF-8", name + ".pdf"}).out;
+        EXPECT_NE(told.find("Title:           " + title + "\n"), std::string::npos) << told;
+    }
+    for (const std::string name : {"two\nlines\r", "\x01\x1B[31m\x7F", "\xEF\xBB\xBF", "\xFE\xFF"}) {
+        Platen({"a.pgm", "-o", name + ".pdf"});
+        ExpectAccepted(name + ".pdf");
+    }
+}
+
+// A TIFF of one pixel with these texts.
+std::string TiffWithTexts(const std::vector<std::pair<int, std::string>>& texts) {
+    std::string file("II*\0\x08\0\0\0", 8);
+    const auto put = [](std::string& to, std::size_t value, int bytes) {
+        for (int i = 0; i < bytes; ++i) {
+            to += static_cast<char>(value >> 8 * i & 255);
+        }
+    };
+    std::vector<std::array<std::size_t, 4>> fields = {{256, 4, 1, 1}, {257, 4, 1, 1}, {258, 3, 1, 8},
+                                                      {259, 3, 1, 1}, {262, 3, 1, 1}, {273, 4, 1, 8},
+                                                      {278, 4, 1, 1}, {279, 4, 1, 1}};
+    std::string values;
+    const std::size_t after = 8 + 2 + 12 * (fields.size() + texts.size()) + 4;
+    for (const auto& [tag, text] : texts) {
+        fields.push_back({static_cast<std::size_t>(tag), 2, text.size() + 1, after + values.size()});
+        values += text + std::string(4, '\0');
+    }
+    std::sort(fields.begin(), fields.end());
+    put(file, fields.size(), 2);
+    for (const auto& field : fields) {
+        put(file, field[0], 2);
+        put(file, field[1], 2);
+        put(file, field[2], 4);
+        put(file, field[3], 4);
+    }
+    put(file, 0, 4);
+    return file + values;
+}
+
+TEST_F(Pdf, HostileTextsStayTexts) {
+    if (Absent()) {
+        GTEST_SKIP() << kAbsent;
+    }
+    const std::string wild = ">> endobj (\\ \xED\xB0\x80 <<)\r\n";
+    WriteFile(folder.File("a.tif"), TiffWithTexts({{269, wild},
+                                                   {270, std::string(100000, '>')},
+                                                   {305, "\xFE\xFF\xC3("},
+                                                   {315, "(" + std::string(70, '\\')}}));
+    Platen({"a.tif", "-o", "a.pdf"});
+    ExpectAccepted("a.pdf");
+    const std::string told = Run("pdfinfo", {"-enc", "UTF-8", "a.pdf"}).out;
+    EXPECT_NE(told.find("Author:          (" + std::string(70, '\\') + "\n"), std::string::npos) << told;
+    EXPECT_NE(told.find("Subject:         " + std::string(100000, '>') + "\n"), std::string::npos);
+    EXPECT_NE(told.find("Title:           >> endobj (\\ \xEF\xBF\xBD"), std::string::npos) << told.substr(0, 300);
+}
+
+TEST_F(Pdf, HostileResolutions) {
+    if (Absent()) {
+        GTEST_SKIP() << kAbsent;
+    }
+    WriteFile(folder.File("a.pgm"), PnmPage(30, 20, false));
+    for (const std::string resolution : {"0.01", "0.01x100000", "100000", "100000x1"}) {
+        const std::string name = resolution + ".pdf";
+        Platen({"a.pgm", "--set-resolution=" + resolution, "-o", name});
+        EXPECT_EQ(Run("qpdf", {"--check", name}).code, 0) << resolution;
+        EXPECT_EQ(Run("pdfinfo", {name}).err, "") << resolution;
+        Do("mutool", {"draw", "-q", "-F", "pgm", "-w", "40", "-h", "40", "-f", "-o", "drawn.pgm", name});
+    }
 }
 
 TEST_F(Pdf, APageWithoutAResolutionIsSaidToHave300) {

@@ -24,7 +24,27 @@
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
+// Of the library that makes calls fail, where it is loaded: this scanner fails on demand only.
+extern "C" void platen_faults_pause(int more) __attribute__((weak));
+
 namespace {
+
+struct NoFaults {
+    NoFaults() {
+        Pause(1);
+    }
+    ~NoFaults() {
+        Pause(-1);
+    }
+    NoFaults(const NoFaults&) = delete;
+    NoFaults& operator=(const NoFaults&) = delete;
+
+    static void Pause(int more) {
+        if (platen_faults_pause != nullptr) {
+            platen_faults_pause(more);
+        }
+    }
+};
 
 enum Option : SANE_Int {
     kCount,
@@ -250,6 +270,7 @@ EXPORT SANE_Status sane_standin_get_devices(const SANE_Device*** list, SANE_Bool
 }
 
 EXPORT SANE_Status sane_standin_open(SANE_String_Const name, SANE_Handle* handle) {
+    const NoFaults noFaults;
     if (std::strncmp(name, "fails ", 6) == 0) {
         return static_cast<SANE_Status>(std::atoi(name + 6));
     }
@@ -259,6 +280,7 @@ EXPORT SANE_Status sane_standin_open(SANE_String_Const name, SANE_Handle* handle
 }
 
 EXPORT void sane_standin_close(SANE_Handle handle) {
+    const NoFaults noFaults;
     --opened;
     delete &Of(handle);
 }
@@ -269,6 +291,7 @@ EXPORT const SANE_Option_Descriptor* sane_standin_get_option_descriptor(SANE_Han
 
 EXPORT SANE_Status sane_standin_control_option(SANE_Handle handle, SANE_Int option, SANE_Action action, void* value,
                                                SANE_Int* info) {
+    const NoFaults noFaults;
     Scanner& scanner = Of(handle);
     if (option < 0 || option >= kEnd || value == nullptr || action == SANE_ACTION_SET_AUTO) {
         return SANE_STATUS_INVAL;
@@ -301,6 +324,7 @@ EXPORT SANE_Status sane_standin_control_option(SANE_Handle handle, SANE_Int opti
 }
 
 EXPORT SANE_Status sane_standin_get_parameters(SANE_Handle handle, SANE_Parameters* parameters) {
+    const NoFaults noFaults;
     const SANE_Status fault = Of(handle).Fault("parameters");
     if (fault != SANE_STATUS_GOOD) {
         return fault;
@@ -310,6 +334,7 @@ EXPORT SANE_Status sane_standin_get_parameters(SANE_Handle handle, SANE_Paramete
 }
 
 EXPORT SANE_Status sane_standin_start(SANE_Handle handle) {
+    const NoFaults noFaults;
     Scanner& scanner = Of(handle);
     const SANE_Status fault = scanner.Fault("start");
     if (fault != SANE_STATUS_GOOD) {
@@ -327,6 +352,7 @@ EXPORT SANE_Status sane_standin_start(SANE_Handle handle) {
 }
 
 EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_Int room, SANE_Int* count) {
+    const NoFaults noFaults;
     Scanner& scanner = Of(handle);
     *count = 0;
     while (scanner.call == "hang" && !scanner.cancelled) {

@@ -85,6 +85,18 @@ TEST(PresetFile, WhatIsWrongIsNamedWithItsLine) {
     EXPECT_EQ(Refusal("description = \"\xff\"").find("p.toml:1: "), 0u);
 }
 
+TEST(PresetFile, OnlyStringsAndCommentsHoldMoreThanAscii) {
+    for (const std::string text : {"\xC3\xA9 = 1\n", "sharpness = \xC3\xA9\n", "sharpness = 1 \xEF\xB1\xBF\n",
+                                   "\xE3\x81\x82 = 1", "\x80", "\"\" = '' \xC3\xA9", "[\xC3\xA9tone]"}) {
+        EXPECT_TRUE(Refusal(text).starts_with("p.toml:1: ")) << text;
+    }
+    for (const std::string text :
+         {"description = \"\xC3\xA9 \xEF\xB1\xBF\"", "description = '\xC3\xA9\\'",
+          "description = \"\"\"\\\n \xC3\xA9\"\"\"", "description = \"\" # \xC3\xA9", "\xEF\xBB\xBF# \xC3\xA9"}) {
+        EXPECT_EQ(Parsed(text + "\nsharpness = 1\n"), "sharpness=1 ") << text;
+    }
+}
+
 TEST(PresetFile, EveryMemberOfAListCounts) {
     EXPECT_EQ(Refusal("[[tone]]\nlevels = [\"\", 30, 220]"),
               "p.toml:2: --levels: BLACK: '' is not a whole number from 0 to 247");
