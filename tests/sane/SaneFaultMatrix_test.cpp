@@ -42,7 +42,8 @@ class SaneFaultMatrix : public testing::Test {
         WriteFile(folder.File("dll.conf"), "platen\n");
         WriteFile(folder.File("platen.conf"),
                   "device standin:\nresolution 30 600\npresets " + folder.Path() + "\n");
-        WriteFile(folder.File("own.toml"), "sharpness = 1\n\n[[tone]]\nlevels = [20, 230]\n");
+        WriteFile(folder.File("own.toml"), "sharpness = 1\n\n[[tone]]\nlevels = [20, 230, 0.9]\n");
+        WriteFile(folder.File("damaged.toml"), "sharpness = [ a\n");
         for (const auto& [name, value] :
              std::map<std::string, std::string>{{"SANE_CONFIG_DIR", folder.Path()},
                                                 {"XDG_CONFIG_HOME", folder.Path()},
