@@ -51,7 +51,7 @@ HELPERS = {
     "backend": [SANE + "StandInTest.cpp", WHOLE + "Spawn.cpp"],
 }
 WRAPPED = {"outputs": [f"-Wl,--wrap={name}" for name in
-                       "write fsync close renameat2 rename fchmod ftruncate mkostemp".split()]}  # fmt: skip
+                       "write fsync close renameat2 rename fchmod ftruncate mkostemp readlink".split()]}  # fmt: skip
 # The percentage that is to be killed.
 WANTED = {area: 90 if area in TOOLS else 95 for area in AREAS}
 
@@ -99,11 +99,11 @@ def wanted_of(path):
 
 @functools.cache
 def build_command(path):
-    """The words with which the release preset compiles a file of the tool, without levels and names."""
+    """The words with which the release preset compiles a file of the tool, without levels and names, and calls as they stand there."""
     with open("build/release/compile_commands.json") as file:
         command = next(c["command"] for c in json.load(file) if os.path.relpath(c["file"]) == path)
     words = shlex.split(command)
-    return [w for w in words[1 : words.index("-o")] if not re.match(r"-O|-W", w)]
+    return [w for w in words[1 : words.index("-o")] if not re.match(r"-O|-W|-D_FORTIFY", w)]
 
 
 def flags_of(path):

@@ -117,7 +117,9 @@ class Source:
                     kind = "record"
                 elif re.match(r"(?:namespace|extern)\b", head):
                     kind = "namespace"
-                if blocks[-1][0] == "constant" or (
+                if blocks[-1][0] == "requires" or re.search(r"\brequires\s*(?:\([^()]*\))?$", head):
+                    kind = "requires"
+                elif blocks[-1][0] == "constant" or (
                     re.search(r"\bconst(?:expr|eval)\b", head) and not re.search(r"\bif\b", head)
                 ):
                     kind = "constant"

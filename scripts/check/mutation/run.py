@@ -138,10 +138,13 @@ def start(arguments, variant=None, low=True):
     for variable, name in {"PLATEN_TEST_PROGRAM": "programs/platen", "PLATEN_TEST_BACKENDS": "sane"}.items():
         if os.path.exists(f"{tree}/{name}"):  # what the tests start instead of the built one
             environment[variable] = f"{tree}/{name}"
+    folder = f"{OUT}/work"  # a mutant writes files where it shouldn't
+    os.makedirs(folder, exist_ok=True)
+    arguments = [os.path.abspath(arguments[0]), *arguments[1:]]
     if variant:
         environment["PLATEN_TEST_KERNELS"] = variant
     return subprocess.Popen([*(["nice", "-n", "19"] if low else []), *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                            env=environment, text=True, errors="replace", start_new_session=True)  # fmt: skip
+                            env=environment, cwd=folder, text=True, errors="replace", start_new_session=True)  # fmt: skip
 
 
 def end(process):
@@ -247,7 +250,7 @@ def measure(program, area, quick):
     """The quick tests, the quickest first: name, microseconds, mutants that they reach. The slow ones are kept."""
     slow = slow_tests(area, quick)
     with open(slow, "a+"):
-        process = start([program, "measure", slow, str(int(quick * 1000000))], low=False)
+        process = start([program, "measure", os.path.abspath(slow), str(int(quick * 1000000))], low=False)
     output, errors = process.communicate()
     if process.returncode:
         sys.exit(f"{program}: {errors}")

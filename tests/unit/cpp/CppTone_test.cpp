@@ -329,7 +329,11 @@ TEST(CppTone, StatusesHaveTexts) {
     EXPECT_STREQ(platen::text(Status::outOfOrder),
                  "out of order: closed, or finished lines wait to be read, or no more are to come");
     EXPECT_STREQ(platen::text(static_cast<Status>(9)), platen::text(Status::outOfOrder));
-    EXPECT_EQ(platen::Problem().text(), "");
+    const platen::Problem none;
+    EXPECT_EQ(none.text(), "");
+    EXPECT_EQ(none.value, 0.0);
+    EXPECT_EQ(none.lowest, 0.0);
+    EXPECT_EQ(none.highest, 0.0);
 }
 
 // Every request for memory fails once: the status says so, and the world is as it was.

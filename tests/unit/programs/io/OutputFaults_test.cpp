@@ -27,7 +27,7 @@ using platen_tool::ResolvedOutput;
 // What a call does instead; where a hook returns nothing, the system's own call is made.
 struct Hooks {
     std::function<std::optional<ssize_t>(std::size_t)> write;
-    std::function<std::optional<int>()> fsync, close, renameNew, rename, fchmod, ftruncate, made;
+    std::function<std::optional<int>()> fsync, close, renameNew, rename, fchmod, ftruncate, made, readlink;
 };
 Hooks g_hooks;
 
@@ -115,6 +115,12 @@ int __wrap_mkostemp(char* name, int flags) {
     return result ? *result : file;
 }
 
+ssize_t __real_readlink(const char* path, char* target, std::size_t room);
+ssize_t __wrap_readlink(const char* path, char* target, std::size_t room) {
+    const auto result = Call(g_hooks.readlink);
+    return result ? *result : __real_readlink(path, target, room);
+}
+
 }  // extern "C"
 
 std::string TextOf(const std::string& path) {
@@ -161,6 +167,21 @@ TEST(OutputFaults, ShortAndInterruptedWritesGoOn) {
     EXPECT_EQ(TextOf(scratch / "out"), text);
     EXPECT_EQ(largest, 65536u);
     EXPECT_LT(calls, 20);
+}
+
+TEST(OutputFaults, AWriteOfNothingIsNoFailure) {
+    const HooksOff off;
+    const Scratch scratch;
+    OutputFile file(scratch / "out", {});
+    file.Write("abc", 3);
+    int calls = 0;
+    g_hooks.write = [&](std::size_t) -> std::optional<ssize_t> {
+        errno = EIO;  // of another call
+        return ++calls == 1 ? std::optional<ssize_t>(0) : std::nullopt;
+    };
+    file.Commit();
+    EXPECT_EQ(calls, 2);
+    EXPECT_EQ(TextOf(scratch / "out"), "abc");
 }
 
 TEST(OutputFaults, AWriteThatFailsIsToldAtTheEndAndLeavesNothing) {
@@ -234,6 +255,17 @@ TEST(OutputFaults, APageThatIsDroppedLeavesTheOthers) {
     file.EndPage();
     file.Commit();
     EXPECT_EQ(TextOf(scratch / "out"), "firstthird");  // the mark was before the second page
+}
+
+TEST(OutputFaults, WhatIsWrittenBeforeAPageIsNotThePages) {
+    const Scratch scratch;
+    OutputFile file(scratch / "out", {});
+    file.Write("head", 4);
+    file.MarkPage();
+    file.Write("page", 4);
+    file.DropPage();
+    file.Commit();
+    EXPECT_EQ(TextOf(scratch / "out"), "head");
 }
 
 TEST(OutputFaults, APageThatCannotBeTakenBackFailsTheFile) {
@@ -502,10 +534,14 @@ TEST(OutputFaults, AFileInTheWorkingFolderNeedsNoFolderInItsName) {
     std::filesystem::current_path(scratch / "");
     CheckOutputPath("out", {});
     OutputFile file("out", {});
-    EXPECT_EQ(scratch.Files(), 1u);
+    ASSERT_EQ(scratch.Files(), 1u);
+    EXPECT_TRUE(std::filesystem::directory_iterator(".")->path().filename().string().starts_with(".out."));
     file.Commit();
     std::filesystem::create_symlink("out", "link");
     EXPECT_EQ(ResolvedOutput("link"), "out");
+    PutFile("-", "x");
+    CheckOutputPath("-", {});  // standard output all the same
+    std::filesystem::remove("-");
     std::filesystem::current_path(before);
     EXPECT_EQ(scratch.Files(), 2u);
 }
@@ -528,6 +564,14 @@ TEST(OutputLinks, AreFollowedToTheirEnds) {
     file.Commit();
     EXPECT_EQ(TextOf(scratch / "end"), "abc");
     EXPECT_TRUE(std::filesystem::is_symlink(scratch / "third"));
+}
+
+TEST(OutputLinks, OneThatCannotBeReadStaysAsItIs) {
+    const HooksOff off;
+    const Scratch scratch;
+    std::filesystem::create_symlink("end", scratch / "link");
+    g_hooks.readlink = [] { return Failure(EIO); };
+    EXPECT_EQ(ResolvedOutput(scratch / "link"), scratch / "link");
 }
 
 TEST(OutputLinks, AsManyAsTheSystemFollowsAndNoMore) {
@@ -581,6 +625,7 @@ TEST(OutputChecks, FilesAndFoldersThatMayNotBeWritten) {
         }
         const std::string denied = std::strerror(EACCES);
         const FileOptions force = {.force = true};
+        CheckOutputPath("/dev/null", {});  // in a folder that may not be written
         for (const bool makes : {false, true}) {
             const auto use = [&](const std::string& path) {
                 makes ? static_cast<void>(OutputFile(path, force)) : CheckOutputPath(path, force);
@@ -616,6 +661,39 @@ TEST(OutputChecks, ADeviceThatCannotBeOpenedIsAnError) {
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
+}
+
+// Where standard input is closed a file can have its number.
+TEST(OutputChecks, DescriptorZeroIsOneLikeOthers) {
+    const Scratch scratch;
+    const pid_t child = fork();
+    if (child == 0) {
+        close(STDIN_FILENO);
+        {
+            OutputFile file("/dev/null", {});
+            EXPECT_EQ(file.Descriptor(), 0);
+        }
+        close(STDIN_FILENO);
+        OutputFile file(scratch / "out", {.sync = false});
+        EXPECT_EQ(file.Descriptor(), 0);
+        file.Write("abc", 3);
+        file.Commit();
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(TextOf(scratch / "out"), "abc");
+}
+
+TEST(OutputModes, TheUsersMaskStays) {
+    const Scratch scratch;
+    const mode_t before = umask(031);
+    OutputFile(scratch / "out", {}).Commit();
+    EXPECT_EQ(umask(before), 031u);
+    struct stat status {};
+    stat((scratch / "out").c_str(), &status);
+    EXPECT_EQ(status.st_mode & 07777, 0646u);
 }
 
 TEST(OutputModes, AllBitsOfAFileThatIsReplacedStay) {
