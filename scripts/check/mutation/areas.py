@@ -28,7 +28,7 @@ UNIT, KERNELS, TOOL, SANE, WHOLE = "tests/unit/", "tests/kernels/", "tests/unit/
 AREAS = {
     "outputs": ("programs/io/Output", [TOOL + "io/Output*_test.cpp", TOOL + "OutputName_test.cpp"], []),
     "scan": ("programs/", [TOOL + "OptionValue_test.cpp", WHOLE + "Scan_test.cpp", WHOLE + "BadSane_test.cpp"], []),
-    "backend": ("sane/", [SANE + "Sane*_test.cpp"], []),
+    "backend": ("sane/", [SANE + f"Sane{name}_test.cpp" for name in ("Device", "Faults", "Options")], []),
     "interfaces": ("c/|cpp/", [UNIT + "c/*_test.cpp", UNIT + "cpp/*_test.cpp"], []),
     "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
              ["brightness_contrast", "level", "color_balance", "curves"]),
