@@ -188,9 +188,10 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 
     {"dry-run", 'n', nullptr, kReport, "print what would be done, write nothing", kPageUsers,
      [](S, V, T t) { t.settings.dryRun = true; }},
-    {"json", 0, nullptr, kReport, nullptr, kAdjust | kInfo, [](S, V, T t) { t.settings.json = true; }},
-    {"stats", 0, nullptr, kReport, "percentiles, suggested --levels; or as JSON", kPageUsers,
+    {"stats", 0, nullptr, kReport, "print percentiles and a --levels that fits them", kPageUsers,
      [](S, V, T t) { t.settings.stats = true; }},
+    {"json", 0, nullptr, kReport, "print it as JSON, for programs", kAdjust | kInfo,
+     [](S, V, T t) { t.settings.json = true; }},
     {"plot", 0, "FILE", kReport, "draw the folded tone curve as SVG", kPageUsers,
      [](S, V v, T t) { t.settings.plot = v; }},
     {"progress", 0, nullptr, kReport, nullptr, kPageUsers, [](S, V, T t) { t.settings.progress = true; }},

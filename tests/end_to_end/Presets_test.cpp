@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <regex>
+#include <set>
 #include <sstream>
 
 #include "Spawn.h"
@@ -473,6 +474,29 @@ TEST(Help, EachTextIsUnderSixtyLines) {
         const std::string text = Spawn(words).out;
         EXPECT_LT(std::count(text.begin(), text.end(), '\n'), 60) << words.front();
         EXPECT_GT(std::count(text.begin(), text.end(), '\n'), 5) << words.front();
+    }
+}
+
+// An option that shares the next one's line must have it in each command: --json once took that of --verbose.
+TEST(Help, OptionsShareLinesWithTheSameOnesEverywhere) {
+    const std::string info = Spawn({"info", "--help"}).out;
+    EXPECT_NE(info.find("\n  --json                      print it as JSON, for programs\n"), std::string::npos)
+        << info;
+    EXPECT_NE(info.find("\n  -v --verbose                print more\n"), std::string::npos) << info;
+    std::set<std::string> lines;
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"--help=all"}, {"scan", "--help=all"}}) {
+        std::istringstream text(Spawn(words).out);
+        for (std::string line; std::getline(text, line);) {
+            lines.insert(line);
+        }
+    }
+    for (const char* command : {"curve", "info", "presets"}) {
+        std::istringstream text(Spawn({command, "--help=all"}).out);
+        bool own = false;
+        for (std::string line; std::getline(text, line);) {
+            own = own || line.starts_with("platen " + std::string(command) + ":");
+            EXPECT_TRUE(own || lines.contains(line)) << command << ": " << line;
+        }
     }
 }
 
