@@ -149,6 +149,20 @@ TEST(CppTone, TablesMapLines) {
     EXPECT_EQ(line, (std::vector<std::uint8_t>{tables.red[93], 93, 0, 93, 93}));
 }
 
+TEST(CppTone, EachSampleHasItsTable) {
+    const ToneTables tables = ToneWorld(ColorBalance{.shadows = {100, 40, -100}}).tables();
+    std::vector<std::uint8_t> line = {50, 60, 70, 80, 90, 100, 110};
+    tables.mapRgb(line);
+    EXPECT_EQ(line, (std::vector<std::uint8_t>{tables.red[50], tables.green[60], tables.blue[70], tables.red[80],
+                                               tables.green[90], tables.blue[100], 110}));
+    for (const std::size_t level : {std::size_t{60}, std::size_t{90}}) {
+        EXPECT_NE(tables.red[level], level);
+        EXPECT_NE(tables.green[level], level);
+        EXPECT_NE(tables.blue[level], level);
+    }
+    EXPECT_EQ(platen::Curves().strength, 0);
+}
+
 TEST(CppTone, OperationGivesBackItsSetting) {
     ToneWorld world;
     EXPECT_EQ(world.add(kContrast).get<BrightnessContrast>(), kContrast);

@@ -12,6 +12,7 @@
 #include <climits>
 #include <csignal>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "Pages.h"
@@ -317,6 +318,9 @@ TEST(OutputFaults, SyncingWaitsForTheDiskWhereItCan) {
     EXPECT_EQ(calls, 3);
     OutputFile(path, {.force = true, .sync = false}).Commit();
     EXPECT_EQ(calls, 3);
+    g_hooks.fsync = [] { return Failure(EINVAL); };
+    OutputFile(scratch / "new", {}).Commit();  // its error number says nothing about the renaming
+    EXPECT_TRUE(std::filesystem::exists(scratch / "new"));
     g_hooks.fsync = Counted(calls, EIO);
     OutputFile file(scratch / "other", {});
     EXPECT_EQ(Says(scratch / "other", [&] { file.Commit(); }),
@@ -504,6 +508,35 @@ TEST(OutputFaults, HandlersRemoveOnlyWhatIsPartialAndKeepTheErrorNumber) {
     errno = 0;
 }
 
+TEST(OutputFaults, ANameThatIsNoLongerPartialIsForgotten) {
+    const Scratch scratch;
+    OutputFile file(scratch / "out", {});
+    const std::string temporary = std::filesystem::directory_iterator(scratch / "")->path();
+    file.Commit();
+    PutFile(temporary, "somebody's");
+    platen_tool::RemovePartialOutputs();
+    EXPECT_EQ(TextOf(temporary), "somebody's");
+}
+
+TEST(OutputFaults, AFileThatIsDoneTakesNothingFromTheNext) {
+    const Scratch scratch;
+    auto done = std::make_unique<OutputFile>(scratch / "done", FileOptions{});
+    done->Commit();
+    const OutputFile next(scratch / "next", {});
+    done.reset();
+    EXPECT_EQ(scratch.Files(), 2u);
+    platen_tool::RemovePartialOutputs();
+    EXPECT_EQ(scratch.Files(), 1u);
+}
+
+TEST(OutputFaults, ProgramsThatAreStartedGetNoOutput) {
+    const Scratch scratch;
+    const OutputFile file(scratch / "out", {});
+    const OutputFile device("/dev/null", {});
+    EXPECT_EQ(fcntl(file.Descriptor(), F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(fcntl(device.Descriptor(), F_GETFD), FD_CLOEXEC);
+}
+
 TEST(OutputFaults, TheTemporaryNameIsHiddenInTheSameFolder) {
     const Scratch scratch;
     const std::string folder = scratch / "folder";
@@ -554,6 +587,8 @@ TEST(OutputLinks, AreFollowedToTheirEnds) {
     std::filesystem::create_symlink("end", scratch / "third");
     EXPECT_EQ(ResolvedOutput(scratch / "first"), scratch / "end");
     EXPECT_EQ(ResolvedOutput(scratch / "end"), scratch / "end");
+    std::filesystem::create_symlink("e", scratch / "short");
+    EXPECT_EQ(ResolvedOutput(scratch / "short"), scratch / "e");
     EXPECT_EQ(Says(scratch / "first", [&] { OutputFile(scratch / "first", {}); }),
               "is a link to a file that doesn't exist; --force makes the file");
     EXPECT_EQ(Says(scratch / "first", [&] { CheckOutputPath(scratch / "first", {}); }),
@@ -678,6 +713,7 @@ TEST(OutputChecks, DescriptorZeroIsOneLikeOthers) {
         EXPECT_EQ(file.Descriptor(), 0);
         file.Write("abc", 3);
         file.Commit();
+        EXPECT_EQ(fcntl(0, F_GETFD), -1);  // closed
         _exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = 0;
