@@ -132,6 +132,34 @@ TEST(PngStream, ARepeatingPageTakesMatches) {
     EXPECT_LT(Stream(page, PngEffort::kDefault, 1).size(), runs / 2);
 }
 
+// A band that repeats itself in the middle of each block, and smooth rows around it, which are better without
+// matches.
+TEST(PngStream, ABlocksMiddleDoesNotSpeakForTheBlock) {
+    constexpr std::size_t kRowBytes = 2600;
+    constexpr std::size_t kRowsPerBlock = (256 << 10) / (kRowBytes + 1);
+    Page page = MakePage(Kind::kSmooth, kRowBytes, 1, 4 * kRowsPerBlock);
+    const Page tiles = MakePage(Kind::kTiles, kRowBytes, 1, 4 * kRowsPerBlock);
+    for (std::size_t y = 0; y < page.rows.size(); ++y) {
+        const std::size_t inBlock = y % kRowsPerBlock;
+        if (inBlock >= kRowsPerBlock / 2 - 6 && inBlock < kRowsPerBlock / 2 + 6) {
+            page.rows[y] = tiles.rows[y];
+        }
+    }
+    const Bytes stream = Stream(page, PngEffort::kDefault, 1);
+    EXPECT_EQ(Decoded(stream, page), page.rows);
+    EXPECT_LE(stream.size(), Stream(page, PngEffort::kFast, 1).size());
+}
+
+// Rows too wide for a sample of whole ones, and blocks of a row or two.
+TEST(PngStream, WideRowsAreSampledInPart) {
+    for (const Kind kind : {Kind::kSmooth, Kind::kTiles, Kind::kBlank}) {
+        for (const std::size_t rowBytes : {16384u, 131'000u, 262'143u, 300'001u}) {
+            const Page page = MakePage(kind, rowBytes, rowBytes % 8 + 1, 5);
+            EXPECT_EQ(Decoded(Stream(page, PngEffort::kDefault, 2), page), page.rows) << rowBytes;
+        }
+    }
+}
+
 TEST(PngStream, BestIsNeverLargerThanDefault) {
     for (const Kind kind : {Kind::kNoise, Kind::kSmooth, Kind::kTiles, Kind::kBlank}) {
         const Page page = MakePage(kind, 1500, 3, 400);
