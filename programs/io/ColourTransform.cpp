@@ -4,8 +4,10 @@
 #include <lcms2_plugin.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "programs/base/Error.h"
 #include "programs/io/CodecGuard.h"
@@ -17,28 +19,72 @@ namespace {
 // A hostile profile may ask for any amount.
 constexpr std::size_t kMostBytesAtOnce = 32 << 20;
 
+constexpr std::size_t kSpaceAt = 16;  // of a profile's header: its colours
+
+// Before each block that Little-CMS holds. Once it has a context its blocks are linked in a ring.
+struct alignas(std::max_align_t) Block {
+    Block* before = this;
+    Block* after = this;
+
+    void Link(Block* ring) {
+        before = ring;
+        after = ring->after;
+        after->before = this;
+        ring->after = this;
+    }
+    void Unlink() {
+        before->after = after;
+        after->before = before;
+        before = after = this;
+    }
+};
+
 // Little-CMS doesn't survive a lack of memory everywhere, and elsewhere goes on with other results. So where there
-// is none it is left at once; what it held until then is lost.
+// is none it is left at once, and the blocks that it held are freed.
 thread_local CodecGuard* currentGuard = nullptr;
+thread_local Block* currentRing = nullptr;
 
 void* OnMalloc(cmsContext, cmsUInt32Number bytes) {
-    void* block = bytes <= kMostBytesAtOnce ? std::malloc(bytes) : nullptr;
-    if (block == nullptr && currentGuard != nullptr) {
-        currentGuard->Fail("out of memory");
+    void* memory = bytes <= kMostBytesAtOnce ? std::malloc(sizeof(Block) + bytes) : nullptr;
+    if (memory == nullptr) {
+        if (currentGuard != nullptr) {
+            currentGuard->Fail("out of memory");
+        }
+        return nullptr;
     }
-    return block;
+    auto* block = new (memory) Block;
+    if (currentRing != nullptr) {
+        block->Link(currentRing);
+    }
+    return block + 1;
 }
 
-void* OnRealloc(cmsContext, void* block, cmsUInt32Number bytes) {
-    void* larger = bytes <= kMostBytesAtOnce ? std::realloc(block, bytes) : nullptr;
-    if (larger == nullptr && currentGuard != nullptr) {
-        currentGuard->Fail("out of memory");
+void OnFree(cmsContext, void* bytes) {
+    if (bytes != nullptr) {
+        Block* block = static_cast<Block*>(bytes) - 1;
+        block->Unlink();
+        std::free(block);
     }
-    return larger;
 }
 
-void OnFree(cmsContext, void* block) {
-    std::free(block);
+void* OnRealloc(cmsContext context, void* bytes, cmsUInt32Number wanted) {
+    if (bytes == nullptr) {
+        return OnMalloc(context, wanted);
+    }
+    Block* block = static_cast<Block*>(bytes) - 1;
+    Block* ring = block->before != block ? block->before : nullptr;
+    block->Unlink();
+    void* memory = wanted <= kMostBytesAtOnce ? std::realloc(block, sizeof(Block) + wanted) : nullptr;
+    if (memory != nullptr) {
+        block = new (memory) Block;
+    }
+    if (ring != nullptr) {
+        block->Link(ring);
+    }
+    if (memory == nullptr && currentGuard != nullptr) {
+        currentGuard->Fail("out of memory");
+    }
+    return memory != nullptr ? block + 1 : nullptr;
 }
 
 // The plug-ins' records are changed by nobody.
@@ -52,7 +98,8 @@ cmsPluginMemHandler kMemory = {{cmsPluginMagicNumber, 2060, cmsPluginMemHandlerS
 
 void OnMessage(cmsContext, cmsUInt32Number, const char*) {}
 
-std::string SpaceName(cmsColorSpaceSignature space) {
+// A profile may have any number there: it isn't looked at as one of the enumeration.
+std::string SpaceName(cmsUInt32Number space) {
     switch (space) {
         case cmsSigRgbData:
             return "RGB";
@@ -77,12 +124,13 @@ void ToIccLab8(std::uint8_t* line, std::size_t pixels) {
 // All that the guarded steps touch. Nothing in it has a destructor.
 struct TransformState {
     CodecGuard guard;
+    Block ring;
     ColourTransform::From from = ColourTransform::From::kCmyk8;
     const std::uint8_t* profile = nullptr;
     std::size_t profileBytes = 0;
     cmsContext context = nullptr;
     bool opened = false;
-    cmsColorSpaceSignature space = cmsSigCmykData;
+    cmsUInt32Number space = cmsSigCmykData;
     char name[80] = "";  // the profile's own
     cmsHTRANSFORM transform = nullptr;
     const void* in = nullptr;
@@ -103,6 +151,7 @@ void Create(void* pointer) {
     if (state->context == nullptr) {
         state->guard.Fail("out of memory");
     }
+    currentRing = &state->ring;
     cmsSetLogErrorHandlerTHR(state->context, OnMessage);
     cmsHPROFILE input = state->Lab() ? cmsCreateLab2ProfileTHR(state->context, nullptr)
                                      : cmsOpenProfileFromMemTHR(state->context, state->profile,
@@ -114,7 +163,9 @@ void Create(void* pointer) {
     if (!state->Lab()) {
         cmsGetProfileInfoASCII(input, cmsInfoDescription, "en", "US", state->name, sizeof state->name);
         state->name[sizeof state->name - 1] = 0;
-        state->space = cmsGetColorSpace(input);
+        const std::uint8_t* space = state->profile + kSpaceAt;  // the header is there, or it weren't open
+        state->space = static_cast<cmsUInt32Number>(space[0]) << 24 | static_cast<cmsUInt32Number>(space[1]) << 16 |
+                       static_cast<cmsUInt32Number>(space[2]) << 8 | space[3];
     }
     if (state->Lab() || state->space == cmsSigCmykData) {
         constexpr cmsUInt32Number kFormats[] = {TYPE_CMYK_8, TYPE_CMYK_8_REV, TYPE_CMYK_16, TYPE_Lab_8,
@@ -148,11 +199,15 @@ struct ColourTransform::State {
 
     void Run(CodecGuard::Step step) {
         currentGuard = &lcms.guard;
+        currentRing = lcms.context != nullptr ? &lcms.ring : nullptr;
         const bool done = lcms.guard.Run(step, &lcms);
         currentGuard = nullptr;
+        currentRing = nullptr;
         if (!done) {
-            lcms.transform = nullptr;  // in no state to be freed
-            lcms.context = nullptr;
+            lcms.transform = nullptr;  // in no state to be ended
+            while (lcms.ring.after != &lcms.ring) {
+                OnFree(nullptr, lcms.ring.after + 1);
+            }
             throw Error(ExitCode::kFailed, lcms.guard.text);
         }
     }

@@ -58,6 +58,7 @@ class SaneFaultMatrix : public testing::Test {
         }
     }
     ~SaneFaultMatrix() override {
+        RecordProperty("runs", runs_);
         for (const auto& [name, ignored] : set_) {
             unsetenv(name.c_str());
         }
@@ -68,7 +69,8 @@ class SaneFaultMatrix : public testing::Test {
         set_[name] = value;
     }
 
-    static Host Run(const std::vector<std::string>& settings) {
+    Host Run(const std::vector<std::string>& settings) {
+        ++runs_;
         Streams streams;
         streams.program = PLATEN_FAULTY_HOST;
         Host host{Spawn(settings, streams), {}, {}, {}};
@@ -195,6 +197,7 @@ class SaneFaultMatrix : public testing::Test {
     }
 
     std::map<std::string, std::string> set_;
+    int runs_ = 0;
 };
 
 // One for each road that a frame's bytes can take, as in SaneFaults_test.
