@@ -149,17 +149,42 @@ TEST(CppTone, TablesMapLines) {
     EXPECT_EQ(line, (std::vector<std::uint8_t>{tables.red[93], 93, 0, 93, 93}));
 }
 
+TEST(CppTone, WhatEndsGivesItsMemoryBack) {
+    AllocationLedger ledger;
+    std::size_t left[3];
+    bool isOne = false;
+    {
+        ToneWorld world(kLevel);
+        left[0] = ledger.Outstanding();
+        const ToneOperation op = world.add(kContrast);
+        left[1] = ledger.Outstanding();
+        isOne = static_cast<bool>(op);
+        world.remove(op);
+        left[2] = ledger.Outstanding();
+        world.add(kContrast);
+    }
+    const std::size_t ended = ledger.Outstanding();
+    EXPECT_TRUE(isOne);
+    EXPECT_LT(left[0], left[1]);
+    EXPECT_EQ(left[0], left[2]);
+    EXPECT_EQ(ended, 0u);
+}
+
 TEST(CppTone, EachSampleHasItsTable) {
-    const ToneTables tables = ToneWorld(ColorBalance{.shadows = {100, 40, -100}}).tables();
+    const ToneTables tables = ToneWorld(ColorBalance{.shadows = {100, 40, -40}}).tables();
     std::vector<std::uint8_t> line = {50, 60, 70, 80, 90, 100, 110};
     tables.mapRgb(line);
     EXPECT_EQ(line, (std::vector<std::uint8_t>{tables.red[50], tables.green[60], tables.blue[70], tables.red[80],
                                                tables.green[90], tables.blue[100], 110}));
+    line = {50, 60, 70};
+    tables.mapRgb(line);
+    EXPECT_EQ(line, (std::vector<std::uint8_t>{tables.red[50], tables.green[60], tables.blue[70]}));
     for (const std::size_t level : {std::size_t{60}, std::size_t{90}}) {
         EXPECT_NE(tables.red[level], level);
         EXPECT_NE(tables.green[level], level);
         EXPECT_NE(tables.blue[level], level);
     }
+    EXPECT_NE(tables.blue[70], tables.blue[80]);
     EXPECT_EQ(platen::Curves().strength, 0);
 }
 
@@ -353,6 +378,11 @@ TEST(CppTone, StatusesHaveTexts) {
 // Every request for memory fails once: the status says so, and the world is as it was.
 template <class S>
 void FailEveryRequest(const S& setting) {
+    ToneWorld whole(kContrast);
+    AllocationLedger all;
+    const Status whenNoneFails = whole.tryAdd(setting);
+    const std::size_t requests[] = {all.Mallocs(), all.News()};
+    EXPECT_EQ(whenNoneFails, Status::done);
     for (const bool isNew : {false, true}) {
         for (std::size_t index = 0;; ++index) {
             ToneWorld world(kContrast);
@@ -363,6 +393,7 @@ void FailEveryRequest(const S& setting) {
             ledger.FailNone();
             const std::size_t left = ledger.Outstanding();
             if (status == Status::done) {
+                EXPECT_EQ(index, requests[isNew ? 1 : 0]);  // none failed
                 break;
             }
             ledger.FreeOutstanding();
