@@ -51,30 +51,29 @@ struct Row {
 };
 
 constexpr const char* kBalanceHelp =
-    "Shifts this colour among the dark, middle or light tones; negative values shift it towards its opposite.";
+    "Shifts these tones toward this colour; negative values shift them toward its opposite.";
 
 // Every option, in the order of the enumeration.
 constexpr Row kRows[] = {
     {Setting::kGroup, nullptr, "platen", "Adjustment (Platen)", "", SANE_TYPE_GROUP, SANE_UNIT_NONE, nullptr, 0,
      Needs::kNothing, false},
     {Setting::kPreset, nullptr, "platen-preset", "Preset",
-     "A set of adjustments kept under a name. The options below act after it; a resolution that it asks for is set "
+     "A named set of adjustments. The options below are applied after it; a resolution in it sets the resolution "
      "above.",
      SANE_TYPE_STRING, SANE_UNIT_NONE, nullptr, 0, Needs::kNothing, false},
     {Setting::kAuto, nullptr, "platen-auto", "Find levels and white",
-     "Looks at the page in a quick scan of its own, and sets black level and white level so that its paper becomes "
-     "white.",
+     "Makes a quick scan of the page, then sets the black and white levels so that the paper becomes white.",
      SANE_TYPE_BUTTON, SANE_UNIT_NONE, nullptr, 0, Needs::kTones, false},
     {Setting::kBrightness, SANE_NAME_BRIGHTNESS, "platen-brightness", SANE_TITLE_BRIGHTNESS,
      "Makes the page lighter or darker.", SANE_TYPE_INT, SANE_UNIT_PERCENT, &kPercent, 0, Needs::kTones, false},
     {Setting::kContrast, SANE_NAME_CONTRAST, "platen-contrast", SANE_TITLE_CONTRAST,
-     "Moves light and dark tones apart or together.", SANE_TYPE_INT, SANE_UNIT_PERCENT, &kPercent, 0, Needs::kTones,
-     false},
+     "Increases or decreases the difference between light and dark tones.", SANE_TYPE_INT, SANE_UNIT_PERCENT,
+     &kPercent, 0, Needs::kTones, false},
     {Setting::kShadow, SANE_NAME_SHADOW, "platen-shadow", "Black level",
-     "This level, and all that is darker, becomes black. At least 8 below the white level.", SANE_TYPE_INT,
+     "This level and everything darker becomes black. At least 8 below the white level.", SANE_TYPE_INT,
      SANE_UNIT_NONE, &kBlack, 0, Needs::kTones, false},
     {Setting::kHighlight, SANE_NAME_HIGHLIGHT, "platen-highlight", "White level",
-     "This level, and all that is lighter, becomes white. At least 8 above the black level.", SANE_TYPE_INT,
+     "This level and everything lighter becomes white. At least 8 above the black level.", SANE_TYPE_INT,
      SANE_UNIT_NONE, &kWhite, 255, Needs::kTones, false},
     {Setting::kGamma, nullptr, "platen-gamma", "Gamma", "Above 1 lightens the middle tones, below 1 darkens them.",
      SANE_TYPE_FIXED, SANE_UNIT_NONE, &kGammas, Fixed(1.0), Needs::kTones, false},
@@ -85,17 +84,17 @@ constexpr Row kRows[] = {
      "What white becomes. At least 8 above the output black level.", SANE_TYPE_INT, SANE_UNIT_NONE, &kWhite, 255,
      Needs::kTones, true},
     {Setting::kGammaTable, SANE_NAME_GAMMA_VECTOR, "platen-gamma-table", "Gamma table",
-     "256 levels, one for each level of the page; it acts before the other adjustments of the tones.",
-     SANE_TYPE_INT, SANE_UNIT_NONE, &kByte, 0, Needs::kTones, true},
+     "256 output levels, one for each input level; applied before the other tone adjustments.", SANE_TYPE_INT,
+     SANE_UNIT_NONE, &kByte, 0, Needs::kTones, true},
     {Setting::kCurve, nullptr, "platen-curve", "Curve",
      "A tone curve through five points: x,y:x,y:x,y:x,y:x,y with levels from 0 to 255; empty for none.",
      SANE_TYPE_STRING, SANE_UNIT_NONE, nullptr, 0, Needs::kTones, true},
     {Setting::kCurveKind, nullptr, "platen-curve-kind", "Kind of curve",
      "Whether the curve is smooth or made of straight lines.", SANE_TYPE_STRING, SANE_UNIT_NONE, nullptr, 0,
      Needs::kTones, true},
-    {Setting::kCurveGamma, nullptr, "platen-curve-gamma", "Bend of the middle tones",
-     "A curve that lightens (positive) or darkens the middle tones and keeps black and white.", SANE_TYPE_INT,
-     SANE_UNIT_PERCENT, &kPercent, 0, Needs::kTones, true},
+    {Setting::kCurveGamma, nullptr, "platen-curve-gamma", "Curve gamma",
+     "Lightens (positive) or darkens the middle tones and keeps black and white.", SANE_TYPE_INT, SANE_UNIT_PERCENT,
+     &kPercent, 0, Needs::kTones, true},
     {Setting::kShadowsRed, nullptr, "platen-shadows-red", "Shadows: cyan to red", kBalanceHelp, SANE_TYPE_INT,
      SANE_UNIT_PERCENT, &kPercent, 0, Needs::kColour, true},
     {Setting::kShadowsGreen, nullptr, "platen-shadows-green", "Shadows: magenta to green", kBalanceHelp,
@@ -118,13 +117,13 @@ constexpr Row kRows[] = {
      "Makes colours stronger or weaker; -100 leaves greys.", SANE_TYPE_INT, SANE_UNIT_PERCENT, &kPercent, 0,
      Needs::kColour, false},
     {Setting::kHue, SANE_NAME_HUE, "platen-hue", "Hue",
-     "Turns all colours around the colour circle, by degrees: at 120 red becomes green.", SANE_TYPE_INT,
+     "Rotates all colours around the colour wheel, in degrees: at 120 red becomes green.", SANE_TYPE_INT,
      SANE_UNIT_NONE, &kDegrees, 0, Needs::kColour, false},
     {Setting::kLightness, nullptr, "platen-lightness", "Lightness",
-     "Mixes all colours with white, or with black where it is negative.", SANE_TYPE_INT, SANE_UNIT_PERCENT,
-     &kPercent, 0, Needs::kColour, false},
+     "Mixes all colours with white, or with black if negative.", SANE_TYPE_INT, SANE_UNIT_PERCENT, &kPercent, 0,
+     Needs::kColour, false},
     {Setting::kSharpness, nullptr, "platen-sharpness", "Sharpness",
-     "1, 2 and 3 sharpen more and more, -1 and -2 soften; 0 is off.", SANE_TYPE_INT, SANE_UNIT_NONE, &kLevel, 0,
+     "1 to 3 sharpen increasingly, -1 and -2 soften; 0 is off.", SANE_TYPE_INT, SANE_UNIT_NONE, &kLevel, 0,
      Needs::kTones, false},
 };
 static_assert(std::size(kRows) == kSettings, "a row for each");
@@ -169,7 +168,7 @@ bool NeedWholePage(const std::vector<GivenOption>& options) {
 }
 
 constexpr const char* kLinesPassOnce =
-    "has automatic settings, or crops or rotates; here the page's lines pass once, in their order";
+    "crops, rotates or has automatic settings, which this backend can't do: it handles lines once, in order";
 
 std::vector<GivenOption> OptionsOf(const platen_tool::FoundPreset& preset) {
     return platen_tool::ParsePreset(platen_tool::ReadPresetFile(preset.path), preset.path).options;

@@ -87,7 +87,7 @@ int PaperWhite(const platen_tool::Statistics& statistics, std::size_t channels, 
 SANE_Status FindLevels(Device& device, Resolutions& resolutions, Adjustments& adjustments,
                        const std::atomic<bool>& cancelled) {
     if (IsFeeder(device.Text(device.Find("source")).value_or(""))) {
-        Tell("platen-auto: a scan of its own would take a page out of the feeder");
+        Tell("platen-auto: the extra scan it needs would take a page out of the feeder");
         return SANE_STATUS_UNSUPPORTED;
     }
     const PreviewOptions preview(device, resolutions);

@@ -62,7 +62,7 @@ SANE_Status Open(const std::string& name, SANE_Handle* handle) {
     std::string device = name;
     if (device.empty()) {
         if (configuration.devices.empty()) {
-            Tell("no device: platen:NAME names one, and platen.conf may list some");
+            Tell("no device; name one as platen:NAME, or list some in platen.conf");
             return SANE_STATUS_INVAL;
         }
         device = configuration.devices.front().name;

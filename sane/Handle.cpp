@@ -199,7 +199,7 @@ void Handle::Begin() {
     plan_ = PlanFrame(parameters, adjustments_, resolutions_);
     if (plan_.route != Route::kPass) {
         if (TellsMessages()) {
-            Tell("the page as by: " + plan_.command);
+            Tell("the page as made by: " + plan_.command);
         }
         reader_.emplace(device_, plan_, adjustments_, cancelled_);
     }

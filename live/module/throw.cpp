@@ -1,4 +1,4 @@
-// The tool's stages throw where memory is short and where the library refuses what it never refuses. Here either
+// The tool's stages throw where memory runs out and where the library refuses what it never refuses. Here either
 // ends the module; the page says so.
 
 extern "C" {

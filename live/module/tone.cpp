@@ -23,7 +23,7 @@ void Set(_SToneOperation* op, std::uint32_t key, const Value& value) {
     SetOperationProperty(op, key, sizeof value, &value);
 }
 
-// A null pointer when memory is short.
+// A null pointer when memory runs out.
 _SToneOperation* Add(std::int32_t (*setup)(_SToneOperation*)) {
     _SToneOperation* op = nullptr;
     if (NewOperation(&op) != 0) {

@@ -9,7 +9,7 @@ const MOST_PAGE_PIXELS = 120_000_000;  // what a tab's memory is sure to take
 
 function checkSize(width, height) {
     if (width > MOST_SIDE || height > MOST_SIDE || width * height > MOST_PAGE_PIXELS) {
-        throw new Error(`the page has ${width} x ${height} pixels; this page takes up to ${MOST_SIDE} a side and ` +
+        throw new Error(`the page has ${width} x ${height} pixels; this program takes up to ${MOST_SIDE} a side and ` +
             `${MOST_PAGE_PIXELS / 1e6} million in all, the command-line tool more`);
     }
 }
@@ -51,7 +51,7 @@ async function readByBrowser(blob, bytes) {
             colorSpaceConversion: 'none', premultiplyAlpha: 'none', imageOrientation: 'none',
         });
     } catch {
-        throw new Error('the browser cannot read this file: it is damaged, or no image format that it knows');
+        throw new Error('the browser cannot read this file: it is damaged, or not in an image format that the browser supports');
     }
     const { width, height } = bitmap;
     checkSize(width, height);
@@ -75,7 +75,7 @@ async function readByBrowser(blob, bytes) {
         }
     }
     bitmap.close();
-    const notice = opaque ? '' : 'The picture is transparent in places; it was laid over black.';
+    const notice = opaque ? '' : 'The picture is partly transparent; it was blended with black.';
     return { width, height, samples, bits: 8, data, resolution: facts.resolution, icc: null, notice };
 }
 
@@ -94,10 +94,10 @@ export async function decode(blob, engine, progress) {
         return readPnm(bytes, { checkSize });
     }
     if (starts(bytes, 'II*\0', 'MM\0*', 'II+\0', 'MM\0+')) {
-        throw new Error('browsers cannot read TIFF; make a PNG of it first: platen page.tif -o page.png');
+        throw new Error('browsers cannot read TIFF; convert it to PNG first: platen page.tif -o page.png');
     }
     if (starts(bytes, 'P7')) {
-        throw new Error('PAM files are not read here; make a PNG of it first: platen page.pam -o page.png');
+        throw new Error('PAM files are not supported here; convert it to PNG first: platen page.pam -o page.png');
     }
     return readByBrowser(blob, bytes);
 }

@@ -33,7 +33,7 @@ export class Engine {
     alloc(bytes) {
         const at = this.x.live_alloc(bytes);
         if (at === 0) {
-            throw new RangeError('memory is short');
+            throw new RangeError('out of memory');
         }
         return at;
     }
@@ -82,7 +82,7 @@ export class Engine {
             status ||= this.addToneStep(step);
         }
         if (status !== 0) {
-            throw new RangeError('memory is short');
+            throw new RangeError('out of memory');
         }
         const at = this.alloc(TABLE_BYTES);
         this.x.tone_fold(depth, at);

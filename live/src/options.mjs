@@ -209,7 +209,7 @@ function readResolution(text) {
 
 function oneOf(text, choices) {
     if (!choices.includes(text)) {
-        throw new Error(`'${text}' is none of ${choices.join(', ')}`);
+        throw new Error(`'${text}' is not one of ${choices.join(', ')}`);
     }
     return text;
 }
@@ -233,7 +233,7 @@ export function keepPoints(points) {
     const kept = points.map(([x, y], i) => [clamp(x, [4 * i, 4 * i + 239]), clamp(y, [0, 255])]);
     for (let i = 1; i < kept.length; ++i) {
         if (!(kept[i][0] > kept[i - 1][0])) {
-            throw new Error('the points of a curve stand from left to right');
+            throw new Error('the points of a curve must go from left to right');
         }
     }
     return kept;
@@ -263,7 +263,7 @@ const READERS = {
     'curve-kind'(s, v) {
         const last = s.tone.at(-1);
         if (last?.type !== 'curve') {
-            throw new Error('there is no curve before it');
+            throw new Error('it needs a curve before it');
         }
         last.kind = oneOf(v, ['spline', 'polyline']);
     },

@@ -99,8 +99,8 @@ export class Panel {
         const sizeFields = {
             scale: [slider({ label: 'Percent', min: 1, max: 400, step: 0.5, neutral: 100, log: true, ...size('percent') })],
             size: [textField({ label: 'Width', hint: 'pixels', ...number('width') }), textField({ label: 'Height', hint: 'pixels', ...number('height') })],
-            width: [textField({ label: 'Width', hint: 'pixels; the proportions stay', ...number('width') })],
-            height: [textField({ label: 'Height', hint: 'pixels; the proportions stay', ...number('height') })],
+            width: [textField({ label: 'Width', hint: 'pixels; keeps the proportions', ...number('width') })],
+            height: [textField({ label: 'Height', hint: 'pixels; keeps the proportions', ...number('height') })],
             resolution: [textField({ label: 'Resolution', hint: 'dpi, or XxY', ...size('resolution'), valid: resolutionText })],
         };
         const shrinkOnly = checkbox({ label: 'Never enlarge', ...this.bind('shrinkOnly') });
@@ -125,7 +125,7 @@ export class Panel {
         const controls = [
             mode, threshold, checkbox({ label: 'Negative', ...this.bind('negative') }),
             dropdown({ label: 'Bit depth', ...this.bind('depth'), choices: [['', 'as they are'], ['1', '1'], ['8', '8'], ['16', '16']] }),
-            textField({ label: 'Input', hint: 'dpi; empty: as the file says', ...this.bind('inputResolution'), valid: optional }),
+            textField({ label: 'Input', hint: 'dpi; empty: from the file', ...this.bind('inputResolution'), valid: optional }),
             textField({ label: 'Output', hint: 'dpi; empty: follows the size', ...this.bind('setResolution'), valid: optional }),
         ];
         this.controls = [...hsv, sharpness, kind, ...Object.values(sizeFields).flat(), shrinkOnly, ...controls];

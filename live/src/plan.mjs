@@ -163,12 +163,12 @@ export function planPage(settings, source) {
             const wanted = wantedSize(info, settings.size);
             const to = settings.shrinkOnly ? wanted.map((side, i) => Math.min(side, from[i])) : wanted;
             if (Math.max(...to) > MOST_SIDE || to[0] * to[1] > MOST_PIXELS) {
-                throw new Error(`the result would have ${to[0]} x ${to[1]} pixels; allowed are ${MOST_SIDE} a side and ` +
+                throw new Error(`the result would have ${to[0]} x ${to[1]} pixels; allowed: ${MOST_SIDE} a side and ` +
                     `${MOST_PIXELS} in all`);
             }
             info.resolution = scaledResolution(info, settings, from, to, wanted);
             if (to[0] === from[0] && to[1] === from[1]) {
-                notices.push('the page has its size already; nothing is scaled');
+                notices.push('the page already has this size; it is not scaled');
                 return;
             }
             [info.width, info.height] = to;
@@ -179,7 +179,7 @@ export function planPage(settings, source) {
                 return;
             }
             if (info.width < 3 || info.height < 2) {
-                notices.push('the page is less than three pixels wide or two lines high; it is not sharpened or softened');
+                notices.push('the page is narrower than three pixels or lower than two lines; it is not sharpened or softened');
                 return;
             }
             add(KIND.sharpen, [settings.sharpness]);

@@ -186,7 +186,7 @@ self.onmessage = async ({ data: message }) => {
         self.postMessage({ id, ...answer }, transfer ?? []);
     } catch (error) {
         const cancelled = error instanceof Cancelled;
-        const short = error instanceof RangeError || error instanceof WebAssembly.RuntimeError ? 'memory is short: close other tabs, or use a smaller page' : error.message;
+        const short = error instanceof RangeError || error instanceof WebAssembly.RuntimeError ? 'out of memory: close other tabs, or use a smaller page' : error.message;
         self.postMessage({ id, error: short, cancelled });
     }
 };

@@ -36,7 +36,7 @@ std::int64_t ParseWhole(std::string_view option, std::string_view text, std::int
         Refuse(option, text, "is not a whole number from " + range);
     }
     if (value < low || value > high) {
-        Refuse(option, text, "is out of range; allowed are " + range);
+        Refuse(option, text, "is out of range; allowed: " + range);
     }
     return value;
 }
@@ -48,7 +48,7 @@ double ParseNumber(std::string_view option, std::string_view text, double low, d
         Refuse(option, text, "is not a number from " + range);
     }
     if (value < low || value > high) {
-        Refuse(option, text, "is out of range; allowed are " + range);
+        Refuse(option, text, "is out of range; allowed: " + range);
     }
     return value;
 }

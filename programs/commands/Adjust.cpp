@@ -170,7 +170,7 @@ class WorkerPool {
         if (WIFEXITED(status)) {
             Note(static_cast<ExitCode>(WEXITSTATUS(status)));
         } else {
-            PrintMessage({"a working process was ended by signal ", std::to_string(WTERMSIG(status))});
+            PrintMessage({"a worker process was killed by signal ", std::to_string(WTERMSIG(status))});
             Note(ExitCode::kFailed);
         }
     }

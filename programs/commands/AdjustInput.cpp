@@ -126,7 +126,7 @@ class InputRun {
         }
         throw Error(error.Code(),
                     pages + " kept, page " + number + why +
-                        (name_.HasPage() ? "; --first-page-number=" + number + " goes on there" : ""));
+                        (name_.HasPage() ? "; --first-page-number=" + number + " continues there" : ""));
     }
 
     bool Wanted(unsigned long page) const {

@@ -95,8 +95,8 @@ PageNumbers AutomaticPages::Find(LineReader& reader, unsigned long page, std::op
         if (!spooled) {
             if (settings_.read.strictStream) {
                 throw Error(ExitCode::kUnsupported,
-                            "automatic settings need the whole page first; --strict-stream forbids spooling what "
-                            "can't be read twice");
+                            "automatic settings need the whole page first; --strict-stream forbids spooling an "
+                            "input that can't be read twice");
             }
             spooled.emplace(reader);
             notice = "spooled to a temporary file: automatic settings need the whole page first";
@@ -125,7 +125,7 @@ AutoNumbers AutomaticPages::CountFile(const ImageInfo& info, unsigned long page)
     const ImageInfo& own = counting_->Info();
     if (own.width != info.width || own.height != info.height || own.bitsPerSample != info.bitsPerSample ||
         own.samplesPerPixel != info.samplesPerPixel) {
-        throw Error(ExitCode::kFailed, "the file has changed while it was read");
+        throw Error(ExitCode::kFailed, "the file changed while it was being read");
     }
     AutoNumbers numbers = CountPage(settings_, info, [this](std::uint8_t* line) { counting_->ReadLine(line); });
     if (counting_->PageCount() == 1 || settings_.automatic.sameForAll) {
@@ -150,8 +150,9 @@ PageNumbers AutomaticPages::Numbers(const AutoNumbers& numbers) const {
 void FindFirstNumbers(const Settings& settings, RunNumbers& run) {
     for (const std::string& input : settings.inputs) {
         if (!IsFile(input)) {
-            throw Error(ExitCode::kUsage, "--jobs: the first page's numbers are needed before the others, and '" +
-                                              input + "' can be read only once");
+            throw Error(ExitCode::kUsage,
+                        "--jobs: the first page's automatic settings are needed before the others start, and '" +
+                            input + "' can be read only once");
         }
         try {
             const auto reader = OpenReader(input, settings.read);

@@ -50,7 +50,7 @@ TableForm ParseForm(const std::string& text) {
     if (text == "sane") {
         return TableForm::kSane;
     }
-    throw Error(ExitCode::kUsage, "--table: '" + text + "' is none of plain, c, csv, sane");
+    throw Error(ExitCode::kUsage, "--table: '" + text + "' is not one of plain, c, csv, sane");
 }
 
 }  // namespace
@@ -67,7 +67,8 @@ std::string TableText(const ToneTables& tables, TableForm form) {
             break;
     }
     if (tables.red != tables.green || tables.red != tables.blue) {
-        throw Error(ExitCode::kUsage, "--table=sane: is one list, but colour balance makes the channels differ");
+        throw Error(ExitCode::kUsage,
+                    "--table=sane: holds one table, but colour balance makes the channels differ");
     }
     return Entries(tables.red, ",", tables.red.size(), "") + "\n";
 }
@@ -93,15 +94,15 @@ void RunCurve(const ParsedArguments& arguments) {
         }
     }
     if (!arguments.operands.empty()) {
-        throw Error(ExitCode::kUsage, "curve: takes no file, but '" + arguments.operands.front() + "' is there");
+        throw Error(ExitCode::kUsage,
+                    "curve: takes no input file, but '" + arguments.operands.front() + "' is there");
     }
     if (form && svg == "-") {
         throw Error(ExitCode::kUsage, "--svg=-: the table goes to standard output; name a file");
     }
     const std::vector<ToneStep> steps = list.Finish();
     if (std::any_of(steps.begin(), steps.end(), IsAutomatic)) {
-        throw Error(ExitCode::kUsage,
-                    "curve: --auto-levels and --auto-white take their numbers from a page, and there is none");
+        throw Error(ExitCode::kUsage, "curve: --auto-levels and --auto-white measure a page, and curve reads none");
     }
     if (svg) {
         WriteCurvePlot(*svg, steps, {.force = force, .sync = false});

@@ -90,7 +90,7 @@ std::string DescribePlot(const Settings& settings) {
     }
     return "plot, to " + *settings.plot + "\n" +
            Row("tone", text.empty() ? "nothing: the curve is a straight line" : text) +
-           (settings.AnyAutomatic() ? Row("", "with the first page's numbers")
+           (settings.AnyAutomatic() ? Row("", "with the first page's automatic settings")
                                     : CurveRows(FoldToneSteps(settings.tone, 24)));
 }
 

@@ -180,7 +180,7 @@ ExitCode RunPresets(const ParsedArguments& arguments) {
     if (words.front() == "check" && words.size() >= 2) {
         return CheckPresets({words.begin() + 1, words.end()});
     }
-    throw Error(ExitCode::kUsage, "presets: say list, show NAME or check FILE");
+    throw Error(ExitCode::kUsage, "presets: expected list, show NAME or check FILE");
 }
 
 }  // namespace platen_tool

@@ -67,10 +67,10 @@ void ClaimOutputs(CommandBit command, const ParsedArguments& arguments, RunFiles
     const OutputName name(output != nullptr ? output->value : "-", format != nullptr ? format->value : "");
     const std::vector<std::string> inputs = InputsOf(command, arguments);
     if (output == nullptr && inputs.size() > 1) {
-        throw Error(ExitCode::kUsage,
-                    "no output: '" + inputs.back() +
-                        "' counts as an input; -o FILE names the output, for several inputs with %s "
-                        "or %d in it");
+        throw Error(
+            ExitCode::kUsage,
+            "no output: '" + inputs.back() +
+                "' is taken as an input; name the output with -o FILE, for several inputs with %s or %d in it");
     }
     CheckOutputName(name, inputs);
     if (name.HasPage()) {
@@ -89,7 +89,7 @@ HelpExtent ExtentOf(const std::string& value) {
         return HelpExtent::kCommonOptions;
     }
     if (value != "all") {
-        throw Error(ExitCode::kUsage, "--help: '" + value + "' is not all, the only value it takes");
+        throw Error(ExitCode::kUsage, "--help: '" + value + "' is not all, the only value allowed");
     }
     return HelpExtent::kEveryOption;
 }

@@ -161,7 +161,7 @@ ExitCode RunScan(const ScanSettings& settings, RunFiles& files) {
     if (settings.listDevices) {
         const std::string list = SaneSession().ListDevices();
         if (list.empty()) {
-            PrintMessage({"scan: SANE finds no scanner; see sane-find-scanner(1)"});
+            PrintMessage({"scan: SANE found no scanner; see sane-find-scanner(1)"});
         }
         PrintOutput(list);
         return ExitCode::kDone;

@@ -226,7 +226,7 @@ struct ColourTransform::State {
 
 ColourTransform::ColourTransform(From from, const std::vector<std::uint8_t>& profile, const std::string& file)
     : state_(new State) {
-    const char* wanted = "; an embedded ICC profile of CMYK colours is needed to make RGB of it";
+    const char* wanted = "; converting it to RGB needs an embedded CMYK profile";
     TransformState& lcms = state_->lcms;
     lcms.from = from;
     lcms.profile = profile.data();
@@ -243,7 +243,7 @@ ColourTransform::ColourTransform(From from, const std::vector<std::uint8_t>& pro
         throw Error(ExitCode::kUnsupported, named + " is of " + SpaceName(lcms.space) + wanted);
     }
     if (lcms.transform == nullptr) {
-        throw Error(ExitCode::kUnsupported, named + " can't make RGB of it");
+        throw Error(ExitCode::kUnsupported, named + " can't convert it to RGB");
     }
 }
 

@@ -99,7 +99,7 @@ int AskedCompression(const WriteOptions& options, const ImageInfo& page) {
     const std::string text = "--compression=" + options.compression->text + ": ";
     if (number == COMPRESSION_CCITTFAX4) {
         throw Error(ExitCode::kUnsupported, text + "Group 4 holds black and white only, not " + LayoutName(page) +
-                                                "; --mode=lineart makes it");
+                                                "; --mode=lineart converts the page");
     }
     if (number == COMPRESSION_JPEG && page.height == 0) {
         throw Error(ExitCode::kUnsupported, text + "the page's height must be known before its first line");
@@ -107,7 +107,7 @@ int AskedCompression(const WriteOptions& options, const ImageInfo& page) {
     if (number == COMPRESSION_JPEG) {
         throw Error(ExitCode::kUnsupported, text + "JPEG holds 8-bit grey and RGB without alpha, not " +
                                                 LayoutName(page) +
-                                                "; --depth=8, --mode=gray and --flatten make it");
+                                                "; --depth=8, --mode=gray and --flatten convert the page");
     }
     throw Error(ExitCode::kUnsupported, text + "this system's TIFF library can't write it");
 }

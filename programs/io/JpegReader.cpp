@@ -249,7 +249,7 @@ class JpegReader : public LineReader {
         if (!inks && space != JCS_GRAYSCALE && space != JCS_RGB && space != JCS_YCbCr) {
             throw Error(ExitCode::kUnsupported,
                         "the JPEG has " + std::to_string(state_.codec.num_components) +
-                            " components of no known kind; grey, RGB and CMYK are supported");
+                            " components of an unknown kind; grey, RGB and CMYK are supported");
         }
     }
 
@@ -276,9 +276,9 @@ class JpegReader : public LineReader {
                                                     " of memory; --strict-stream forbids it");
         }
         if (bytes > kMostCoefficientBytes) {
-            throw Error(ExitCode::kUnsupported, "the JPEG is progressive or in several scans and needs " + amount +
-                                                    " of memory; allowed are " +
-                                                    std::to_string(kMostCoefficientBytes >> 20) + " MiB");
+            throw Error(ExitCode::kUnsupported,
+                        "the JPEG is progressive or in several scans and needs " + amount +
+                            " of memory; allowed: " + std::to_string(kMostCoefficientBytes >> 20) + " MiB");
         }
         notice_ += notice_.empty() ? "" : "; ";
         notice_ += "the JPEG is progressive or in several scans: " + amount + " of memory hold it, at most " +

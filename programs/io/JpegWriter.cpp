@@ -73,11 +73,12 @@ void CheckJpegLayout(const ImageInfo& info) {
         const bool bilevel = info.bitsPerSample == 1;
         throw Error(ExitCode::kUnsupported, "JPEG can't hold " + LayoutName(info) + "; " +
                                                 (bilevel ? "--mode=gray" : "--depth=8") +
-                                                " makes what it can, and PNG, TIFF and PNM hold all");
+                                                " converts the page, and PNG, TIFF and PNM hold it as it is");
     }
     if (info.HasAlpha()) {
-        throw Error(ExitCode::kUnsupported,
-                    "JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it");
+        throw Error(
+            ExitCode::kUnsupported,
+            "JPEG has no alpha channel; --flatten blends the page with white, and PNG, TIFF and PAM keep alpha");
     }
     if (info.width > kMostJpegPixels || info.height > kMostJpegPixels) {
         throw Error(ExitCode::kUnsupported,

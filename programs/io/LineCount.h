@@ -24,14 +24,14 @@ class LineCount {
     // Before a line is written: an Error (kFailed) where the page has all of its lines.
     void CheckRoom() const {
         if (done_ == (height_ != 0 ? height_ : UINT32_MAX)) {
-            throw Error(ExitCode::kFailed, "more lines than the page was said to have");
+            throw Error(ExitCode::kFailed, "more lines than the page's height");
         }
     }
 
     // After the last line: an Error (kFailed) where some are missing.
     void CheckEnd() const {
         if (done_ == 0 || (height_ != 0 && done_ != height_)) {
-            throw Error(ExitCode::kFailed, "fewer lines than the page was said to have");
+            throw Error(ExitCode::kFailed, "fewer lines than the page's height");
         }
     }
 

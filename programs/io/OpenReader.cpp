@@ -45,7 +45,7 @@ std::unique_ptr<LineReader> OpenReader(const std::string& path, const ReadOption
     if (IsPnm(file->Buffered(), have)) {
         return MakePnmReader(std::move(file), options);
     }
-    throw Error(ExitCode::kFailed, "not an image that can be read; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM can");
+    throw Error(ExitCode::kFailed, "not a supported image; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM are");
 }
 
 void SkipLines(LineReader& reader) {

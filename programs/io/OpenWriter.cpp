@@ -59,17 +59,17 @@ Container OutputContainer(const std::string& path, std::optional<Container> aske
     if (ending == "pdf") {
         return Container::kPdf;
     }
-    throw Error(ExitCode::kUsage, "-o: '" + path +
-                                      "' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm "
-                                      "and .pam do, or --format");
+    throw Error(ExitCode::kUsage,
+                "-o: '" + path +
+                    "' has no ending that names a format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm "
+                    "and .pam do, or --format");
 }
 
 void RequireSeveralPages(Container container) {
     if (container == Container::kPng || container == Container::kJpeg) {
-        throw Error(ExitCode::kUnsupported,
-                    std::string(container == Container::kPng ? "a PNG" : "a JPEG") +
-                        " holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each "
-                        "page a file");
+        throw Error(ExitCode::kUnsupported, std::string(container == Container::kPng ? "a PNG" : "a JPEG") +
+                                                " holds one page; TIFF, PDF and PNM hold several, and %d in the "
+                                                "output's name writes each page to its own file");
     }
 }
 

@@ -106,7 +106,7 @@ void RefuseToReplace(const std::string& path, const std::optional<struct stat>& 
         throw Error(ExitCode::kFailed, path + ": exists already; --force overwrites it");
     }
     if (!status && !options.force && IsLink(path)) {
-        throw Error(ExitCode::kFailed, path + ": is a link to a file that doesn't exist; --force makes the file");
+        throw Error(ExitCode::kFailed, path + ": is a link to a file that doesn't exist; --force creates the file");
     }
 }
 
@@ -264,7 +264,7 @@ void OutputFile::CheckWriteError() const {
         throw Error(ExitCode::kFailed, failed_ + (" can't be written: " + std::string(std::strerror(error_))));
     }
     if (error_ == EPIPE) {
-        throw Error(ExitCode::kBrokenPipe, name_ + ": nobody reads the output any more");
+        throw Error(ExitCode::kBrokenPipe, name_ + ": the reader has closed the pipe");
     }
     if (error_ != 0) {
         Fail("can't be written: ", error_);
@@ -329,7 +329,7 @@ void OutputFile::Commit() {
         if (errno == EEXIST) {
             Fail("exists already; --force overwrites it");
         }
-        Fail("can't be given its name: ", errno);
+        Fail("can't be renamed: ", errno);
     }
     FreeSlot(slot_);
     temporary_ = false;

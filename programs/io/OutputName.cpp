@@ -57,7 +57,7 @@ OutputName::OutputName(std::string_view text, std::string_view format) {
             Append(Piece::kText, "%", 0);
         } else {
             throw Error(ExitCode::kUsage,
-                        "-o: '" + whole + "' has a '%' that is none of %s, %d, %01d to %09d and %%");
+                        "-o: '" + whole + "' has a '%' that is not the start of %s, %d, %01d to %09d or %%");
         }
         text.remove_prefix(1);
     }

@@ -215,7 +215,7 @@ class PdfWriter : public LineWriter {
     }
 
     std::string Notice() const override {
-        return guessed_ ? "a page without a resolution is taken to have 300 dpi" : "";
+        return guessed_ ? "a page without a resolution is written at 300 dpi" : "";
     }
 
   private:
@@ -446,7 +446,8 @@ class PdfWriter : public LineWriter {
 
 void CheckPdfLayout(const ImageInfo& info) {
     if (info.HasAlpha()) {
-        throw Error(ExitCode::kUnsupported, "PDF output has no alpha channel; --flatten lays it over white");
+        throw Error(ExitCode::kUnsupported,
+                    "PDF output has no alpha channel; --flatten blends the page with white");
     }
 }
 

@@ -286,7 +286,7 @@ class PngReader : public LineReader {
     void SpoolPasses(const ReadOptions& options) {
         if (options.strictStream) {
             throw Error(ExitCode::kUnsupported,
-                        "the PNG is interlaced; --strict-stream forbids spooling it, save it without interlacing");
+                        "the PNG is interlaced; --strict-stream forbids spooling it; save it without interlacing");
         }
         spool_.emplace();
         const std::size_t bytes = info_.LineBytes();

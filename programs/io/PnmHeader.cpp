@@ -56,7 +56,7 @@ std::uint32_t NumberFromText(const InputFile& file, const std::string& key, cons
         value = valid ? value * 10 + static_cast<std::uint64_t>(digit - '0') : value;
     }
     if (!valid || value > UINT32_MAX) {
-        Damaged(file, key + " is not a number that is allowed: " + text.substr(0, 20));
+        Damaged(file, key + " is not a whole number below 4294967296: " + text.substr(0, 20));
     }
     return static_cast<std::uint32_t>(value);
 }
@@ -108,7 +108,7 @@ void ReadPamHeader(InputFile& file, PnmHeader& header) {
         if (key == "TUPLTYPE") {
             type += (typeLines++ == 0 ? "" : " ") + value;
             if (typeLines > 4) {
-                Damaged(file, "TUPLTYPE comes more than four times");
+                Damaged(file, "TUPLTYPE appears more than four times");
             }
             continue;
         }

@@ -45,11 +45,11 @@ void CheckSize(std::uint64_t width, std::uint64_t height, const Limits& limits) 
         throw Error(ExitCode::kFailed, "the page is empty: " + size);
     }
     if (width > limits.maxSide || height > limits.maxSide) {
-        throw Error(ExitCode::kFailed, "the page is too large: " + size + "; allowed are " +
+        throw Error(ExitCode::kFailed, "the page is too large: " + size + "; allowed: " +
                                            std::to_string(limits.maxSide) + " on a side (--max-side)");
     }
     if (width * height > limits.maxPixels) {
-        throw Error(ExitCode::kFailed, "the page is too large: " + size + "; allowed are " +
+        throw Error(ExitCode::kFailed, "the page is too large: " + size + "; allowed: " +
                                            std::to_string(limits.maxPixels) + " pixels in all (--max-pixels)");
     }
 }

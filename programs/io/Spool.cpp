@@ -44,7 +44,7 @@ Spool::Spool() {
         }
     }
     if (descriptor_ < 0) {
-        throw Error(ExitCode::kFailed, std::string("no temporary file can be made: ") + std::strerror(errno));
+        throw Error(ExitCode::kFailed, std::string("can't create a temporary file: ") + std::strerror(errno));
     }
 }
 

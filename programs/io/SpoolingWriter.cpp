@@ -24,8 +24,8 @@ class SpoolingWriter : public LineWriter {
         }
         if (spooling_ == Spooling::kRefused) {
             throw Error(ExitCode::kUnsupported,
-                        "the page's height isn't known and this format wants it first; --strict-stream forbids "
-                        "spooling, TIFF to a file needs none");
+                        "this format needs the page's height first, and it isn't known; --strict-stream forbids "
+                        "spooling (a TIFF written to a file needs none)");
         }
         CheckLayout(info);
         info_ = info;

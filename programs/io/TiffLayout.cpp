@@ -22,11 +22,11 @@ std::string PhotometricName(unsigned photometric) {
         case PHOTOMETRIC_MASK:
             return "a transparency mask";
         case PHOTOMETRIC_SEPARATED:
-            return "of other inks than CMYK, or of CMYK with less than 8 bits";
+            return "in inks other than CMYK, or CMYK with fewer than 8 bits";
         case PHOTOMETRIC_YCBCR:
-            return "YCbCr in tiles, planes or other than 8 bits";
+            return "YCbCr in tiles, in planes or not of 8 bits";
         case PHOTOMETRIC_CIELAB:
-            return "CIE L*a*b* with less than 8 bits";
+            return "CIE L*a*b* with fewer than 8 bits";
         case PHOTOMETRIC_ICCLAB:
         case PHOTOMETRIC_ITULAB:
             return "ICC's or ITU's L*a*b*";
@@ -63,7 +63,7 @@ void CheckSamples(TIFF* tiff, const TiffLayout& layout) {
 
 void CheckCompression(const TiffLayout& layout) {
     if (layout.compression == COMPRESSION_OJPEG) {
-        Unsupported("the TIFF's compression is the old kind of JPEG, which isn't supported; the new one is");
+        Unsupported("the TIFF uses old-style JPEG compression, which isn't supported; new-style JPEG is");
     }
     const auto compression = static_cast<std::uint16_t>(layout.compression);
     if (TIFFIsCODECConfigured(compression) == 0) {
@@ -187,7 +187,7 @@ TiffLayout ReadTiffLayout(TIFF* tiff, ImageInfo& info) {
 
 std::string TiffLayoutNotice(const TiffLayout& layout) {
     if (layout.associatedAlpha) {
-        return "the colours were stored multiplied with alpha and are divided by it";
+        return "the colours are stored premultiplied by alpha and are divided by it";
     }
     if (layout.samples > layout.kept) {
         return "samples that are neither colour nor alpha are left out";

@@ -128,7 +128,7 @@ class TiffReader : public LineReader {
             const auto directory = directories_.ReadDirectory(at);
             if (!directory || !seen.insert(at).second || seen.size() > kMostPages) {
                 throw Error(ExitCode::kFailed, "the TIFF is damaged: directory " + std::to_string(seen.size()) +
-                                                   " is cut off, goes in a circle or is too long");
+                                                   " is cut off, loops or is too long");
             }
             all.push_back(at);
             if ((directories_.Number(*directory, kSubfileType).value_or(0) & kReducedOrMask) == 0) {

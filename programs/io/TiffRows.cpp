@@ -206,7 +206,7 @@ class TileRows : public TiffRows {
         const auto pixelBits = static_cast<std::uint64_t>(layout.bits * (layout.separate ? 1 : layout.samples));
         if (tileWidth_ == 0 || tileHeight_ == 0 || tileBytes_ == 0 || tileRowBytes_ < tileWidth_ * pixelBits / 8 ||
             tileRowBytes_ * tileHeight_ > tileBytes_) {
-            Damaged("tiles of no sensible size");
+            Damaged("its tiles have an impossible size");
         }
         across_ = (info.width - 1) / tileWidth_ + 1;
         rowBytes_ = static_cast<std::size_t>((info.width * pixelBits + 7) / 8);
@@ -215,8 +215,7 @@ class TileRows : public TiffRows {
         }
         const std::uint64_t tiles = std::uint64_t{across_} * static_cast<std::uint64_t>(planes_);
         if (tileBytes_ > kMostTileRowBytes || tiles * tileBytes_ > kMostTileRowBytes) {
-            throw Error(ExitCode::kFailed,
-                        "a row of the TIFF's tiles takes more than the 128 MiB that are allowed");
+            throw Error(ExitCode::kFailed, "a row of the TIFF's tiles takes more than 128 MiB, the most allowed");
         }
         // Zeroed by the system when first touched, so that a small file can't fill much memory.
         tiles_.reset(static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(tiles * tileBytes_), 1)));

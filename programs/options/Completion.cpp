@@ -251,7 +251,7 @@ std::string CompletionText(std::string_view shell) {
     if (shell == "fish") {
         return FishText();
     }
-    throw Error(ExitCode::kUsage, "--completion: '" + std::string(shell) + "' is none of bash, zsh, fish");
+    throw Error(ExitCode::kUsage, "--completion: '" + std::string(shell) + "' is not one of bash, zsh, fish");
 }
 
 }  // namespace platen_tool

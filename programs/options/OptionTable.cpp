@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kColour = "Colour and sharpness (8 bits)";
 constexpr const char* kPixels = "Pixels";
 constexpr const char* kAutomatic = "Automatic settings";
-constexpr const char* kPlace = "Place: before all else, and sizes are those that result";
+constexpr const char* kPlace = "Crop and turn, done first; sizes refer to the result";
 constexpr const char* kSize = "Size; the resolution tag follows";
 constexpr const char* kOutput = "Input and output";
 constexpr const char* kReport = "Reports";
@@ -76,14 +76,14 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"balance-highlights", 0, "R,G,B", kToneGroup, "the same for the highlights", kToneUsers,
      TakeToneOption, kInPresets, {-100, 100}, nullptr, nullptr, nullptr, ','},
 
-    {"auto-levels", 0, "LOW,HIGH", kToneGroup, "--levels from the page, LOW,HIGH % cut (%b)", kPageUsers,
+    {"auto-levels", 0, "LOW,HIGH", kToneGroup, "--levels from the page; clip LOW,HIGH % (%b)", kPageUsers,
      TakeToneOption, kInPresets, {0, 49}, nullptr, nullptr, "0.5,0.5", ','},
-    {"auto-white", 0, nullptr, kToneGroup, "levels of each channel that make the paper white", kPageUsers,
+    {"auto-white", 0, nullptr, kToneGroup, "--levels for each channel that make the paper white", kPageUsers,
      TakeToneOption, kInPresets},
 
-    Rare({"auto-margin", 0, "N", kAutomatic, "%r percent of each edge that aren't counted (%u)", kPageUsers,
+    Rare({"auto-margin", 0, "N", kAutomatic, "%r percent of the page to ignore at each edge (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.automatic.margin = ParseInt(o, v); }, kInPresets, {0, 45}, "0"}),
-    Rare({"same-for-all", 0, nullptr, kAutomatic, "the first page's numbers for all pages", kPageUsers,
+    Rare({"same-for-all", 0, nullptr, kAutomatic, "use the first page's settings for all pages", kPageUsers,
      [](S, V, T t) { t.settings.automatic.sameForAll = true; }}),
 
     {"saturation", 0, "N", kColour, nullptr, kPageUsers,
@@ -117,14 +117,14 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"negative", 0, nullptr, kPixels, "swap black and white before anything else", kPageUsers,
      [](S, V, T t) { t.settings.pixels.negative = true; }, kInPresets},
 
-    {"flatten", 0, "COLOUR", kPixels, "lay alpha over white, black or #RRGGBB (white)", kPageUsers,
+    {"flatten", 0, "COLOUR", kPixels, "blend alpha with white, black or #RRGGBB (white)", kPageUsers,
      [](S o, V v, T t) { t.settings.pixels.flatten = ParseColour(o, v); },
      kInPresets, {}, nullptr, "white black", "white"},
 
-    {"rotate", 0, "ANGLE", kPlace, "90, 180, 270; auto: as the orientation tag says", kPageUsers,
+    {"rotate", 0, "ANGLE", kPlace, "90, 180, 270; auto: follow the orientation tag", kPageUsers,
      [](S o, V v, T t) { t.settings.rotate = Choose(o, v, {90, 180, 270, 0}); },
      kInPresets, {}, nullptr, "90 180 270 auto"},
-    {"crop", 0, "WxH+X+Y", kPlace, "the part to keep: pixels, or mm or in after it", kPageUsers,
+    {"crop", 0, "WxH+X+Y", kPlace, "the part to keep, in pixels; or ...mm, ...in", kPageUsers,
      [](S o, V v, T t) { t.settings.crop = ParseCrop(o, v); }, kInPresets},
 
     {"scale", 0, "S", kSize, "scale factor: 50% or 0.5", kPageUsers,
@@ -138,14 +138,14 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
     {"resolution", 0, "DPI", kSize, "resample to DPI, or to XxY", kPageUsers,
      [](S o, V v, T t) { t.settings.size.resolution = ParseResolution(o.name, v); },
      kInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceResolution},
-    Rare({"input-resolution", 0, "DPI", kSize, "the input's resolution, in place of its tag's", kPageUsers,
+    Rare({"input-resolution", 0, "DPI", kSize, "the input's resolution; overrides its tag", kPageUsers,
      [](S o, V v, T t) { t.settings.inputResolution = ParseResolution(o.name, v); }, kInPresets}),
-    Rare({"set-resolution", 0, "DPI", kSize, "write this tag without resampling", kPageUsers,
+    Rare({"set-resolution", 0, "DPI", kSize, "write this resolution without resampling", kPageUsers,
      [](S o, V v, T t) { t.settings.setResolution = ParseResolution(o.name, v); }, kInPresets}),
     {"shrink-only", 0, nullptr, kSize, "never enlarge", kPageUsers,
      [](S, V, T t) { t.settings.size.shrinkOnly = true; }, kInPresets},
 
-    {"preset", 0, "NAME|FILE", kPresetGroup, "use the options stored there", kToneUsers, TakeByCommand},
+    {"preset", 0, "NAME|FILE", kPresetGroup, "use the options stored in a preset", kToneUsers, TakeByCommand},
     Rare({"no-defaults", 0, nullptr, kPresetGroup, "ignore the file of default options, defaults.toml", kToneUsers,
      TakeByCommand}),
     {"save-preset", 0, "FILE", kPresetGroup, "store these options; needs no input", kToneUsers,
@@ -153,7 +153,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 
     {"output", 'o', "FILE", kOutput, "'-' stdout; DIR/; %s input name; %d, %03d page", kPageUsers,
      [](S, V v, T t) { t.settings.output = v; }},
-    Rare({"first-page-number", 0, "N", kOutput, "what %d begins with (%u)", kPageUsers,
+    Rare({"first-page-number", 0, "N", kOutput, "the number %d starts with (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.firstPageNumber = static_cast<unsigned long>(ParseInt(o, v)); },
      kNotInPresets, {0, 999999999}, "1"}),
     {"format", 0, "NAME", kOutput, "png, tiff, jpeg, pdf or pnm", kPageUsers,
@@ -177,13 +177,13 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      [](S, V, T t) { t.settings.force = true; }},
     {"strip", 0, nullptr, kOutput, "omit profile, orientation, EXIF, XMP, IPTC, texts", kPageUsers,
      [](S, V, T t) { t.settings.strip = true; }, kInPresets},
-    Rare({"software-tag", 0, nullptr, kOutput, "tell in the Software field what was done", kPageUsers,
+    Rare({"software-tag", 0, nullptr, kOutput, "record in the Software tag what was done", kPageUsers,
      [](S, V, T t) { t.settings.softwareTag = true; }, kInPresets}),
-    Rare({"strict-stream", 0, nullptr, kOutput, "refuse what needs a temporary file", kPageUsers | kInfo,
+    Rare({"strict-stream", 0, nullptr, kOutput, "fail where a temporary file would be needed", kPageUsers | kInfo,
      [](S, V, T t) { t.settings.read.strictStream = true; }}),
-    Rare({"max-side", 0, "N", kOutput, "most pixels a side of a page read (65535)", kPageUsers | kInfo,
+    Rare({"max-side", 0, "N", kOutput, "longest side of an input page (65535)", kPageUsers | kInfo,
      [](S o, V v, T t) { t.settings.read.limits.maxSide = ParseSide(o, v); }}),
-    Rare({"max-pixels", 0, "N", kOutput, "most pixels of a page read (268435456)", kPageUsers | kInfo,
+    Rare({"max-pixels", 0, "N", kOutput, "most pixels of an input page (268435456)", kPageUsers | kInfo,
      [](S o, V v, T t) { t.settings.read.limits.maxPixels = ParseCount(o, v); }}),
 
     {"dry-run", 'n', nullptr, kReport, "print what would be done, write nothing", kPageUsers,
@@ -210,7 +210,7 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceName},
     {"list-devices", 'L', nullptr, kScanGroup, nullptr, kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeListDevices},
-    {"list-options", 0, nullptr, kScanGroup, "list the scanners; one's options", kScan,
+    {"list-options", 0, nullptr, kScanGroup, "list the scanners; list a scanner's options", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeListOptions},
     {"set", 0, "NAME=VALUE", kScanGroup, "set a device option; lists are a,b,c or @FILE", kScan,
      nullptr, kNotInPresets, {}, nullptr, nullptr, nullptr, 0, TakeDeviceSet},

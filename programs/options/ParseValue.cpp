@@ -32,11 +32,11 @@ std::size_t PlaceAmong(const OptionSpec& spec, std::string_view words, std::stri
     for (const std::string_view word : list) {
         names += std::string(names.empty() ? "" : ", ") + std::string(word);
     }
-    Refuse(Dashed(spec) + ": '" + std::string(text) + "' is none of " + names);
+    Refuse(Dashed(spec) + ": '" + std::string(text) + "' is not one of " + names);
 }
 
 [[noreturn]] void RefuseColour(const OptionSpec& spec, const std::string& text) {
-    Refuse(Dashed(spec) + ": '" + text + "' is none of white, black and #RRGGBB");
+    Refuse(Dashed(spec) + ": '" + text + "' is not white, black or #RRGGBB");
 }
 
 // Two hexadecimal digits.
@@ -110,7 +110,7 @@ CropSettings ParseCrop(const OptionSpec& spec, const std::string& text) {
     const auto parts = SplitText(rest, '+');
     const auto sides = SplitText(parts.front(), 'x');
     if (sides.size() != 2 || (parts.size() != 1 && parts.size() != 3)) {
-        Refuse(Dashed(spec) + ": '" + text + "' is not WxH+X+Y, with mm or in after it or without");
+        Refuse(Dashed(spec) + ": '" + text + "' is not WxH+X+Y, optionally followed by mm or in");
     }
     const auto number = [&](std::string_view part, double least) {
         if (crop.unit == CropSettings::Unit::kPixels) {
@@ -170,7 +170,7 @@ Compression ParseCompression(const OptionSpec& spec, const std::string& text) {
                                                             : 0;
         if (most == 0) {
             Refuse(Dashed(spec) + ": '" + word +
-                   "' has no level; deflate (1..12), zstd (1..19) and jpeg (1..100) have");
+                   "' takes no level; deflate (1..12), zstd (1..19) and jpeg (1..100) do");
         }
         compression.level = static_cast<int>(ParseWhole(Dashed(spec), text.substr(colon + 1), 1, most));
     }
@@ -193,7 +193,7 @@ std::array<Adjustment, 4> ParseOrder(const OptionSpec& spec, std::string_view te
     for (const std::string_view part : SplitText(text, ',')) {
         const auto kind = static_cast<Adjustment>(PlaceAmong(spec, "tone hsv scale sharpen", part));
         if (std::find(list.begin(), list.end(), kind) != list.end()) {
-            Refuse(Dashed(spec) + ": '" + std::string(part) + "' is there twice");
+            Refuse(Dashed(spec) + ": '" + std::string(part) + "' is given twice");
         }
         list.push_back(kind);
     }

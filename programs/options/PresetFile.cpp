@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kDescription = "description";
 constexpr const char* kTone = "tone";
-constexpr const char* kNoStep = "tone: there is no step in it";
+constexpr const char* kNoStep = "tone: has no step";
 constexpr std::size_t kLargestFile = 256 * 1024;
 
 bool HasControls(std::string_view text) {
@@ -93,7 +93,7 @@ class PresetReader {
         } else if (entry.key == kTone) {
             TakeSteps(entry);
         } else if (ToneStepList::Knows(entry.key)) {
-            Refuse(entry.at, std::string(entry.key) + ": is a tone step, which stands under [[tone]]");
+            Refuse(entry.at, std::string(entry.key) + ": is a tone step and must be under [[tone]]");
         } else {
             TakeSetting(entry);
         }
@@ -129,12 +129,12 @@ class PresetReader {
             at = entry.at;
             const bool known = entry.key == kDescription || IsPresetOption(entry.key);
             if (known && !ToneStepList::Knows(entry.key)) {
-                Refuse(at, std::string(entry.key) + ": is no tone step, and stands above the first [[tone]]");
+                Refuse(at, std::string(entry.key) + ": is not a tone step and must be above the first [[tone]]");
             }
             GivenOption option{std::string(entry.key), Value(entry)};
             WithPlace(at, [&] { list.Take(option.name, option.value); });
             if (list.Count() > 1) {
-                Refuse(at, option.name + ": a [[tone]] is one step; this begins another");
+                Refuse(at, option.name + ": a [[tone]] holds one step; this starts another");
             }
             option.newStep = first;
             first = false;
@@ -190,7 +190,7 @@ class PresetReader {
         if (const auto* text = node.as_string(); text != nullptr && !HasControls(text->get())) {
             return text->get();
         }
-        Refuse(entry.at, std::string(entry.key) + ": must be a number, a text or a list of them");
+        Refuse(entry.at, std::string(entry.key) + ": must be a number, a string or a list of them");
     }
 
     const std::string& name_;

@@ -54,7 +54,7 @@ struct CloseFolder {
     }
 };
 
-// The C++ library's way through a folder ends the program where memory is short.
+// The C++ library's directory iterator ends the program where memory runs out.
 std::vector<std::string> NamesIn(const std::string& path) {
     std::vector<std::string> names;
     errno = 0;

@@ -19,7 +19,8 @@ namespace {
 void CheckOutput(const ScanSettings& s) {
     const OutputName name(s.page.output);
     if (s.page.output.ends_with('/')) {
-        Refuse("-o: '" + s.page.output + "' is a folder, and a scan has no name of its own; say which file in it");
+        Refuse("-o: '" + s.page.output +
+               "' is a folder, and a scan has no name of its own; name a file in the folder");
     }
     if (name.HasName()) {
         Refuse("-o: %s is an input file's name, and a scan has none; %d and %03d number the pages");
@@ -53,7 +54,8 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     ParsedArguments rest;
     rest.options = TakeScanOptions(s, arguments.options);
     if (!arguments.operands.empty()) {
-        Refuse("scan: takes no file, but '" + arguments.operands.front() + "' is there; -d names the scanner");
+        Refuse("scan: takes no input file, but '" + arguments.operands.front() +
+               "' was given; -d names the scanner");
     }
     if (s.listDevices) {
         return s;
@@ -63,7 +65,7 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
         s.device = usual;
     }
     if (s.device.empty()) {
-        Refuse("scan: no device; say -d NAME, and platen scan -L lists them");
+        Refuse("scan: no device; give -d NAME (platen scan -L lists the devices)");
     }
     if (s.listOptions) {
         return s;
@@ -72,7 +74,7 @@ ScanSettings MakeScanSettings(const ParsedArguments& arguments, const Terminals&
     s.page = MakeSettings(rest, terminals);
     if (s.page.output.empty() && !s.page.dryRun) {  // a sheet isn't pulled for --stats alone
         if (terminals.output) {
-            Refuse("no output: say -o FILE");
+            Refuse("no output; give -o FILE");
         }
         s.page.output = "-";
     }

@@ -47,14 +47,14 @@ void CheckSize(const ParsedArguments& given) {
     // A preset may say it for the case that a size is given beside it.
     const GivenOption* shrinkOnly = given.Last("shrink-only");
     if (shrinkOnly != nullptr && shrinkOnly->presetNo == 0 && ways == 0) {
-        Refuse("--shrink-only: nothing is scaled");
+        Refuse("--shrink-only: no option scales the page");
     }
 }
 
 void CheckOrder(const Settings& s, unsigned missing) {
     const auto check = [&](Adjustment kind, bool used, const char* name) {
         if (used && (missing >> static_cast<int>(kind) & 1) != 0) {
-            Refuse(std::string("--order: '") + name + "' is missing, and options ask for it");
+            Refuse(std::string("--order: '") + name + "' is missing, but other options need it");
         }
     };
     check(Adjustment::kTone, !s.tone.empty(), "tone");
@@ -72,10 +72,10 @@ void CheckPixels(const Settings& s) {
         Refuse("--mode=lineart: has 1 bit, so --depth must be 1");
     }
     if (p.autoThreshold && !s.ToLineart() && s.Typed("auto-threshold")) {
-        Refuse("--auto-threshold: goes with --mode=lineart");
+        Refuse("--auto-threshold: needs --mode=lineart");
     }
     if (p.dither && !s.ToLineart() && s.Typed("dither")) {
-        Refuse("--dither: goes with --mode=lineart");
+        Refuse("--dither: needs --mode=lineart");
     }
     if (p.depth == 1 && p.mode == PixelMode::kColor) {
         Refuse("--depth=1: colour at 1 bit is not supported");
@@ -93,16 +93,16 @@ void ResolveFiles(Settings& s, const Terminals& terminals) {
         Refuse("standard input can be named only once");
     }
     if (s.json && !s.stats) {
-        Refuse("--json: goes with --stats");
+        Refuse("--json: needs --stats");
     }
     if (s.output.empty() && !s.dryRun && !s.stats) {
         if (terminals.output) {
-            Refuse("no output: say -o FILE");
+            Refuse("no output; give -o FILE");
         }
         s.output = "-";
     }
     if (s.automatic.sameForAll && !s.AnyAutomatic()) {
-        Refuse("--same-for-all: there is no automatic setting");
+        Refuse("--same-for-all: needs an automatic setting");
     }
     if (s.output == "-" && s.plot == "-") {
         Refuse("--plot=-: the page goes to standard output; name a file");

@@ -48,7 +48,7 @@ Channel TakeChannel(std::string_view& value) {
     const std::string_view name = value.substr(0, colon);
     const std::size_t at = name.size() == 1 ? kChannelLetters.find(name) : std::string_view::npos;
     if (at == std::string_view::npos) {
-        Refuse("--levels: '" + std::string(name) + ":' is none of the channels R:, G: and B:");
+        Refuse("--levels: '" + std::string(name) + ":' is not one of the channels R:, G: and B:");
     }
     value.remove_prefix(colon + 1);
     return static_cast<Channel>(at + 1);
@@ -183,7 +183,7 @@ bool ToneStepList::Knows(std::string_view option) {
 
 void ToneStepList::EndStep() {
     if (nextKind_) {
-        Refuse("--curve-kind: there is no --curve that it could belong to");
+        Refuse("--curve-kind: needs a --curve");
     }
     closed_ = steps_.size();
 }

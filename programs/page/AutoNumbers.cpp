@@ -118,8 +118,7 @@ class Finder {
             }
         }
         numbers_.messages.push_back("automatic settings left out: " + std::to_string(counts_.Pixels()) +
-                                    (counts_.Pixels() == 1 ? " pixel is" : " pixels are") +
-                                    " too few to find them from");
+                                    (counts_.Pixels() == 1 ? " pixel is" : " pixels are") + " too few to measure");
         return std::move(numbers_);
     }
 
@@ -236,7 +235,7 @@ class Finder {
         if (!parts || parts->lightMean - parts->darkMean < kSmallestSpread) {
             numbers_.messages.push_back(
                 "--auto-threshold left out: the page has one tone only, or tones too close for print and paper; " +
-                NumberText(settings_.pixels.threshold) + " percent it is");
+                NumberText(settings_.pixels.threshold) + " percent is used");
             return;
         }
         constexpr double kHundred = 100.0;

@@ -34,7 +34,7 @@ PageSize WantedSize(const ImageInfo& page, const SizeSettings& settings) {
     if (settings.resolution) {
         if (!page.resolution) {
             throw Error(ExitCode::kFailed,
-                        "--resolution: the file does not say what resolution it has; give --input-resolution");
+                        "--resolution: the file doesn't state its resolution; give --input-resolution");
         }
         return {SideForResolution(page.width, settings.resolution->x, page.resolution->x),
                 SideForResolution(page.height, settings.resolution->y, page.resolution->y),
@@ -93,7 +93,7 @@ void CheckLimits(const PageSize& size, const Limits& limits) {
     const std::uint64_t pixels = std::uint64_t{std::max(size.width, 1u)} * std::max(size.height, 1u);
     if (size.width > limits.maxSide || size.height > limits.maxSide || pixels > limits.maxPixels) {
         throw Error(ExitCode::kUnsupported, "the result would have " + SizeText(size.width, size.height) +
-                                                " pixels; allowed are " + std::to_string(limits.maxSide) +
+                                                " pixels; allowed: " + std::to_string(limits.maxSide) +
                                                 " a side and " + std::to_string(limits.maxPixels) +
                                                 " in all (--max-side, --max-pixels)");
     }

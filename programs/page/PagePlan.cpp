@@ -142,7 +142,7 @@ class Planner {
     void PlanCrop(const CropSettings& crop) {
         if (crop.unit != CropSettings::Unit::kPixels && !info_.resolution) {
             throw Error(ExitCode::kFailed,
-                        "--crop: the file does not say what resolution it has; give --input-resolution");
+                        "--crop: the file doesn't state its resolution; give --input-resolution");
         }
         const bool swap = plan_.turn.swap;
         const Ratio* dpiX = info_.resolution ? &(swap ? info_.resolution->y : info_.resolution->x) : nullptr;
@@ -238,7 +238,7 @@ class Planner {
         if ((ToLineart() || settings_.pixels.flatten) && info_.HasAlpha()) {
             info_.samplesPerPixel -= 1;
             plan_.background = settings_.pixels.flatten.value_or(Colour{});
-            Add(StageKind::kFlatten, "alpha over " + ColourText(plan_.background), info_.LineBytes());
+            Add(StageKind::kFlatten, "alpha blended with " + ColourText(plan_.background), info_.LineBytes());
         }
     }
 
@@ -292,7 +292,7 @@ class Planner {
         info_.height = size.height;
         info_.resolution = size.resolution;
         if (size.width == before.width && size.height == before.height && size.height != 0 && size.width != 0) {
-            plan_.notices.push_back("the page has its size already; nothing is scaled");
+            plan_.notices.push_back("the page already has this size; it is not scaled");
             return;
         }
         Add(StageKind::kScale, SizeText(before.width, before.height) + " to " + SizeText(info_.width, info_.height),
@@ -330,7 +330,7 @@ class Planner {
         const bool narrow = info_.width != 0 && info_.width < 3;
         if (narrow || (info_.height != 0 && info_.height < 2)) {
             plan_.notices.push_back(
-                "the page is less than three pixels wide or two lines high; it is not "
+                "the page is narrower than three pixels or lower than two lines; it is not "
                 "sharpened or softened");
             return;
         }

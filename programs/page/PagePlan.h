@@ -18,7 +18,7 @@ enum class StageKind {
     kColourToGrey,   // (299 R + 587 G + 114 B) / 1000, rounded; alpha stays
     kGreyToColour,
     kNegative,   // alpha stays
-    kFlatten,    // alpha over the background
+    kFlatten,    // alpha blended with the background
     kThreshold,  // grey to 1 bit
     kTone,
     kHsv,

@@ -96,7 +96,7 @@ class Chooser {
                   (settings_.pixels.depth == 1                 ? "--depth=1"
                    : settings_.pixels.mode == PixelMode::kGray ? "--mode=gray"
                                                                : "--mode=lineart") +
-                  " takes away before";
+                  " removes first";
         }
         throw Error(ExitCode::kUnsupported, names + (one ? " needs " : " need ") + why);
     }

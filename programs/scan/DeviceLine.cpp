@@ -64,7 +64,7 @@ ImageInfo PageInfo(const SANE_Parameters& p) {
     }
     if (!IsKnownDepth(p)) {
         throw Error(ExitCode::kUnsupported,
-                    "the device sends " + std::to_string(p.depth) + " bits a sample; 1, 8 and 16 can be worked on");
+                    "the device sends " + std::to_string(p.depth) + " bits a sample; 1, 8 and 16 are supported");
     }
     if (!HoldsItsPixels(p)) {
         throw Error(ExitCode::kDevice, "the device announces lines of " + std::to_string(p.pixels_per_line) +

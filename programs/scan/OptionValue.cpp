@@ -113,13 +113,14 @@ SANE_Word ParseWord(const std::string& label, const SANE_Option_Descriptor& opti
             word = static_cast<SANE_Word>(std::llround(ParseNumber(label, text, kLow, kHigh) * kFixedOne));
         }
     } catch (const Error&) {
-        Refuse(label, "'" + std::string(text) + "' is no number that it takes; allowed are " + AllowedText(option));
+        Refuse(label, "'" + std::string(text) +
+                          "' is not a number that the device takes; allowed: " + AllowedText(option));
     }
     if (option.type == SANE_TYPE_FIXED) {
         word = Snap(option, word);
     }
     if (!Permitted(option, word)) {
-        Refuse(label, "'" + std::string(text) + "' is out of range; allowed are " + AllowedText(option));
+        Refuse(label, "'" + std::string(text) + "' is out of range; allowed: " + AllowedText(option));
     }
     return word;
 }
@@ -223,7 +224,7 @@ OptionValue ParseText(const std::string& label, const SANE_Option_Descriptor& op
             ++entry;
         }
         if (*entry == nullptr) {
-            Refuse(label, "'" + value + "' is none of " + AllowedText(option));
+            Refuse(label, "'" + value + "' is not one of " + AllowedText(option));
         }
     }
     const auto size = static_cast<std::size_t>(std::max<SANE_Int>(option.size, 0));
@@ -288,7 +289,7 @@ OptionValue ParseOptionValue(const std::string& label, const SANE_Option_Descrip
             }
             return {SANE_ACTION_SET_VALUE, {0}, {}};
         default:
-            Refuse(label, "is a heading, no option");
+            Refuse(label, "is a heading, not an option");
     }
 }
 

@@ -143,11 +143,12 @@ void ScanDevice::Set(const std::string& label, const std::string& name, const st
         throw Error(ExitCode::kUsage, label + ": the device has no such option; it has " + OptionNames());
     }
     if (!SANE_OPTION_IS_ACTIVE(found.option->cap)) {
-        throw Error(ExitCode::kUsage,
-                    label + ": is inactive as the device is set now; another option has to switch it on before");
+        throw Error(
+            ExitCode::kUsage,
+            label + ": is inactive with the device's current settings; set another option first that enables it");
     }
     if (!SANE_OPTION_IS_SETTABLE(found.option->cap)) {
-        throw Error(ExitCode::kUsage, label + ": can be read only");
+        throw Error(ExitCode::kUsage, label + ": is read-only");
     }
     OptionValue parsed = ParseOptionValue(label, *found.option, value);
     const bool single = parsed.action == SANE_ACTION_SET_VALUE && parsed.words.size() == 1;
@@ -166,7 +167,8 @@ void ScanDevice::Set(const std::string& label, const std::string& name, const st
 void ScanDevice::TellInexact(const std::string& label, const std::string& name, const std::string& value) const {
     const auto now = CurrentNumber(name);
     if (now) {
-        PrintMessage({label, ": the device made ", NumberText(std::round(*now * 1000.0) / 1000.0), " of ", value});
+        PrintMessage(
+            {label, ": the device uses ", NumberText(std::round(*now * 1000.0) / 1000.0), " instead of ", value});
     }
 }
 
@@ -213,7 +215,7 @@ void ScanDevice::SetResolution(const std::string& value) {
     if (FindUsable(first).option == nullptr) {
         throw Error(ExitCode::kUsage,
                     "--resolution: the device has no such option; --scale changes the size afterwards, and "
-                    "--input-resolution says what the pages have");
+                    "--input-resolution states the pages' resolution");
     }
     if (FindUsable("y-resolution").option == nullptr) {
         throw Error(ExitCode::kUsage, "--resolution: '" + value + "': the device has one resolution for both axes");
@@ -231,7 +233,7 @@ void ScanDevice::SetEdge(const std::string& label, const std::string& name, doub
     if (found.option->unit == SANE_UNIT_PIXEL) {
         const auto resolution = CurrentResolution();
         if (!resolution) {
-            throw Error(ExitCode::kUsage, label + ": the device counts pixels and doesn't tell their size");
+            throw Error(ExitCode::kUsage, label + ": the device measures in pixels and doesn't report their size");
         }
         perMillimetre = (name.ends_with('x') ? resolution->x : resolution->y).Value() / 25.4;
     }

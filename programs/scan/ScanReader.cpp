@@ -49,7 +49,7 @@ class ThreePasses {
     void TakePlane(ScanFrame& frame, int pass, const Limits& limits) {
         const SANE_Parameters& form = frame.Parameters();
         if (!IsOnePass(form)) {
-            throw Error(ExitCode::kDevice, "the device sends a whole page where one of three passes was due");
+            throw Error(ExitCode::kDevice, "the device sends a whole page where one of three passes was expected");
         }
         const std::size_t channel = ChannelOf(form.format);
         if (taken_[channel]) {

@@ -42,7 +42,7 @@ def _page(image: Any) -> Any:
     page = np.asarray(image)
     if page.dtype not in (np.bool_, np.uint8, np.uint16) or not page.dtype.isnative:
         raise TypeError(
-            f"image: has dtype {page.dtype}; allowed are uint8, uint16 in the machine's byte order, and bool"
+            f"image: has dtype {page.dtype}; allowed: uint8, uint16 in the machine's byte order, and bool"
         )
     if page.ndim not in (2, 3) or (page.ndim == 3 and page.shape[2] not in (1, 2, 3, 4)):
         raise ValueError(f"image: has the shape {page.shape}; allowed is {_LAYOUTS}")
@@ -211,7 +211,7 @@ def _levels(value: Any) -> Operation:
         count = 0
     if count not in (2, 3, 5) or isinstance(value, (str, bytes)):
         raise ValueError(
-            f"levels: {_shown(value)}; allowed are (black, white), (black, white, gamma) and "
+            f"levels: {_shown(value)}; allowed: (black, white), (black, white, gamma) and "
             "(black, white, gamma, output_black, output_white)"
         )
     return Level(*value)
@@ -246,9 +246,9 @@ def _tone_steps(settings: Dict[str, Any]) -> List[Operation]:
             steps.append(_TONE_STEPS[name](value))
     if "curve_kind" in settings:
         if settings["curve_kind"] not in ("spline", "polyline"):
-            raise ValueError(f"curve_kind: {_shown(settings['curve_kind'])}; allowed are spline and polyline")
+            raise ValueError(f"curve_kind: {_shown(settings['curve_kind'])}; allowed: spline and polyline")
         if "curve" not in settings:
-            raise ValueError("curve_kind: there is no curve that it could belong to")
+            raise ValueError("curve_kind: needs a curve")
     return steps
 
 
@@ -319,10 +319,10 @@ def _stage_order(given: Any, used: Dict[str, bool]) -> Tuple[str, ...]:
     order = tuple(given.split(",")) if isinstance(given, str) else tuple(given)
     for stage in order:
         if stage not in _STAGES or order.count(stage) != 1:
-            raise ValueError(f"order: {_shown(given)}; allowed are tone, hsv, scale and sharpen, each once")
+            raise ValueError(f"order: {_shown(given)}; allowed: tone, hsv, scale and sharpen, each once")
     for stage in _STAGES:
         if used[stage] and stage not in order:
-            raise ValueError(f"order: {stage} is missing, and settings ask for it")
+            raise ValueError(f"order: {stage} is missing, but other settings need it")
     return order
 
 
@@ -335,7 +335,7 @@ def _adjust(image: Any, **settings: Any) -> Any:
     if ways > 1:
         raise ValueError("only one of scale, size, and width with height can be given")
     if settings.get("shrink_only") and ways == 0:
-        raise ValueError("shrink_only: nothing is scaled")
+        raise ValueError("shrink_only: no setting scales the image")
     page = _page(image)
     steps = _tone_steps(settings)
     hsv = {

@@ -25,7 +25,7 @@ def _whole(value: Any, name: str, low: int, high: int) -> int:
     except TypeError:
         raise TypeError(f"{name}: must be a whole number, {low} to {high}, not {_shown(value)}") from None
     if not low <= number <= high:
-        raise ValueError(f"{name}: {number} is out of range; allowed are {low} to {high}")
+        raise ValueError(f"{name}: {number} is out of range; allowed: {low} to {high}")
     return number
 
 
@@ -35,7 +35,7 @@ def _number(value: Any, name: str, low: float, high: float) -> float:
     except (TypeError, ValueError):
         raise TypeError(f"{name}: must be a number, {low:g} to {high:g}, not {_shown(value)}") from None
     if not low <= number <= high:  # not-a-number is out of range too
-        raise ValueError(f"{name}: {number:g} is out of range; allowed are {low:g} to {high:g}")
+        raise ValueError(f"{name}: {number:g} is out of range; allowed: {low:g} to {high:g}")
     return number
 
 
@@ -161,7 +161,7 @@ _KINDS = {"polyline": 1, "gamma": 2, "spline": 3}
 
 def _curve_kind(value: Any) -> str:
     if value not in _KINDS:
-        raise ValueError(f"kind: {_shown(value)}; allowed are {', '.join(sorted(_KINDS))}")
+        raise ValueError(f"kind: {_shown(value)}; allowed: {', '.join(sorted(_KINDS))}")
     return str(value)
 
 
@@ -172,7 +172,7 @@ def _curve_points(value: Any) -> Tuple[Point, ...]:
         # Each point's range of x lies 4 above that of the point before.
         point = (_number(x, f"points[{i}] x", 4 * i, 239 + 4 * i), _number(y, f"points[{i}] y", 0, 255))
         if points and not np.float32(point[0]) > np.float32(points[-1][0]):
-            raise ValueError(f"points[{i}] x: {point[0]:g} must be greater than {points[-1][0]:g}, the point before's")
+            raise ValueError(f"points[{i}] x: {point[0]:g} must be greater than the previous point's {points[-1][0]:g}")
         points.append(point)
     return tuple(points)
 
@@ -265,7 +265,7 @@ class ToneWorld:
         depth  24 for colour, 8 for grey: colour balance then does nothing, and the three tables are equal
         """
         if depth not in (8, 24):
-            raise ValueError(f"depth: {_shown(depth)}; allowed are 8 and 24")
+            raise ValueError(f"depth: {_shown(depth)}; allowed: 8 and 24")
         steps = []
         for operation in self.operations:
             if not isinstance(operation, Operation):

@@ -26,7 +26,7 @@ std::int64_t Whole(py::handle value, const char* name, std::int64_t low, std::in
     int overflow = 0;
     const long long number = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
     if (overflow != 0 || number < low || number > high) {
-        throw py::value_error(std::string(name) + ": " + Shown(index) + " is out of range; allowed are " + range);
+        throw py::value_error(std::string(name) + ": " + Shown(index) + " is out of range; allowed: " + range);
     }
     return number;
 }

@@ -127,7 +127,7 @@ Image Image::Page(py::handle object, const Wanted& wanted) {
     }
     if (image.width_ > INT32_MAX / (image.samples_ * image.sampleSize_) || image.height_ > INT32_MAX) {
         throw py::value_error(std::string(wanted.name) + ": has the shape " + ShapeText(*image.view_) +
-                              "; allowed are 2147483647 rows of at most 2147483647 bytes");
+                              "; allowed: 2147483647 rows of at most 2147483647 bytes");
     }
     return image;
 }
@@ -187,8 +187,7 @@ void Image::CheckPartner(const Image& out) const {
                               ShapeText(*view_));
     }
     if (Overlaps(out) && !SamePixels(out)) {
-        throw py::value_error(
-            "out: shares memory with the image; allowed are the image itself and memory of its own");
+        throw py::value_error("out: shares memory with the image; allowed: the image itself and memory of its own");
     }
 }
 

@@ -35,7 +35,7 @@ Format FormatOf(const py::object& bits) {
             return format;
         }
     }
-    throw py::value_error("bits: " + std::to_string(wanted) + "; allowed are 1, 8, 16, 24, 32, 48 and 64");
+    throw py::value_error("bits: " + std::to_string(wanted) + "; allowed: 1, 8, 16, 24, 32, 48 and 64");
 }
 
 class Scaler {

@@ -22,13 +22,13 @@ class Sharpener {
           size_(SizePair(size, "size")),
           bits_(static_cast<std::uint32_t>(Whole(bits, "bits", 8, 24))) {
         if (level_ == 0) {
-            throw py::value_error("level: 0 does nothing; allowed are -2, -1, 1, 2 and 3");
+            throw py::value_error("level: 0 does nothing; allowed: -2, -1, 1, 2 and 3");
         }
         if (bits_ != 8 && bits_ != 24) {
-            throw py::value_error("bits: " + std::to_string(bits_) + "; allowed are 8 and 24");
+            throw py::value_error("bits: " + std::to_string(bits_) + "; allowed: 8 and 24");
         }
         if (size_.width < 3 || size_.height < 2 || size_.width > INT32_MAX / Samples()) {
-            throw py::value_error("size: " + Text(size_) + "; allowed are at least (3, 2), and rows of at most " +
+            throw py::value_error("size: " + Text(size_) + "; allowed: at least (3, 2), and rows of at most " +
                                   "2147483647 bytes");
         }
         Open();

@@ -62,7 +62,7 @@ SetupFunction SetupOf(const std::string& type) {
     if (type == "CoBa") {
         return SetupColorBalanceOperation;
     }
-    throw py::value_error("operation type " + type + "; allowed are BrCn, LeVe, CuRv and CoBa");
+    throw py::value_error("operation type " + type + "; allowed: BrCn, LeVe, CuRv and CoBa");
 }
 
 // The library copies as many bytes as it is told, wherever the property is: its presence and size are looked at

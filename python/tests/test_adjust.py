@@ -145,7 +145,7 @@ WRONG = [
     (dict(levles=(1, 2)), TypeError, "has no setting 'levles'; it has tone, brightness"),
     (dict(levels=(30, 33)), ValueError, "white: 33|at least 8 above"),
     (dict(levels=30), ValueError, "levels: 30; allowed are"),
-    (dict(gamma=10), ValueError, "gamma: 10 is out of range; allowed are 0.1 to 9.99"),
+    (dict(gamma=10), ValueError, "gamma: 10 is out of range; allowed: 0.1 to 9.99"),
     (dict(gamma=float("nan")), ValueError, "out of range"),
     (dict(gamma="x"), TypeError, "gamma: must be a number"),
     (dict(brightness=2.5), TypeError, "brightness: must be a whole number, -100 to 100, not 2.5"),
@@ -154,8 +154,8 @@ WRONG = [
     (dict(curve_kind="spline"), ValueError, "there is no curve"),
     (dict(curve=CURVE, curve_kind="gamma"), ValueError, "allowed are spline and polyline"),
     (dict(balance_shadows=(1, 2)), ValueError, "shadows: must be three values"),
-    (dict(saturation=101), ValueError, "saturation: 101 is out of range; allowed are -100 to 100"),
-    (dict(sharpness=4), ValueError, "sharpness: 4 is out of range; allowed are -2 to 3"),
+    (dict(saturation=101), ValueError, "saturation: 101 is out of range; allowed: -100 to 100"),
+    (dict(sharpness=4), ValueError, "sharpness: 4 is out of range; allowed: -2 to 3"),
     (dict(scale=0), ValueError, "scale: 0 is out of range"),
     (dict(scale=0.5, size=(1, 1)), ValueError, "only one of"),
     (dict(shrink_only=True), ValueError, "nothing is scaled"),
@@ -173,7 +173,7 @@ def test_wrong_settings_say_what_is_allowed(settings, kind, message):
 
 
 WRONG_PAGES = [
-    (np.zeros((4, 4, 3)), TypeError, "dtype float64; allowed are uint8, uint16"),
+    (np.zeros((4, 4, 3)), TypeError, "dtype float64; allowed: uint8, uint16"),
     (np.zeros((4, 4, 3), ">u2" if np.little_endian else "<u2"), TypeError, "machine's byte order"),
     ([[1, 2], [3, 4]], TypeError, "image: must be an array or another buffer"),
     (np.zeros(4, np.uint8), ValueError, r"has the shape \(4,\)"),

@@ -92,8 +92,8 @@ def test_one_pages_numbers_for_all(tmp_path):
 
 
 USAGE = [
-    ((), "IN and OUT are needed, and 0 names are given"),
-    (("--gamma", "1.2", "IN", "OUT"), "IN and OUT are needed, and 3 names are given"),
+    ((), "expected IN and OUT, got 0 names"),
+    (("--gamma", "1.2", "IN", "OUT"), "expected IN and OUT, got 3 names"),
     (("IN/none", "OUT"), "is not a folder"),
     (("IN", "IN"), "IN and OUT are the same folder"),
     (("--gama=1.2", "IN", "OUT"), "unknown option '--gama=1.2'"),

@@ -74,7 +74,7 @@ def test_a_bad_page_fails_alone(tmp_path):
     (source / "notes.txt").write_text("no page")
     (source / "broken.png").symlink_to("nowhere")
     said = batches.batch("--scale=0.5", source, out, code=1)
-    assert "8 pages to do, 1 unreadable, 1 files are no pages" in said
+    assert "8 pages to do, 1 unreadable, 1 files are not pages" in said
     assert "p0003.ppm: the file ends too early" in said or "p0003.ppm: " in said
     assert "broken.png: is neither a file nor a link to one" in said
     assert "7 pages done" in said and "2 not done" in said
@@ -112,7 +112,7 @@ def test_files_of_others_stay(tmp_path):
     out.mkdir()
     (out / "p0001.ppm").write_text("somebody's")
     said = batches.batch("--scale=0.5", source, out, code=1)
-    assert "p0001.ppm: p0001.ppm is there already and not from this batch; --force replaces it" in said
+    assert "p0001.ppm: p0001.ppm exists and is not from this batch; --force replaces it" in said
     assert (out / "p0001.ppm").read_text() == "somebody's" and batches.count(out) == 3
     batches.batch("--scale=0.5", "--force", source, out)
     assert (out / "p0001.ppm").read_bytes().startswith(b"P6")

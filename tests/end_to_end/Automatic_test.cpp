@@ -132,10 +132,9 @@ TEST_F(Automatic, APipeGivesWhatAFileGives) {
             .err.starts_with("platen: colour.ppm: read twice: automatic settings need the whole page first\n"));
     const Outcome strict = Run({"--auto-white", "--strict-stream", "-", "-o", "no.ppm"}, page);
     EXPECT_EQ(strict.code, 3);
-    EXPECT_EQ(
-        strict.err,
-        "platen: -: automatic settings need the whole page first; --strict-stream forbids spooling what can't "
-        "be read twice\n");
+    EXPECT_EQ(strict.err,
+              "platen: -: automatic settings need the whole page first; --strict-stream forbids spooling an input "
+              "that can't be read twice\n");
     EXPECT_EQ(Run({"--auto-white", "--strict-stream", "-f", "colour.ppm", "-o", "file.ppm"}).code, 0);
     // Of a damaged one nothing is left.
     EXPECT_EQ(Run({"--auto-white", "-", "-o", "no.ppm"}, page.substr(0, page.size() - 9)).code, 1);
@@ -176,10 +175,10 @@ TEST_F(Automatic, TheNumbersAreShownWhereverTheyCount) {
               "auto-margin = 4\n\n[[tone]]\nauto-white = true\n\n[[tone]]\nauto-levels = [1, 0.5]\n");
     EXPECT_EQ(Run({"presets", "check", "open.toml"}).code, 0);
     EXPECT_EQ(Run({"--preset=./open.toml", "colour.ppm", "-o", "d.ppm"}).code, 0);
-    EXPECT_NE(
-        Run({"-n", "--plot=x.svg", "--auto-white", "colour.ppm"})
-            .out.find("plot, to x.svg\n  tone      automatic white\n            with the first page's numbers\n"),
-        std::string::npos);
+    EXPECT_NE(Run({"-n", "--plot=x.svg", "--auto-white", "colour.ppm"})
+                  .out.find("plot, to x.svg\n  tone      automatic white\n            with the first page's "
+                            "automatic settings\n"),
+              std::string::npos);
 }
 
 TEST_F(Automatic, FilesInTheirPlaceAreFoundBeforeThePages) {
@@ -190,7 +189,7 @@ TEST_F(Automatic, FilesInTheirPlaceAreFoundBeforeThePages) {
     EXPECT_EQ(ReadFile(folder.File("there.svg")), "mine");
     EXPECT_FALSE(std::filesystem::exists(folder.File("out.ppm")));
     EXPECT_EQ(Run({"curve", "--preset=auto-document"}).err,
-              "platen: curve: --auto-levels and --auto-white take their numbers from a page, and there is none\n");
+              "platen: curve: --auto-levels and --auto-white measure a page, and curve reads none\n");
 }
 
 TEST_F(Automatic, EachPageHasItsOwnNumbersOrAllHaveTheFirsts) {
@@ -227,9 +226,9 @@ TEST_F(Automatic, EachPageHasItsOwnNumbersOrAllHaveTheFirsts) {
     const Outcome pipe =
         Run({"--auto-white", "--same-for-all", "-j2", "-", "grey.pgm", "-o", "%s.png"}, "P5 1 1 255\nx");
     EXPECT_EQ(pipe.code, 2);
-    EXPECT_EQ(
-        pipe.err,
-        "platen: --jobs: the first page's numbers are needed before the others, and '-' can be read only once\n");
+    EXPECT_EQ(pipe.err,
+              "platen: --jobs: the first page's automatic settings are needed before the others start, and '-' can "
+              "be read only once\n");
 }
 
 // The first page's numbers may not fit the others.
@@ -289,9 +288,9 @@ TEST_F(Automatic, PagesWithoutAnythingToFindAreLeftAsTheyAre) {
 
 TEST_F(Automatic, OptionsThatDoNotGoTogetherAreRefused) {
     EXPECT_EQ(Run({"--auto-threshold", "grey.pgm", "-o", "x.png"}).err,
-              "platen: --auto-threshold: goes with --mode=lineart\n");
+              "platen: --auto-threshold: needs --mode=lineart\n");
     EXPECT_EQ(Run({"--same-for-all", "grey.pgm", "-o", "x.png"}).err,
-              "platen: --same-for-all: there is no automatic setting\n");
+              "platen: --same-for-all: needs an automatic setting\n");
     EXPECT_EQ(Run({"--auto-levels", "--depth=16", "grey.pgm", "-o", "x.png"}).code, 2);
     // Of two thresholds the later counts.
     const Outcome later =

@@ -83,7 +83,7 @@ TEST_F(BadSane, FaultsBeforeTheScan) {
     Expect("init", 4, "x: SANE can't be started: denied");
     Expect("parameters", 4, "x: the page's size is not available: input");
     Expect("frame", 3, "x: the device sends frames that are neither grey nor red, green and blue");
-    Expect("depth", 3, "x: the device sends 12 bits a sample; 1, 8 and 16 can be worked on");
+    Expect("depth", 3, "x: the device sends 12 bits a sample; 1, 8 and 16 are supported");
     Expect("short line", 4, "x: the device announces lines of 20 pixels in 19 bytes");
     Expect("", 4, "x: --set stubborn: the device refused '1': busy", {"--set", "stubborn=1"});
     const Outcome list = Spawn({"scan", "-L"});
@@ -101,7 +101,7 @@ TEST_F(BadSane, FaultsWithinTheScan) {
     Expect("no lines", 4, "x: the device sent a page without lines", {"--scale=50%"});
     Expect("pass", 4, "x: the next pass can't be started: input");
     Expect("start", 4, "x: the scan can't be started: input");
-    Expect("grey pass", 4, "x: the device sends a whole page where one of three passes was due");
+    Expect("grey pass", 4, "x: the device sends a whole page where one of three passes was expected");
     Expect("same pass", 4, "x: the device sends the same colour twice");
     Expect("pass size", 4, "x: the device's three passes differ in size");
 }
@@ -134,7 +134,7 @@ TEST_F(BadSane, AnInterruptKeepsThePagesBeforeItInOneFile) {
 
 TEST_F(BadSane, ARerunGoesOnAtThePageThatFailed) {
     ExpectKept("jam at sheet 8", {"--pages=all", "-o", "p%d.png"}, 4,
-               "7 pages kept, page 8 failed: jam; --first-page-number=8 goes on there", kSeven, 8);
+               "7 pages kept, page 8 failed: jam; --first-page-number=8 continues there", kSeven, 8);
     ExpectKept("empty after 10", {"--pages=all", "--first-page-number=8", "-o", "p%d.png"}, 0, "",
                "p1.png p10.png p11.png p12.png p13.png p14.png p15.png p16.png p17.png " + kSeven.substr(7) +
                    " p8.png p9.png",
@@ -143,11 +143,11 @@ TEST_F(BadSane, ARerunGoesOnAtThePageThatFailed) {
     EXPECT_EQ(SheetsIn("p8.png"), "1");
     Clear();
     ExpectKept("interrupt within sheet 8", {"--pages=12", "-o", "p%d.png"}, 130,
-               "7 pages kept, page 8 was interrupted; --first-page-number=8 goes on there", kSeven, 8);
+               "7 pages kept, page 8 was interrupted; --first-page-number=8 continues there", kSeven, 8);
     ExpectKept("empty after 10", {"--pages=1", "--first-page-number=8", "-o", "p%d.png"}, 0, "", kSeven + " p8.png",
                1);
     ExpectKept("jam at sheet 8", {"--pages=12", "--first-page-number=21", "-o", "q%d.png"}, 4,
-               "7 pages kept, page 28 failed: jam; --first-page-number=28 goes on there",
+               "7 pages kept, page 28 failed: jam; --first-page-number=28 continues there",
                kSeven + " p8.png q21.png q22.png q23.png q24.png q25.png q26.png q27.png", 8);
 }
 
@@ -157,7 +157,7 @@ TEST_F(BadSane, NoSheetIsPulledForANameThatIsTaken) {
     ExpectKept("empty after 10", {"--pages=6", "-o", "p%d.png"}, 1, exists, "p5.png", 0);
     ExpectKept("empty after 10", {"--pages=2", "--first-page-number=4", "-o", "p%d.png"}, 1, exists, "p5.png", 0);
     ExpectKept("empty after 10", {"--pages=all", "-o", "p%d.png"}, 1,
-               "4 pages kept, page 5 failed: " + exists + "; --first-page-number=5 goes on there",
+               "4 pages kept, page 5 failed: " + exists + "; --first-page-number=5 continues there",
                "p1.png p2.png p3.png p4.png p5.png", 4);
     EXPECT_EQ(ReadFile(folder.File("p5.png")), "older");
     ExpectKept("empty after 10", {"--pages=2", "-o", "no/folder/p%d.png"}, 1,
@@ -244,7 +244,7 @@ TEST_F(BadSane, ADeviceWithTwoResolutionsIsAskedForBoth) {
 TEST_F(BadSane, ADeviceWithoutAResolutionIsNotAskedForOne) {
     Expect("no resolution", 2,
            "--resolution: the device has no such option; --scale changes the size afterwards, and "
-           "--input-resolution says what the pages have",
+           "--input-resolution states the pages' resolution",
            {"--resolution=300"});
 }
 

@@ -143,17 +143,17 @@ TEST_F(CompressionOption, WhatAFormatOrAPageCannotHaveIsRefused) {
             "--compression=best: JPEG has jpeg[:QUALITY] and default");
     Refused({"a.ppm", "--compression=jpeg", "-o", "b.ppm"}, kUsage, "--compression=jpeg: PNM has none and default");
     Refused({"a.ppm", "--compression=lzw:3", "-o", "a.tif"}, kUsage,
-            "--compression: 'lzw' has no level; deflate (1..12), zstd (1..19) and jpeg (1..100) have");
+            "--compression: 'lzw' takes no level; deflate (1..12), zstd (1..19) and jpeg (1..100) do");
     Refused({"a.ppm", "--compression=zstd:20", "-o", "a.tif"}, kUsage, "allowed are 1 to 19");
-    Refused({"a.ppm", "--compression=zip", "-o", "a.tif"}, kUsage, "--compression: 'zip' is none of none, lzw");
+    Refused({"a.ppm", "--compression=zip", "-o", "a.tif"}, kUsage, "--compression: 'zip' is not one of none, lzw");
     for (const std::string output : {"a.tif", "a.pdf"}) {
         for (const std::string run : {"-v", "-n"}) {
             Refused({run, "a.ppm", "--compression=g4", "-o", output}, kUnsupported,
-                    "--compression=g4: Group 4 holds black and white only, not 8-bit RGB; --mode=lineart makes it");
+                    "--compression=g4: Group 4 holds black and white only, not 8-bit RGB; --mode=lineart converts "
+                    "the page");
             Refused({run, "deep.ppm", "--compression=jpeg", "-o", output}, kUnsupported,
                     "--compression=jpeg: JPEG holds 8-bit grey and RGB without alpha, not 16-bit RGB; --depth=8, "
-                    "--mode=gray and "
-                    "--flatten make it");
+                    "--mode=gray and --flatten convert the page");
         }
     }
     EXPECT_EQ(folder.Listing(), "a.ppm deep.ppm");

@@ -211,9 +211,9 @@ TEST_F(DataLoss, ATiffWithAnEntryOutsideIsAnError) {
 TEST_F(DataLoss, ALinkToNothingIsNotReplaced) {
     Link("nowhere.tif", "link.tif");
     ExpectRefused({"1.tif", "-o", "link.tif"}, 1,
-                  "1.tif: link.tif: is a link to a file that doesn't exist; --force makes the file");
+                  "1.tif: link.tif: is a link to a file that doesn't exist; --force creates the file");
     ExpectRefused({"-n", "1.tif", "-o", "link.tif"}, 1,
-                  "1.tif: link.tif: is a link to a file that doesn't exist; --force makes the file");
+                  "1.tif: link.tif: is a link to a file that doesn't exist; --force creates the file");
     EXPECT_EQ(Run({"-f", "1.tif", "-o", "link.tif"}).code, 0);
     EXPECT_TRUE(fs::is_symlink(folder.File("link.tif")));
     EXPECT_FALSE(fs::is_symlink(folder.File("nowhere.tif")));

@@ -46,25 +46,23 @@ class Everyday : public testing::Test {
 };
 
 TEST_F(Everyday, WhatIsMissingIsNamed) {
-    ExpectRefused(
-        {"grey.pgm", "out.png"}, 2,
-        "no output: 'out.png' counts as an input; -o FILE names the output, for several inputs with %s or %d "
-        "in it");
-    ExpectRefused(
-        {"pages.pgm", "-o", "x.png"}, 3,
-        "pages.pgm: a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives "
-        "each page a file");
-    ExpectRefused(
-        {"bits.pbm", "-o", "x.jpg"}, 3,
-        "bits.pbm: JPEG can't hold 1-bit grey; --mode=gray makes what it can, and PNG, TIFF and PNM hold all");
-    ExpectRefused(
-        {"grey.pgm", "--depth=16", "-o", "x.jpg"}, 3,
-        "grey.pgm: JPEG can't hold 16-bit grey; --depth=8 makes what it can, and PNG, TIFF and PNM hold all");
+    ExpectRefused({"grey.pgm", "out.png"}, 2,
+                  "no output: 'out.png' is taken as an input; name the output with -o FILE, for several inputs "
+                  "with %s or %d in it");
+    ExpectRefused({"pages.pgm", "-o", "x.png"}, 3,
+                  "pages.pgm: a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name "
+                  "writes each page to its own file");
+    ExpectRefused({"bits.pbm", "-o", "x.jpg"}, 3,
+                  "bits.pbm: JPEG can't hold 1-bit grey; --mode=gray converts the page, and PNG, TIFF and PNM hold "
+                  "it as it is");
+    ExpectRefused({"grey.pgm", "--depth=16", "-o", "x.jpg"}, 3,
+                  "grey.pgm: JPEG can't hold 16-bit grey; --depth=8 converts the page, and PNG, TIFF and PNM hold "
+                  "it as it is");
     ExpectRefused({"grey.pgm", "--max-pixels=9", "-o", "x.png"}, 1,
-                  "grey.pgm: the page is too large: 40 x 30 pixels; allowed are 9 pixels in all (--max-pixels)");
+                  "grey.pgm: the page is too large: 40 x 30 pixels; allowed: 9 pixels in all (--max-pixels)");
     ExpectRefused({"grey.pgm", "--max-side=9", "-o", "x.png"}, 1,
-                  "grey.pgm: the page is too large: 40 x 30 pixels; allowed are 9 on a side (--max-side)");
-    ExpectRefused({"grey.pgm", "--json", "-o", "x.png"}, 2, "--json: goes with --stats");
+                  "grey.pgm: the page is too large: 40 x 30 pixels; allowed: 9 on a side (--max-side)");
+    ExpectRefused({"grey.pgm", "--json", "-o", "x.png"}, 2, "--json: needs --stats");
     EXPECT_EQ(Run({"grey.pgm", "--mode=grey", "-o", "x.png"}).code, 0);
     EXPECT_EQ(Run({"grey.pgm", "--mode=colour", "-o", "c.png"}).code, 0);
 }
@@ -81,7 +79,7 @@ TEST_F(Everyday, AFolderTakesTheInputsNames) {
     EXPECT_FALSE(std::filesystem::exists(folder.File("out/grey.png")));
     EXPECT_TRUE(ReadFile(folder.File("out/grey.pgm")).ends_with(PnmPage(40, 30, false).substr(13)));
     ExpectRefused({"scan", "-d", "x", "-o", "out/"}, 2,
-                  "-o: 'out/' is a folder, and a scan has no name of its own; say which file in it");
+                  "-o: 'out/' is a folder, and a scan has no name of its own; name a file in the folder");
 }
 
 TEST_F(Everyday, PagesToTheEnd) {

@@ -51,8 +51,8 @@ TEST_F(Faults, AProcessThatIsKilled) {
     const Outcome outcome = Run("FAULT_FORK", "kill", {"a.ppm", "b.ppm", "--jobs=2", "-k", "-o", "%s.png"});
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(outcome.err,
-              "platen: a working process was ended by signal 9\n"
-              "platen: a working process was ended by signal 9\n");
+              "platen: a worker process was killed by signal 9\n"
+              "platen: a worker process was killed by signal 9\n");
     EXPECT_EQ(folder.Listing(), "a.ppm b.ppm");
 }
 

@@ -87,14 +87,13 @@ TEST_F(Messages, OfPnmHeaders) {
     const std::string damaged = "the PNM is damaged: ";
     ExpectAll(
         {{"", 1, "the file is empty"},
-         {"no image", 1, "not an image that can be read; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM can"},
+         {"no image", 1, "not a supported image; PNG, TIFF, JPEG, PBM, PGM, PPM and PAM are"},
          {"P5 9", 1, damaged + "the file ends too early"},
          {"P5 3 3 255\n1234", 1, "the PNM is damaged: the file ends in line 2 of 3"},
          {"P5 0 3 255\n", 1, "the page is empty: 0 x 3 pixels"},
-         {"P5 70000 3 255\n", 1,
-          "the page is too large: 70000 x 3 pixels; allowed are 65535 on a side (--max-side)"},
+         {"P5 70000 3 255\n", 1, "the page is too large: 70000 x 3 pixels; allowed: 65535 on a side (--max-side)"},
          {"P5 60000 60000 255\n", 1,
-          "the page is too large: 60000 x 60000 pixels; allowed are 268435456 pixels in all (--max-pixels)"},
+          "the page is too large: 60000 x 60000 pixels; allowed: 268435456 pixels in all (--max-pixels)"},
          {"P1 2 2 0 1 2 0", 1, damaged + "a sample of the bitmap is neither 0 nor 1"},
          {"P5 1 1 255\nxjunk", 1, damaged + "the bytes after the last page aren't a page"},
          {"P7 \nWIDTH 1\n", 1, damaged + "P7 must stand alone on its line"},
@@ -114,8 +113,8 @@ TEST_F(Messages, OfPamHeaders) {
              {"DEPTH 2\nMAXVAL 255\nTUPLTYPE RGB\n", " doesn't fit tuple type "},
              {"DEPTH 1\nMAXVAL 255\nTUPLTYPE BLACKANDWHITE\n", "tuple type BLACKANDWHITE needs maxval 1"},
              {"TUPLTYPE A\nTUPLTYPE A\nTUPLTYPE A\nTUPLTYPE A\nTUPLTYPE A\n",
-              "TUPLTYPE comes more than four times"},
-             {"DEPTH x\n", " is not a number that is allowed: "},
+              "TUPLTYPE appears more than four times"},
+             {"DEPTH x\n", " is not a whole number below 4294967296: "},
              {"DEPTH 1\nMAXVAL 9\nTUPLTYPE GRAYSCALE\n", " is larger than the maxval "}}) {
         const Outcome outcome = Feed(pam(lines));
         EXPECT_TRUE(outcome.code == 1 || outcome.code == 3) << lines;
@@ -155,9 +154,7 @@ TEST_F(Messages, OfTiffDirectories) {
              {{{258, 16}, {278, 1}, {32996, 1}}, 3, "the TIFF has signed or complex samples; "},
              {{{32997, 2}}, 3, "the TIFF's page has 2 slices; one is supported"},
              {{{273, 4000}}, 1, "the TIFF is damaged: "},
-             {{{259, 6}},
-              3,
-              "the TIFF's compression is the old kind of JPEG, which isn't supported; the new one is"},
+             {{{259, 6}}, 3, "the TIFF uses old-style JPEG compression, which isn't supported; new-style JPEG is"},
              {{{278, 1}}, 1, "the TIFF is damaged: a strip is shorter than its rows"},
              {{{273, 150}}, 1, "the TIFF is damaged: the file ends too early"},
              {{{258, 1}, {322, 20}, {323, 16}, {324, 8}, {325, 6}},
@@ -165,7 +162,7 @@ TEST_F(Messages, OfTiffDirectories) {
               "TIFF tiles whose rows end within a byte aren't supported"},
              {{{322, 65536}, {323, 65536}, {324, 8}, {325, 6}},
               1,
-              "a row of the TIFF's tiles takes more than the 128 MiB that are allowed"},
+              "a row of the TIFF's tiles takes more than 128 MiB, the most allowed"},
              {{{256, 0}}, 1, "the page is empty: 0 x 2 pixels"}}) {
         const Outcome outcome = Feed(Tiff(changes));
         EXPECT_EQ(outcome.code, code) << part << outcome.err;
@@ -174,7 +171,7 @@ TEST_F(Messages, OfTiffDirectories) {
     }
     EXPECT_NE(Feed(std::string("MM\0*\0\0\0\0", 8)).err.find("the TIFF is damaged: it has no page"),
               std::string::npos);
-    EXPECT_NE(Feed(std::string("MM\0*\0\0\x40\0", 8)).err.find("is cut off, goes in a circle or is too long"),
+    EXPECT_NE(Feed(std::string("MM\0*\0\0\x40\0", 8)).err.find("is cut off, loops or is too long"),
               std::string::npos);
 }
 
@@ -183,10 +180,9 @@ TEST_F(Messages, OfTiffsWhoseAlphaIsMultipliedIn) {
     for (const auto& kind : kinds) {
         const Outcome outcome =
             Feed(Tiff({{262, 2}, {277, 4}, {279, 24}, kind}, "four samples, six pixels"), {"-v", "-f"});
-        EXPECT_EQ(
-            outcome.err,
-            "platen: -: spooled to a temporary file: a TIFF can't be read from a pipe; the colours were stored "
-            "multiplied with alpha and are divided by it\n")
+        EXPECT_EQ(outcome.err,
+                  "platen: -: spooled to a temporary file: a TIFF can't be read from a pipe; the colours are "
+                  "stored premultiplied by alpha and are divided by it\n")
             << kind.first;
     }
 }
@@ -238,13 +234,14 @@ TEST_F(Messages, OfOutputsThatCannotBe) {
     EXPECT_EQ(say("sub.png"), "1 platen: a.ppm: sub.png: is a folder; the output must be a file\n");
     EXPECT_EQ(say("none/x.png"), "1 platen: a.ppm: none/x.png: can't be created: No such file or directory\n");
     const std::string tooLong = std::string(260, 'x') + ".png";
-    EXPECT_EQ(say(tooLong), "1 platen: a.ppm: " + tooLong + ": can't be given its name: File name too long\n");
+    EXPECT_EQ(say(tooLong), "1 platen: a.ppm: " + tooLong + ": can't be renamed: File name too long\n");
     EXPECT_EQ(say("a.ppm"), "1 platen: a.ppm: a.ppm: exists already; --force overwrites it\n");
     EXPECT_EQ(say("b.png", {"--gamma=2", "--plot=a.ppm"}), "2 platen: --plot: a.ppm is an input of this run\n");
     EXPECT_EQ(say("b.png", {"--gamma=2", "--save-preset=none/x.toml"}),
               "1 platen: none/x.toml: can't be created: No such file or directory\n");
     EXPECT_EQ(say("x"),
-              "2 platen: a.ppm: -o: 'x' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm "
+              "2 platen: a.ppm: -o: 'x' has no ending that names a format; .png, .tif, .jpg, .pdf, .pbm, .pgm, "
+              ".ppm, .pnm "
               "and .pam do, "
               "or --format\n");
     EXPECT_EQ(say("x.jpg", {"--depth=16"}).substr(0, 35), "3 platen: a.ppm: JPEG can't hold 16");
@@ -323,7 +320,7 @@ TEST_F(Messages, OfTemporaryFilesThatCannotBe) {
     const Outcome outcome = Feed(std::string("II*\0....", 8));
     unsetenv("TMPDIR");
     EXPECT_EQ(outcome.code, 1);
-    EXPECT_EQ(outcome.err, "platen: -: no temporary file can be made: No such file or directory\n");
+    EXPECT_EQ(outcome.err, "platen: -: can't create a temporary file: No such file or directory\n");
 }
 
 }  // namespace

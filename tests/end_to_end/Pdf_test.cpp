@@ -225,7 +225,7 @@ TEST_F(Pdf, APageWithoutAResolutionIsSaidToHave300) {
     }
     WriteFile(folder.File("a.pgm"), PnmPage(600, 300, false));
     const Outcome outcome = Run("", {"-v", "a.pgm", "-o", "a.pdf"});
-    EXPECT_NE(outcome.err.find("a page without a resolution is taken to have 300 dpi"), std::string::npos)
+    EXPECT_NE(outcome.err.find("a page without a resolution is written at 300 dpi"), std::string::npos)
         << outcome.err;
     EXPECT_NE(Run("pdfinfo", {"a.pdf"}).out.find("144 x 72 pts"), std::string::npos);
 }
@@ -258,7 +258,8 @@ TEST_F(Pdf, AlphaIsRefused) {
               "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\nENDHDR\nab");
     const Outcome outcome = Run("", {"a.pam", "-o", "a.pdf"});
     EXPECT_EQ(outcome.code, 3);
-    EXPECT_NE(outcome.err.find("PDF output has no alpha channel; --flatten lays it over white"), std::string::npos)
+    EXPECT_NE(outcome.err.find("PDF output has no alpha channel; --flatten blends the page with white"),
+              std::string::npos)
         << outcome.err;
     EXPECT_EQ(folder.Listing(), "a.pam");
 }

@@ -284,7 +284,7 @@ TEST_F(Place, LengthsFollowTheResolution) {
     EXPECT_TRUE(Result({"--input-resolution=100x200", "--rotate=90", "--crop=1x1+0+0in", "page.pgm"}) ==
                 Cut(Turned(page, 1), 0, 0, 200, 100));
     EXPECT_EQ(Run({"--crop=10x5mm", "page.pgm", "-o", "x.pgm"}).err,
-              "platen: page.pgm: --crop: the file does not say what resolution it has; give --input-resolution\n");
+              "platen: page.pgm: --crop: the file doesn't state its resolution; give --input-resolution\n");
 }
 
 TEST_F(Place, SizesAreThoseOfThePageAsItIsSeen) {
@@ -316,7 +316,7 @@ TEST_F(Place, WhatCannotBeIsRefused) {
     EXPECT_EQ(Run({"--rotate=90", "--strict-stream", "page.pgm", "-o", "x.pgm"}).err,
               "platen: page.pgm: --rotate: turning a page needs a temporary file; --strict-stream forbids it\n");
     EXPECT_EQ(Run({"--rotate=45", "page.pgm", "-o", "x.pgm"}).err,
-              "platen: --rotate: '45' is none of 90, 180, 270, auto\n");
+              "platen: --rotate: '45' is not one of 90, 180, 270, auto\n");
     for (const char* crop :
          {"10", "10x", "x10", "10x10+1", "10x10+1+2+3", "10x10-1-2", "10.5x10", "0x10", "10x10cm", "nanxnanin"}) {
         const Outcome outcome = Run({std::string("--crop=") + crop, "page.pgm", "-o", "x.pgm"});
@@ -324,12 +324,12 @@ TEST_F(Place, WhatCannotBeIsRefused) {
         EXPECT_TRUE(outcome.err.starts_with("platen: --crop: ")) << outcome.err;
     }
     EXPECT_EQ(Run({"--crop=10x10+1", "page.pgm", "-o", "x.pgm"}).err,
-              "platen: --crop: '10x10+1' is not WxH+X+Y, with mm or in after it or without\n");
+              "platen: --crop: '10x10+1' is not WxH+X+Y, optionally followed by mm or in\n");
     EXPECT_EQ(Run({"--crop=10x10+30+0", "page.pgm", "-o", "x.pgm"}).err,
               "platen: page.pgm: --crop: 30,0 lies outside the page of 30 x 20\n");
     EXPECT_EQ(Run({"--crop=2147483647x2147483647+2+2", "-v", "page.pgm", "-o", "x.pgm"}).err,
               "platen: page.pgm: --crop: the page ends before it; 28 x 18 of 2147483647 x 2147483647 are left\n");
-    EXPECT_EQ(Run({"--dither", "page.pgm", "-o", "x.pgm"}).err, "platen: --dither: goes with --mode=lineart\n");
+    EXPECT_EQ(Run({"--dither", "page.pgm", "-o", "x.pgm"}).err, "platen: --dither: needs --mode=lineart\n");
     // A damaged page leaves nothing, whichever line is missing.
     const std::string whole = ReadFile(folder.File("page.pgm"));
     WriteFile(folder.File("cut.pgm"), whole.substr(0, whole.size() - 40));

@@ -291,7 +291,7 @@ TEST_F(Presets, WhatIsWrongIsSaidWithFileAndLine) {
               "platen: --preset: there is no 'nonsense'; there are archive-150, auto-document, auto-photo, "
               "book-yellowed, "
               "fax-200, newspaper, photo-neutral, text-clean (a file's name has a slash or ends in .toml)\n");
-    EXPECT_EQ(Run({"presets", "nonsense"}).err, "platen: presets: say list, show NAME or check FILE\n");
+    EXPECT_EQ(Run({"presets", "nonsense"}).err, "platen: presets: expected list, show NAME or check FILE\n");
     EXPECT_EQ(Run({"presets", "nonsense"}).code, 2);
 }
 

@@ -87,7 +87,7 @@ TEST_F(ScanDevice, AreasAreMillimetres) {
     DoScan(kPattern + Words{"--resolution=254", "-x", "60", "-o", "wide.pgm"});  // its top and height as they are
     EXPECT_NE(Info("whole.pgm").find("600 x 500"), std::string::npos);
     EXPECT_NE(Info("wide.pgm").find("600 x 1000"), std::string::npos) << Info("wide.pgm");
-    ExpectError({"-x", "500"}, 2, "--area-width: '500' is out of range; allowed are 0 to 200 mm in steps of 1");
+    ExpectError({"-x", "500"}, 2, "--area-width: '500' is out of range; allowed: 0 to 200 mm in steps of 1");
     ExpectError({"-x", "wide"}, 2, "--area-width: 'wide' is not a number from 0 to 10000");
 }
 
@@ -129,7 +129,7 @@ TEST_F(ScanDevice, ListingNoneSaysSo) {
     WriteFile(configuration.File("dll.conf"), "");
     const Outcome outcome = Run({"scan", "-L"});
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "platen: scan: SANE finds no scanner; see sane-find-scanner(1)\n");
+    EXPECT_EQ(outcome.err, "platen: scan: SANE found no scanner; see sane-find-scanner(1)\n");
     EXPECT_EQ(outcome.code, 0);
 }
 
@@ -211,8 +211,8 @@ TEST_F(ScanDevice, UnknownHeightsGoIntoEveryFormat) {
     EXPECT_TRUE(Same(PnmPixels(ReadFile(folder.File("tif.pgm"))), PnmPixels(ReadFile(folder.File("hand.pgm")))));
     DoScan(hand + Words{"-o", "strict.tif", "--strict-stream"});
     ExpectError(hand + Words{"--strict-stream"}, 3,
-                "test: the page's height isn't known and this format wants it first; --strict-stream forbids "
-                "spooling, TIFF to a file needs none");
+                "test: this format needs the page's height first, and it isn't known; --strict-stream forbids "
+                "spooling (a TIFF written to a file needs none)");
     const std::string before = folder.Listing();
     EXPECT_EQ(RunScan(hand + Words{"--strict-stream", "--scale=50%", "-o", "never.tif"}).code, 3);
     EXPECT_EQ(folder.Listing(), before);
@@ -254,8 +254,8 @@ TEST_F(ScanDevice, TheFeederFillsOneTiff) {
     // No page is scanned for it.
     for (const char* pages : {"--pages=2", "--pages=all"}) {
         ExpectError(Set({"read-return-value=SANE_STATUS_IO_ERROR"}) + Words{pages}, 3,
-                    "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each "
-                    "page a file");
+                    "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each "
+                    "page to its own file");
     }
     ExpectError({"--pages=all", "--format=tiff"}, 2,
                 "--pages=all: the source is 'Flatbed', which is never empty; --set source=NAME chooses the feeder, "
@@ -302,35 +302,36 @@ TEST_F(ScanDevice, AnInterruptCancelsTheDeviceAndLeavesNoFile) {
 }
 
 TEST_F(ScanDevice, WrongOptionsNameWhatIsAllowed) {
-    ExpectError(Set({"depth=7"}), 2, "--set depth: '7' is out of range; allowed are 1, 8, 16");
-    ExpectError(Set({"depth=x"}), 2, "--set depth: 'x' is no number that it takes; allowed are 1, 8, 16");
+    ExpectError(Set({"depth=7"}), 2, "--set depth: '7' is out of range; allowed: 1, 8, 16");
+    ExpectError(Set({"depth=x"}), 2, "--set depth: 'x' is not a number that the device takes; allowed: 1, 8, 16");
     ExpectError(Set({"resolution=5000"}), 2,
-                "--set resolution: '5000' is out of range; allowed are 1 to 1200 dpi in steps of 1");
+                "--set resolution: '5000' is out of range; allowed: 1 to 1200 dpi in steps of 1");
     ExpectError({"--resolution=5000"}, 2,
-                "--resolution: '5000' is out of range; allowed are 1 to 1200 dpi in steps of 1");
+                "--resolution: '5000' is out of range; allowed: 1 to 1200 dpi in steps of 1");
     ExpectError({"--resolution=100x200"}, 2,
                 "--resolution: '100x200': the device has one resolution for both axes");
-    ExpectError(Set({"mode=Sepia"}), 2, "--set mode: 'Sepia' is none of Gray, Color");
+    ExpectError(Set({"mode=Sepia"}), 2, "--set mode: 'Sepia' is not one of Gray, Color");
     ExpectError(Set({"read-limit=maybe"}), 2, "--set read-limit: 'maybe' is neither yes nor no");
-    ExpectError(
-        Set({"three-pass=yes"}), 2,
-        "--set three-pass: is inactive as the device is set now; another option has to switch it on before");
+    ExpectError(Set({"three-pass=yes"}), 2,
+                "--set three-pass: is inactive with the device's current settings; set another option first that "
+                "enables it");
     ExpectError(Set({"=1"}), 2, "--set: '=1' is not NAME=VALUE");
-    ExpectError({"--pages=0"}, 2, "--pages: '0' is out of range; allowed are 1 to 1000000");
+    ExpectError({"--pages=0"}, 2, "--pages: '0' is out of range; allowed: 1 to 1000000");
     ExpectError({"--pages=some"}, 2, "--pages: 'some' is not a whole number from 1 to 1000000");
     ExpectError({"--resolution=1x2x3"}, 2, "--resolution: '1x2x3' is not DPI or XxY");
-    ExpectError({"file.png"}, 2, "scan: takes no file, but 'file.png' is there; -d names the scanner");
+    ExpectError({"file.png"}, 2, "scan: takes no input file, but 'file.png' was given; -d names the scanner");
     const Outcome unknown = RunScan(Set({"speed=1"}) + Words{"-o", "x.png"});
     EXPECT_EQ(unknown.code, 2);
     EXPECT_EQ(unknown.err.find("platen: --set speed: the device has no such option; it has mode, depth, "), 0u);
     EXPECT_EQ(Run({"scan", "-o", "x.png"}).err,
-              "platen: scan: no device; say -d NAME, and platen scan -L lists them\n");
+              "platen: scan: no device; give -d NAME (platen scan -L lists the devices)\n");
     EXPECT_EQ(RunScan({"-o", "%s.png"}).err,
               "platen: -o: %s is an input file's name, and a scan has none; %d and %03d number the pages\n");
     const Outcome format = RunScan({"-o", "page"});
     EXPECT_EQ(format.code, 2);
     EXPECT_EQ(format.err,
-              "platen: -o: 'page' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm and .pam "
+              "platen: -o: 'page' has no ending that names a format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, "
+              ".pnm and .pam "
               "do, or "
               "--format\n");
     WriteFile(configuration.File("long.txt"), std::string(4'000'010, '1'));
@@ -344,7 +345,7 @@ TEST_F(ScanDevice, ReadOnlyOptionsStayAsTheyAre) {
     const Outcome outcome =
         RunScan(Set({"enable-test-options=yes", "bool-soft-detect=yes"}) + Words{"-o", "x.png"});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_EQ(outcome.err, "platen: --set bool-soft-detect: can be read only\n");
+    EXPECT_EQ(outcome.err, "platen: --set bool-soft-detect: is read-only\n");
 }
 
 TEST_F(ScanDevice, OptionsOfEveryTypeAreTaken) {
@@ -355,7 +356,7 @@ TEST_F(ScanDevice, OptionsOfEveryTypeAreTaken) {
              "string-constraint-string-list=Second entry"});
     DoScan(all + Words{"-o", "x.png"});
     const Outcome inexact = RunScan(Set({"enable-test-options=yes", "int-inexact=7"}) + Words{"-o", "y.png"});
-    EXPECT_EQ(inexact.err, "platen: --set int-inexact: the device made 8 of 7\n");
+    EXPECT_EQ(inexact.err, "platen: --set int-inexact: the device uses 8 instead of 7\n");
     ExpectError(Set({"enable-test-options=yes", "int-constraint-array=1,2"}), 2,
                 "--set int-constraint-array: has 2 values; the device wants 6, each whole numbers mm");
     ExpectError(Set({"enable-test-options=yes", "button=1"}), 2, "--set button: is a button and takes no value");
@@ -486,8 +487,8 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
     const Outcome layout = RunScan({"--depth=16", "-o", "deep.jpg"});
     EXPECT_EQ(layout.code, 3);
     EXPECT_EQ(layout.err,
-              "platen: test: JPEG can't hold 16-bit grey; --depth=8 makes what it can, and PNG, TIFF and PNM "
-              "hold all\n");
+              "platen: test: JPEG can't hold 16-bit grey; --depth=8 converts the page, and PNG, TIFF and PNM hold "
+              "it as it is\n");
     ExpectError({"--hue=10"}, 3, "test: --hue needs a colour page; this one is grey");
     // A scan of unknown height too, which would have come to this error.
     const Words hand = Set({"hand-scanner=yes", "read-return-value=SANE_STATUS_IO_ERROR"}) + Words{"--scale=50%"};
@@ -498,13 +499,13 @@ TEST_F(ScanDevice, WhatWouldFailAfterwardsFailsBefore) {
         "test: the page's height isn't known, and scaling, turning and sharpness need it; --strict-stream forbids "
         "spooling");
     ExpectError({"--max-side=100"}, 1,
-                "test: the page is too large: 157 x 196 pixels; allowed are 100 on a side (--max-side)");
+                "test: the page is too large: 157 x 196 pixels; allowed: 100 on a side (--max-side)");
 }
 
 TEST_F(ScanDevice, PagesOfUnknownHeightEndAtTheLimit) {
     const Words hand = Set({"mode=Color", "hand-scanner=yes"}) + Words{"--max-side=300"};
     const std::string message =
-        "test: the page is too large: 216 x 301 pixels; allowed are 300 on a side (--max-side)";
+        "test: the page is too large: 216 x 301 pixels; allowed: 300 on a side (--max-side)";
     ExpectError(hand, 1, message);
     ExpectError(hand + Set({"three-pass=yes"}), 1, message);
 }

@@ -38,7 +38,7 @@ class Usage : public testing::Test {
 
 TEST_F(Usage, WrongCommandLinesEndWith2) {
     Expect({"grey.pgm", "-o", "x.png", "--brightness=101"}, kUsage,
-           "--brightness: '101' is out of range; allowed are -100 to 100");
+           "--brightness: '101' is out of range; allowed: -100 to 100");
     Expect({"grey.pgm", "-o", "x.png", "--curve=0,0"}, kUsage,
            "--curve: '0,0' has 1 points; five are needed: x,y:x,y:x,y:x,y:x,y");
     Expect({"--nonsense"}, kUsage, "unknown option '--nonsense'; see platen --help");
@@ -49,8 +49,8 @@ TEST_F(Usage, WrongCommandLinesEndWith2) {
     Expect({"grey.pgm", "colour.ppm", "-o", "%d.png", "--jobs=2"}, kUsage,
            "--jobs: several inputs at a time need %s in the output's name");
     Expect({"curve", "--svg=-", "--table=c"}, kUsage, "--svg=-: the table goes to standard output; name a file");
-    Expect({"curve", "file"}, kUsage, "curve: takes no file, but 'file' is there");
-    Expect({"curve", "--table=xml"}, kUsage, "--table: 'xml' is none of plain, c, csv, sane");
+    Expect({"curve", "file"}, kUsage, "curve: takes no input file, but 'file' is there");
+    Expect({"curve", "--table=xml"}, kUsage, "--table: 'xml' is not one of plain, c, csv, sane");
     Expect({"info"}, kUsage, "info: no file; see platen --help");
 }
 
@@ -62,32 +62,32 @@ TEST_F(Usage, LayoutsThatAnOptionCannotWorkOnEndWith3) {
     Expect({"grey.pgm", "-o", "x.pgm", "--balance-shadows=1,2,3"}, kUnsupported,
            "grey.pgm: --balance-shadows needs a colour page; this one is grey");
     Expect({"colour.ppm", "-o", "x.pgm", "--mode=lineart", "--saturation=9"}, kUnsupported,
-           "colour.ppm: --saturation needs colours, which --mode=lineart takes away before");
+           "colour.ppm: --saturation needs colours, which --mode=lineart removes first");
     Expect({"colour.ppm", "-o", "x.pgm", "--depth=1", "--hue=9", "--balance-midtones=1,2,3",
             "--balance-midtones=3,2,1"},
-           kUnsupported,
-           "colour.ppm: --balance-midtones and --hue need colours, which --depth=1 takes away before");
+           kUnsupported, "colour.ppm: --balance-midtones and --hue need colours, which --depth=1 removes first");
     Expect({"grey.pgm", "-o", "x.pgm", "--size=99999x9"}, kUnsupported,
-           "grey.pgm: the result would have 99999 x 9 pixels; allowed are 65535 a side and 268435456 in all "
+           "grey.pgm: the result would have 99999 x 9 pixels; allowed: 65535 a side and 268435456 in all "
            "(--max-side, --max-pixels)");
 }
 
 TEST_F(Usage, ColoursToFlattenOverAreNamesOrNumbers) {
     for (const std::string colour : {"red", "#12345", "#12345g", "#1234567", "123456"}) {
         Expect({"grey.pgm", "-o", "x.pgm", "--flatten=" + colour}, kUsage,
-               "--flatten: '" + colour + "' is none of white, black and #RRGGBB");
+               "--flatten: '" + colour + "' is not white, black or #RRGGBB");
     }
     WriteFile(folder.File("alpha.pam"),
               "P7\nWIDTH 1\nHEIGHT 1\nDEPTH 2\nMAXVAL 255\nTUPLTYPE GRAYSCALE_ALPHA\nENDHDR\nab");
     before = folder.Listing();
     Expect({"alpha.pam", "-o", "x.jpg"}, kUnsupported,
-           "alpha.pam: JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it");
+           "alpha.pam: JPEG has no alpha channel; --flatten blends the page with white, and PNG, TIFF and PAM keep "
+           "alpha");
     EXPECT_EQ(Spawn({folder.File("alpha.pam"), "--flatten", "-o", folder.File("f.jpg")}).code, 0);
 }
 
 TEST_F(Usage, InputsThatFailEndWith1) {
     Expect({"grey.pgm", "-o", "x.pgm", "--resolution=300"}, kFailed,
-           "grey.pgm: --resolution: the file does not say what resolution it has; give --input-resolution");
+           "grey.pgm: --resolution: the file doesn't state its resolution; give --input-resolution");
     Expect({"grey.pgm", "-o", "x.pgm", "--page=2"}, kFailed, "grey.pgm: --page: there is only 1 page");
     WriteFile(folder.File("two.pgm"), PnmPage(8, 8, false) + PnmPage(8, 8, false));
     before = folder.Listing();
@@ -133,7 +133,7 @@ TEST_F(Usage, HelpAndVersionGoToStandardOutput) {
     }
     EXPECT_EQ(Spawn({"--help"}).out.find("--max-side"), std::string::npos);
     EXPECT_NE(Spawn({"--help=all"}).out.find("--max-side"), std::string::npos);
-    EXPECT_EQ(Spawn({"--help=some"}).err, "platen: --help: 'some' is not all, the only value it takes\n");
+    EXPECT_EQ(Spawn({"--help=some"}).err, "platen: --help: 'some' is not all, the only value allowed\n");
     EXPECT_NE(Spawn({"curve", "--help"}).out.find("--svg"), std::string::npos);
     EXPECT_NE(Spawn({"info", "--help"}).out.find("--json"), std::string::npos);
 }

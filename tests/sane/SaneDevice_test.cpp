@@ -347,8 +347,8 @@ TEST_F(SaneDevice, PresetsThatNeedTheWholePageAreNotOffered) {
     for (const char* name : {"levels", "white", "otsu", "turned", "cut", "auto-document", "auto-photo"}) {
         EXPECT_FALSE(offered.contains(name)) << name;
         EXPECT_NE(told.find("[platen] the preset " + std::string(name) +
-                            " isn't offered: it has automatic settings, or crops or rotates; here the page's lines "
-                            "pass once, in their order\n"),
+                            " isn't offered: it crops, rotates or has automatic settings, which this backend can't "
+                            "do: it handles lines once, in order\n"),
                   std::string::npos)
             << name << told;
         EXPECT_EQ(application.SetText("platen-preset", name), SANE_STATUS_INVAL) << name;
@@ -362,7 +362,7 @@ TEST_F(SaneDevice, PresetsThatNeedTheWholePageAreNotOffered) {
     WriteFile(folder.File("plain.toml"), "rotate = 90\n");
     testing::internal::CaptureStderr();
     EXPECT_EQ(application.SetText("platen-preset", "plain"), SANE_STATUS_INVAL);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("[platen] the preset plain has automatic settings, or "),
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("[platen] the preset plain crops, rotates or has "),
               std::string::npos);
     unsetenv("SANE_DEBUG_PLATEN");
     EXPECT_EQ(application.Text("platen-preset"), "plain");

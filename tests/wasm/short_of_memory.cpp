@@ -1,4 +1,4 @@
-// What the library's operations do in WebAssembly when memory is short; address 0 can be written there.
+// What the library's operations do in WebAssembly when memory runs out; address 0 can be written there.
 //
 //   short_of_memory nothrow     `new (std::nothrow)` gives a null pointer: exit code 0
 //   short_of_memory plain       plain `new` ends the program: it never gets to the message

@@ -84,22 +84,22 @@ def _parser() -> argparse.ArgumentParser:
         allow_abbrev=False,
     )
     where = parser.add_argument_group("where it runs")
-    where.add_argument("--workers", type=_positive, metavar="N", help="processes on this machine (one a core)")
-    where.add_argument("--scheduler", metavar="ADDRESS", help="run on this Dask cluster; its workers see IN and OUT")
+    where.add_argument("--workers", type=_positive, metavar="N", help="processes on this machine (one per core)")
+    where.add_argument("--scheduler", metavar="ADDRESS", help="run on this Dask cluster, whose workers see IN and OUT")
     where.add_argument("--in-flight", type=_positive, default=4, metavar="N", help="pages for each worker at a time (4)")
     where.add_argument("--patience", type=float, default=30, metavar="S", help="seconds to wait for a scheduler (30)")
-    where.add_argument("--platen", metavar="FILE", help="the tool, where it isn't in PATH")
+    where.add_argument("--platen", metavar="FILE", help="the tool, if it isn't in PATH")
     what = parser.add_argument_group("what is done")
-    what.add_argument("--retry-failed", action="store_true", help="try pages again that failed before")
+    what.add_argument("--retry-failed", action="store_true", help="retry pages that failed before")
     what.add_argument("--force", action="store_true", help="replace files in OUT that are not from this batch")
-    what.add_argument("--verify", action="store_true", help="compare OUT with the manifest; nothing else is done")
-    what.add_argument("--manifest", metavar="FILE", help="the record of what is done (OUT/.platen-batch/manifest.sqlite)")
+    what.add_argument("--verify", action="store_true", help="only compare OUT with the manifest")
+    what.add_argument("--manifest", metavar="FILE", help="the record of finished pages (OUT/.platen-batch/manifest.sqlite)")
     what.add_argument("--page", help=argparse.SUPPRESS)
     for name in ("--strict-stream",):
         what.add_argument(name, action="store_true", help=argparse.SUPPRESS)
     for name in ("--max-side", "--max-pixels", "--threads"):
         what.add_argument(name, help=argparse.SUPPRESS)
-    parser.add_argument("--progress", action=argparse.BooleanOptionalAction, help="the line about it (on a terminal)")
+    parser.add_argument("--progress", action=argparse.BooleanOptionalAction, help="show progress (default on a terminal)")
     return parser
 
 
@@ -111,7 +111,7 @@ class Settings:
         try:
             self.version = tool_version(tool)
         except (OSError, Failed) as error:
-            raise UsageError(f"{tool}: can't be run: {error}; name the tool by --platen=FILE") from None
+            raise UsageError(f"{tool}: can't be run: {error}; name the tool with --platen=FILE") from None
         self.preset = self._preset(options)
         extra = []
         for name in ("page", "max_side", "max_pixels", "threads"):
@@ -161,7 +161,7 @@ def _find_tool(given: Optional[str]) -> str:
         return os.path.abspath(given)
     beside = os.environ.get("PLATEN_TOOL") or shutil.which("platen")
     if beside is None:
-        raise UsageError("there is no platen in PATH; name the tool by --platen=FILE")
+        raise UsageError("there is no platen in PATH; name the tool with --platen=FILE")
     return os.path.abspath(beside)
 
 
@@ -237,7 +237,7 @@ class Batch:
         if plan.unreadable:
             parts.append(f"{plan.unreadable} unreadable")
         if plan.not_pages:
-            parts.append(f"{plan.not_pages} files are no pages")
+            parts.append(f"{plan.not_pages} files are not pages")
         say(", ".join(parts))
 
     def _run_pages(self, run: int, plan: Plan) -> Tuple[int, int, float]:
@@ -261,7 +261,7 @@ class Batch:
                     continue
                 self._record(outcome.job, result, progress)
         except ClusterLost as error:
-            self.ended, code = f"stopped: {error}; run again when there is one", STOPPED
+            self.ended, code = f"stopped: {error}; run again when one is available", STOPPED
         except KeyboardInterrupt:
             self.ended, code = "interrupted; run again to go on", INTERRUPTED
         except sqlite3.OperationalError as error:
@@ -373,7 +373,7 @@ class Batch:
         finally:
             if cluster is not None:
                 cluster.close()
-        say(f"{checked} outputs compared with the manifest, {wrong} are not what was written")
+        say(f"{checked} outputs compared with the manifest, {wrong} differ")
         return SOME_FAILED if wrong else DONE
 
 
@@ -394,7 +394,7 @@ def main(words: Optional[List[str]] = None) -> int:
     try:
         if len(folders) != 2:
             raise UsageError(
-                f"IN and OUT are needed, and {len(folders)} names are given; an option's value is written --name=value"
+                f"expected IN and OUT, got {len(folders)} names; write an option's value as --name=value"
             )
         batch = Batch(arguments, options, folders)
         try:

@@ -161,7 +161,7 @@ class Manifest:
             db.execute("UPDATE pages SET run = ? WHERE input = ?", (run, name))
             return "failed"
         elif present is not None and not owned and not force:
-            status, message = "refused", f"{output} is there already and not from this batch; --force replaces it"
+            status, message = "refused", f"{output} exists and is not from this batch; --force replaces it"
         db.execute(
             "INSERT INTO pages (input, output, size, mtime_ns, status, message, owned, run)"
             " VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8) ON CONFLICT (input) DO UPDATE SET output = ?2, size = ?3,"

@@ -76,7 +76,7 @@ def _checked_tool(tool: str, version: str) -> str:
         raise Failed(f"worker {socket.gethostname()} has neither {tool} nor platen in its PATH")
     present = tool_version(path)
     if present != version:
-        raise Failed(f"worker {socket.gethostname()} has {present}, but this run is of {version}")
+        raise Failed(f"worker {socket.gethostname()} has {present}, but this run uses {version}")
     return path
 
 
@@ -130,7 +130,7 @@ def _make(job: Job, source: str, folder: str) -> Tuple[str, float]:
     )
     text = run.stderr.decode("utf-8", "replace")
     if run.returncode < 0:
-        raise Failed(f"the tool was ended by signal {-run.returncode}")
+        raise Failed(f"the tool was killed by signal {-run.returncode}")
     if os.strerror(errno.ENOSPC) in text or os.strerror(errno.EDQUOT) in text:
         raise OSError(errno.ENOSPC, os.strerror(errno.ENOSPC))
     if run.returncode != 0:
@@ -159,7 +159,7 @@ def _work(job: Job) -> Result:
         size = os.stat(temporary).st_size
         after = os.stat(source)
         if (after.st_size, after.st_mtime_ns) != (before.st_size, before.st_mtime_ns):
-            raise Failed("the input was changed while it was read; run again")
+            raise Failed("the input changed while it was being read; run again")
         os.replace(temporary, target)
     finally:
         shutil.rmtree(folder, ignore_errors=True)

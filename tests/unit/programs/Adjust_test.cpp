@@ -207,7 +207,7 @@ TEST_F(AdjustTest, AFileThatChangesBetweenItsTwoReadingsIsAnError) {
     std::optional<SpooledPage> spooled;
     std::string notice;
     EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { pages.Find(reader, 1, spooled, notice); }),
-              "the file has changed while it was read");
+              "the file changed while it was being read");
 }
 
 TEST_F(AdjustTest, AMissingPageIsAnError) {

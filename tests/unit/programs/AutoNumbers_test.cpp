@@ -119,9 +119,9 @@ TEST(AutoNumbers, PaperOfEveryLevelBecomesWhite) {
 
 TEST(AutoNumbers, PagesThatHaveNothingToFindAreLeftAlone) {
     EXPECT_EQ(Messages({"--auto-levels"}, CountsOf(1, {{{0}, 1}, {{255}, 1}})),
-              Strings{"automatic settings left out: 2 pixels are too few to find them from"});
+              Strings{"automatic settings left out: 2 pixels are too few to measure"});
     EXPECT_EQ(Messages({"--auto-white", "--auto-levels"}, CountsOf(1, {{{0}, 1}})),
-              Strings{"automatic settings left out: 1 pixel is too few to find them from"});
+              Strings{"automatic settings left out: 1 pixel is too few to measure"});
     for (const int level : {0, 17, 60, 128, 255}) {
         const std::string text = std::to_string(level);
         EXPECT_EQ(Messages({"--auto-levels"}, CountsOf(1, {{{static_cast<std::uint8_t>(level)}, 1000}})),
@@ -150,7 +150,7 @@ TEST(AutoNumbers, PagesThatHaveNothingToFindAreLeftAlone) {
     };
     const Strings oneTone = {
         "--auto-threshold left out: the page has one tone only, or tones too close for print and paper; 50 percent "
-        "it is"};
+        "is used"};
     EXPECT_EQ(threshold(CountsOf(1, {{{255}, 1000}})), oneTone);
     EXPECT_EQ(threshold(CountsOf(1, {{{0}, 1000}})), oneTone);
     EXPECT_EQ(threshold(CountsOf(1, {{{240}, 1000}, {{250}, 1000}})), oneTone);

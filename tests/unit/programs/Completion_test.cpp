@@ -58,18 +58,18 @@ TEST(Completion, WhatIsOfferedIsWhatTheOptionsTake) {
             EXPECT_NO_THROW(CheckOption({spec.name, word})) << spec.name << " " << word;
         }
         const std::string refusal = RefusalOf(spec);
-        if (!refusal.ends_with(": 'other' is none of " + list)) {
+        if (!refusal.ends_with(": 'other' is not one of " + list)) {
             others += refusal + "\n";
         }
     }
     EXPECT_EQ(others,
               "--curve-kind: 'other' is not spline or polyline\n"
               "--sharpness: 'other' is not a whole number from -2 to 3\n"
-              "--flatten: 'other' is none of white, black and #RRGGBB\n");
+              "--flatten: 'other' is not white, black or #RRGGBB\n");
 }
 
 TEST(Completion, OtherShellsAreRefused) {
-    EXPECT_EQ(UsageText([] { CompletionText("csh"); }), "--completion: 'csh' is none of bash, zsh, fish");
+    EXPECT_EQ(UsageText([] { CompletionText("csh"); }), "--completion: 'csh' is not one of bash, zsh, fish");
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ TEST(CurveCommand, EveryFormPrintsTheFoldedTable) {
         EXPECT_EQ(Curve({"--brightness=30", std::string("--table=") + name}), TableText(tables, form)) << name;
     }
     EXPECT_EQ(Curve({"--brightness=30"}), TableText(tables, TableForm::kPlain));
-    EXPECT_EQ(UsageText([] { Curve({"--table=xml"}); }), "--table: 'xml' is none of plain, c, csv, sane");
+    EXPECT_EQ(UsageText([] { Curve({"--table=xml"}); }), "--table: 'xml' is not one of plain, c, csv, sane");
 }
 
 TEST(CurveCommand, AListForAScannerNeedsEqualChannels) {
@@ -38,7 +38,7 @@ TEST(CurveCommand, AListForAScannerNeedsEqualChannels) {
         EXPECT_EQ(UsageText([&] {
                       Curve({"--table=sane", std::string("--balance-midtones=") + shift});
                   }),
-                  "--table=sane: is one list, but colour balance makes the channels differ")
+                  "--table=sane: holds one table, but colour balance makes the channels differ")
             << shift;
     }
     EXPECT_EQ(Curve({"--table=sane", "--balance-midtones=0,0,0"}).substr(0, 8), "0,1,2,3,");
@@ -76,7 +76,7 @@ TEST(CurveCommand, TakesNoFileAndOneThingForStandardOutput) {
                   Curve({"--svg=-", "--table=plain"});
               }),
               "--svg=-: the table goes to standard output; name a file");
-    EXPECT_EQ(UsageText([] { Curve({"a.png"}); }), "curve: takes no file, but 'a.png' is there");
+    EXPECT_EQ(UsageText([] { Curve({"a.png"}); }), "curve: takes no input file, but 'a.png' is there");
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ TEST(CurveText, SaneIsOneListAndNeedsEqualChannels) {
     const std::vector<int> numbers = NumbersIn(text);
     EXPECT_TRUE(std::equal(numbers.begin(), numbers.end(), tables.red.begin(), tables.red.end()));
     EXPECT_EQ(UsageText([] { TableText(SomeTables(), TableForm::kSane); }),
-              "--table=sane: is one list, but colour balance makes the channels differ");
+              "--table=sane: holds one table, but colour balance makes the channels differ");
 }
 
 TEST(CurvePlot, DrawsOneLineWhereTheChannelsAgreeElseThree) {

@@ -63,10 +63,10 @@ TEST(DryRun, ShowsThreeRowsOfPointsWhereAChannelDiffers) {
 
 TEST(DryRun, NotesWhatHasNoEffect) {
     EXPECT_EQ(RowOf(DescribePage(PlanPage(SettingsOf({"--scale=100%"}), Info(4, 3, 3))), "note"),
-              "  note      the page has its size already; nothing is scaled");
-    EXPECT_EQ(
-        RowOf(DescribePage(PlanPage(SettingsOf({"--sharpness=1"}), Info(2, 3, 3))), "note"),
-        "  note      the page is less than three pixels wide or two lines high; it is not sharpened or softened");
+              "  note      the page already has this size; it is not scaled");
+    EXPECT_EQ(RowOf(DescribePage(PlanPage(SettingsOf({"--sharpness=1"}), Info(2, 3, 3))), "note"),
+              "  note      the page is narrower than three pixels or lower than two lines; it is not sharpened or "
+              "softened");
 }
 
 class DryRunOfFiles : public testing::Test {
@@ -133,17 +133,18 @@ TEST_F(DryRunOfFiles, AnOutputThatCannotHoldThePagesIsAnError) {
         unsigned long next = 1;
         return ErrorText(code, [&] { Describe(path, words, output, next); });
     };
-    EXPECT_EQ(
-        refusal(ExitCode::kUnsupported, {}, "two.png"),
-        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
+    EXPECT_EQ(refusal(ExitCode::kUnsupported, {}, "two.png"),
+              "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page "
+              "to its own file");
     EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=2-3", "--format=jpeg"}, "two.tif"),
-              "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page "
-              "a file");
+              "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page "
+              "to its own file");
     EXPECT_EQ(refusal(ExitCode::kUsage, {}, "foo"),
-              "-o: 'foo' doesn't tell its format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm and .pam do, or "
+              "-o: 'foo' has no ending that names a format; .png, .tif, .jpg, .pdf, .pbm, .pgm, .ppm, .pnm and "
+              ".pam do, or "
               "--format");
     EXPECT_EQ(refusal(ExitCode::kUnsupported, {"--page=1", "--depth=16"}, "one.jpg"),
-              "JPEG can't hold 16-bit grey; --depth=8 makes what it can, and PNG, TIFF and PNM hold all");
+              "JPEG can't hold 16-bit grey; --depth=8 converts the page, and PNG, TIFF and PNM hold it as it is");
     unsigned long next = 1;
     EXPECT_NE(Describe(path, {"--page=2"}, "one.png", next), "");
     for (const char* output : {"%d.png", "all.tif", "all.pnm", "-", ""}) {

@@ -61,7 +61,7 @@ TEST(Geometry, ResolutionNeedsTheInputs) {
     SizeSettings settings;
     settings.resolution = Resolution{{200, 1}, {200, 1}};
     EXPECT_EQ(ErrorText(ExitCode::kFailed, [&] { TargetSize(Page(10, 10, 0), settings, {}); }),
-              "--resolution: the file does not say what resolution it has; give --input-resolution");
+              "--resolution: the file doesn't state its resolution; give --input-resolution");
 }
 
 TEST(Geometry, ShrinkOnlyNeverEnlargesASide) {
@@ -78,7 +78,7 @@ TEST(Geometry, LimitsHoldForTheResult) {
     SizeSettings settings;
     settings.scale = 1000.0;
     EXPECT_EQ(ErrorText(ExitCode::kUnsupported, [&] { TargetSize(Page(100, 10, 0), settings, {}); }),
-              "the result would have 100000 x 10000 pixels; allowed are 65535 a side and 268435456 in all "
+              "the result would have 100000 x 10000 pixels; allowed: 65535 a side and 268435456 in all "
               "(--max-side, --max-pixels)");
     EXPECT_THROW(TargetSize(Page(10, 100, 0), settings, {}), Error);  // the other side
     settings.scale = 300.0;

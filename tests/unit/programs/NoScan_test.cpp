@@ -18,7 +18,7 @@ TEST(NoScan, WrongOptionsAreStillSeenFirst) {
     testing::internal::CaptureStderr();
     const int code = RunProgram({"scan", "-o", "never.png"});
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "platen: scan: no device; say -d NAME, and platen scan -L lists them\n");
+              "platen: scan: no device; give -d NAME (platen scan -L lists the devices)\n");
     EXPECT_EQ(code, 2);
 }
 

@@ -13,7 +13,7 @@ TEST(Numbers, WholeNumbersTakeSignsAndBothEndsOfTheRange) {
 
 TEST(Numbers, WholeNumberErrorsNameOptionTextAndRange) {
     EXPECT_EQ(UsageText([] { ParseWhole("--n", "101", -100, 100); }),
-              "--n: '101' is out of range; allowed are -100 to 100");
+              "--n: '101' is out of range; allowed: -100 to 100");
     for (const char* text : {"", " 5", "5 ", "5x", "0x5", "5.0", "1e2", "+-5", "--5", "99999999999999999999"}) {
         EXPECT_EQ(UsageText([text] { ParseWhole("--n", text, -100, 100); }),
                   std::string("--n: '") + text + "' is not a whole number from -100 to 100");
@@ -25,7 +25,7 @@ TEST(Numbers, DecimalNumbersAreFiniteAndWhole) {
     EXPECT_EQ(ParseNumber("--g", "9.99", 0.1, 9.99), 9.99);
     EXPECT_EQ(ParseNumber("--g", "1e0", 0.1, 9.99), 1.0);
     EXPECT_EQ(UsageText([] { ParseNumber("--g", "10", 0.1, 9.99); }),
-              "--g: '10' is out of range; allowed are 0.1 to 9.99");
+              "--g: '10' is out of range; allowed: 0.1 to 9.99");
     for (const char* text : {"", "nan", "inf", "1,5", "1.5x", " 1", "0x1"}) {
         EXPECT_EQ(UsageText([text] { ParseNumber("--g", text, 0.1, 9.99); }),
                   std::string("--g: '") + text + "' is not a number from 0.1 to 9.99");

@@ -44,7 +44,8 @@ TEST(OptionValue, FixedNumbersAreRounded) {
     EXPECT_EQ(ParseOptionValue("", option, "1.5").words[0], 0x18000);
     EXPECT_EQ(ParseOptionValue("", option, "-32768").words[0], INT32_MIN);
     EXPECT_EQ(ParseOptionValue("", option, "0.1").words[0], 6554);
-    EXPECT_EQ(Refusal(option, "32768"), "--set thing: '32768' is no number that it takes; allowed are numbers");
+    EXPECT_EQ(Refusal(option, "32768"),
+              "--set thing: '32768' is not a number that the device takes; allowed: numbers");
     EXPECT_NE(Refusal(option, "nan"), "taken");
 }
 
@@ -56,7 +57,7 @@ TEST(OptionValue, RangesAndLists) {
     option.unit = SANE_UNIT_DPI;
     EXPECT_EQ(Refusal(option, "-5"), "taken");
     EXPECT_EQ(Refusal(option, "50"), "taken");
-    EXPECT_EQ(Refusal(option, "51"), "--set thing: '51' is out of range; allowed are -5 to 50 dpi in steps of 5");
+    EXPECT_EQ(Refusal(option, "51"), "--set thing: '51' is out of range; allowed: -5 to 50 dpi in steps of 5");
     EXPECT_NE(Refusal(option, "-6"), "taken");
 
     const SANE_Word list[] = {3, 1, 8, 16};
@@ -64,7 +65,7 @@ TEST(OptionValue, RangesAndLists) {
     option.constraint.word_list = list;
     option.unit = SANE_UNIT_BIT;
     EXPECT_EQ(Refusal(option, "8"), "taken");
-    EXPECT_EQ(Refusal(option, "3"), "--set thing: '3' is out of range; allowed are 1, 8, 16 bits");
+    EXPECT_EQ(Refusal(option, "3"), "--set thing: '3' is out of range; allowed: 1, 8, 16 bits");
 
     auto fixed = Option(SANE_TYPE_FIXED);
     const SANE_Word fixedList[] = {2, SANE_FIX(12.1), SANE_FIX(-32.7)};
@@ -72,7 +73,7 @@ TEST(OptionValue, RangesAndLists) {
     fixed.constraint.word_list = fixedList;
     EXPECT_EQ(ParseOptionValue("", fixed, "12.1").words[0], SANE_FIX(12.1));
     EXPECT_EQ(ParseOptionValue("", fixed, "-32.7").words[0], SANE_FIX(-32.7));
-    EXPECT_EQ(Refusal(fixed, "12.2"), "--set thing: '12.2' is out of range; allowed are 12.1, -32.7");
+    EXPECT_EQ(Refusal(fixed, "12.2"), "--set thing: '12.2' is out of range; allowed: 12.1, -32.7");
 }
 
 TEST(OptionValue, StringsFitTheDevicesBuffer) {
@@ -86,7 +87,7 @@ TEST(OptionValue, StringsFitTheDevicesBuffer) {
     option.constraint_type = SANE_CONSTRAINT_STRING_LIST;
     option.constraint.string_list = names;
     option.cap |= SANE_CAP_AUTOMATIC;
-    EXPECT_EQ(Refusal(option, "gray"), "--set thing: 'gray' is none of Gray, auto");
+    EXPECT_EQ(Refusal(option, "gray"), "--set thing: 'gray' is not one of Gray, auto");
     EXPECT_EQ(ParseOptionValue("", option, "auto").action, SANE_ACTION_SET_VALUE);  // its own word comes first
 }
 
@@ -102,7 +103,7 @@ TEST(OptionValue, SwitchesButtonsAndHeadings) {
     EXPECT_EQ(ParseOptionValue("", automatic, "auto").action, SANE_ACTION_SET_AUTO);
     EXPECT_EQ(Refusal(Option(SANE_TYPE_BUTTON), ""), "taken");
     EXPECT_EQ(Refusal(Option(SANE_TYPE_BUTTON), "1"), "--set thing: is a button and takes no value");
-    EXPECT_EQ(Refusal(Option(SANE_TYPE_GROUP), "1"), "--set thing: is a heading, no option");
+    EXPECT_EQ(Refusal(Option(SANE_TYPE_GROUP), "1"), "--set thing: is a heading, not an option");
 }
 
 TEST(OptionValue, ACurvesTableIsDrawnOutToTheDevicesSize) {

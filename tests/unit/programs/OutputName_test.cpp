@@ -56,7 +56,7 @@ TEST(OutputName, OtherPercentSignsAreRefused) {
     for (const char* text :
          {"%", "a%", "%x", "%3d", "%03s", "%00d", "%03", "%0", "%03%", "%:d", "%0:d", "%1d", "a%0/d"}) {
         EXPECT_EQ(UsageText([text] { OutputName name(text); }),
-                  std::string("-o: '") + text + "' has a '%' that is none of %s, %d, %01d to %09d and %%");
+                  std::string("-o: '") + text + "' has a '%' that is not the start of %s, %d, %01d to %09d or %%");
     }
 }
 

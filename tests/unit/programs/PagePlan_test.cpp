@@ -117,7 +117,7 @@ TEST(PagePlan, ColourOptionsNeedColour) {
     EXPECT_EQ(Refusal({"--hue=2"}, 8, 1), "--hue needs a colour page; this one is grey");
     EXPECT_EQ(Refusal({"--lightness=2"}, 8, 2), "--lightness needs a colour page; this one is grey");
     EXPECT_EQ(Refusal({"--lightness=2", "--mode=gray"}, 8, 4),
-              "--lightness needs colours, which --mode=gray takes away before");
+              "--lightness needs colours, which --mode=gray removes first");
     EXPECT_EQ(Refusal({"--balance-midtones=0,0,1"}, 8, 1),
               "--balance-midtones needs a colour page; this one is grey");
 }
@@ -131,8 +131,9 @@ TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
         const PagePlan plan = PlanPage(With({"--sharpness=2"}), info);
         EXPECT_TRUE(plan.stages.empty());
         ASSERT_EQ(plan.notices.size(), 1u);
-        EXPECT_EQ(plan.notices[0],
-                  "the page is less than three pixels wide or two lines high; it is not sharpened or softened");
+        EXPECT_EQ(
+            plan.notices[0],
+            "the page is narrower than three pixels or lower than two lines; it is not sharpened or softened");
     }
 }
 
@@ -140,7 +141,7 @@ TEST(PagePlan, TheSameSizeIsNotScaled) {
     const PagePlan plan = PlanPage(With({"--scale=100%"}), Page(8, 3));
     EXPECT_TRUE(plan.stages.empty());
     ASSERT_EQ(plan.notices.size(), 1u);
-    EXPECT_EQ(plan.notices[0], "the page has its size already; nothing is scaled");
+    EXPECT_EQ(plan.notices[0], "the page already has this size; it is not scaled");
 }
 
 TEST(PagePlan, UnknownHeightIsRefusedWhereStreamingIsStrict) {
@@ -170,7 +171,7 @@ TEST(PagePlan, ConversionsAreNamed) {
     EXPECT_EQ(texts({"--depth=16"}, 8, 1), "8 bits to 16 bits");
     EXPECT_EQ(texts({"--mode=gray", "--negative"}, 8, 3), "colour to grey; negative");
     EXPECT_EQ(texts({"--mode=color"}, 8, 1), "grey to colour");
-    EXPECT_EQ(texts({"--mode=lineart"}, 8, 2), "alpha over white; threshold 50 %");
+    EXPECT_EQ(texts({"--mode=lineart"}, 8, 2), "alpha blended with white; threshold 50 %");
 }
 
 TEST(PagePlan, UnknownHeightsArePlannedAsFarAsTheyGo) {
@@ -192,7 +193,7 @@ TEST(PagePlan, UnknownHeightsArePlannedAsFarAsTheyGo) {
     EXPECT_EQ(result({"--height=25", "--sharpness=2"}), "2: ? x 25, 8-bit RGB, no resolution");
     EXPECT_EQ(PlanPage(With({"--gamma=2"}), info).notices.size(), 0u);
     constexpr const char* kAllowed =
-        " pixels; allowed are 65535 a side and 268435456 in all (--max-side, --max-pixels)";
+        " pixels; allowed: 65535 a side and 268435456 in all (--max-side, --max-pixels)";
     const std::pair<const char*, const char*> tooLarge[] = {{"--width=100000", "100000 x ?"},
                                                             {"--height=100000", "? x 100000"},
                                                             {"--scale=1000", "100000 x ?"},

@@ -56,28 +56,28 @@ TEST(PresetFile, WhatIsWrongIsNamedWithItsLine) {
     EXPECT_EQ(Refusal("mode = \"gray\"\n\noutput = \"x\"\n"), "p.toml:3: unknown key 'output" + kUnknown);
     EXPECT_EQ(Refusal("force = true"), "p.toml:1: unknown key 'force" + kUnknown);
     EXPECT_EQ(Refusal("[[tone]]\ngamma = 2\n[[tone]]\nbar = 1\n"), "p.toml:4: unknown key 'bar" + kUnknown);
-    EXPECT_EQ(Refusal("\n\nhue = 300"), "p.toml:3: --hue: '300' is out of range; allowed are -180 to 180");
+    EXPECT_EQ(Refusal("\n\nhue = 300"), "p.toml:3: --hue: '300' is out of range; allowed: -180 to 180");
     EXPECT_EQ(Refusal("[[tone]]\n\nlevels = [9, 10]"),
               "p.toml:3: --levels: input white must be at least 8 above input black, not 9,10");
     EXPECT_EQ(Refusal("[[tone]]\ngamma = nan"), "p.toml:2: --gamma: 'nan' is not a number from 0.1 to 9.99");
-    EXPECT_EQ(Refusal("gamma = 2"), "p.toml:1: gamma: is a tone step, which stands under [[tone]]");
-    EXPECT_EQ(Refusal("[[tone]]\nhue = 2"), "p.toml:2: hue: is no tone step, and stands above the first [[tone]]");
+    EXPECT_EQ(Refusal("gamma = 2"), "p.toml:1: gamma: is a tone step and must be under [[tone]]");
+    EXPECT_EQ(Refusal("[[tone]]\nhue = 2"),
+              "p.toml:2: hue: is not a tone step and must be above the first [[tone]]");
     EXPECT_EQ(Refusal("[[tone]]\ngamma = 2\ndescription = \"a\""),
-              "p.toml:3: description: is no tone step, and stands above the first [[tone]]");
+              "p.toml:3: description: is not a tone step and must be above the first [[tone]]");
     EXPECT_EQ(Refusal("[[tone]]\ngamma = 2\nbrightness = 3\n"),
-              "p.toml:3: brightness: a [[tone]] is one step; this begins another");
-    EXPECT_EQ(Refusal("mode = \"gray\"\n[[tone]]\n"), "p.toml:2: tone: there is no step in it");
-    EXPECT_EQ(Refusal("[[tone]]\ncurve-kind = \"spline\"\n"),
-              "p.toml:2: --curve-kind: there is no --curve that it could belong to");
-    EXPECT_EQ(Refusal("mode = \"gray\"\ntone = []"), "p.toml:2: tone: there is no step in it");
+              "p.toml:3: brightness: a [[tone]] holds one step; this starts another");
+    EXPECT_EQ(Refusal("mode = \"gray\"\n[[tone]]\n"), "p.toml:2: tone: has no step");
+    EXPECT_EQ(Refusal("[[tone]]\ncurve-kind = \"spline\"\n"), "p.toml:2: --curve-kind: needs a --curve");
+    EXPECT_EQ(Refusal("mode = \"gray\"\ntone = []"), "p.toml:2: tone: has no step");
     EXPECT_EQ(Refusal("[[tone]]\ncurve = [[0, 0], [9, 9]]"),
               "p.toml:2: --curve: '0,0:9,9' has 2 points; five are needed: x,y:x,y:x,y:x,y:x,y");
     EXPECT_EQ(Refusal("tone = 3"), "p.toml:1: tone: must be tables, [[tone]]");
     EXPECT_EQ(Refusal("tone = [3]"), "p.toml:1: tone: must be tables, [[tone]]");
     EXPECT_EQ(Refusal("negative = false"), "p.toml:1: negative: can only be true; leave it out otherwise");
     EXPECT_EQ(Refusal("negative = 2"), "p.toml:1: negative: can only be true; leave it out otherwise");
-    EXPECT_EQ(Refusal("mode = 1979-05-27"), "p.toml:1: mode: must be a number, a text or a list of them");
-    EXPECT_EQ(Refusal("order = [true]"), "p.toml:1: order: must be a number, a text or a list of them");
+    EXPECT_EQ(Refusal("mode = 1979-05-27"), "p.toml:1: mode: must be a number, a string or a list of them");
+    EXPECT_EQ(Refusal("order = [true]"), "p.toml:1: order: must be a number, a string or a list of them");
     EXPECT_EQ(Refusal("description = 3"), "p.toml:1: description: must be one line of text");
     EXPECT_EQ(Refusal("description = \"a\\nb\""), "p.toml:1: description: must be one line of text");
     EXPECT_EQ(Refusal("a = 1\nhue = = 2\n").find("p.toml:2: "), 0u);
@@ -101,9 +101,9 @@ TEST(PresetFile, EveryMemberOfAListCounts) {
     EXPECT_EQ(Refusal("[[tone]]\nlevels = [\"\", 30, 220]"),
               "p.toml:2: --levels: BLACK: '' is not a whole number from 0 to 247");
     EXPECT_EQ(Refusal("[[tone]]\nlevels = [[30, 220]]"),
-              "p.toml:2: levels: must be a number, a text or a list of them");
+              "p.toml:2: levels: must be a number, a string or a list of them");
     EXPECT_EQ(Refusal("[[tone]]\ncurve = [[0, 0], [[50, 50]], [128, 128], [200, 200], [255, 255]]"),
-              "p.toml:2: curve: must be a number, a text or a list of them");
+              "p.toml:2: curve: must be a number, a string or a list of them");
     EXPECT_EQ(Refusal("[[tone]]\ncurve = [[0, 0], [], [128, 128], [200, 200], [255, 255]]"),
               "p.toml:2: --curve: '' is not a point x,y");
 }

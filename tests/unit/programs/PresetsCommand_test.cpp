@@ -85,7 +85,7 @@ TEST_F(PresetsCommandTest, OtherWordsAreRefused) {
         {"show"}, {"show", "a", "b"}, {"check"}, {"list", "a"}, {"delete", "a"}};
     for (const auto& words : cases) {
         EXPECT_EQ(UsageText([&words] { RunPresets(ParseArguments(kPresets, words)); }),
-                  "presets: say list, show NAME or check FILE");
+                  "presets: expected list, show NAME or check FILE");
     }
 }
 

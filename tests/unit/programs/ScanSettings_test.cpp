@@ -57,18 +57,18 @@ TEST(ScanSettings, SeveralPagesNeedAnOutputThatHoldsThem) {
         all.insert(all.end(), words.begin(), words.end());
         return ErrorText(ExitCode::kUnsupported, [&] { Make(all); });
     };
-    EXPECT_EQ(
-        refusal({"--pages=3", "-o", "out.png"}),
-        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
+    EXPECT_EQ(refusal({"--pages=3", "-o", "out.png"}),
+              "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page "
+              "to its own file");
     EXPECT_EQ(refusal({"--pages=2", "-o", "out.tif", "--format=jpeg"}),
-              "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page "
-              "a file");
-    EXPECT_EQ(
-        refusal({"--pages=2", "--format=png", "-n", "-o", "-"}),
-        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
-    EXPECT_EQ(
-        refusal({"--pages=all", "-o", "out.png"}),
-        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
+              "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page "
+              "to its own file");
+    EXPECT_EQ(refusal({"--pages=2", "--format=png", "-n", "-o", "-"}),
+              "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page "
+              "to its own file");
+    EXPECT_EQ(refusal({"--pages=all", "-o", "out.png"}),
+              "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page "
+              "to its own file");
     EXPECT_NO_THROW(Make({"-d", "x", "--pages=1", "-o", "out.png"}));
     for (const char* output : {"out%d.png", "out.tif", "out.pam", "-"}) {
         EXPECT_NO_THROW(Make({"-d", "x", "--pages=3", "-o", output})) << output;

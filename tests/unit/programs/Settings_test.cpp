@@ -84,7 +84,7 @@ TEST(Settings, OnlyOneWayAtATime) {
     const char* message = "only one of --scale, --size, --width with --height, and --resolution can be given";
     EXPECT_EQ(Refusal({"--scale=2", "--width=5"}), message);
     EXPECT_EQ(Refusal({"--size=2x2", "--resolution=5"}), message);
-    EXPECT_EQ(Refusal({"--shrink-only"}), "--shrink-only: nothing is scaled");
+    EXPECT_EQ(Refusal({"--shrink-only"}), "--shrink-only: no option scales the page");
 }
 
 TEST(Settings, OnlyTheCommandLinesShrinkOnlyNeedsASize) {
@@ -95,33 +95,33 @@ TEST(Settings, OnlyTheCommandLinesShrinkOnlyNeedsASize) {
 }
 
 TEST(Settings, WrongValuesAreNamed) {
-    EXPECT_EQ(Refusal({"--saturation=101"}), "--saturation: '101' is out of range; allowed are -100 to 100");
-    EXPECT_EQ(Refusal({"--hue=-181"}), "--hue: '-181' is out of range; allowed are -180 to 180");
+    EXPECT_EQ(Refusal({"--saturation=101"}), "--saturation: '101' is out of range; allowed: -100 to 100");
+    EXPECT_EQ(Refusal({"--hue=-181"}), "--hue: '-181' is out of range; allowed: -180 to 180");
     EXPECT_EQ(Refusal({"--lightness=x"}), "--lightness: 'x' is not a whole number from -100 to 100");
-    EXPECT_EQ(Refusal({"--sharpness=4"}), "--sharpness: '4' is out of range; allowed are -2 to 3");
-    EXPECT_EQ(Refusal({"--scale=0"}), "--scale: '0' is out of range; allowed are 0.0001 to 1000");
-    EXPECT_EQ(Refusal({"--scale=0%"}), "--scale: '0' is out of range; allowed are 0.01 to 100000");
+    EXPECT_EQ(Refusal({"--sharpness=4"}), "--sharpness: '4' is out of range; allowed: -2 to 3");
+    EXPECT_EQ(Refusal({"--scale=0"}), "--scale: '0' is out of range; allowed: 0.0001 to 1000");
+    EXPECT_EQ(Refusal({"--scale=0%"}), "--scale: '0' is out of range; allowed: 0.01 to 100000");
     EXPECT_EQ(Refusal({"--size=10"}), "--size: '10' is not WxH");
-    EXPECT_EQ(Refusal({"--width=0"}), "--width: '0' is out of range; allowed are 1 to 2147483647");
+    EXPECT_EQ(Refusal({"--width=0"}), "--width: '0' is out of range; allowed: 1 to 2147483647");
     EXPECT_EQ(Refusal({"--resolution=1x2x3"}), "--resolution: '1x2x3' is not DPI or XxY");
     EXPECT_EQ(Refusal({"--page=1-2-3"}), "--page: '1-2-3' is not N, N-M or N-");
-    EXPECT_EQ(Refusal({"--page=3-2"}), "--page: '2' is out of range; allowed are 3 to 4294967295");
-    EXPECT_EQ(Refusal({"--mode=rgb"}), "--mode: 'rgb' is none of lineart, gray, color");
-    EXPECT_EQ(Refusal({"--depth=4"}), "--depth: '4' is none of 1, 8, 16");
-    EXPECT_EQ(Refusal({"--format=gif"}), "--format: 'gif' is none of png, tiff, jpeg, pdf, pnm");
-    EXPECT_EQ(Refusal({"--threshold=101"}), "--threshold: '101' is out of range; allowed are 0 to 100");
-    EXPECT_EQ(Refusal({"--quality=0"}), "--quality: '0' is out of range; allowed are 1 to 100");
-    EXPECT_EQ(Refusal({"--jobs=0"}), "--jobs: '0' is out of range; allowed are 1 to 256");
-    EXPECT_EQ(Refusal({"--threads=65"}), "--threads: '65' is out of range; allowed are 1 to 64");
+    EXPECT_EQ(Refusal({"--page=3-2"}), "--page: '2' is out of range; allowed: 3 to 4294967295");
+    EXPECT_EQ(Refusal({"--mode=rgb"}), "--mode: 'rgb' is not one of lineart, gray, color");
+    EXPECT_EQ(Refusal({"--depth=4"}), "--depth: '4' is not one of 1, 8, 16");
+    EXPECT_EQ(Refusal({"--format=gif"}), "--format: 'gif' is not one of png, tiff, jpeg, pdf, pnm");
+    EXPECT_EQ(Refusal({"--threshold=101"}), "--threshold: '101' is out of range; allowed: 0 to 100");
+    EXPECT_EQ(Refusal({"--quality=0"}), "--quality: '0' is out of range; allowed: 1 to 100");
+    EXPECT_EQ(Refusal({"--jobs=0"}), "--jobs: '0' is out of range; allowed: 1 to 256");
+    EXPECT_EQ(Refusal({"--threads=65"}), "--threads: '65' is out of range; allowed: 1 to 64");
 }
 
 TEST(Settings, OrderNamesTheStagesInUse) {
     const Settings s = MakeWith({"--order=sharpen,scale", "--sharpness=1", "--scale=2"});
     EXPECT_EQ(s.order[0], Adjustment::kSharpen);
     EXPECT_EQ(s.order[1], Adjustment::kScale);
-    EXPECT_EQ(Refusal({"--order=scale", "--gamma=2"}), "--order: 'tone' is missing, and options ask for it");
-    EXPECT_EQ(Refusal({"--order=scale,scale"}), "--order: 'scale' is there twice");
-    EXPECT_EQ(Refusal({"--order=scale,blur"}), "--order: 'blur' is none of tone, hsv, scale, sharpen");
+    EXPECT_EQ(Refusal({"--order=scale", "--gamma=2"}), "--order: 'tone' is missing, but other options need it");
+    EXPECT_EQ(Refusal({"--order=scale,scale"}), "--order: 'scale' is given twice");
+    EXPECT_EQ(Refusal({"--order=scale,blur"}), "--order: 'blur' is not one of tone, hsv, scale, sharpen");
 }
 
 TEST(Settings, DepthsThatCannotBe) {
@@ -136,7 +136,7 @@ TEST(Settings, StandardInputAndOutputStandInWhereTheyAreNoTerminals) {
     EXPECT_EQ(s.inputs, (std::vector<std::string>{"-"}));
     EXPECT_EQ(s.output, "-");
     EXPECT_EQ(UsageText([] { Make({}); }), "no input; see platen --help");
-    EXPECT_EQ(UsageText([] { Make({"a.png"}); }), "no output: say -o FILE");
+    EXPECT_EQ(UsageText([] { Make({"a.png"}); }), "no output; give -o FILE");
     EXPECT_EQ(UsageText([] {
                   Make({"a.png", "-o", "-", "--plot=-"});
               }),

@@ -57,11 +57,11 @@ TEST(ToneSteps, LevelsTakeTwoThreeOrFiveParts) {
 
 TEST(ToneSteps, LevelsErrorsNameThePartAndItsRange) {
     const auto text = [](const char* value) { return UsageText([value] { Steps({{"levels", value}}); }); };
-    EXPECT_EQ(text("248,255"), "--levels: BLACK: '248' is out of range; allowed are 0 to 247");
-    EXPECT_EQ(text("0,7"), "--levels: WHITE: '7' is out of range; allowed are 8 to 255");
-    EXPECT_EQ(text("0,255,0.05"), "--levels: GAMMA: '0.05' is out of range; allowed are 0.1 to 9.99");
-    EXPECT_EQ(text("0,255,1,-1,255"), "--levels: OUTBLACK: '-1' is out of range; allowed are 0 to 247");
-    EXPECT_EQ(text("0,255,1,0,256"), "--levels: OUTWHITE: '256' is out of range; allowed are 8 to 255");
+    EXPECT_EQ(text("248,255"), "--levels: BLACK: '248' is out of range; allowed: 0 to 247");
+    EXPECT_EQ(text("0,7"), "--levels: WHITE: '7' is out of range; allowed: 8 to 255");
+    EXPECT_EQ(text("0,255,0.05"), "--levels: GAMMA: '0.05' is out of range; allowed: 0.1 to 9.99");
+    EXPECT_EQ(text("0,255,1,-1,255"), "--levels: OUTBLACK: '-1' is out of range; allowed: 0 to 247");
+    EXPECT_EQ(text("0,255,1,0,256"), "--levels: OUTWHITE: '256' is out of range; allowed: 8 to 255");
     EXPECT_EQ(text("10,17"), "--levels: input white must be at least 8 above input black, not 10,17");
     EXPECT_EQ(text("0,255,1,10,17"), "--levels: output white must be at least 8 above output black, not 10,17");
     EXPECT_EQ(Texts({{"levels", "10,18"}}).size(), 1u);
@@ -72,9 +72,9 @@ TEST(ToneSteps, LevelsOfOneChannel) {
               (Strings{"levels of red 10 to 240, gamma 1", "levels of green 0 to 200, gamma 2",
                        "levels of blue 0 to 255, gamma 1, output 5 to 250"}));
     const auto text = [](const char* value) { return UsageText([value] { Steps({{"levels", value}}); }); };
-    EXPECT_EQ(text("X:1,9"), "--levels: 'X:' is none of the channels R:, G: and B:");
-    EXPECT_EQ(text("RG:1,9"), "--levels: 'RG:' is none of the channels R:, G: and B:");
-    EXPECT_EQ(text(":1,9"), "--levels: ':' is none of the channels R:, G: and B:");
+    EXPECT_EQ(text("X:1,9"), "--levels: 'X:' is not one of the channels R:, G: and B:");
+    EXPECT_EQ(text("RG:1,9"), "--levels: 'RG:' is not one of the channels R:, G: and B:");
+    EXPECT_EQ(text(":1,9"), "--levels: ':' is not one of the channels R:, G: and B:");
     EXPECT_EQ(text("R:10"), "--levels: '10' is not BLACK,WHITE[,GAMMA[,OUTBLACK,OUTWHITE]]");
     for (const char* value : {"R:10,240", "G:0,200,2", "B:0,255,0.5,5,250", "3,99", "0,255,1,5,250"}) {
         const std::string again = LevelsText(std::get<LevelsStep>(Steps({{"levels", value}}).front()));
@@ -111,11 +111,11 @@ TEST(ToneSteps, AutomaticStepsKeepTheirPlaces) {
     EXPECT_EQ(UsageText([] {
                   Steps({{"auto-levels", "50,1"}});
               }),
-              "--auto-levels: LOW: '50' is out of range; allowed are 0 to 49");
+              "--auto-levels: LOW: '50' is out of range; allowed: 0 to 49");
     EXPECT_EQ(UsageText([] {
                   Steps({{"auto-levels", "1,-1"}});
               }),
-              "--auto-levels: HIGH: '-1' is out of range; allowed are 0 to 49");
+              "--auto-levels: HIGH: '-1' is out of range; allowed: 0 to 49");
 }
 
 TEST(ToneSteps, CurveKindBelongsToTheCurveBesideIt) {
@@ -126,10 +126,7 @@ TEST(ToneSteps, CurveKindBelongsToTheCurveBesideIt) {
     EXPECT_EQ(Texts({{"curve-kind", "polyline"}, {"curve", points}}), (Strings{"polyline" + tail}));
     EXPECT_EQ(Texts({{"curve", points}, {"curve-kind", "polyline"}, {"curve-kind", "spline"}, {"curve", points}}),
               (Strings{"polyline" + tail, "spline" + tail}));
-    EXPECT_EQ(UsageText([] {
-                  Steps({{"curve-kind", "spline"}});
-              }),
-              "--curve-kind: there is no --curve that it could belong to");
+    EXPECT_EQ(UsageText([] { Steps({{"curve-kind", "spline"}}); }), "--curve-kind: needs a --curve");
     EXPECT_EQ(UsageText([] {
                   Steps({{"curve-kind", "round"}});
               }),
@@ -141,14 +138,13 @@ TEST(ToneSteps, CurvePointsAreFivePairsInIncreasingOrder) {
     EXPECT_EQ(text("0,0:255,255"), "--curve: '0,0:255,255' has 2 points; five are needed: x,y:x,y:x,y:x,y:x,y");
     EXPECT_EQ(text("0,0:64:128,128:192,192:255,255"), "--curve: '64' is not a point x,y");
     EXPECT_EQ(text("240,0:241,0:242,0:243,0:244,0"),
-              "--curve: point 1 x: '240' is out of range; allowed are 0 to 239");
-    EXPECT_EQ(text("0,0:3,0:128,0:192,0:255,0"), "--curve: point 2 x: '3' is out of range; allowed are 4 to 243");
-    EXPECT_EQ(text("0,0:64,256:128,0:192,0:255,0"),
-              "--curve: point 2 y: '256' is out of range; allowed are 0 to 255");
+              "--curve: point 1 x: '240' is out of range; allowed: 0 to 239");
+    EXPECT_EQ(text("0,0:3,0:128,0:192,0:255,0"), "--curve: point 2 x: '3' is out of range; allowed: 4 to 243");
+    EXPECT_EQ(text("0,0:64,256:128,0:192,0:255,0"), "--curve: point 2 y: '256' is out of range; allowed: 0 to 255");
     EXPECT_EQ(text("0,0:64,0:64,0:192,0:255,0"),
               "--curve: point 3: x must be greater than that of the point before");
     EXPECT_EQ(text("0,0:64,0:128,0:192,0:15.5,0"),
-              "--curve: point 5 x: '15.5' is out of range; allowed are 16 to 255");
+              "--curve: point 5 x: '15.5' is out of range; allowed: 16 to 255");
 }
 
 TEST(ToneSteps, BalanceTakesThreeNumbersAndNeedsColour) {
@@ -164,7 +160,7 @@ TEST(ToneSteps, BalanceTakesThreeNumbersAndNeedsColour) {
     EXPECT_EQ(UsageText([] {
                   Steps({{"balance-highlights", "1,2,101"}});
               }),
-              "--balance-highlights: '101' is out of range; allowed are -100 to 100");
+              "--balance-highlights: '101' is out of range; allowed: -100 to 100");
 }
 
 TEST(ToneSteps, OtherOptionsAreLeftAlone) {

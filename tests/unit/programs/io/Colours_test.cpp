@@ -125,9 +125,7 @@ TEST(Colours, InksWithoutTheirProfileAreRefused) {
         WriteInkJpeg(scratch / "inks.jpg", {}, profile);
         ExpectError([&] { ReadPages(scratch / "inks.jpg"); }, ExitCode::kUnsupported, text);
     };
-    refused(
-        {},
-        "the JPEG is CMYK without a profile; an embedded ICC profile of CMYK colours is needed to make RGB of it");
+    refused({}, "the JPEG is CMYK without a profile; converting it to RGB needs an embedded CMYK profile");
     refused(Bytes(300, 7), "the JPEG is CMYK and its profile is damaged; an embedded ICC profile of CMYK");
     const cmsHPROFILE rgb = cmsCreate_sRGBProfile();
     cmsUInt32Number bytes = 0;
@@ -143,7 +141,7 @@ TEST(Colours, InksWithoutTheirProfileAreRefused) {
             damaged[i] = 'X';
         }
     }
-    refused(damaged, "the JPEG is CMYK and its profile 'plain inks' can't make RGB of it");
+    refused(damaged, "the JPEG is CMYK and its profile 'plain inks' can't convert it to RGB");
     for (std::size_t length = 1; length < damaged.size(); length += 37) {
         refused({damaged.begin(), damaged.begin() + static_cast<std::ptrdiff_t>(length)}, "the JPEG is CMYK");
     }

@@ -97,7 +97,7 @@ TEST(JpegReader, AProgressiveFileThatNeedsTooMuchMemoryIsRefused) {
     ASSERT_TRUE(found);
     PutFile(scratch / "large.jpg", file.data(), file.size());
     ExpectError([&] { ReadPages(scratch / "large.jpg"); }, ExitCode::kUnsupported,
-                "the JPEG is progressive or in several scans and needs 750 MiB of memory; allowed are 256 MiB");
+                "the JPEG is progressive or in several scans and needs 750 MiB of memory; allowed: 256 MiB");
 }
 
 TEST(JpegReader, DensityPerInchAndPerCentimetre) {
@@ -154,7 +154,7 @@ TEST(JpegReader, OtherKindsOfJpegAreNamed) {
     const Scratch scratch;
     WriteJpeg(scratch / "two.jpg", {.samples = 2, .space = JCS_UNKNOWN, .jfif = false}, 20, 20);
     ExpectError([&] { ReadPages(scratch / "two.jpg"); }, ExitCode::kUnsupported,
-                "the JPEG has 2 components of no known kind; grey, RGB and CMYK are supported");
+                "the JPEG has 2 components of an unknown kind; grey, RGB and CMYK are supported");
     WriteJpeg(scratch / "deep.jpg", {}, 20, 20);
     Bytes file = FileBytes(scratch / "deep.jpg");
     file[SegmentAt(file, 0xC0) + 2] = 12;

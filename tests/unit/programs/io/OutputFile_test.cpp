@@ -174,7 +174,7 @@ TEST(OutputFile, AClosedPipeIsABrokenPipe) {
                 writer->EndPage();
                 writer->Commit();
             },
-            ExitCode::kBrokenPipe, path + ": nobody reads the output any more");
+            ExitCode::kBrokenPipe, path + ": the reader has closed the pipe");
     }
     std::signal(SIGPIPE, before);
 }

@@ -119,7 +119,7 @@ TEST(PngReader, InterlacedIsSaidOrRefused) {
     ReadOptions options;
     options.strictStream = true;
     ExpectError([&] { ReadPages(scratch / "page.png", options); }, ExitCode::kUnsupported,
-                "the PNG is interlaced; --strict-stream forbids spooling it, save it without interlacing");
+                "the PNG is interlaced; --strict-stream forbids spooling it; save it without interlacing");
     WritePng(scratch / "page.png", {}, 9, 9, Bytes(81, 3));
     EXPECT_NO_THROW(ReadPages(scratch / "page.png", options));
 }

@@ -133,14 +133,15 @@ TEST(RoundTrip, PngAndJpegRefuseASecondPage) {
             WritePages(scratch / "pages.png", {page, page});
         },
         ExitCode::kUnsupported,
-        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a file");
+        "a PNG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page to its "
+        "own file");
     ExpectError(
         [&] {
             WritePages(scratch / "pages.jpg", {page, page});
         },
         ExitCode::kUnsupported,
-        "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name gives each page a "
-        "file");
+        "a JPEG holds one page; TIFF, PDF and PNM hold several, and %d in the output's name writes each page to "
+        "its own file");
     EXPECT_EQ(scratch.Files(), 0u);
 }
 
@@ -152,9 +153,9 @@ TEST(RoundTrip, JpegRefusesWhatItLacks) {
         }
         const Page page = RandomPage(8, 8, layout.bits, layout.samples, 1);
         ExpectError([&] { WritePages(scratch / "page.jpg", {page}); }, ExitCode::kUnsupported,
-                    layout.bits == 8
-                        ? "JPEG has no alpha channel; --flatten lays it over white, PNG, TIFF and PAM keep it"
-                        : " makes what it can, and PNG, TIFF and PNM hold all");
+                    layout.bits == 8 ? "JPEG has no alpha channel; --flatten blends the page with white, and PNG, "
+                                       "TIFF and PAM keep alpha"
+                                     : " converts the page, and PNG, TIFF and PNM hold it as it is");
     }
     ExpectError([&] { WritePages(scratch / "page.jpg", {RandomPage(65501, 1, 8, 1, 1)}); }, ExitCode::kUnsupported,
                 "JPEG holds at most 65500 pixels on a side; PNG, TIFF and PNM hold more");
@@ -222,8 +223,8 @@ TEST(RoundTrip, TooFewOrTooManyLinesAreErrors) {
             }
             writer->EndPage();
         };
-        ExpectError([&] { write(9); }, ExitCode::kFailed, "fewer lines than the page was said to have");
-        ExpectError([&] { write(7); }, ExitCode::kFailed, "more lines than the page was said to have");
+        ExpectError([&] { write(9); }, ExitCode::kFailed, "fewer lines than the page's height");
+        ExpectError([&] { write(7); }, ExitCode::kFailed, "more lines than the page's height");
     }
     EXPECT_EQ(scratch.Files(), 0u);
 }

@@ -256,7 +256,7 @@ TEST(TiffReader, AssociatedAlphaIsDividedOutAndSaid) {
     const Bytes expected = {128, 255, 0, 100, 255, 1, 2, 255, 0, 0, 0, 0, 255, 26, 26, 100};
     EXPECT_EQ(ReadPages(scratch / "page.tif").at(0).lines, expected);
     EXPECT_EQ(platen_tool::OpenReader(scratch / "page.tif", {})->Notice(),
-              "the colours were stored multiplied with alpha and are divided by it");
+              "the colours are stored premultiplied by alpha and are divided by it");
 }
 
 TEST(TiffReader, UnspecifiedExtraSamplesAreLeftOutAndSaid) {
@@ -312,12 +312,12 @@ TEST(TiffReader, UnsupportedLayoutsAreNamed) {
            "the TIFF has signed or complex samples; unsigned ones of 1, 2, 4, 8 and 16 bits are supported");
     expect(
         {.bits = 4, .samples = 4, .photometric = PHOTOMETRIC_SEPARATED},
-        "the TIFF is of other inks than CMYK, or of CMYK with less than 8 bits; bilevel, grey, RGB, palette, CMYK, "
+        "the TIFF is in inks other than CMYK, or CMYK with fewer than 8 bits; bilevel, grey, RGB, palette, CMYK, "
         "YCbCr and CIE L*a*b* are supported");
     expect({.bits = 16, .samples = 3, .photometric = PHOTOMETRIC_YCBCR},
-           "the TIFF is YCbCr in tiles, planes or other than 8 bits; bilevel");
+           "the TIFF is YCbCr in tiles, in planes or not of 8 bits; bilevel");
     expect({.bits = 4, .samples = 3, .photometric = PHOTOMETRIC_CIELAB},
-           "the TIFF is CIE L*a*b* with less than 8 bits; bilevel");
+           "the TIFF is CIE L*a*b* with fewer than 8 bits; bilevel");
     expect({.samples = 3, .photometric = PHOTOMETRIC_ICCLAB}, "the TIFF is ICC's or ITU's L*a*b*; bilevel");
     expect({.samples = 2, .photometric = PHOTOMETRIC_PALETTE},
            "a palette TIFF of this layout isn't supported; one sample of up to 8 bits is");
@@ -395,7 +395,7 @@ TEST(TiffReader, ACircleOfDirectoriesIsAnError) {
     std::memcpy(file.data() + next, file.data() + 4, 4);
     PutFile(scratch / "circle.tif", file.data(), file.size());
     ExpectError([&] { ReadPages(scratch / "circle.tif"); }, ExitCode::kFailed,
-                "the TIFF is damaged: directory 1 is cut off, goes in a circle or is too long");
+                "the TIFF is damaged: directory 1 is cut off, loops or is too long");
 }
 
 // Many large fields, all with the same bytes of the file: the reader, its codec library included, may not take
