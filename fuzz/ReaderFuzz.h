@@ -30,7 +30,7 @@ inline void WriteDescription(platen_tool::ImageInfo info) {
         return;
     }
     MakeTiffExif(info, 8);
-    const auto block = MakeExif(info, info.description->texts, true);
+    const auto block = MakeExif(info, info.description->texts, ExifResolution::kIncluded);
     Description again;
     ReadExif(block.data(), block.size(), again);
     TakeXmpSegment(MakeXmpSegment(*info.description).data(), MakeXmpSegment(*info.description).size(), again);
@@ -41,7 +41,7 @@ inline void WriteDescription(platen_tool::ImageInfo info) {
         std::abort();
     }
     info.description = std::make_shared<const Description>(again);
-    if (again.tooLarge.empty() && MakeExif(info, again.texts, true) != block) {
+    if (again.tooLarge.empty() && MakeExif(info, again.texts, ExifResolution::kIncluded) != block) {
         std::abort();
     }
 }

@@ -21,9 +21,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t half = bytes.size() / 2;
     std::vector<std::uint8_t> deflated;
     if (half != 0) {
-        deflated = platen_tool::DeflateRuns(bytes.data(), half, false);
+        deflated = platen_tool::DeflateRuns(bytes.data(), half, platen_tool::StreamPart::kMoreFollows);
     }
-    const auto rest = platen_tool::DeflateRuns(bytes.data() + half, bytes.size() - half, true);
+    const auto rest =
+        platen_tool::DeflateRuns(bytes.data() + half, bytes.size() - half, platen_tool::StreamPart::kLast);
     deflated.insert(deflated.end(), rest.begin(), rest.end());
 
     std::vector<std::uint8_t> out(bytes.size() + 1);

@@ -50,14 +50,16 @@ std::string CurveRows(const ToneTables& tables) {
            Row("", "blue  " + KeyPoints(tables.blue));
 }
 
-// What the writer would say to a page, and to one more in the same file. Without an output there is none.
-void CheckPage(const std::string& output, const Settings& settings, Container input, const PagePlan& plan,
-               bool oneMore) {
-    if (output.empty()) {
-        return;
+// What the writer checks: a page, and before a second one in the same file, that the format holds several. Without
+// an output there is no writer.
+void CheckPage(const std::string& output, const Settings& settings, Container input, const PagePlan& plan) {
+    if (!output.empty()) {
+        CheckOutput(output, MakeWriteOptions(settings, input), plan.output);
     }
-    CheckOutput(output, MakeWriteOptions(settings, input), plan.output);
-    if (oneMore) {
+}
+
+void CheckSecondPage(const std::string& output, const Settings& settings, Container input) {
+    if (!output.empty()) {
         RequireSeveralPages(OutputContainer(output, settings.format, input));
     }
 }
@@ -120,7 +122,10 @@ std::string DescribeInput(const Run& run, std::size_t index, unsigned long& next
                 plan = PlanPage(*numbers.settings, info);
                 plan.notices.insert(plan.notices.end(), numbers.messages.begin(), numbers.messages.end());
             }
-            CheckPage(output, settings, reader->FileContainer(), plan, page > range.first && !name.HasPage());
+            CheckPage(output, settings, reader->FileContainer(), plan);
+            if (page > range.first && !name.HasPage()) {
+                CheckSecondPage(output, settings, reader->FileContainer());
+            }
             text += input + ", page " + std::to_string(page);
             text += output.empty() ? "\n" : ", to " + output + "\n";
             text += DescribePage(plan);

@@ -87,8 +87,8 @@ std::vector<std::string> LostDescription(Container container, const ImageInfo& p
     }
     const bool jpeg = container == Container::kJpeg;
     const bool paper = container == Container::kPnm || container == Container::kPdf;
-    const bool exifLost =
-        (paper && description.HasExif()) || (jpeg && MakeExif(page, texts, true).size() > kMostJpegExif);
+    const bool exifLost = (paper && description.HasExif()) ||
+                          (jpeg && MakeExif(page, texts, ExifResolution::kIncluded).size() > kMostJpegExif);
     if (exifLost) {
         lost.emplace_back("the EXIF data");
     } else if (container == Container::kTiff && !description.image.empty()) {

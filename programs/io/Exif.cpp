@@ -255,7 +255,7 @@ void ReadTiffDescription(const TiffDirectoryReader& reader, const TiffDirectory&
 }
 
 std::vector<std::uint8_t> MakeExif(const ImageInfo& page, const std::array<std::string, kTextFields>& texts,
-                                   bool withResolution) {
+                                   ExifResolution resolution) {
     std::vector<ExifEntry> first;
     if (page.description != nullptr) {
         first = page.description->image;
@@ -271,7 +271,7 @@ std::vector<std::uint8_t> MakeExif(const ImageInfo& page, const std::array<std::
     if (page.orientation != 1) {
         first.push_back(Number(kOrientation, kShort, static_cast<std::uint64_t>(page.orientation)));
     }
-    if (withResolution && page.resolution) {
+    if (resolution == ExifResolution::kIncluded && page.resolution) {
         first.push_back(Rational(282, page.resolution->x));
         first.push_back(Rational(283, page.resolution->y));
         first.push_back(Number(296, kShort, 2));  // inches

@@ -23,11 +23,14 @@ ExifFacts ReadExif(const std::uint8_t* bytes, std::size_t count, Description& de
 // Reads the texts, and the EXIF and GPS directories, of a TIFF's page.
 void ReadTiffDescription(const TiffDirectoryReader& reader, const TiffDirectory& page, Description& description);
 
-// The block for a page: its description, orientation and sizes, and the resolution if so said. Empty where there is
-// nothing to tell.
+// Whether an EXIF block states the page's resolution, which most containers have a place of their own for.
+enum class ExifResolution { kLeftOut, kIncluded };
+
+// The block for a page: its description, orientation, sizes and, if included, resolution. Empty where there is
+// nothing to store.
 //   texts  those that go into it
 std::vector<std::uint8_t> MakeExif(const ImageInfo& page, const std::array<std::string, kTextFields>& texts,
-                                   bool withResolution);
+                                   ExifResolution resolution);
 
 // The EXIF and GPS directories for a TIFF, to be stored at `offset` of the file. The places are 0 where there is
 // none.

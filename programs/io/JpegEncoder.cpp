@@ -172,12 +172,13 @@ JpegEncoder::~JpegEncoder() {
 void JpegEncoder::Begin(const ImageInfo& info) {
     state_->info = info;
     state_->codec.page = &state_->info;
-    const bool fine = info.resolution && !DensityIsExact(*info.resolution);
-    auto block = MakeExif(info, TextsFor(info), fine);
+    const ExifResolution resolution =
+        info.resolution && !DensityIsExact(*info.resolution) ? ExifResolution::kIncluded : ExifResolution::kLeftOut;
+    auto block = MakeExif(info, TextsFor(info), resolution);
     if (block.size() > kMostJpegExif) {
         ImageInfo bare = info;
         bare.description.reset();
-        block = MakeExif(bare, {}, fine);
+        block = MakeExif(bare, {}, resolution);
     }
     if (!block.empty()) {
         state_->segments[0] = {'E', 'x', 'i', 'f', 0, 0};

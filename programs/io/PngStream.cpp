@@ -10,7 +10,6 @@
 
 #include "programs/base/Error.h"
 #include "programs/io/PngFilter.h"
-#include "programs/io/RunDeflate.h"
 
 namespace platen_tool {
 
@@ -39,10 +38,10 @@ struct Mode {
     bool matches;  // else runs of one byte only
     int level;     // zlib's, for matches
 };
-constexpr Mode kFilteredRuns = {true, false, 0};
-constexpr Mode kPlainRuns = {false, false, 0};
-constexpr Mode kFilteredMatches = {true, true, 4};
-constexpr Mode kPlainMatches = {false, true, 5};
+constexpr Mode kFilteredRuns = {.filters = true, .matches = false, .level = 0};
+constexpr Mode kPlainRuns = {.filters = false, .matches = false, .level = 0};
+constexpr Mode kFilteredMatches = {.filters = true, .matches = true, .level = 4};
+constexpr Mode kPlainMatches = {.filters = false, .matches = true, .level = 5};
 constexpr int kBestLevel = 9;
 
 // A raw deflate stream of zlib's, which the destructor frees.
@@ -62,7 +61,7 @@ class Deflate {
 
     // `window`: the bytes before these, into which matches may reach.
     std::vector<std::uint8_t> Compress(const std::vector<std::uint8_t>& bytes,
-                                       const std::vector<std::uint8_t>& window, bool last) {
+                                       const std::vector<std::uint8_t>& window, StreamPart part) {
         if (!window.empty()) {
             deflateSetDictionary(&stream_, window.data(), static_cast<uInt>(window.size()));
         }
@@ -72,6 +71,7 @@ class Deflate {
         stream_.avail_in = static_cast<uInt>(bytes.size());
         stream_.next_out = out.data();
         stream_.avail_out = static_cast<uInt>(out.size());
+        const bool last = part == StreamPart::kLast;
         const int result = deflate(&stream_, last ? Z_FINISH : Z_SYNC_FLUSH);
         if (stream_.avail_in != 0 || stream_.avail_out == 0 || result != (last ? Z_STREAM_END : Z_OK)) {
             throw Error(ExitCode::kFailed, "the PNG can't be written: its rows can't be compressed");
@@ -85,9 +85,9 @@ class Deflate {
 };
 
 std::vector<std::uint8_t> Compressed(const Mode& mode, const std::vector<std::uint8_t>& bytes,
-                                     const std::vector<std::uint8_t>& window, bool last) {
-    return mode.matches ? Deflate(mode).Compress(bytes, window, last)
-                        : DeflateRuns(bytes.data(), bytes.size(), last);
+                                     const std::vector<std::uint8_t>& window, StreamPart part) {
+    return mode.matches ? Deflate(mode).Compress(bytes, window, part)
+                        : DeflateRuns(bytes.data(), bytes.size(), part);
 }
 
 // About which share of the places in `bytes` has the same four bytes as an earlier place.
@@ -145,13 +145,13 @@ struct PngStream::Shared {
 class PngStream::Block : public Piece {
   public:
     // `rows`: the row above, then `count` rows. `before` is null for the first block.
-    Block(Shared& shared, std::vector<std::uint8_t> rows, std::size_t count, bool last,
+    Block(Shared& shared, std::vector<std::uint8_t> rows, std::size_t count, StreamPart part,
           std::shared_ptr<Window> before, std::shared_ptr<Window> after)
         : shared_(shared),
           rows_(std::move(rows)),
           count_(count),
           first_(before == nullptr),
-          last_(last),
+          part_(part),
           before_(std::move(before)),
           after_(std::move(after)) {}
 
@@ -171,7 +171,7 @@ class PngStream::Block : public Piece {
         }
         shared_.sink(out_.data(), out_.size());
         shared_.checksum = adler32_combine(shared_.checksum, checksum_, static_cast<z_off_t>(encodedBytes_));
-        if (last_) {
+        if (part_ == StreamPart::kLast) {
             std::uint8_t trailer[4];
             for (int i = 0; i < 4; ++i) {
                 trailer[i] = static_cast<std::uint8_t>(shared_.checksum >> (24 - 8 * i));
@@ -193,16 +193,18 @@ class PngStream::Block : public Piece {
         std::size_t bytes;
     };
 
+    enum class Filters { kNone, kChosen };  // kChosen: the best for each row
+
     // Adds the part's rows, each after the number of its filter.
-    void AddRows(const Part& part, bool filters, std::vector<std::uint8_t>& rows) const {
+    void AddRows(const Part& part, Filters filters, std::vector<std::uint8_t>& rows) const {
         const std::size_t bytes = FilteredBytes(part.bytes);
         std::size_t end = rows.size();
         rows.resize(end + bytes * part.rows);
-        std::vector<std::uint8_t> scratch(filters ? bytes : 0);
+        std::vector<std::uint8_t> scratch(filters == Filters::kChosen ? bytes : 0);
         for (std::size_t y = 0; y < part.rows; ++y, end += bytes) {
             std::uint8_t* out = rows.data() + end;
             const std::uint8_t* row = Row(part.row + y) + part.begin;
-            if (filters) {
+            if (filters == Filters::kChosen) {
                 FilterRow(row, row - shared_.rowBytes, part.bytes, shared_.pixelBytes, out, scratch.data());
             } else {
                 std::memcpy(out + 1, row, part.bytes);
@@ -210,14 +212,14 @@ class PngStream::Block : public Piece {
         }
     }
 
-    std::vector<std::uint8_t> Rows(bool filters) const {
+    std::vector<std::uint8_t> Rows(Filters filters) const {
         std::vector<std::uint8_t> rows;
         AddRows({0, count_, 0, shared_.rowBytes}, filters, rows);
         return rows;
     }
 
     // Parts of some rows in places that are spread over the block: one place alone may be a margin.
-    std::vector<std::uint8_t> SpreadSample(bool filters) const {
+    std::vector<std::uint8_t> SpreadSample(Filters filters) const {
         const std::size_t rowBytes = shared_.rowBytes;
         if (count_ * FilteredBytes(rowBytes) <= kSampleBytes) {
             return Rows(filters);
@@ -237,7 +239,7 @@ class PngStream::Block : public Piece {
     }
 
     // Whole rows from the block's middle: what repeats itself on a nearly flat page lies far apart.
-    std::vector<std::uint8_t> WideSample(bool filters) const {
+    std::vector<std::uint8_t> WideSample(Filters filters) const {
         const std::size_t rows = std::clamp<std::size_t>(kSampleBytes / FilteredBytes(shared_.rowBytes),
                                                          std::min(kSampleRows, count_), count_);
         std::vector<std::uint8_t> sample;
@@ -247,10 +249,12 @@ class PngStream::Block : public Piece {
 
     Mode ChooseBySample() const {
         const Mode runs = shared_.filters ? kFilteredRuns : kPlainRuns;
-        std::vector<std::uint8_t> plain = SpreadSample(false);
-        std::vector<std::uint8_t> filtered = shared_.filters ? SpreadSample(true) : std::vector<std::uint8_t>();
+        std::vector<std::uint8_t> plain = SpreadSample(Filters::kNone);
+        std::vector<std::uint8_t> filtered =
+            shared_.filters ? SpreadSample(Filters::kChosen) : std::vector<std::uint8_t>();
         const auto sizeIn = [&](const Mode& mode) {
-            return static_cast<double>(Compressed(mode, mode.filters ? filtered : plain, {}, true).size());
+            return static_cast<double>(
+                Compressed(mode, mode.filters ? filtered : plain, {}, StreamPart::kLast).size());
         };
         double size = sizeIn(runs);
         double gain = kMatchGain;
@@ -259,8 +263,8 @@ class PngStream::Block : public Piece {
             return runs;
         }
         if (size < kFlat * all) {
-            plain = WideSample(false);
-            filtered = shared_.filters ? WideSample(true) : filtered;
+            plain = WideSample(Filters::kNone);
+            filtered = shared_.filters ? WideSample(Filters::kChosen) : filtered;
             size = sizeIn(runs);
             gain = kFlatMatchGain;
         }
@@ -284,7 +288,11 @@ class PngStream::Block : public Piece {
         for (Mode mode : {kFilteredRuns, kPlainMatches, kFilteredMatches}) {
             mode.level = mode.matches ? kBestLevel : 0;
             const bool possible = shared_.filters || !mode.filters;
-            const std::size_t size = possible ? Compressed(mode, Rows(mode.filters), {}, true).size() : SIZE_MAX;
+            const std::size_t size = possible
+                                         ? Compressed(mode, Rows(mode.filters ? Filters::kChosen : Filters::kNone),
+                                                      {}, StreamPart::kLast)
+                                               .size()
+                                         : SIZE_MAX;
             if (size < smallest) {
                 smallest = size;
                 best = mode;
@@ -306,7 +314,7 @@ class PngStream::Block : public Piece {
 
     void Encode() {
         const Mode mode = Choose();
-        const auto rows = Rows(mode.filters);
+        const auto rows = Rows(mode.filters ? Filters::kChosen : Filters::kNone);
         rows_ = {};
         const auto tail = static_cast<std::ptrdiff_t>(std::min(rows.size(), kWindowBytes));
         after_->Set({rows.end() - tail, rows.end()});
@@ -315,14 +323,14 @@ class PngStream::Block : public Piece {
         const bool reachesBack = mode.matches && !first_;
         const std::vector<std::uint8_t> window = reachesBack ? before_->Wait() : std::vector<std::uint8_t>();
         before_.reset();
-        out_ = Compressed(mode, rows, window, last_);
+        out_ = Compressed(mode, rows, window, part_);
     }
 
     Shared& shared_;
     std::vector<std::uint8_t> rows_;
     const std::size_t count_;
     const bool first_;
-    const bool last_;
+    const StreamPart part_;
     std::shared_ptr<Window> before_;
     std::shared_ptr<Window> after_;
     std::vector<std::uint8_t> out_;
@@ -342,26 +350,26 @@ PngStream::~PngStream() = default;
 
 void PngStream::WriteRow(const std::uint8_t* row) {
     if (rowCount_ == rowsPerBlock_) {
-        Submit(false);
+        Submit(StreamPart::kMoreFollows);
     }
     ++rowCount_;
     std::memcpy(rows_.data() + rowCount_ * rowBytes_, row, rowBytes_);
 }
 
 void PngStream::End() {
-    Submit(true);
+    Submit(StreamPart::kLast);
     workers_.Drain();
 }
 
-void PngStream::Submit(bool last) {
+void PngStream::Submit(StreamPart part) {
     // The block's last row is the next block's row above.
-    std::vector<std::uint8_t> next(last ? 0 : rows_.size());
-    if (!last) {
+    std::vector<std::uint8_t> next(part == StreamPart::kLast ? 0 : rows_.size());
+    if (part == StreamPart::kMoreFollows) {
         std::memcpy(next.data(), rows_.data() + rowCount_ * rowBytes_, rowBytes_);
     }
     auto before = std::exchange(window_, std::make_shared<Window>());
     workers_.Submit(std::make_unique<Block>(*shared_, std::exchange(rows_, std::move(next)),
-                                            std::exchange(rowCount_, 0), last, std::move(before), window_));
+                                            std::exchange(rowCount_, 0), part, std::move(before), window_));
 }
 
 }  // namespace platen_tool

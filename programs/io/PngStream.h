@@ -8,6 +8,7 @@
 
 #include "programs/io/LineWriter.h"
 #include "programs/io/OrderedWorkers.h"
+#include "programs/io/RunDeflate.h"
 
 namespace platen_tool {
 
@@ -41,7 +42,7 @@ class PngStream {
     class Window;
     class Block;
 
-    void Submit(bool last);
+    void Submit(StreamPart part);
 
     std::unique_ptr<Shared> shared_;
     std::size_t rowBytes_;

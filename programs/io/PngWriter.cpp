@@ -153,7 +153,8 @@ class PngWriter : public LineWriter {
         lines_.Begin(info.height);
         state_.page = &info_;
         const Description* description = info.description.get();
-        exif_ = MakeExif(info, description != nullptr ? description->texts : Description{}.texts, false);
+        exif_ = MakeExif(info, description != nullptr ? description->texts : Description{}.texts,
+                         ExifResolution::kLeftOut);
         state_.exif = exif_.data();
         state_.exifBytes = exif_.size();
         xmp_ = description != nullptr && !description->xmp.empty() ? MakeXmpChunk(description->xmp) : PngChunk{};

@@ -267,8 +267,8 @@ void MakeBlockCodes(const Tokens& tokens, BlockCodes& out) {
     }
 }
 
-void PutHeader(const BlockCodes& block, bool last, BitWriter& out) {
-    out.Put(last ? 1 : 0, 1);
+void PutHeader(const BlockCodes& block, StreamPart part, BitWriter& out) {
+    out.Put(part == StreamPart::kLast ? 1 : 0, 1);
     out.Put(2, 2);  // codes of the block's own
     out.Put(kLengthCodes - 257, 5);
     out.Put(0, 5);
@@ -318,16 +318,16 @@ void PutTokens(const Tokens& tokens, const BlockCodes& block, BitWriter& out) {
 }
 
 // The bytes as they are, for noise that no code makes smaller.
-void PutStored(const std::uint8_t* bytes, std::size_t count, bool last, BitWriter& out) {
+void PutStored(const std::uint8_t* bytes, std::size_t count, StreamPart part, BitWriter& out) {
     do {
-        const std::size_t part = std::min(count, kLongestStored);
-        count -= part;
-        out.Put(last && count == 0 ? 1 : 0, 3);
+        const std::size_t stored = std::min(count, kLongestStored);
+        count -= stored;
+        out.Put(part == StreamPart::kLast && count == 0 ? 1 : 0, 3);
         out.AlignToByte();
-        out.Put(part, 16);
-        out.Put(~part & 0xFFFF, 16);
+        out.Put(stored, 16);
+        out.Put(~stored & 0xFFFF, 16);
         out.Flush();
-        for (std::size_t i = 0; i < part; ++i) {
+        for (std::size_t i = 0; i < stored; ++i) {
             out.Put(*bytes++, 8);
             out.Flush();
         }
@@ -336,7 +336,7 @@ void PutStored(const std::uint8_t* bytes, std::size_t count, bool last, BitWrite
 
 }  // namespace
 
-std::vector<std::uint8_t> DeflateRuns(const std::uint8_t* bytes, std::size_t count, bool last) {
+std::vector<std::uint8_t> DeflateRuns(const std::uint8_t* bytes, std::size_t count, StreamPart part) {
     // A block takes at most its bytes, two stored headers and the rest of a byte; what Flush writes past the end
     // comes on top.
     std::vector<std::uint8_t> out(count + 16 * (count / kBlockBytes + 1) + 16);
@@ -345,21 +345,21 @@ std::vector<std::uint8_t> DeflateRuns(const std::uint8_t* bytes, std::size_t cou
     BlockCodes codes;
     int before = -1;
     for (std::size_t done = 0; done < count;) {
-        const std::size_t part = std::min(count - done, kBlockBytes);
-        const bool lastBlock = last && done + part == count;
-        Tokenise(bytes + done, part, before, *tokens);
+        const std::size_t blockBytes = std::min(count - done, kBlockBytes);
+        const StreamPart block = done + blockBytes == count ? part : StreamPart::kMoreFollows;
+        Tokenise(bytes + done, blockBytes, before, *tokens);
         MakeBlockCodes(*tokens, codes);
-        if (codes.bits < 8 * part) {
-            PutHeader(codes, lastBlock, writer);
+        if (codes.bits < 8 * blockBytes) {
+            PutHeader(codes, block, writer);
             PutTokens(*tokens, codes, writer);
         } else {
-            PutStored(bytes + done, part, lastBlock, writer);
+            PutStored(bytes + done, blockBytes, block, writer);
         }
-        done += part;
+        done += blockBytes;
         before = bytes[done - 1];
     }
-    if (!last) {
-        PutStored(nullptr, 0, false, writer);
+    if (part == StreamPart::kMoreFollows) {
+        PutStored(nullptr, 0, StreamPart::kMoreFollows, writer);
     }
     out.resize(static_cast<std::size_t>(writer.AlignToByte() - out.data()));
     return out;

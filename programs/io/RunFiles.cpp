@@ -114,12 +114,12 @@ bool RunFiles::CheckInputs(const std::string& option, const std::string& path, s
     return true;
 }
 
-bool RunFiles::Find(std::uint64_t key, bool insert) const {
+bool RunFiles::Find(std::uint64_t key, IfAbsent ifAbsent) const {
     auto* claims = static_cast<Place*>(claims_);
     for (std::size_t step = 0; step < kClaims; ++step) {
         Place& claim = claims[(key + step) % kClaims];
         std::uint64_t there = claim.load();
-        if (there == 0 && (!insert || claim.compare_exchange_strong(there, key))) {
+        if (there == 0 && (ifAbsent == IfAbsent::kLeaveSo || claim.compare_exchange_strong(there, key))) {
             return false;
         }
         if (there == key) {
@@ -132,7 +132,7 @@ bool RunFiles::Find(std::uint64_t key, bool insert) const {
 void RunFiles::Check(const std::string& option, const std::string& path, std::size_t owner) const {
     CheckInputs(option, path, owner);
     const auto key = KeyOf(path);
-    if (key && Find(*key, false)) {
+    if (key && Find(*key, IfAbsent::kLeaveSo)) {
         RefuseSecond(option, path);
     }
 }
@@ -140,7 +140,7 @@ void RunFiles::Check(const std::string& option, const std::string& path, std::si
 bool RunFiles::Claim(const std::string& option, const std::string& path, std::size_t owner) {
     const bool own = CheckInputs(option, path, owner);
     const auto key = KeyOf(path);
-    if (key && Find(*key, true)) {
+    if (key && Find(*key, IfAbsent::kInsert)) {
         RefuseSecond(option, path);
     }
     return own;

@@ -37,7 +37,8 @@ class RunFiles {
 
     // Whether it is the owner's own file; an Error where it is another input.
     bool CheckInputs(const std::string& option, const std::string& path, std::size_t owner) const;
-    bool Find(std::uint64_t key, bool insert) const;
+    enum class IfAbsent { kLeaveSo, kInsert };
+    bool Find(std::uint64_t key, IfAbsent ifAbsent) const;
 
     std::map<Identity, std::vector<std::size_t>> inputs_;
     void* claims_ = nullptr;

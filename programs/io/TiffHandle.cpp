@@ -72,9 +72,18 @@ void TiffHandle::Expect() {
 }
 
 void TiffHandle::Check(bool succeeded, const char* what) {
-    if (succeeded && !complained_) {
-        return;
+    if (!succeeded || complained_) {
+        Fail(what);
     }
+}
+
+void TiffHandle::CheckMessages(const char* what) {
+    if (complained_) {
+        Fail(what);
+    }
+}
+
+void TiffHandle::Fail(const char* what) {
     if (output_ != nullptr) {
         output_->CheckWriteError();
     }
@@ -85,7 +94,7 @@ void TiffHandle::Close() {
     Expect();
     TIFFClose(tiff_);
     tiff_ = nullptr;
-    Check(true, "the TIFF can't be written");
+    CheckMessages("the TIFF can't be written");
 }
 
 // The first complaint names the cause, later ones its consequences.

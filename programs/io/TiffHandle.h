@@ -41,6 +41,8 @@ class TiffHandle {
     // what it only warns of: its fax decoders continue past the end of a truncated strip.
     void Expect();
     void Check(bool succeeded, const char* what);
+    void CheckMessages(const char* what);  // after calls that have no result
+    [[noreturn]] void Fail(const char* what);
 
     // Closes a written file, and checks that.
     void Close();

@@ -174,7 +174,7 @@ class TiffReader : public LineReader {
         rows_.reset();
         handle_->Expect();
         if (TIFFSetSubDirectory(handle_->Get(), pages_[page]) == 0) {
-            handle_->Check(false, "the TIFF is damaged");
+            handle_->Fail("the TIFF is damaged");
         }
         ImageInfo info;
         layout_ = ReadTiffLayout(handle_->Get(), info);

@@ -79,7 +79,7 @@ class ScanlineRows : public TiffRows {
             other.Expect();
             const int found = TIFFSetSubDirectory(other.Get(), TIFFCurrentDirOffset(handle.Get()));
             if (found == 0) {
-                other.Check(false, "the TIFF is damaged");
+                other.Fail("the TIFF is damaged");
             }
         }
     }

@@ -50,7 +50,7 @@ class TiffWriter : public LineWriter {
         SetLayout();
         SetCompression();
         SetMetadata();
-        handle_->Check(true, "the TIFF can't be written");
+        handle_->CheckMessages("the TIFF can't be written");
         line_.resize(info.LineBytes());
         if (TiffStrips::Takes(compression_)) {
             strips_.emplace(

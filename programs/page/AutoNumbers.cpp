@@ -269,7 +269,7 @@ Settings WithNumbers(Settings settings, const AutoNumbers& numbers) {
         }
         for (const LevelsStep& step : numbers.steps.at(next++)) {
             settings.tone.emplace_back(step);
-            settings.toneOrigins.push_back({{"levels"}, false, true});
+            settings.toneOrigins.push_back({.options = {"levels"}, .typed = false, .automatic = true});
         }
     }
     settings.pixels.threshold = numbers.threshold.value_or(settings.pixels.threshold);
@@ -284,7 +284,8 @@ std::vector<GivenOption> WithNumbers(const std::vector<GivenOption>& options, co
     for (const GivenOption& option : options) {
         if (option.name == "auto-levels" || option.name == "auto-white") {
             for (const LevelsStep& step : numbers.steps.at(next++)) {
-                result.push_back({"levels", LevelsText(step), true, option.presetNo});
+                result.push_back(
+                    {.name = "levels", .value = LevelsText(step), .newStep = true, .presetNo = option.presetNo});
             }
             ended = true;
         } else if (ToneStepList::Knows(option.name)) {
@@ -293,7 +294,8 @@ std::vector<GivenOption> WithNumbers(const std::vector<GivenOption>& options, co
             ended = false;
         } else if (option.name == "auto-threshold") {
             if (numbers.threshold) {
-                result.push_back({"threshold", NumberText(*numbers.threshold), false, option.presetNo});
+                result.push_back(
+                    {.name = "threshold", .value = NumberText(*numbers.threshold), .presetNo = option.presetNo});
             }
         } else if (option.name != "auto-margin") {
             result.push_back(option);

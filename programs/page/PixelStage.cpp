@@ -18,12 +18,15 @@ void Store16(std::uint8_t* at, std::uint32_t value) {
     std::memcpy(at, &narrow, sizeof narrow);
 }
 
-std::uint32_t Load(const std::uint8_t* line, std::size_t sample, bool wide) {
-    return wide ? Load16(line + 2 * sample) : line[sample];
+// The width of a line's samples.
+enum class SampleBits { k8, k16 };
+
+std::uint32_t Load(const std::uint8_t* line, std::size_t sample, SampleBits bits) {
+    return bits == SampleBits::k16 ? Load16(line + 2 * sample) : line[sample];
 }
 
-void Store(std::uint8_t* line, std::size_t sample, bool wide, std::uint32_t value) {
-    if (wide) {
+void Store(std::uint8_t* line, std::size_t sample, SampleBits bits, std::uint32_t value) {
+    if (bits == SampleBits::k16) {
         Store16(line + 2 * sample, value);
     } else {
         line[sample] = static_cast<std::uint8_t>(value);
@@ -40,9 +43,9 @@ class PixelStage : public Stage {
           width_(stage.in.width),
           inSamples_(static_cast<std::size_t>(stage.in.samplesPerPixel)),
           outSamples_(static_cast<std::size_t>(stage.out.samplesPerPixel)),
-          wide_(stage.in.bitsPerSample == 16),
+          bits_(stage.in.bitsPerSample == 16 ? SampleBits::k16 : SampleBits::k8),
           blackBelow_(plan.threshold * 2.55),
-          background_(BackgroundOf(plan.background, outSamples_, wide_)),
+          background_(BackgroundOf(plan.background, outSamples_, bits_)),
           line_(stage.out.LineBytes()),
           next_(next) {}
 
@@ -52,10 +55,10 @@ class PixelStage : public Stage {
     }
 
   private:
-    static std::array<std::uint64_t, 3> BackgroundOf(const Colour& colour, std::size_t samples, bool wide) {
+    static std::array<std::uint64_t, 3> BackgroundOf(const Colour& colour, std::size_t samples, SampleBits bits) {
         const auto& rgb = colour.rgb;
         const std::uint64_t grey = (299u * rgb[0] + 587u * rgb[1] + 114u * rgb[2] + 500u) / 1000u;
-        const std::uint64_t factor = wide ? 257 : 1;
+        const std::uint64_t factor = bits == SampleBits::k16 ? 257 : 1;
         if (samples == 1) {
             return {grey * factor, 0, 0};
         }
@@ -107,10 +110,10 @@ class PixelStage : public Stage {
             const std::size_t in = x * inSamples_;
             const std::size_t out = x * outSamples_;
             const std::uint32_t sum =
-                299 * Load(line, in, wide_) + 587 * Load(line, in + 1, wide_) + 114 * Load(line, in + 2, wide_);
-            Store(line_.data(), out, wide_, (sum + 500) / 1000);
+                299 * Load(line, in, bits_) + 587 * Load(line, in + 1, bits_) + 114 * Load(line, in + 2, bits_);
+            Store(line_.data(), out, bits_, (sum + 500) / 1000);
             if (outSamples_ == 2) {
-                Store(line_.data(), out + 1, wide_, Load(line, in + 3, wide_));
+                Store(line_.data(), out + 1, bits_, Load(line, in + 3, bits_));
             }
         }
     }
@@ -119,12 +122,12 @@ class PixelStage : public Stage {
         for (std::size_t x = 0; x < width_; ++x) {
             const std::size_t in = x * inSamples_;
             const std::size_t out = x * outSamples_;
-            const std::uint32_t grey = Load(line, in, wide_);
+            const std::uint32_t grey = Load(line, in, bits_);
             for (std::size_t s = 0; s < 3; ++s) {
-                Store(line_.data(), out + s, wide_, grey);
+                Store(line_.data(), out + s, bits_, grey);
             }
             if (outSamples_ == 4) {
-                Store(line_.data(), out + 3, wide_, Load(line, in + 1, wide_));
+                Store(line_.data(), out + 3, bits_, Load(line, in + 1, bits_));
             }
         }
     }
@@ -136,7 +139,7 @@ class PixelStage : public Stage {
         if (in_.HasAlpha()) {
             const std::size_t alpha = inSamples_ - 1;
             for (std::size_t i = alpha; i < width_ * inSamples_; i += inSamples_) {
-                Store(line_.data(), i, wide_, Load(line, i, wide_));
+                Store(line_.data(), i, bits_, Load(line, i, bits_));
             }
         }
         if (in_.bitsPerSample == 1 && width_ % 8 != 0) {
@@ -145,13 +148,13 @@ class PixelStage : public Stage {
     }
 
     void Flatten(const std::uint8_t* line) {
-        const std::uint64_t most = wide_ ? 65535 : 255;
+        const std::uint64_t most = bits_ == SampleBits::k16 ? 65535 : 255;
         for (std::size_t x = 0; x < width_; ++x) {
-            const std::uint64_t alpha = Load(line, x * inSamples_ + outSamples_, wide_);
+            const std::uint64_t alpha = Load(line, x * inSamples_ + outSamples_, bits_);
             for (std::size_t s = 0; s < outSamples_; ++s) {
                 const std::uint64_t sum =
-                    Load(line, x * inSamples_ + s, wide_) * alpha + background_[s] * (most - alpha);
-                Store(line_.data(), x * outSamples_ + s, wide_,
+                    Load(line, x * inSamples_ + s, bits_) * alpha + background_[s] * (most - alpha);
+                Store(line_.data(), x * outSamples_ + s, bits_,
                       static_cast<std::uint32_t>((sum + most / 2) / most));
             }
         }
@@ -171,7 +174,7 @@ class PixelStage : public Stage {
     const std::size_t width_;
     const std::size_t inSamples_;
     const std::size_t outSamples_;
-    const bool wide_;
+    const SampleBits bits_;
     const double blackBelow_;
     const std::array<std::uint64_t, 3> background_;  // kFlatten: in the page's samples
     std::vector<std::uint8_t> line_;

@@ -5,19 +5,19 @@ namespace platen_tool {
 Turn TurnOfOrientation(int orientation) {
     switch (orientation) {
         case 2:
-            return {false, true, false};
+            return {.flipX = true};
         case 3:
-            return {false, true, true};
+            return {.flipX = true, .flipY = true};
         case 4:
-            return {false, false, true};
+            return {.flipY = true};
         case 5:
-            return {true, false, false};
+            return {.swap = true};
         case 6:
-            return {true, false, true};
+            return {.swap = true, .flipY = true};
         case 7:
-            return {true, true, true};
+            return {.swap = true, .flipX = true, .flipY = true};
         case 8:
-            return {true, true, false};
+            return {.swap = true, .flipX = true};
         default:
             return {};
     }

@@ -307,7 +307,7 @@ TEST_F(ThroughScanImage, SaysWhatTheToolWouldBeTold) {
     const Outcome outcome = Execute(
         "platen:test:0", {"--shadow=20", "--platen-gamma=1.8", "--resolution=33.3", "--platen-sharpness=1"});
     unsetenv("SANE_DEBUG_PLATEN");
-    EXPECT_NE(outcome.err.find("[platen] the page as by: platen --levels=20,255,1.8 --sharpness=1 "
+    EXPECT_NE(outcome.err.find("[platen] the page as made by: platen --levels=20,255,1.8 --sharpness=1 "
                                "--input-resolution=34x34 --resolution=33.3x33.3\n"),
               std::string::npos)
         << outcome.err;

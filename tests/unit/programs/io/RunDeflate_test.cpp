@@ -28,10 +28,10 @@ Bytes Inflated(Bytes data, std::size_t expected) {
 }
 
 void ExpectRoundTrip(const Bytes& bytes) {
-    EXPECT_EQ(Inflated(DeflateRuns(bytes.data(), bytes.size(), true), bytes.size()), bytes);
+    EXPECT_EQ(Inflated(DeflateRuns(bytes.data(), bytes.size(), StreamPart::kLast), bytes.size()), bytes);
     // Twice in one stream.
-    Bytes joined = DeflateRuns(bytes.data(), bytes.size(), false);
-    const Bytes second = DeflateRuns(bytes.data(), bytes.size(), true);
+    Bytes joined = DeflateRuns(bytes.data(), bytes.size(), StreamPart::kMoreFollows);
+    const Bytes second = DeflateRuns(bytes.data(), bytes.size(), StreamPart::kLast);
     joined.insert(joined.end(), second.begin(), second.end());
     Bytes twice = bytes;
     twice.insert(twice.end(), bytes.begin(), bytes.end());
@@ -58,7 +58,7 @@ TEST(RunDeflate, RunsGoOnAcrossItsBlocks) {
     for (const std::size_t count : {65535u, 65536u, 65537u, 131072u, 200000u}) {
         ExpectRoundTrip(Bytes(count, 0));
     }
-    EXPECT_LT(DeflateRuns(Bytes(200000, 7).data(), 200000, true).size(), 400u);
+    EXPECT_LT(DeflateRuns(Bytes(200000, 7).data(), 200000, StreamPart::kLast).size(), 400u);
 }
 
 // Counts that rise like Fibonacci's numbers make the longest codes; a plain Huffman code would exceed 15 bits.
@@ -79,7 +79,7 @@ TEST(RunDeflate, NoiseGrowsByTheStoredBlocksHeadersOnly) {
     std::mt19937 random(2);
     Bytes bytes(200000);
     std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<std::uint8_t>(random()); });
-    EXPECT_LE(DeflateRuns(bytes.data(), bytes.size(), true).size(), bytes.size() + 6 * 4);
+    EXPECT_LE(DeflateRuns(bytes.data(), bytes.size(), StreamPart::kLast).size(), bytes.size() + 6 * 4);
     ExpectRoundTrip(bytes);
 }
 
