@@ -6,7 +6,7 @@
     ```cmake          configured and built, against the installed tree
     ```toml           a preset, looked at by `platen presets check`
 
-Indented lines that are not run must be of a kind that NOT_HERE lists, with the reason, or a picture of the data's way (-->):
+Indented lines that are not run must be of a kind that NOT_HERE lists, with the reason, or a data-flow diagram (-->):
 anything else that begins like a command fails.
 """
 
