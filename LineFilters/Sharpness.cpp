@@ -67,7 +67,7 @@ bool AllocateLines(SharpContext* context) {
            context->outLine1 != nullptr && context->outLine2 != nullptr;
 }
 
-// The context behind a handle's address, or null where it can't be used.
+// The context that a handle's address leads to, or null where it can't be used.
 SharpContext* Usable(void** handle, const unsigned char* line) {
     if (handle == nullptr || *handle == nullptr || line == nullptr) {
         return nullptr;

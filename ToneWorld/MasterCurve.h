@@ -26,7 +26,7 @@ inline constexpr ControlPoints kDefaultPoints = {{{0, 0}, {64, 64}, {128, 128}, 
 MasterCurve SplineMaster(const ControlPoints& points);
 
 // Straight lines from point to point, flat outside of them. Entries that no line reaches (points out of order,
-// or fractions) stay the identity's.
+// or fractions) keep the identity's value.
 MasterCurve PolylineMaster(const ControlPoints& points);
 
 // The gamma of a strength from -100 to 100: below 1 it darkens, above 1 it brightens.

@@ -2,7 +2,7 @@
 
 #include "bench/Image.h"
 
-// A page's way through the library, by the public headers only: what a host does, line by line. All of these end
+// A page through the library, by the public headers only: what a host does, line by line. All of these end
 // the program with a message where the library refuses; figures of refused work would look splendid.
 
 namespace platen_bench {

@@ -90,7 +90,7 @@ const Type kTypes[] = {{PLATEN_TYPE_BRIGHTNESS_CONTRAST, ApplyBrightnessContrast
 
 using OperationOwner = std::unique_ptr<_SToneOperation, platen::detail::DisposeOperationOf>;
 
-// An operation with an empty property list; null without memory.
+// An operation with an empty property list; null if out of memory.
 OperationOwner NewListed(std::uint32_t type, _SToneApplyFunction apply) {
     _SToneOperation* raw = nullptr;
     NewOperation(&raw);

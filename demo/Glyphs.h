@@ -2,7 +2,7 @@
 
 // The skeletons. A letter is its advance and a row of commands:
 //   M x y    begin at      L x y    line to       Q cx cy x y   curve with one control point
-//   h x y    quarter of an ellipse that starts level and ends upright; v x y the other way round
+//   h x y    quarter of an ellipse that starts level and ends upright; v x y starts upright and ends level
 //   S x y    foot serif    F x y    flag at the top of a stem   B x y  ball   O x y  dot
 //   T        thin pen from here     N        flat pen again
 namespace platen_demo {

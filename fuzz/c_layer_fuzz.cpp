@@ -28,7 +28,7 @@ constexpr std::uint32_t kKeys[] = {PLATEN_KEY_BRIGHTNESS,   PLATEN_KEY_CONTRAST,
                                    PLATEN_KEY_BALANCE_FLAG, PLATEN_KEY_CURVE_KIND,  PLATEN_KEY_CURVE_STRENGTH,
                                    PLATEN_KEY_CURVE_POINT_3};
 
-// The same operation, made by the companion and by the library.
+// The same operation, made by the companion library and by the library itself.
 struct Pair {
     _SToneOperation* ours = nullptr;
     _SToneOperation* theirs = nullptr;

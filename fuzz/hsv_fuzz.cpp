@@ -57,7 +57,7 @@ bool ShouldBeTaken(const _SHsvParam& p) {
     return changes && ranges && p.bitsPerPixel == 24 && p.width != 0 && p.height != 0 && p.rowBytes != 0;
 }
 
-// One line, taken from the input, by every kernel variant.
+// One line, taken from the input, through every kernel variant.
 void CompareLine(void* handle, const _SHsvParam& param, const platen_test::HsvOracle& oracle, Producer& producer) {
     const std::size_t size = param.width > 0 ? 3 * static_cast<std::size_t>(param.width) : 0;
     std::uint8_t source[3 * kMostPixels];

@@ -10,8 +10,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 2) {
         return 0;
     }
-    // Long runs and more than one block are out of reach for a fuzzer's short inputs: the first byte says how often
-    // each of the others stands.
+    // Long runs and more than one block are out of reach for a fuzzer's short inputs: the first byte sets how often
+    // each of the others is repeated.
     const std::size_t times = std::size_t{1} << (data[0] & 7);
     std::vector<std::uint8_t> bytes;
     constexpr std::size_t kMost = 300'000;  // several blocks; more would only take longer

@@ -37,7 +37,7 @@ bool Same(const platen_tool::Resolution& a, const platen_tool::Resolution& b) {
     return same(a.x, b.x) && same(a.y, b.y);
 }
 
-// The resolution that is asked for where it isn't the device's, else the preset's way to a size.
+// The resolution that is asked for where it isn't the device's, else the preset's size option.
 void AddSize(std::vector<GivenOption>& options, const Adjustments& adjustments, const Resolutions& resolutions) {
     const auto actual = resolutions.Actual();
     const auto asked = resolutions.Asked();

@@ -105,7 +105,7 @@ DeviceLines::DeviceLines(Device& device, const SANE_Parameters& parameters, cons
       buffer_(kBufferBytes),
       line_(static_cast<std::size_t>(parameters.bytes_per_line)) {}
 
-// Waits for the next bytes, or what the device says instead.
+// Waits for the next bytes, or for the status that ends them.
 SANE_Status DeviceLines::Fill() {
     constexpr useconds_t kPause = 1000;
     SANE_Status status = SANE_STATUS_GOOD;
@@ -129,7 +129,7 @@ SANE_Status DeviceLines::Fill() {
 
 std::uint8_t* DeviceLines::NextRaw(SANE_Status& status) {
     while (!ended_) {
-        // What comes after the last line is read, since the device wants that, and left alone.
+        // Data after the last line is read, because the device needs that, and ignored.
         if (begin_ < end_ && lines_ < most_) {
             if (have_ == 0 && end_ - begin_ >= line_.size()) {
                 std::uint8_t* line = buffer_.data() + begin_;

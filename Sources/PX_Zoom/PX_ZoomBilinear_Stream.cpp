@@ -110,8 +110,8 @@ int LineWeight(const PX_ZoomBilinear& zoom) {
     return zoom.srcLineIndex > record.wholeEnd ? record.endWeight : zoom.dstHeight;
 }
 
-// Makes the newest line the first of a sum. This is the accumulator cleared, and the line added: what the buffer
-// has after the accumulators is zero since Open, and no pass of a reduction writes there.
+// Starts a sum with the newest line, as if the accumulators were cleared and the line added: the rest of the buffer
+// after them has been zero since Open, and no pass of a reduction writes there.
 void StartSum(PX_ZoomBilinear& zoom) {
     const platen::VertKernels& kernels = *platen::Kernels().vert;
     const auto* const line = Whole(zoom.workLine[1]);

@@ -50,7 +50,7 @@ void Sharpen(Peers& peers, const Image& from, int level) {
     }
 }
 
-// Through a band of lines at a time, which stays in the cache; a band as high as the page is the usual way. The
+// Through a band of lines at a time, which stays in the cache; a band as high as the page is the common use. The
 // buffer in between is kept from run to run.
 class ThroughHls {
   public:
@@ -91,11 +91,11 @@ void Hsv(Peers& peers, const Image& from) {
                      out});
 }
 
-void Resize(Peers& peers, const Image& from, int width, int height, Way way) {
+void Resize(Peers& peers, const Image& from, int width, int height, Scaling scaling) {
     if (from.BitsPerPixel() == 1) {
         return;
     }
-    const bool reduce = way == Way::kReduce;
+    const bool reduce = scaling == Scaling::kReduce;
     const auto out = std::make_shared<Image>(width, height, from.BitsPerPixel());
     peers.push_back({reduce ? "opencv AREA" : "opencv LINEAR", true,
                      [&from, out, reduce] {

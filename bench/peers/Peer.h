@@ -23,7 +23,7 @@ struct Peer {
 
 using Peers = std::vector<Peer>;
 
-enum class Way { kReduce, kEnlarge };
+enum class Scaling { kReduce, kEnlarge };
 
 // An entry may be null: the library has nothing of the kind.
 struct Library {
@@ -31,7 +31,7 @@ struct Library {
     void (*sharpen)(Peers& peers, const Image& from, int level);
     // Out to hue, lightness and saturation and back.
     void (*hsv)(Peers& peers, const Image& from);
-    void (*resize)(Peers& peers, const Image& from, int width, int height, Way way);
+    void (*resize)(Peers& peers, const Image& from, int width, int height, Scaling scaling);
 };
 
 Library OpenCv();

@@ -26,9 +26,9 @@ AVPixelFormat FormatOf(int bitsPerPixel) {
 }
 
 // The context is made once, outside what is timed.
-void Resize(Peers& peers, const Image& from, int width, int height, Way way) {
+void Resize(Peers& peers, const Image& from, int width, int height, Scaling scaling) {
     const AVPixelFormat format = FormatOf(from.BitsPerPixel());
-    const bool reduce = way == Way::kReduce;
+    const bool reduce = scaling == Scaling::kReduce;
     if (format == AV_PIX_FMT_NONE) {
         return;
     }

@@ -21,7 +21,7 @@ struct Options {
     int lines = platen_bench::kPageHeight;
 };
 
-// Ratios that the best peer is to be left behind by. A speed is in million samples a second.
+// The ratio to the best peer that is the goal. Speeds are in million samples per second.
 struct Goal {
     double avx512 = 0;
     double avx2 = 0;

@@ -9,8 +9,8 @@ namespace {
 
 // Box is a true average only where both sides shrink to less than half; otherwise the library itself takes bilinear
 // samples. Its 24-bit scaler goes through 32 bits and averages at 2 and 4 only.
-void Resize(Peers& peers, const Image& from, int width, int height, Way way) {
-    const bool reduce = way == Way::kReduce;
+void Resize(Peers& peers, const Image& from, int width, int height, Scaling scaling) {
+    const bool reduce = scaling == Scaling::kReduce;
     const libyuv::FilterMode mode = reduce ? libyuv::kFilterBox : libyuv::kFilterBilinear;
     const auto stride = static_cast<int>(from.RowBytes());
     const auto out = std::make_shared<Image>(width, height, from.BitsPerPixel());

@@ -99,7 +99,7 @@ class Scaler {
 };
 
 // Its bilinear filter widens to a triangle when reducing: more work than an average, so it is there for comparison.
-void Resize(Peers& peers, const Image& from, int width, int height, Way) {
+void Resize(Peers& peers, const Image& from, int width, int height, Scaling) {
     if (from.BitsPerPixel() != 8) {
         return;
     }

@@ -26,8 +26,8 @@ using platen_peers::Format;
 using platen_peers::Goal;
 using platen_peers::Library;
 using platen_peers::Options;
+using platen_peers::Scaling;
 using platen_peers::Table;
-using platen_peers::Way;
 using platen_peers::Work;
 
 // Those that this build has.
@@ -107,7 +107,7 @@ void HsvRows(Table& table) {
     }
 }
 
-void ZoomRow(Table& table, const std::string& name, int bits, double factor, Way way, Goal goal) {
+void ZoomRow(Table& table, const std::string& name, int bits, double factor, Scaling scaling, Goal goal) {
     Work work;
     work.name = name;
     if (!table.Wants(work.name)) {
@@ -115,7 +115,7 @@ void ZoomRow(Table& table, const std::string& name, int bits, double factor, Way
     }
     const int scale = bits == 1 ? 2 : 1;
     const Image from = MakePage(scale * kPageWidth, scale * table.Lines(), bits);
-    const bool reduce = way == Way::kReduce;
+    const bool reduce = scaling == Scaling::kReduce;
     Image to(reduce ? Reduced(from.Width(), factor) : Enlarged(from.Width(), factor),
              reduce ? Reduced(from.Height(), factor) : Enlarged(from.Height(), factor), bits);
     work.samples = std::max(from.Samples(), to.Samples());
@@ -124,16 +124,16 @@ void ZoomRow(Table& table, const std::string& name, int bits, double factor, Way
     work.result = &to;
     for (const Library& library : Libraries()) {
         if (library.resize != nullptr) {
-            library.resize(work.peers, from, to.Width(), to.Height(), way);
+            library.resize(work.peers, from, to.Width(), to.Height(), scaling);
         }
     }
     table.Run(work);
 }
 
 void ZoomRows(Table& table) {
-    const auto row = [&](const char* what, int bits, double factor, Way way, Goal goal) {
+    const auto row = [&](const char* what, int bits, double factor, Scaling scaling, Goal goal) {
         ZoomRow(table, std::string(what) + " " + std::to_string(bits) + " bit by " + Format("%g", factor), bits,
-                factor, way, goal);
+                factor, scaling, goal);
     };
     struct Reduction {
         double factor;
@@ -146,14 +146,14 @@ void ZoomRows(Table& table) {
     constexpr int kBits[] = {24, 8, 48};
     for (std::size_t b = 0; b < std::size(kBits); ++b) {
         for (const Reduction& reduction : kReductions) {
-            row("reduce", kBits[b], reduction.factor, Way::kReduce, reduction.goals[b]);
+            row("reduce", kBits[b], reduction.factor, Scaling::kReduce, reduction.goals[b]);
         }
     }
     for (const double factor : {1.5, 2.0}) {
-        row("enlarge", 24, factor, Way::kEnlarge, {1.7, 1.7});
-        row("enlarge", 8, factor, Way::kEnlarge, {1.4, 1.4});
+        row("enlarge", 24, factor, Scaling::kEnlarge, {1.7, 1.7});
+        row("enlarge", 8, factor, Scaling::kEnlarge, {1.4, 1.4});
     }
-    ZoomRow(table, "bilevel 600 to 300 dpi", 1, 2, Way::kReduce, {5000, 5000, true});
+    ZoomRow(table, "bilevel 600 to 300 dpi", 1, 2, Scaling::kReduce, {5000, 5000, true});
 }
 
 void ToneRow(Table& table) {

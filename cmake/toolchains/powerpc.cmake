@@ -5,7 +5,7 @@ set(CMAKE_SYSTEM_PROCESSOR powerpc)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-ppc-static)
 
 # The emulator (7.2) stops at an instruction of the C library's tan. The programs find a copy of libm first that says
-# the same in an older way; plain-mffs explains.
+# the same with an older instruction; plain-mffs explains.
 set(PLATEN_PLAIN_LIBM ${CMAKE_BINARY_DIR}/plain-libm)
 if(NOT CMAKE_BINARY_DIR MATCHES "/CMakeFiles/" AND NOT EXISTS ${PLATEN_PLAIN_LIBM}/libm.so.6)
   file(MAKE_DIRECTORY ${PLATEN_PLAIN_LIBM})

@@ -35,7 +35,7 @@ const decimals = (step) => (String(step).split('.')[1] ?? '').length;
 
 // A slider with a number field beside it.
 //   get, set   the value; set is told whether the change goes on (`live`) or is done
-//   log        equal ways on the slider are equal factors
+//   log        equal distances on the slider are equal factors
 export function slider({ label, min, max, step = 1, get, set, neutral = 0, track = '', log = false }) {
     const id = newId('slider');
     const format = (value) => String(Number(value.toFixed(decimals(step))));

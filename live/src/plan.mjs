@@ -68,7 +68,7 @@ function scaledResolution(page, settings, from, to, unclamped) {
     return { x: axis('x', 0), y: axis('y', 1) };
 }
 
-// The plan: { steps, output (with its resolution), notices }. An Error where the tool would refuse too.
+// The plan: { steps, output (with its resolution), notices }. An Error where the tool refuses too.
 export function planPage(settings, source) {
     const used = usedStages(settings);
     const page = { ...source };

@@ -30,7 +30,7 @@ const pause = () => new Promise((resolve) => {
     port2.postMessage(0);
 });
 
-// Puts the page through a plan. The run ends with Cancelled when another one has begun.
+// Runs a plan on the page. The run ends with Cancelled when another one has started.
 async function run(source, plan, tables, progress) {
     const mine = ++running;
     const { output } = plan;

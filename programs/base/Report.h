@@ -10,8 +10,8 @@
 
 namespace platen_tool {
 
-// Prints "platen: " and the pieces on standard error; the program's only way to say something there. A line of
-// progress makes room for it. Takes no memory.
+// Prints "platen: " and the pieces on standard error; everything that the program prints there goes through this. A
+// line of progress makes room for it. Takes no memory.
 void PrintMessage(std::initializer_list<std::string_view> pieces) noexcept;
 
 // The line of progress: `text` takes the place of what was there and is `columns` wide, or nothing does.

@@ -20,10 +20,10 @@ namespace {
 constexpr Terminals kNone{false, false};
 
 // Options that exclude each other.
-using Ways = std::span<const std::string_view>;
+using Names = std::span<const std::string_view>;
 
-// The first is no way to a size where a device takes it.
-constexpr std::array<std::string_view, 5> kSizeWays = {"resolution", "scale", "size", "width", "height"};
+// The first doesn't determine a size where a device takes it.
+constexpr std::array<std::string_view, 5> kSizeOptions = {"resolution", "scale", "size", "width", "height"};
 
 Preset LoadPreset(const std::string& path, unsigned presetNo = 1) {
     Preset preset = ParsePreset(ReadPresetFile(path), path);
@@ -34,9 +34,9 @@ Preset LoadPreset(const std::string& path, unsigned presetNo = 1) {
 }
 
 // The command line itself is number 0, and goes before all presets.
-void KeepOneOf(Ways ways, std::vector<GivenOption>& options) {
-    const auto isOne = [ways](const GivenOption& option) {
-        return std::find(ways.begin(), ways.end(), option.name) != ways.end();
+void KeepOneOf(Names names, std::vector<GivenOption>& options) {
+    const auto isOne = [names](const GivenOption& option) {
+        return std::find(names.begin(), names.end(), option.name) != names.end();
     };
     unsigned kept = 0;
     for (const GivenOption& option : options) {
@@ -138,10 +138,10 @@ void ExpandPresets(CommandBit command, ParsedArguments& arguments) {
         }
         behindPreset = true;
     }
-    const Ways ways = kSizeWays;
+    const Names names = kSizeOptions;
     const std::size_t apart = command == kScan ? 1 : 0;
-    KeepOneOf(ways.first(apart), expanded);
-    KeepOneOf(ways.subspan(apart), expanded);
+    KeepOneOf(names.first(apart), expanded);
+    KeepOneOf(names.subspan(apart), expanded);
     arguments.options = std::move(expanded);
 }
 

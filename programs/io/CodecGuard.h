@@ -5,7 +5,7 @@
 
 namespace platen_tool {
 
-// The way out of a C codec that must not return from its error callback. A step is a plain function whose frame,
+// The exit from a C codec that must not return from its error callback. A step is a plain function whose frame,
 // like every frame of the codec above it, holds nothing that has a destructor; so the jump skips none. The text
 // waits here until the caller, back in C++, throws it as an Error.
 struct CodecGuard {

@@ -27,7 +27,7 @@ class ColourTransform {
     ColourTransform(const ColourTransform&) = delete;
     ColourTransform& operator=(const ColourTransform&) = delete;
 
-    // Samples a pixel and bytes a sample of the lines it takes; those it gives have 3 samples of the same bytes.
+    // Samples per pixel and bytes per sample of the input lines; output lines have 3 samples of the same size.
     std::size_t Samples() const;
     std::size_t SampleBytes() const;
 

@@ -11,7 +11,7 @@
 
 namespace platen_tool {
 
-// The tag that TIFF and EXIF keep a text in, and the text of a tag.
+// The tag under which TIFF and EXIF store a text, and the text field of a tag.
 std::uint16_t TextTag(TextField field);
 std::optional<TextField> TextFieldOf(std::uint16_t tag);
 

@@ -7,8 +7,8 @@
 
 namespace platen_tool {
 
-// Opens a file, or standard input for "-", finds out its container from its first bytes, and reads up to the
-// first line of the first page.
+// Opens a file, or standard input for "-", detects its container from the first bytes, and reads up to the first
+// line of the first page.
 std::unique_ptr<LineReader> OpenReader(const std::string& path, const ReadOptions& options);
 
 // Reads a page of known height to its end, from its first line on.

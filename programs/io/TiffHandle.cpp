@@ -20,7 +20,7 @@ namespace {
 constexpr tmsize_t kMostBytesAtOnce = 256 << 20;
 
 // Without memory for its table of fields, or for the list of values of fields that it doesn't know, the codec looks
-// into them all the same. It offers no way to return an error, so the program ends here, by its terminate handler.
+// into them all the same. It can't return an error, so the program ends here, by its terminate handler.
 [[noreturn]] void EndWithoutMemory() {
     try {
         throw std::bad_alloc();
@@ -127,7 +127,7 @@ int TiffHandle::OnError(TIFF*, void* user, const char*, const char* format, std:
 
 int TiffHandle::OnWarning(TIFF*, void* user, const char* module, const char* format, std::va_list arguments) {
     auto* self = static_cast<TiffHandle*>(user);
-    // An old way of LZW, which is read correctly all the same. What a writer is warned of is a matter of taste.
+    // An old form of LZW, which is read correctly all the same. Warnings to a writer are a matter of style.
     const bool harmless = module != nullptr && std::strcmp(module, "LZWPreDecode") == 0;
     if (!harmless && self->output_ == nullptr) {
         self->Keep(format, arguments);

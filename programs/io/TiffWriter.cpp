@@ -274,7 +274,8 @@ class TiffWriter : public LineWriter {
         }
     }
 
-    // The codec library links a directory to the one before it writes the directory itself. Gives 0 or errno.
+    // The codec library links a directory into the chain before it writes the directory itself. This ends the chain
+    // at the last complete one. Returns 0 or errno.
     int EndChain() const {
         std::uint8_t count[2];
         if (ReadFully(Descriptor(), keptDirectory_, count, sizeof count) != sizeof count) {

@@ -14,7 +14,7 @@
 
 namespace platen_tool {
 
-// The values of options. What isn't allowed is an Error (kUsage) that names the option and what is.
+// Parses the values of options. An invalid value is an Error (kUsage) that names the option and what is allowed.
 
 // A whole number in the row's range.
 int ParseInt(const OptionSpec& spec, std::string_view text);

@@ -39,14 +39,14 @@ void TakeOption(Settings& s, ToneStepList& tone, unsigned& missingStages, const 
 }
 
 void CheckSize(const ParsedArguments& given) {
-    const int ways = given.Given("scale") + given.Given("size") + (given.Given("width") || given.Given("height")) +
-                     given.Given("resolution");
-    if (ways > 1) {
+    const int sizes = given.Given("scale") + given.Given("size") + (given.Given("width") || given.Given("height")) +
+                      given.Given("resolution");
+    if (sizes > 1) {
         Refuse("only one of --scale, --size, --width with --height, and --resolution can be given");
     }
     // A preset may say it for the case that a size is given beside it.
     const GivenOption* shrinkOnly = given.Last("shrink-only");
-    if (shrinkOnly != nullptr && shrinkOnly->presetNo == 0 && ways == 0) {
+    if (shrinkOnly != nullptr && shrinkOnly->presetNo == 0 && sizes == 0) {
         Refuse("--shrink-only: no option scales the page");
     }
 }

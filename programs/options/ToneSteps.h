@@ -78,8 +78,7 @@ class ToneStepList {
     // Takes an option by its name, without dashes; returns false for one that is no tone option.
     bool Take(std::string_view option, std::string_view value);
 
-    // The options so far are complete: none that follows joins the last step. A --curve-kind whose curve has not
-    // come is an Error.
+    // Ends the last step: no later option joins it. A --curve-kind whose curve is missing is an Error.
     void EndStep();
 
     std::size_t Count() const {

@@ -10,7 +10,7 @@
 
 namespace platen_tool {
 
-// What can happen to a line on its way from the reader to the writer.
+// What can be done to a line between the reader and the writer.
 enum class StageKind {
     kBilevelToGrey,  // 1 bit to 8
     kDepth16To8,     // rounded to the nearest

@@ -4,7 +4,7 @@
 
 namespace platen_tool {
 
-// One of the eight ways to lay a page down. A pixel at (x, y) of the result comes from column u and line v of the
+// One of the eight orientations of a page. A pixel at (x, y) of the result comes from column u and line v of the
 // page, u and v being x and y, or y and x where `swap` is set, counted from the other end where they are flipped.
 struct Turn {
     bool swap = false;

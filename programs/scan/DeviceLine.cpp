@@ -34,8 +34,8 @@ bool HoldsItsPixels(const SANE_Parameters& p) {
            static_cast<std::size_t>(p.bytes_per_line) >= NeededBytes(p);
 }
 
-// One bit a sample as a byte, 1 being full light: colour's way round. The packed bytes lie `apart` from each
-// other, the samples written too.
+// Expands one bit per sample to bytes; a set bit is 255, as in colour frames. `apart` is the distance of the packed
+// bytes from each other, and of the bytes written.
 void ExpandBits(const std::uint8_t* packed, std::size_t width, std::size_t apart, std::uint8_t* out) {
     for (std::size_t x = 0; x < width; ++x) {
         out[apart * x] = (packed[x / 8 * apart] >> (7 - x % 8) & 1) != 0 ? 255 : 0;

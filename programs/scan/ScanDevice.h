@@ -30,7 +30,7 @@ class ScanDevice {
     ScanDevice(const ScanDevice&) = delete;
     ScanDevice& operator=(const ScanDevice&) = delete;
 
-    // Sets an option by its name. `label` is what messages call it.
+    // Sets an option by its name. `label` is the name in messages.
     void Set(const std::string& label, const std::string& name, const std::string& value);
 
     // Sets what the device has for --mode, --depth and --resolution. False where it has nothing for it: then the

@@ -13,15 +13,15 @@ namespace platen_tool {
 // From here on interrupts are for this device; null: no more.
 void WatchInterrupts(SANE_Handle device);
 
-// Whatever goes on is left behind after ten seconds, mostly a device that doesn't come back from its cancel or its
+// After ten seconds whatever still runs is abandoned, mostly a device that doesn't come back from its cancel or its
 // close: the program ends with the code, without the unfinished file.
 void LimitLeaving(ExitCode code);
 
 // Lifts that limit: for work of the program's own, when the device has come back.
 void TakeTime();
 
-// Around each call of the device that may take its time. The constructor and `CheckInterrupt` throw an
-// Error (kInterrupted or the like) without a text where an interrupt has come.
+// Placed around each device call that may block. The constructor and `CheckInterrupt` throw an Error
+// (kInterrupted or the like) without a message after an interrupt.
 class DeviceCall {
   public:
     DeviceCall();

@@ -9,7 +9,7 @@
 
 namespace platen_tool {
 
-// A page's way is read, adjust, write. These give the reading and the writing threads of their own where that is
+// A page is read, adjusted and written. These give reading and writing their own threads where that is
 // asked for, or nothing is asked, the machine has processors for it and the page is large enough; else they give
 // back what they got. `input` is the name that `reader` was opened by.
 std::unique_ptr<LineReader> WithThread(std::unique_ptr<LineReader> reader, const std::string& input,

@@ -331,10 +331,10 @@ def _adjust(image: Any, **settings: Any) -> Any:
     if unknown:
         raise TypeError(f"adjust() has no setting {unknown[0]!r}; it has {', '.join(_NAMES)}")
     settings = {name: value for name, value in settings.items() if value is not None}
-    ways = sum(1 for name in ("scale", "size") if name in settings) + ("width" in settings or "height" in settings)
-    if ways > 1:
+    sizes = sum(1 for name in ("scale", "size") if name in settings) + ("width" in settings or "height" in settings)
+    if sizes > 1:
         raise ValueError("only one of scale, size, and width with height can be given")
-    if settings.get("shrink_only") and ways == 0:
+    if settings.get("shrink_only") and sizes == 0:
         raise ValueError("shrink_only: no setting scales the image")
     page = _page(image)
     steps = _tone_steps(settings)
@@ -342,7 +342,7 @@ def _adjust(image: Any, **settings: Any) -> Any:
         name: _whole(settings.get(name, 0), name, -limit, limit) for name, limit in zip(_HSV, (100, 180, 100))
     }
     sharpness = _whole(settings.get("sharpness", 0), "sharpness", -2, 3)
-    used = {"tone": bool(steps), "hsv": any(hsv.values()), "scale": ways > 0, "sharpen": sharpness != 0}
+    used = {"tone": bool(steps), "hsv": any(hsv.values()), "scale": sizes > 0, "sharpen": sharpness != 0}
     order = _stage_order(settings.get("order", _STAGES), used)
     eight_bits = used["tone"] or used["hsv"] or used["sharpen"]
     if page.dtype == np.bool_ and eight_bits:

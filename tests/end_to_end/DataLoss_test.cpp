@@ -190,7 +190,7 @@ TEST_F(DataLoss, ATiffWithAnEntryOutsideIsAnError) {
     EXPECT_EQ(Run({"page.pgm", "--set-resolution=300", "-o", "whole.tif"}).code, 0);
     const std::string whole = ReadFile(folder.File("whole.tif"));
     std::string moved = whole;
-    // The entry of the resolution: tag 282, a ratio, one of it, then its place.
+    // The directory entry of the resolution: tag 282, type RATIONAL, count 1, then its offset.
     const std::size_t entry = moved.find(std::string("\x1A\x01\x05\0\x01\0\0\0", 8));
     ASSERT_NE(entry, std::string::npos);
     const std::size_t end = moved.size() - 7;  // its last byte lies outside

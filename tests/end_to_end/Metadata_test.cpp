@@ -8,7 +8,7 @@
 #include "programs/io/OpenReader.h"
 #include "programs/io/OpenWriter.h"
 
-// What a file says about its picture, on every path through the program: resolution, profile, orientation.
+// The metadata of a file on every path through the program: resolution, profile, orientation.
 
 namespace platen_test {
 namespace {

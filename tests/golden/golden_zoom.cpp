@@ -23,10 +23,10 @@ struct Axis {
 };
 
 // Way 0 reduces, 1 keeps, 2 enlarges.
-Axis PickAxis(int way, int limit, Random& random) {
+Axis PickAxis(int direction, int limit, Random& random) {
     const auto small = static_cast<int>(random.Between(1, limit));
     const auto large = small + static_cast<int>(random.Between(1, limit));
-    return way == 0 ? Axis{small, large} : way == 1 ? Axis{small, small} : Axis{large, small};
+    return direction == 0 ? Axis{small, large} : direction == 1 ? Axis{small, small} : Axis{large, small};
 }
 
 // One axis in a few cases is so long that its accumulators become doubles.

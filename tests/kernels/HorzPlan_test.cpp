@@ -343,7 +343,7 @@ TEST(HorzPlan, EverySumOfWholePositionsHasTheRightQuotient) {
     }
 }
 
-// A line's sum is made with it: of any weight, modulo 2^32.
+// The sum of lines is updated in the same pass, with any weight, modulo 2^32.
 TEST(HorzPlan, SumsAreMadeWithTheLine) {
     Random random(18);
     for (int round = 0; round < 1200; ++round) {

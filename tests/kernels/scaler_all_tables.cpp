@@ -3,8 +3,8 @@
 //
 //   scaler_all_tables MOST [STEP]    counts from 1 to MOST, every STEP-th pair
 //
-// Both axes take the pair in turn: columns from source to destination, lines the other way round. Exit: 0 equal,
-// 1 different, 2 wrong arguments.
+// Both axes take the pair in turn: columns from source to destination, lines in the opposite direction. Exit: 0
+// equal, 1 different, 2 wrong arguments.
 
 #include <cstdint>
 #include <cstdio>

@@ -100,7 +100,7 @@ void CompareVariants(Rows& rows, const Kernel& kernel, bool topEdge, const std::
     }
 }
 
-// The same line by the public calls.
+// The same line through the public calls.
 void CompareStream(Rows& rows, const Kernel& kernel, bool topEdge, const std::vector<std::uint8_t>& expected,
                    Totals& totals) {
     _SSharpParam param{1, 8, static_cast<std::uint32_t>(rows.width), 9, static_cast<std::uint32_t>(rows.width)};

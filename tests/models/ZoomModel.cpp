@@ -311,7 +311,7 @@ class ZoomWalk {
         for (std::size_t i = 0; i < line.size(); ++i) {
             line[i] = step.number % 3 == 0 ? static_cast<std::uint8_t>(random.OneIn(2) ? 255 : 0) : random.Byte();
         }
-        // 16-bit samples of the model's are aligned.
+        // The model's 16-bit samples are aligned.
         std::vector<std::uint16_t> aligned((line.size() + 2) / 2);
         std::memcpy(aligned.data(), line.data() + 1, line.size() - 1);
         int status = -1;

@@ -130,7 +130,7 @@ inline OracleMaster OracleCurvesMaster(const CurvesSetting& setting) {
     return OracleCurvesSpline(setting.kind == 2 ? CurvesSetting{}.points : setting.points);
 }
 
-// What becomes of the tables; the result is the status.
+// Changes the tables; returns the status.
 template <class Table>
 std::int32_t OracleCurves(const CurvesSetting& setting, std::int32_t depth, Table& red, Table& green, Table& blue) {
     if (depth != 8 && depth != 24) {

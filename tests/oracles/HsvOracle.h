@@ -148,7 +148,7 @@ class HsvOracle {
         const double max = c[kRoles[now].max];
         const double min = c[kRoles[now].min];
         const double step = (max - min) / 60;
-        // In even sectors the table of angles has mid - min, in odd ones it is written the other way round:
+        // In even sectors the table of angles has mid - min, in odd ones it is written in reverse:
         // sector 1 is green minus red, that is max - mid.
         const double mid = c[kRoles[now].moving];
         const double run = now % 2 == 0 ? mid - min : max - mid;
@@ -159,14 +159,14 @@ class HsvOracle {
         const int after = n == 360 ? 5 : n / 60;
         const bool rising = after % 2 == 0;
         if (after == now) {
-            const double way = hue_ * step;
-            c[kRoles[now].moving] = rising ? mid + way : mid - way;
+            const double shift = hue_ * step;
+            c[kRoles[now].moving] = rising ? mid + shift : mid - shift;
             return;
         }
-        const double way = (n - 60 * after) * step;
+        const double shift = (n - 60 * after) * step;
         c[kRoles[after].max] = max;
         c[kRoles[after].min] = min;
-        c[kRoles[after].moving] = rising ? min + way : max - way;
+        c[kRoles[after].moving] = rising ? min + shift : max - shift;
     }
 
     int hue_;

@@ -229,7 +229,7 @@ class Combination {
     std::string depth_;
 };
 
-// 60 of them; PLATEN_SANE_COMBINATIONS says another number.
+// 60 by default; PLATEN_SANE_COMBINATIONS sets the number.
 TEST_F(ThroughScanImage, PagesEqualTheToolsInAllCombinations) {
     WriteFile(configuration.File("test.conf"),
               "number_of_devices 1\nmode Gray\ndepth 8\nresolution 50.0\nresolution_min 1.0\nresolution_max 200.0\n"

@@ -67,7 +67,7 @@ TEST(SharpnessImage, KernelsOfTheHostsOwn) {
     }
 }
 
-// One row between protected pages, all rows ending or beginning at one.
+// One row between protected pages; every buffer ends or begins at one.
 void RowAgainstPages(Random& random, std::size_t width, std::size_t samples, bool topEdge,
                      GuardedBuffer::Against side) {
     const std::size_t bytes = width * samples;

@@ -41,14 +41,14 @@ bool RunCase(const ZoomCase& c, ZoomContent content, Force force, Random& random
     return ZoomStream(c, odd, side).Run(zoom, source, OracleScale(c, source));
 }
 
-// Sizes of one axis by its way: 0 reduce, 1 keep, 2 enlarge.
-void PickAxis(int way, int limit, Random& random, int* dst, int* src) {
+// Sizes of one axis by direction: 0 reduce, 1 keep, 2 enlarge.
+void PickAxis(int direction, int limit, Random& random, int* dst, int* src) {
     *src = static_cast<int>(random.Between(1, limit));
     *dst = *src;
-    if (way == 0) {
+    if (direction == 0) {
         *src += 1;
         *dst = static_cast<int>(random.Between(1, *src - 1));
-    } else if (way == 2) {
+    } else if (direction == 2) {
         *dst += static_cast<int>(random.Between(1, limit));
     }
 }
@@ -56,12 +56,12 @@ void PickAxis(int way, int limit, Random& random, int* dst, int* src) {
 TEST(PX_ZoomBilinearImage, AllFormatsAndWaysAtRandomSizes) {
     Random random(501);
     for (int format : kFormats) {
-        for (int ways = 0; ways < 9; ++ways) {
+        for (int directions = 0; directions < 9; ++directions) {
             for (int round = 0; round < 60; ++round) {
                 ZoomCase c{};
                 c.format = format;
-                PickAxis(ways / 3, round % 6 == 0 ? 90 : 20, random, &c.dstWidth, &c.srcWidth);
-                PickAxis(ways % 3, 20, random, &c.dstHeight, &c.srcHeight);
+                PickAxis(directions / 3, round % 6 == 0 ? 90 : 20, random, &c.dstWidth, &c.srcWidth);
+                PickAxis(directions % 3, 20, random, &c.dstHeight, &c.srcHeight);
                 const Force force = {random.OneIn(3), random.OneIn(3)};
                 ASSERT_TRUE(RunCase(c, kContents[round % 3], force, random));
             }

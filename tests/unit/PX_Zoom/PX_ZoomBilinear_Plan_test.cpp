@@ -1,4 +1,4 @@
-// The stream where the horizontal pass may keep a plan after the numbers of workLine[1].
+// Streams in which the horizontal pass may store a plan after the samples of workLine[1].
 
 #include <gtest/gtest.h>
 
@@ -53,7 +53,7 @@ Tail TailOf(const PX_ZoomBilinear& zoom, int index, const ZoomCase& c) {
 
 constexpr int kFormats[] = {1, 8, 24, 32, 16, 48, 64};
 
-// One axis by its way: reduced a little or a lot, or enlarged.
+// One axis by direction: reduced a little or a lot, or enlarged.
 void PickWidth(int limit, Random& random, ZoomCase& c) {
     c.srcWidth = static_cast<int>(random.Between(1, limit));
     c.dstWidth = static_cast<int>(random.Between(std::max(1, c.srcWidth / 8), limit));
@@ -163,7 +163,7 @@ TEST(PX_ZoomBilinearPlan, OverwrittenPlansOnlyChangePixels) {
     }
 }
 
-// The first line makes one in the free room, where the variant has plans at all.
+// The first line makes a plan in the unused bytes, if the variant has plans at all.
 TEST(PX_ZoomBilinearPlan, TheFirstLineLeavesAPlan) {
     const KeepVariant keep;
     Random random(607);

@@ -114,7 +114,7 @@ std::vector<std::uint8_t> Snapshot(const PX_Zoom& zoom, const PX_ZoomBilinear* b
     };
     append(&zoom, sizeof zoom);
     if (bilinear != nullptr && bilinear->vertParam != nullptr) {
-        // Not the gap between the numbers and the pointers, which nobody writes.
+        // Without the padding between the numbers and the pointers, which nothing writes.
         const auto* const begin = reinterpret_cast<const unsigned char*>(bilinear);
         const auto* const numbersEnd = reinterpret_cast<const unsigned char*>(&bilinear->vertDouble + 1);
         const auto* const pointers = reinterpret_cast<const unsigned char*>(&bilinear->workLine[0]);

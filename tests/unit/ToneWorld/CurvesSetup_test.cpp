@@ -10,7 +10,7 @@
 #include "support/OverwrittenList.h"
 #include "support/ToneTables.h"
 
-// The curves operation's set-up, and memory.
+// The set-up of the curves operation, and what it allocates.
 
 namespace {
 

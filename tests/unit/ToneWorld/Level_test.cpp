@@ -42,7 +42,7 @@ struct Level : testing::Test {
     bool IsRefused(const plain::Level& settings) {
         return Apply(settings) == 3 && curve.IsIdentity() && Apply(settings, 8) == 3 && curve.IsIdentity();
     }
-    // Done, and as the plain rules have it.
+    // The status and the tables equal those of the plain rules.
     testing::AssertionResult EqualsPlain(const plain::Level& s, std::int32_t depth = 24) {
         plain::Tables expected = plain::Tables::Identity();
         const int status = plain::Apply(s, depth, expected);

@@ -96,7 +96,7 @@ TEST(TiffDirectory, WholeNumbersOfAllTypesAreRead) {
             EXPECT_TRUE(directory.has_value());
             return directory ? reader.Number(*directory, 256) : std::nullopt;
         };
-        // A value smaller than its four bytes stands at their beginning.
+        // A value smaller than four bytes is stored in the first of them.
         EXPECT_EQ(number({256, 1, 1, big ? 0x12000000u : 0x12u}), 0x12u);
         EXPECT_EQ(number({256, 3, 1, big ? 0x12340000u : 0x1234u}), 0x1234u);
         EXPECT_EQ(number({256, 4, 1, 0x12345678u}), 0x12345678u);
