@@ -3,9 +3,9 @@
 
 #include "Sources/PX_Zoom/HorzPlan.h"
 
-// 64-bit processors only: on 32-bit x86 GCC 12 takes a block's function for one without effects, though its own
-// dump of it ends in the store, and drops the calls (its late analyses: -fno-ipa-pure-const with -fno-ipa-modref
-// gives right results). There the plain pass serves, as elsewhere.
+// 64-bit processors only: on 32-bit x86 GCC 12 can drop such code. It computes an address from a null base and then
+// takes the function for one without effects; tests/compiler/null_base.cpp has the fault, reduced. It dropped an
+// earlier form of this pass. There the plain pass serves, as elsewhere.
 #if defined(__x86_64__)
 
 #include <emmintrin.h>
