@@ -7,7 +7,7 @@ are for drivers, which prepare once and pass many rows: ToneWorld with Brightnes
 HsvFilter; Sharpener; Scaler.
 
 Arrays are (height, width) or (height, width, samples); sizes are (width, height). Pixels are read from and written to
-where they are, through the buffer protocol, whatever their strides. The interpreter's lock is released during work.
+where they are, through the buffer protocol, whatever their strides. The interpreter lock is released during the work.
 """
 
 from ._adjust import PlatenWarning, adjust, scale, sharpen

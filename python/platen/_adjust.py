@@ -25,7 +25,7 @@ from ._tone import (
 
 
 class PlatenWarning(UserWarning):
-    """A setting acts otherwise than its words say, because of the page: see platen.adjust."""
+    """A setting has another effect on this page than its name suggests: see platen.adjust."""
 
 
 # Which samples a page may have. Two and four are grey and RGB with alpha.
@@ -33,7 +33,7 @@ _LAYOUTS = "(height, width), (height, width, 1), (height, width, 2), (height, wi
 
 
 def _page(image: Any) -> Any:
-    """The page as an array, after a look at type and shape."""
+    """The page as an array, after checking its type and shape."""
     if not isinstance(image, np.ndarray):
         try:
             memoryview(image)
@@ -403,7 +403,7 @@ def adjust(image: Any, **settings: Any) -> Any:
                                            grey and alpha, RGB, RGB and alpha
                           bool             (height, width), True is white; can only be scaled
 
-    Tone, in the order in which these are given in the call; brightness and contrast side by side make one step:
+    Tone, in the order of the call's arguments; adjacent brightness and contrast combine into one step:
     brightness          -100 to 100
     contrast            -100 to 100
     levels              (black, white), (black, white, gamma) or (black, white, gamma, output_black, output_white): see
@@ -413,7 +413,7 @@ def adjust(image: Any, **settings: Any) -> Any:
                         them
     curve_gamma         -100 to 100, positive is lighter
     balance_shadows     (red, green, blue), each -100 to 100; so balance_midtones, balance_highlights; colour only
-    tone                a ToneWorld, or a list of operations, for what can't be said above
+    tone                a ToneWorld, or a list of operations, for anything that the settings above can't express
 
     Colour, colour pages only:
     saturation          -100 to 100, percent
@@ -427,7 +427,7 @@ def adjust(image: Any, **settings: Any) -> Any:
     shrink_only         True: never enlarges
 
     sharpness           -2 and -1 soften, 1, 2 and 3 sharpen, 0 is off
-    order               the stages' order, where it is not ("tone", "hsv", "scale", "sharpen")
+    order               the stages' order; by default ("tone", "hsv", "scale", "sharpen")
 
     The stages, their order and their results are those of the command-line tool with the options of the same names.
     Alpha is scaled with the page, colours by their alpha; otherwise alpha stays as it is.

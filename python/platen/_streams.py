@@ -9,7 +9,7 @@ from . import _platen
 
 def _finished(stream: Any, source: Iterable[Any], height: int, name: str) -> Iterator[Any]:
     if stream.rows_in not in (0, height):
-        raise ValueError(f"{name}: a page is under way, {stream.rows_in} of {height} rows; push the rest, or reset()")
+        raise ValueError(f"{name}: a page is in progress, {stream.rows_in} of {height} rows; push the rest, or reset()")
     stream.reset()
     for row in source:
         yield from stream.push(row)

@@ -244,8 +244,8 @@ class ColorBalance(Operation):
 class ToneWorld:
     """ToneWorld(operations=())
 
-    An ordered list of tone operations, folded into one table a channel. The list is `operations`: append to it, remove
-    from it, change the settings of what is in it; tables follow when they are made next."""
+    An ordered list of tone operations, folded into one table per channel. The list is `operations`: append to it, remove
+    from it, change the settings of its operations; the tables follow when they are next made."""
 
     def __init__(self, operations: Iterable[Operation] = ()) -> None:
         self.operations: List[Operation] = list(operations)

@@ -134,7 +134,7 @@ At least one is not 0, else ValueError.
 
 A filter never changes, and may be used by several threads at a time. The library keeps one lightness table for the
 process: filters with different lightness take turns of a fraction of a millisecond, so that each result is right
-whatever other filters do; those with the same lightness work side by side.)")
+whatever other filters do; those with the same lightness run in parallel.)")
         .def(py::init<py::object, py::object, py::object>(), py::arg("saturation") = 0, py::arg("hue") = 0,
              py::arg("lightness") = 0)
         .def("apply", &HsvFilter::Apply, py::arg("image"), py::arg("out") = py::none(),

@@ -81,7 +81,7 @@ class Scaler {
     py::object Apply(const py::object& given, const py::object& given_out) {
         const Busy::Use use(busy_, "apply");
         if (rowsIn_ != 0 && rowsIn_ != source_.height) {
-            throw py::value_error("apply: a page is under way, " + std::to_string(rowsIn_) + " of " +
+            throw py::value_error("apply: a page is in progress, " + std::to_string(rowsIn_) + " of " +
                                   std::to_string(source_.height) + " rows; push the rest, or reset()");
         }
         const Image image = Image::Page(given, {"image", format_.RowWidth(source_.width), source_.height,
@@ -212,7 +212,7 @@ bits         of a pixel, and with it the rows' type and shape:
                16  uint16 (width,)     48  uint16 (width, 3)     64  uint16 (width, 4)
 
 ValueError for a value out of its range, MemoryError for sizes that don't fit. One thread at a time; a second one gets
-a RuntimeError. KEPT: of a page one pixel wide every sample of a pixel takes the first one's value; platen.scale scales
+a RuntimeError. KEPT: in a page one pixel wide every sample of a pixel takes the first one's value; platen.scale scales
 such pages sample by sample. Four samples are four of a kind here; platen.scale takes the fourth for alpha.)")
         .def(py::init<py::object, py::object, py::object>(), py::arg("source_size"), py::arg("size"),
              py::arg("bits") = 24)

@@ -69,7 +69,7 @@ class Sharpener {
     py::object Apply(const py::object& given, const py::object& given_out) {
         const Busy::Use use(busy_, "apply");
         if (rowsIn_ != 0 && rowsIn_ != size_.height) {
-            throw py::value_error("apply: a page is under way, " + std::to_string(rowsIn_) + " of " +
+            throw py::value_error("apply: a page is in progress, " + std::to_string(rowsIn_) + " of " +
                                   std::to_string(size_.height) + " rows; push the rest, or reset()");
         }
         const Image image = Image::Page(given, {"image", size_.width, size_.height, Samples(), 1, false});

@@ -116,9 +116,9 @@ def test_settings_can_change_between_tables():
 def test_a_page_under_way_is_not_lost():
     for stream in (platen.Scaler((5, 4), (2, 2)), platen.Sharpener(1, (5, 4))):
         stream.push(RGB[0])
-        with pytest.raises(ValueError, match="a page is under way, 1 of 4 rows"):
+        with pytest.raises(ValueError, match="a page is in progress, 1 of 4 rows"):
             stream.apply(RGB)
-        with pytest.raises(ValueError, match="a page is under way, 1 of 4 rows"):
+        with pytest.raises(ValueError, match="a page is in progress, 1 of 4 rows"):
             next(iter(stream.rows(RGB)))
         assert stream.rows_in == 1
         stream.push(RGB[1:])

@@ -435,8 +435,7 @@ TEST_F(ScanDevice, AutomaticSettingsFindInAScanWhatTheyFindInItsFile) {
     EXPECT_FALSE(Same(PnmPixels(ReadFile(folder.File("later.pbm"))), ScanPixels(Set({"depth=1"}))));
     ExpectError(
         {"--auto-levels", "--strict-stream"}, 3,
-        "test: automatic settings need the whole page first; --strict-stream forbids spooling what can't be "
-        "read twice");
+        "test: automatic settings need the whole page first; --strict-stream forbids spooling an input that can't be read twice");
 }
 
 // The feeder's pages, each with numbers of its own; those of the first for all.

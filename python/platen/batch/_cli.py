@@ -24,13 +24,14 @@ from ._worker import STATE, Failed, Job, Result, run_page, tool_version, verify_
 DONE, SOME_FAILED, USAGE, STOPPED, INTERRUPTED = 0, 1, 2, 3, 130
 
 DESCRIPTION = """\
-Adjusts a tree of pages with platen, and keeps its shape. What has been done is in OUT/.platen-batch; a second run does
-only what is missing or changed. Options that aren't listed here go to platen, written --name=value: see platen --help.
+Adjusts a tree of pages with platen and writes the same tree to OUT. OUT/.platen-batch records what is done; a second run
+does only what is missing or changed. Options that aren't listed here are passed to platen, as --name=value: see
+platen --help.
 """
 
 EPILOG = """\
 exit codes: 0 done | 1 some pages or folders were not | 2 the command line is wrong | 3 stopped: the disk is full or the
-cluster has gone; run again | 130 interrupted; run again
+cluster is gone; run again | 130 interrupted; run again
 
   platen-batch --preset=book-yellowed scans pages
   platen-batch --scale=50% --format=png --scheduler=tcp://head:8786 /nfs/scans /nfs/pages

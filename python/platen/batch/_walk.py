@@ -25,8 +25,8 @@ def output_of(path: str, ending: Optional[str]) -> str:
 
 
 def walk(root: str, leave_out: Tuple[str, ...]) -> Iterator[Found]:
-    """Everything below `root`, a folder at a time, in the order of the names. Hidden names are passed over, folders
-    reached through links and those in `leave_out` (real paths) too."""
+    """Everything below `root`, a folder at a time, in the order of the names. Hidden names are skipped, as are folders
+    reached through links and those in `leave_out` (real paths)."""
     folders = [""]
     while folders:
         folder = folders.pop()

@@ -95,7 +95,7 @@ def _preset_file(preset: str) -> str:
 
 
 def _pixels(tool: str, path: str) -> Optional[int]:
-    """Of all the file's pages together."""
+    """For all the file's pages together."""
     run = subprocess.run([tool, "info", "--json", "--", path], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False)
     try:
         pages = json.loads(run.stdout)[0]["pages"]
