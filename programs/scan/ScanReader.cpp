@@ -89,7 +89,7 @@ class ScanReader : public LineReader {
           promptFrom_(promptFrom),
           resolution_(device.CurrentResolution()) {
         if (!WaitForPage()) {
-            throw Error(ExitCode::kNoDocuments, "--prompt: ended before the first page; nothing is scanned");
+            throw Error(ExitCode::kNoDocuments, "--prompt: ended before the first page; nothing was scanned");
         }
         if (!StartPage()) {
             throw Error(ExitCode::kNoDocuments, Sane().statusText(SANE_STATUS_NO_DOCS));

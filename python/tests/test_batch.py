@@ -99,9 +99,9 @@ USAGE = [
     (("--gama=1.2", "IN", "OUT"), "unknown option '--gama=1.2'"),
     (("--gamma=77", "IN", "OUT"), "--gamma: '77' is out of range"),
     (("--platen=/none", "IN", "OUT"), "/none: can't be run"),
-    (("--auto-white", "--same-for-all", "IN", "OUT"), "--same-for-all: not in a batch; each page has a run of its own; platen"),
-    (("-j2", "IN", "OUT"), "--jobs: not in a batch; --workers=N says how many pages at a time"),
-    (("-n", "IN", "OUT"), "--dry-run: not in a batch; platen -n shows what becomes of a page"),
+    (("--auto-white", "--same-for-all", "IN", "OUT"), "--same-for-all: not available in a batch; each page is a separate run; to use"),
+    (("-j2", "IN", "OUT"), "--jobs: not available in a batch; --workers=N sets how many pages are processed at a time"),
+    (("-n", "IN", "OUT"), "--dry-run: not available in a batch; platen -n shows the plan of a page"),
     (("--verify", "IN", "OUT/none"), "is not a folder"),
 ]
 

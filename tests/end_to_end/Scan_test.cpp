@@ -121,7 +121,7 @@ TEST_F(ScanDevice, PromptFillsAPdfFromAFlatbed) {
     const Outcome none = Run(numbered + Words{"-f"}, streams);
     EXPECT_EQ(none.code, 5);
     EXPECT_EQ(none.err, "platen: page 7" + prompt +
-                            "platen: test: --prompt: ended before the first page; nothing is scanned\n");
+                            "platen: test: --prompt: ended before the first page; nothing was scanned\n");
     EXPECT_EQ(folder.Listing(), "p7.png pages.pdf");
 }
 
@@ -433,9 +433,9 @@ TEST_F(ScanDevice, AutomaticSettingsFindInAScanWhatTheyFindInItsFile) {
     DoScan(kPattern + Words{"--mode=lineart", "--auto-threshold", "-o", "at-once.pbm"});
     EXPECT_TRUE(Same(ReadFile(folder.File("at-once.pbm")), ReadFile(folder.File("later.pbm"))));
     EXPECT_FALSE(Same(PnmPixels(ReadFile(folder.File("later.pbm"))), ScanPixels(Set({"depth=1"}))));
-    ExpectError(
-        {"--auto-levels", "--strict-stream"}, 3,
-        "test: automatic settings need the whole page first; --strict-stream forbids spooling an input that can't be read twice");
+    ExpectError({"--auto-levels", "--strict-stream"}, 3,
+                "test: automatic settings need the whole page first; --strict-stream forbids spooling an input "
+                "that can't be read twice");
 }
 
 // The feeder's pages, each with numbers of its own; those of the first for all.

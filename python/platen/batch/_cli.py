@@ -41,17 +41,17 @@ cluster is gone; run again | 130 interrupted; run again
 
 # The tool takes these, and a preset, which is how the settings reach the workers, can't hold them.
 NOT_FOR_BATCHES = {
-    "--same-for-all": "each page has a run of its own; platen --save-preset=FILE, with the automatic options, one page and "
-    "-o, keeps that page's numbers, and --preset=FILE gives them to all",
+    "--same-for-all": "each page is a separate run; to use one page's results for all, save them with platen "
+    "--save-preset=FILE, the automatic options, that page and -o, and give --preset=FILE here",
     "--output": "outputs go to OUT",
-    "--jobs": "--workers=N says how many pages at a time",
-    "--dry-run": "platen -n shows what becomes of a page",
-    "--stats": "platen --stats counts pages",
-    "--json": "the report is there as JSON too",
+    "--jobs": "--workers=N sets how many pages are processed at a time",
+    "--dry-run": "platen -n shows the plan of a page",
+    "--stats": "platen --stats prints statistics",
+    "--json": "the report is also written as JSON",
     "--plot": "platen curve --svg=FILE draws the curve",
-    "--save-preset": "platen --save-preset=FILE keeps options",
+    "--save-preset": "platen --save-preset=FILE stores options",
     "--first-page-number": "an output keeps its input's name",
-    "--stop-on-error": "a batch goes on with the other pages",
+    "--stop-on-error": "a batch always continues with the other pages",
 }
 SHORT_NAMES = {"-o": "--output", "-j": "--jobs", "-n": "--dry-run"}
 
@@ -154,7 +154,7 @@ def _refuse_useless(options: List[str]) -> None:
     for word in options:
         name = SHORT_NAMES.get(word[:2], word.split("=", 1)[0])
         if name in NOT_FOR_BATCHES:
-            raise UsageError(f"{name}: not in a batch; {NOT_FOR_BATCHES[name]}")
+            raise UsageError(f"{name}: not available in a batch; {NOT_FOR_BATCHES[name]}")
 
 
 def _find_tool(given: Optional[str]) -> str:
