@@ -78,10 +78,10 @@ constexpr std::array kTable = std::to_array<OptionSpec>({
 
     {"auto-levels", 0, "LOW,HIGH", kToneGroup, "--levels from the page; clip LOW,HIGH % (%b)", kPageUsers,
      TakeToneOption, kInPresets, {0, 49}, nullptr, nullptr, "0.5,0.5", ','},
-    {"auto-white", 0, nullptr, kToneGroup, "--levels for each channel that make the paper white", kPageUsers,
+    {"auto-white", 0, nullptr, kToneGroup, "--levels per channel that make the paper white", kPageUsers,
      TakeToneOption, kInPresets},
 
-    Rare({"auto-margin", 0, "N", kAutomatic, "%r percent of the page to ignore at each edge (%u)", kPageUsers,
+    Rare({"auto-margin", 0, "N", kAutomatic, "%r percent to ignore at each edge (%u)", kPageUsers,
      [](S o, V v, T t) { t.settings.automatic.margin = ParseInt(o, v); }, kInPresets, {0, 45}, "0"}),
     Rare({"same-for-all", 0, nullptr, kAutomatic, "use the first page's settings for all pages", kPageUsers,
      [](S, V, T t) { t.settings.automatic.sameForAll = true; }}),
