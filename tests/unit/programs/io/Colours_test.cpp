@@ -126,7 +126,8 @@ TEST(Colours, InksWithoutTheirProfileAreRefused) {
         ExpectError([&] { ReadPages(scratch / "inks.jpg"); }, ExitCode::kUnsupported, text);
     };
     refused({}, "the JPEG is CMYK without a profile; converting it to RGB needs an embedded CMYK profile");
-    refused(Bytes(300, 7), "the JPEG is CMYK and its profile is damaged; an embedded ICC profile of CMYK");
+    refused(Bytes(300, 7),
+            "the JPEG is CMYK and its profile is damaged; converting it to RGB needs an embedded CMYK profile");
     const cmsHPROFILE rgb = cmsCreate_sRGBProfile();
     cmsUInt32Number bytes = 0;
     cmsSaveProfileToMem(rgb, nullptr, &bytes);
@@ -210,7 +211,7 @@ TEST(Colours, InksOfATiffBecomeRgb) {
     }
     WriteInkTiff(scratch / "inks.tif", {}, {});
     ExpectError([&] { ReadPages(scratch / "inks.tif"); }, ExitCode::kUnsupported,
-                "the TIFF is CMYK without a profile; an embedded ICC profile of CMYK colours is needed");
+                "the TIFF is CMYK without a profile; converting it to RGB needs an embedded CMYK profile");
 }
 
 TEST(Colours, LabBecomesRgb) {

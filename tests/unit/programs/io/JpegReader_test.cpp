@@ -64,7 +64,7 @@ TEST(JpegReader, CmykWithoutAProfileIsRefused) {
     const Scratch scratch;
     WriteJpeg(scratch / "page.jpg", {.samples = 4, .space = JCS_CMYK}, 20, 20);
     ExpectError([&] { ReadPages(scratch / "page.jpg"); }, ExitCode::kUnsupported,
-                "the JPEG is CMYK without a profile; an embedded ICC profile of CMYK");
+                "the JPEG is CMYK without a profile; converting it to RGB needs an embedded CMYK profile");
 }
 
 TEST(JpegReader, ProgressiveEqualsBaselineAndIsSaid) {

@@ -303,7 +303,7 @@ TEST(TiffReader, UnsupportedLayoutsAreNamed) {
         ExpectError([&] { ReadPages(scratch / "page.tif"); }, ExitCode::kUnsupported, part);
     };
     expect({.samples = 4, .photometric = PHOTOMETRIC_SEPARATED},
-           "the TIFF is CMYK without a profile; an embedded ICC profile of CMYK");
+           "the TIFF is CMYK without a profile; converting it to RGB needs an embedded CMYK profile");
     expect({.bits = 32, .sampleFormat = SAMPLEFORMAT_IEEEFP},
            "the TIFF has floating-point samples; whole numbers of 1, 2, 4, 8 and 16 bits are supported");
     expect({.bits = 32}, "the TIFF has 32 bits a sample; 1, 2, 4, 8 and 16 are supported");
