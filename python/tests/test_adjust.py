@@ -144,7 +144,7 @@ def test_tone_takes_objects_and_leaves_them_alone():
 WRONG = [
     (dict(levles=(1, 2)), TypeError, "has no setting 'levles'; it has tone, brightness"),
     (dict(levels=(30, 33)), ValueError, "white: 33|at least 8 above"),
-    (dict(levels=30), ValueError, "levels: 30; allowed are"),
+    (dict(levels=30), ValueError, "levels: 30; allowed: "),
     (dict(gamma=10), ValueError, "gamma: 10 is out of range; allowed: 0.1 to 9.99"),
     (dict(gamma=float("nan")), ValueError, "out of range"),
     (dict(gamma="x"), TypeError, "gamma: must be a number"),
@@ -152,7 +152,7 @@ WRONG = [
     (dict(curve=CURVE[:4]), ValueError, "points: must be five points"),
     (dict(curve=CURVE[::-1]), ValueError, r"points\[0\]"),
     (dict(curve_kind="spline"), ValueError, "there is no curve"),
-    (dict(curve=CURVE, curve_kind="gamma"), ValueError, "allowed are spline and polyline"),
+    (dict(curve=CURVE, curve_kind="gamma"), ValueError, "allowed: spline and polyline"),
     (dict(balance_shadows=(1, 2)), ValueError, "shadows: must be three values"),
     (dict(saturation=101), ValueError, "saturation: 101 is out of range; allowed: -100 to 100"),
     (dict(sharpness=4), ValueError, "sharpness: 4 is out of range; allowed: -2 to 3"),

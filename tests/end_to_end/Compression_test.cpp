@@ -144,7 +144,7 @@ TEST_F(CompressionOption, WhatAFormatOrAPageCannotHaveIsRefused) {
     Refused({"a.ppm", "--compression=jpeg", "-o", "b.ppm"}, kUsage, "--compression=jpeg: PNM has none and default");
     Refused({"a.ppm", "--compression=lzw:3", "-o", "a.tif"}, kUsage,
             "--compression: 'lzw' takes no level; deflate (1..12), zstd (1..19) and jpeg (1..100) do");
-    Refused({"a.ppm", "--compression=zstd:20", "-o", "a.tif"}, kUsage, "allowed are 1 to 19");
+    Refused({"a.ppm", "--compression=zstd:20", "-o", "a.tif"}, kUsage, "allowed: 1 to 19");
     Refused({"a.ppm", "--compression=zip", "-o", "a.tif"}, kUsage, "--compression: 'zip' is not one of none, lzw");
     for (const std::string output : {"a.tif", "a.pdf"}) {
         for (const std::string run : {"-v", "-n"}) {

@@ -134,7 +134,7 @@ TEST(Colours, InksWithoutTheirProfileAreRefused) {
     Bytes wrong(bytes);
     cmsSaveProfileToMem(rgb, wrong.data(), &bytes);
     cmsCloseProfile(rgb);
-    refused(wrong, "the JPEG is CMYK and its profile 'sRGB built-in' is of RGB; an embedded");
+    refused(wrong, "the JPEG is CMYK and its profile 'sRGB built-in' is of RGB; converting it to RGB needs");
     // A profile that lacks its table, and one that is cut off anywhere.
     Bytes damaged = CmykProfile();
     for (std::size_t i = 0; i + 4 <= 300; ++i) {
