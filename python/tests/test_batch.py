@@ -34,7 +34,7 @@ def test_200_pages_two_workers_one_killed(tmp_path):
 
     # A second run does nothing; --verify finds the outputs as they were written.
     assert "0 pages to do, 200 done before" in batches.batch(*OPTIONS, source, out)
-    assert "200 outputs compared with the manifest, 0 are not" in batches.batch(*OPTIONS, "--verify", source, out)
+    assert "200 outputs compared with the manifest, 0 differ" in batches.batch(*OPTIONS, "--verify", source, out)
 
 
 def test_a_lost_connection_is_no_failure_of_the_page():
