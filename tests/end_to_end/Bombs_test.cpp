@@ -216,7 +216,7 @@ class Bombs : public testing::Test {
         double peak = 0.0;
         std::istringstream(outcome.err.substr(at + 11)) >> peak;
         EXPECT_GT(peak, 1.0);
-        EXPECT_TRUE(kInstrumented || peak <= megabytes) << peak << " MB; allowed are " << megabytes;
+        EXPECT_TRUE(kInstrumented || peak <= megabytes) << peak << " MB; allowed: " << megabytes;
         RecordProperty("megabytes", std::to_string(peak));
     }
 
@@ -300,7 +300,7 @@ TEST_F(Bombs, ProgressiveJpegOfTooManyScans) {
 }
 
 TEST_F(Bombs, ProgressiveJpegOfTooManyCoefficients) {
-    ExpectRefused(ProgressiveJpeg(6720, 3, 1, 2), "of memory; allowed are 256 MiB");
+    ExpectRefused(ProgressiveJpeg(6720, 3, 1, 2), "of memory; allowed: 256 MiB");
 }
 
 }  // namespace

@@ -423,12 +423,12 @@ TEST(OutputFaults, WhereTheFileSystemCannotKeepFilesItRenames) {
     g_hooks.renameNew = Counted(careful, EACCES);
     OutputFile file(scratch / "out", {});
     EXPECT_EQ(Says(scratch / "out", [&] { file.Commit(); }),
-              std::string("can't be given its name: ") + std::strerror(EACCES));
+              std::string("can't be renamed: ") + std::strerror(EACCES));
     EXPECT_EQ(plain, 4);
     g_hooks.rename = Counted(plain, EROFS);
     OutputFile last(scratch / "last", {.force = true});
     EXPECT_EQ(Says(scratch / "last", [&] { last.Commit(); }),
-              std::string("can't be given its name: ") + std::strerror(EROFS));
+              std::string("can't be renamed: ") + std::strerror(EROFS));
 }
 
 TEST(OutputFaults, AFileSystemWithoutModesWillDo) {
@@ -590,9 +590,9 @@ TEST(OutputLinks, AreFollowedToTheirEnds) {
     std::filesystem::create_symlink("e", scratch / "short");
     EXPECT_EQ(ResolvedOutput(scratch / "short"), scratch / "e");
     EXPECT_EQ(Says(scratch / "first", [&] { OutputFile(scratch / "first", {}); }),
-              "is a link to a file that doesn't exist; --force makes the file");
+              "is a link to a file that doesn't exist; --force creates the file");
     EXPECT_EQ(Says(scratch / "first", [&] { CheckOutputPath(scratch / "first", {}); }),
-              "is a link to a file that doesn't exist; --force makes the file");
+              "is a link to a file that doesn't exist; --force creates the file");
     CheckOutputPath(scratch / "first", {.force = true});
     OutputFile file(scratch / "first", {.force = true});
     file.Write("abc", 3);
