@@ -206,7 +206,7 @@ TEST(OutputFaults, AWriteThatFailsIsToldAtTheEndAndLeavesNothing) {
         if (error == EPIPE) {
             EXPECT_EQ(Says(
                           path, [&] { file.Commit(); }, ExitCode::kBrokenPipe),
-                      "nobody reads the output any more");
+                      "the reader has closed the pipe");
         } else {
             EXPECT_EQ(Says(path, [&] { file.Commit(); }), std::string("can't be written: ") + std::strerror(error));
         }
