@@ -8,7 +8,7 @@ cmake_minimum_required(VERSION 3.25)
 
 set(layers base io options threads page scan commands)
 # Interfaces, plain records, templates, inline functions.
-set(without_source base/Compression.h base/Description.h base/Error.h base/ImageInfo.h io/CodecGuard.h io/LineCount.h io/LineReader.h io/LineWriter.h
+set(without_source base/Compression.h base/Description.h base/Error.h base/ImageInfo.h io/CodecGuard.h io/LineCount.h io/LineReader.h io/LineWriter.h options/Toml.h
   page/AlphaPlane.h page/Stage.h)
 # The scan command has a second source, for builds without SANE.
 set(without_header commands/NoScanCommand.cpp main.cpp)

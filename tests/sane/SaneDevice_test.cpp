@@ -436,7 +436,7 @@ TEST_F(SaneDevice, TellsWhatItDoesWhereItIsAsked) {
         EXPECT_EQ(application.Scan().status, SANE_STATUS_GOOD);
         const std::string told = testing::internal::GetCapturedStderr();
         const bool tells = std::string(level).starts_with('1');
-        EXPECT_EQ(told.starts_with("[platen] the page as by: "), tells) << level << told;
+        EXPECT_EQ(told.starts_with("[platen] the page as made by: "), tells) << level << told;
         EXPECT_EQ(told.empty(), !tells) << level;
     }
     unsetenv("SANE_DEBUG_PLATEN");
