@@ -13,21 +13,10 @@
 #include <vector>
 
 #include "Spawn.h"
+#include "support/Instrumented.h"
 
 namespace platen_test {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kInstrumented = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-constexpr bool kInstrumented = true;
-#else
-constexpr bool kInstrumented = false;
-#endif
-#else
-constexpr bool kInstrumented = false;
-#endif
 
 std::string Number(std::uint64_t value, int bytes, bool bigEndian) {
     std::string text;
@@ -117,6 +106,43 @@ std::string Tiff(std::uint32_t width, std::uint32_t height, int compression, con
         std::swap(fields[5], fields[6]);  // sorted by their tags
     }
     return "II*" + std::string(1, '\0') + Little(8, 4) + Directory(fields, 0) + data;
+}
+
+// So many zeros as Zstandard runs, in a frame that asks for a window of all of them.
+std::string ZstdZeros(std::uint64_t count) {
+    constexpr std::uint64_t kMostOfABlock = 131072;
+    std::string text = Little(0xFD2FB528, 4) + "\xA0" + Little(count, 4);
+    while (count != 0) {
+        const std::uint64_t now = std::min(count, kMostOfABlock);
+        count -= now;
+        text += Little((count == 0 ? 1 : 0) | 1 << 1 | now << 3, 3) + std::string(1, '\0');
+    }
+    return text;
+}
+
+// At least so many zeros as LZW codes, each of which stands for one zero more than the code before it.
+std::string LzwZeros(std::uint64_t count) {
+    constexpr int kClear = 256;
+    std::uint32_t bits = 0;
+    int filled = 0;
+    std::string text;
+    const auto put = [&](int code, int width) {
+        bits = bits << width | static_cast<std::uint32_t>(code);
+        for (filled += width; filled >= 8; filled -= 8) {
+            text += static_cast<char>(bits >> (filled - 8) & 255);
+        }
+    };
+    for (std::uint64_t done = 0; done < count;) {
+        put(kClear, done == 0 ? 9 : 12);
+        put(0, 9);
+        done += 1;
+        for (int code = 258; code < 4092 && done < count; ++code) {  // the table has them up to code - 1
+            put(code, code < 511 ? 9 : code < 1023 ? 10 : code < 2047 ? 11 : 12);
+            done += static_cast<std::uint64_t>(code) - 256;
+        }
+    }
+    put(0, 8);  // the last bits
+    return text;
 }
 
 // ---- JPEG
@@ -268,6 +294,13 @@ TEST_F(Bombs, TiffInOneStrip) {
         packBits += line;
     }
     ExpectPage(Tiff(65000, 1000, 32773, packBits, false), 16.0);
+    ExpectPage(Tiff(65000, 1000, 5, LzwZeros(65'000'000), false), 16.0);
+}
+
+// libzstd keeps the window that the file asks for, up to 128 MiB.
+TEST_F(Bombs, TiffOfZstandardWithALargeWindow) {
+    ExpectPage(Tiff(65000, 1000, 50000, ZstdZeros(65'000'000), false), 16.0 + 65);
+    ExpectRefused(Tiff(65000, 2100, 50000, ZstdZeros(136'500'000), false), "requires too much memory");
 }
 
 TEST_F(Bombs, TiffInOneTile) {

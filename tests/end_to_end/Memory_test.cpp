@@ -6,23 +6,12 @@
 #include <sstream>
 
 #include "Spawn.h"
+#include "support/Instrumented.h"
 
 // Peak memory: it depends on a page's width, and at half its size not on its height.
 
 namespace platen_test {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kInstrumented = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-constexpr bool kInstrumented = true;
-#else
-constexpr bool kInstrumented = false;
-#endif
-#else
-constexpr bool kInstrumented = false;
-#endif
 
 // A bilevel page with text-like strokes.
 void WriteBilevel(const std::string& path, int width, int height) {

@@ -7,6 +7,7 @@
 #include "DecodePage.h"
 #include "Scans.h"
 #include "Spawn.h"
+#include "support/Instrumented.h"
 
 // Real scans through the whole program.
 
@@ -99,14 +100,6 @@ TEST(RealPages, PngWithAlphaGetsTheTables) {
     ExpectTablesApplied("postcard-back-rgba8-325dpi.png", "png", kColourSetting);
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kMemoryCounts = false;
-#elif defined(__has_feature)
-constexpr bool kMemoryCounts = !__has_feature(address_sanitizer) && !__has_feature(thread_sanitizer);
-#else
-constexpr bool kMemoryCounts = true;
-#endif
-
 // What --stats says, in megabytes; a parent's view would count the test's own memory before the program's start.
 double PeakMegabytes(const Outcome& outcome) {
     const std::string label = "peak memory  ";
@@ -119,7 +112,7 @@ TEST(RealPages, LargePagesTakeLittleMemory) {
     if (Absent()) {
         GTEST_SKIP() << kAbsent;
     }
-    if (!kMemoryCounts) {
+    if (kInstrumented) {
         GTEST_SKIP() << "a sanitizer's memory would be counted";
     }
     Folder folder;

@@ -90,7 +90,7 @@ class SaneFaultMatrix : public testing::Test {
     }
 
     // True where the application was told of a failure.
-    bool Judge(const Host& host, const std::string& which) const {
+    bool Check(const Host& host, const std::string& which) const {
         EXPECT_EQ(host.outcome.code, 0) << which << ": " << host.outcome.out << host.outcome.err;
         EXPECT_EQ(host.whole.status, SANE_STATUS_GOOD) << which;
         EXPECT_EQ(host.after, host.whole) << which << ": the next page";
@@ -105,7 +105,7 @@ class SaneFaultMatrix : public testing::Test {
 
     void SweepMemory(const std::vector<std::string>& settings, long most = 50) {
         Let("FAULT_REPORT", folder.File("count"));
-        Judge(Run(settings), "no fault");
+        Check(Run(settings), "no fault");
         unsetenv("FAULT_REPORT");
         const long count = std::atol(ReadFile(folder.File("count")).c_str());
         EXPECT_GT(count, 20);
@@ -117,7 +117,7 @@ class SaneFaultMatrix : public testing::Test {
                 Let("FAULT_ALLOCATION", std::to_string(number));
                 const Host host = Run(settings);
                 const std::string which = "allocation " + mode + " " + std::to_string(number);
-                if (Judge(host, which)) {
+                if (Check(host, which)) {
                     ++told;
                     EXPECT_EQ(host.faulty.status, SANE_STATUS_NO_MEM) << which;
                 }
@@ -131,7 +131,7 @@ class SaneFaultMatrix : public testing::Test {
     // How often the calls are made that may fail.
     std::map<std::string, int> Count(const std::vector<std::string>& settings) {
         Let("FAULT_CALLS", folder.File("calls"));
-        Judge(Run(settings), "no fault");
+        Check(Run(settings), "no fault");
         unsetenv("FAULT_CALLS");
         std::map<std::string, int> counts;
         std::istringstream log(ReadFile(folder.File("calls")));
@@ -171,7 +171,7 @@ class SaneFaultMatrix : public testing::Test {
         Let("FAULT_SHORT", "1");
         const Host host = Run(settings);
         unsetenv("FAULT_SHORT");
-        EXPECT_FALSE(Judge(host, "in pieces"));
+        EXPECT_FALSE(Check(host, "in pieces"));
     }
 
     Folder folder;
@@ -188,7 +188,7 @@ class SaneFaultMatrix : public testing::Test {
             Let("FAULT_ERRNO", std::to_string(error));
             Let("FAULT_MODE", mode);
             const std::string which = call + " " + std::to_string(at) + " " + mode + " " + strerror(error);
-            const bool told = Judge(Run(settings), which);
+            const bool told = Check(Run(settings), which);
             EXPECT_FALSE(told && error == EINTR) << which;
             for (const char* name : {"FAULT_CALL", "FAULT_AT", "FAULT_ERRNO", "FAULT_MODE"}) {
                 unsetenv(name);
