@@ -26,14 +26,9 @@ struct CodecGuard {
         std::longjmp(target, 1);
     }
 
-    [[noreturn]] void FailForMemory() {
-        outOfMemory = true;
-        Fail("out of memory");
-    }
-
     std::jmp_buf target;
     char text[300] = "";
-    bool outOfMemory = false;  // the caller throws std::bad_alloc then
+    bool outOfMemory = false;  // set by an allocator: the caller throws std::bad_alloc, however the step ended
 };
 
 }  // namespace platen_tool

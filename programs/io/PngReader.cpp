@@ -61,11 +61,11 @@ void Create(void* pointer) {
     state->png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, state, OnError, OnWarning, &state->guard,
                                           AllocateForPng, nullptr);
     if (state->png == nullptr) {
-        state->guard.FailForMemory();
+        state->guard.Fail("out of memory");
     }
     state->info = png_create_info_struct(state->png);
     if (state->info == nullptr) {
-        state->guard.FailForMemory();
+        state->guard.Fail("out of memory");
     }
     png_set_read_fn(state->png, state, OnRead);
     png_set_user_limits(state->png, state->limits.maxSide, state->limits.maxSide);
@@ -197,11 +197,12 @@ class PngReader : public LineReader {
 
   private:
     void Run(CodecGuard::Step step) {
-        if (!state_.guard.Run(step, &state_)) {
+        const bool done = state_.guard.Run(step, &state_);
+        if (state_.guard.outOfMemory) {
+            throw std::bad_alloc();
+        }
+        if (!done) {
             file_->CheckReadError();
-            if (state_.guard.outOfMemory) {
-                throw std::bad_alloc();
-            }
             throw Error(ExitCode::kFailed, std::string("the PNG is damaged: ") + state_.guard.text);
         }
     }

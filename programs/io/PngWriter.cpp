@@ -103,11 +103,11 @@ void Begin(void* pointer) {
     state->png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, state, OnError, OnWarning, &state->guard,
                                            AllocateForPng, nullptr);
     if (state->png == nullptr) {
-        state->guard.FailForMemory();
+        state->guard.Fail("out of memory");
     }
     state->info = png_create_info_struct(state->png);
     if (state->info == nullptr) {
-        state->guard.FailForMemory();
+        state->guard.Fail("out of memory");
     }
     png_set_write_fn(state->png, state, OnWrite, OnFlush);
     const ImageInfo& page = *state->page;
@@ -193,11 +193,12 @@ class PngWriter : public LineWriter {
 
   private:
     void Run(CodecGuard::Step step) {
-        if (!state_.guard.Run(step, &state_)) {
+        const bool done = state_.guard.Run(step, &state_);
+        if (state_.guard.outOfMemory) {
+            throw std::bad_alloc();
+        }
+        if (!done) {
             file_->CheckWriteError();
-            if (state_.guard.outOfMemory) {
-                throw std::bad_alloc();
-            }
             throw Error(ExitCode::kFailed, std::string("the PNG can't be written: ") + state_.guard.text);
         }
     }
