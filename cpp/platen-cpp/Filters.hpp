@@ -120,7 +120,7 @@ struct Sharpness {
         const bool known = format == PixelFormat::rgb8 || format == PixelFormat::gray8;
         const std::uint64_t needed = detail::wideBytesOfLine(format, size.width);
         return detail::first({detail::within("Sharpness: level", level, -2, 3),
-                              detail::rule("Sharpness: level is 0; allowed are -2, -1, 1, 2 and 3", level != 0),
+                              detail::rule("Sharpness: level is 0; allowed: -2, -1, 1, 2 and 3", level != 0),
                               detail::within("Sharpness: size.width", size.width, 3, detail::kLargest),
                               detail::positive("Sharpness: size.height", size.height),
                               detail::rule("Sharpness: format is neither rgb8 nor gray8", known),

@@ -52,12 +52,11 @@ struct Problem {
         return what != nullptr;
     }
 
-    // "Level: inputBlack is 300; allowed are 0 to 247"
+    // "Level: inputBlack is 300; allowed: 0 to 247"
     std::string text() const {
         char line[160] = "";
         if (what != nullptr && lowest < highest) {
-            std::snprintf(line, sizeof line, "%s is %.10g; allowed are %.10g to %.10g", what, value, lowest,
-                          highest);
+            std::snprintf(line, sizeof line, "%s is %.10g; allowed: %.10g to %.10g", what, value, lowest, highest);
         } else if (what != nullptr) {
             std::snprintf(line, sizeof line, "%s", what);
         }

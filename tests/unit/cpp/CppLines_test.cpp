@@ -101,10 +101,10 @@ TEST(CppHsv, HandleIsAContextForOneLineAtATime) {
 }
 
 TEST(CppHsv, SettingsOutOfRangeSayWhatIsAllowed) {
-    EXPECT_EQ(ProblemOf(Hsv{.hue = 181, .width = 1}), "Hsv: hue is 181; allowed are -180 to 180");
-    EXPECT_EQ(ProblemOf(Hsv{.saturation = 101, .width = 1}), "Hsv: saturation is 101; allowed are -100 to 100");
-    EXPECT_EQ(ProblemOf(Hsv{.lightness = -101, .width = 1}), "Hsv: lightness is -101; allowed are -100 to 100");
-    EXPECT_EQ(ProblemOf(Hsv{.hue = 1}), "Hsv: width is 0; allowed are 1 to 2147483647");
+    EXPECT_EQ(ProblemOf(Hsv{.hue = 181, .width = 1}), "Hsv: hue is 181; allowed: -180 to 180");
+    EXPECT_EQ(ProblemOf(Hsv{.saturation = 101, .width = 1}), "Hsv: saturation is 101; allowed: -100 to 100");
+    EXPECT_EQ(ProblemOf(Hsv{.lightness = -101, .width = 1}), "Hsv: lightness is -101; allowed: -100 to 100");
+    EXPECT_EQ(ProblemOf(Hsv{.hue = 1}), "Hsv: width is 0; allowed: 1 to 2147483647");
     EXPECT_EQ(ProblemOf(Hsv{.width = 1}), "Hsv: hue, saturation and lightness are all 0; at least one must not be");
     for (const Hsv setting : {Hsv{.hue = -180, .width = 1}, Hsv{.saturation = 1, .width = 1},
                               Hsv{.lightness = 100, .width = 2147483647}}) {
@@ -114,7 +114,7 @@ TEST(CppHsv, SettingsOutOfRangeSayWhatIsAllowed) {
     HsvFilter filter({.hue = 1, .width = 1});
     EXPECT_EQ(filter.open({.hue = 181, .width = 1}), Status::badArgument);
     EXPECT_EQ(filter.handle(), nullptr);
-    EXPECT_EQ(Thrown([] { HsvFilter({.hue = 181, .width = 1}); }), "Hsv: hue is 181; allowed are -180 to 180");
+    EXPECT_EQ(Thrown([] { HsvFilter({.hue = 181, .width = 1}); }), "Hsv: hue is 181; allowed: -180 to 180");
 }
 
 Page PlainSharp(const Page& page, _SSharpParam param) {
@@ -215,12 +215,12 @@ TEST(CppSharpener, EditedSettingsAreRefusedBySend) {
 }
 
 TEST(CppSharpener, SettingsOutOfRangeSayWhatIsAllowed) {
-    EXPECT_EQ(ProblemOf(Sharpness{.level = 4, .size = {3, 1}}), "Sharpness: level is 4; allowed are -2 to 3");
-    EXPECT_EQ(ProblemOf(Sharpness{.level = -3, .size = {3, 1}}), "Sharpness: level is -3; allowed are -2 to 3");
+    EXPECT_EQ(ProblemOf(Sharpness{.level = 4, .size = {3, 1}}), "Sharpness: level is 4; allowed: -2 to 3");
+    EXPECT_EQ(ProblemOf(Sharpness{.level = -3, .size = {3, 1}}), "Sharpness: level is -3; allowed: -2 to 3");
     EXPECT_EQ(ProblemOf(Sharpness{.level = 0, .size = {3, 1}}),
-              "Sharpness: level is 0; allowed are -2, -1, 1, 2 and 3");
-    EXPECT_EQ(ProblemOf(Sharpness{.size = {2, 1}}), "Sharpness: size.width is 2; allowed are 3 to 2147483647");
-    EXPECT_EQ(ProblemOf(Sharpness{.size = {3, 0}}), "Sharpness: size.height is 0; allowed are 1 to 2147483647");
+              "Sharpness: level is 0; allowed: -2, -1, 1, 2 and 3");
+    EXPECT_EQ(ProblemOf(Sharpness{.size = {2, 1}}), "Sharpness: size.width is 2; allowed: 3 to 2147483647");
+    EXPECT_EQ(ProblemOf(Sharpness{.size = {3, 0}}), "Sharpness: size.height is 0; allowed: 1 to 2147483647");
     EXPECT_EQ(ProblemOf(Sharpness{.size = {3, 1}, .format = PixelFormat::rgba8}),
               "Sharpness: format is neither rgb8 nor gray8");
     EXPECT_EQ(ProblemOf(Sharpness{.size = {3, 1}, .rowBytes = 8}),
@@ -232,10 +232,7 @@ TEST(CppSharpener, SettingsOutOfRangeSayWhatIsAllowed) {
     Sharpener sharpener({.size = {3, 1}});
     EXPECT_EQ(sharpener.open({.level = 0}), Status::badArgument);
     EXPECT_EQ(sharpener.handle(), nullptr);
-    EXPECT_EQ(Thrown([] {
-                  Sharpener({.level = 4, .size = {3, 1}});
-              }),
-              "Sharpness: level is 4; allowed are -2 to 3");
+    EXPECT_EQ(Thrown([] { Sharpener({.level = 4, .size = {3, 1}}); }), "Sharpness: level is 4; allowed: -2 to 3");
 }
 
 Page PlainZoom(const Page& page, const Scaling& scaling) {
@@ -350,13 +347,12 @@ TEST(CppScaler, ClosedScalerRemembersNothing) {
 
 TEST(CppScaler, SettingsOutOfRangeSayWhatIsAllowed) {
     EXPECT_EQ(ProblemOf(Scaling{.from = {0, 1}, .to = {1, 1}}),
-              "Scaling: from.width is 0; allowed are 1 to 2147483647");
+              "Scaling: from.width is 0; allowed: 1 to 2147483647");
     EXPECT_EQ(ProblemOf(Scaling{.from = {1, -1}, .to = {1, 1}}),
-              "Scaling: from.height is -1; allowed are 1 to 2147483647");
-    EXPECT_EQ(ProblemOf(Scaling{.from = {1, 1}, .to = {0, 1}}),
-              "Scaling: to.width is 0; allowed are 1 to 2147483647");
+              "Scaling: from.height is -1; allowed: 1 to 2147483647");
+    EXPECT_EQ(ProblemOf(Scaling{.from = {1, 1}, .to = {0, 1}}), "Scaling: to.width is 0; allowed: 1 to 2147483647");
     EXPECT_EQ(ProblemOf(Scaling{.from = {1, 1}, .to = {1, 0}}),
-              "Scaling: to.height is 0; allowed are 1 to 2147483647");
+              "Scaling: to.height is 0; allowed: 1 to 2147483647");
     EXPECT_EQ(ProblemOf(Scaling{.from = {1, 1}, .to = {1, 1}, .format = static_cast<PixelFormat>(12)}),
               "Scaling: format is none of the seven");
     EXPECT_EQ(ProblemOf(Scaling{.from = {1, 1}, .to = {1, 1}}), "");
@@ -366,7 +362,7 @@ TEST(CppScaler, SettingsOutOfRangeSayWhatIsAllowed) {
     EXPECT_EQ(Thrown([] {
                   Scaler({.from = {1, 1}, .to = {0, 1}});
               }),
-              "Scaling: to.width is 0; allowed are 1 to 2147483647");
+              "Scaling: to.width is 0; allowed: 1 to 2147483647");
 }
 
 TEST(CppLines, SettingsCompare) {

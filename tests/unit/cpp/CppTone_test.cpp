@@ -206,7 +206,7 @@ TEST(CppTone, OperationTakesAnotherSetting) {
     EXPECT_TRUE(world.tables() == ToneWorld(BrightnessContrast{.brightness = 5}).tables());
     EXPECT_EQ(op.trySet(BrightnessContrast{.brightness = 101}), Status::badArgument);
     EXPECT_EQ(Thrown([&] { op.set(BrightnessContrast{.brightness = 101}); }),
-              "BrightnessContrast: brightness is 101; allowed are -100 to 100");
+              "BrightnessContrast: brightness is 101; allowed: -100 to 100");
     EXPECT_EQ(Thrown([&] { op.set(kLevel); }),
               "ToneOperation::set: the operation is of another kind: bad argument");
     EXPECT_EQ(op.get<BrightnessContrast>(), BrightnessContrast{.brightness = 5});
@@ -255,30 +255,29 @@ TEST(CppTone, CopiesAreDeepAndMovesLeaveAnEmptyWorld) {
 TEST(CppTone, SettingsOutOfRangeSayWhatIsAllowed) {
     EXPECT_EQ(ProblemOf(kContrast), "");
     EXPECT_EQ(ProblemOf(BrightnessContrast{.contrast = -101}),
-              "BrightnessContrast: contrast is -101; allowed are -100 to 100");
-    EXPECT_EQ(ProblemOf(Level{.inputBlack = 300}), "Level: inputBlack is 300; allowed are 0 to 247");
-    EXPECT_EQ(ProblemOf(Level{.midTone = 10}), "Level: midTone is 10; allowed are 0.1 to 9.99");
-    EXPECT_EQ(ProblemOf(Level{.midTone = 0.05}), "Level: midTone is 0.05; allowed are 0.1 to 9.99");
+              "BrightnessContrast: contrast is -101; allowed: -100 to 100");
+    EXPECT_EQ(ProblemOf(Level{.inputBlack = 300}), "Level: inputBlack is 300; allowed: 0 to 247");
+    EXPECT_EQ(ProblemOf(Level{.midTone = 10}), "Level: midTone is 10; allowed: 0.1 to 9.99");
+    EXPECT_EQ(ProblemOf(Level{.midTone = 0.05}), "Level: midTone is 0.05; allowed: 0.1 to 9.99");
     EXPECT_EQ(ProblemOf(Level{.midTone = std::numeric_limits<double>::quiet_NaN()}),
-              "Level: midTone is nan; allowed are 0.1 to 9.99");
-    EXPECT_EQ(ProblemOf(Level{.inputWhite = 256}), "Level: inputWhite is 256; allowed are 8 to 255");
-    EXPECT_EQ(ProblemOf(Level{.outputBlack = 248}), "Level: outputBlack is 248; allowed are 0 to 247");
-    EXPECT_EQ(ProblemOf(Level{.outputWhite = 7}), "Level: outputWhite is 7; allowed are 8 to 255");
+              "Level: midTone is nan; allowed: 0.1 to 9.99");
+    EXPECT_EQ(ProblemOf(Level{.inputWhite = 256}), "Level: inputWhite is 256; allowed: 8 to 255");
+    EXPECT_EQ(ProblemOf(Level{.outputBlack = 248}), "Level: outputBlack is 248; allowed: 0 to 247");
+    EXPECT_EQ(ProblemOf(Level{.outputWhite = 7}), "Level: outputWhite is 7; allowed: 8 to 255");
     EXPECT_EQ(ProblemOf(Level{.inputBlack = 10, .inputWhite = 17}),
-              "Level: inputWhite - inputBlack is 7; allowed are 8 to 255");
+              "Level: inputWhite - inputBlack is 7; allowed: 8 to 255");
     EXPECT_EQ(ProblemOf(Level{.inputBlack = 10, .inputWhite = 18}), "");
     EXPECT_EQ(ProblemOf(Level{.outputBlack = 100, .outputWhite = 90}),
-              "Level: outputWhite - outputBlack is -10; allowed are 8 to 255");
-    EXPECT_EQ(ProblemOf(Curves{.strength = 101}), "Curves: strength is 101; allowed are -100 to 100");
-    EXPECT_EQ(ProblemOf(Curves{.kind = static_cast<Curves::Kind>(4)}), "Curves: kind is 4; allowed are 1 to 3");
+              "Level: outputWhite - outputBlack is -10; allowed: 8 to 255");
+    EXPECT_EQ(ProblemOf(Curves{.strength = 101}), "Curves: strength is 101; allowed: -100 to 100");
+    EXPECT_EQ(ProblemOf(Curves{.kind = static_cast<Curves::Kind>(4)}), "Curves: kind is 4; allowed: 1 to 3");
 }
 
 TEST(CppTone, BalanceNamesTheChannelThatIsOutOfRange) {
     constexpr Balance kRed = {.red = 101};
     constexpr Balance kGreen = {.green = 101};
     constexpr Balance kBlue = {.blue = -101};
-    EXPECT_EQ(ProblemOf(ColorBalance{.shadows = kRed}),
-              "ColorBalance: shadows.red is 101; allowed are -100 to 100");
+    EXPECT_EQ(ProblemOf(ColorBalance{.shadows = kRed}), "ColorBalance: shadows.red is 101; allowed: -100 to 100");
     EXPECT_EQ(ProblemOf(ColorBalance{.shadows = kGreen}).find("ColorBalance: shadows.green is"), 0u);
     EXPECT_EQ(ProblemOf(ColorBalance{.shadows = kBlue}).find("ColorBalance: shadows.blue is"), 0u);
     EXPECT_EQ(ProblemOf(ColorBalance{.midtones = kRed}).find("ColorBalance: midtones.red is"), 0u);
@@ -300,9 +299,9 @@ TEST(CppTone, PointsHaveRangesAndRise) {
         EXPECT_EQ(ProblemOf(curves).find(name + "x is"), 0u);
         curves = Curves();
         curves.points[i].y = 255.5f;
-        EXPECT_EQ(ProblemOf(curves), name + "y is 255.5; allowed are 0 to 255");
+        EXPECT_EQ(ProblemOf(curves), name + "y is 255.5; allowed: 0 to 255");
         curves.points[i].y = -1;
-        EXPECT_EQ(ProblemOf(curves), name + "y is -1; allowed are 0 to 255");
+        EXPECT_EQ(ProblemOf(curves), name + "y is -1; allowed: 0 to 255");
     }
     Curves curves;
     curves.points[2].x = 64;
@@ -343,10 +342,9 @@ TEST(CppTone, RangesAreTheLibrarysOwn) {
 
 TEST(CppTone, SettingsOutOfRangeAreNotAdded) {
     ToneWorld world;
-    EXPECT_EQ(Thrown([&] { world.add(Level{.inputBlack = 300}); }),
-              "Level: inputBlack is 300; allowed are 0 to 247");
+    EXPECT_EQ(Thrown([&] { world.add(Level{.inputBlack = 300}); }), "Level: inputBlack is 300; allowed: 0 to 247");
     EXPECT_EQ(Thrown([] { ToneWorld(kContrast, Level{.inputBlack = 300}); }),
-              "Level: inputBlack is 300; allowed are 0 to 247");
+              "Level: inputBlack is 300; allowed: 0 to 247");
     EXPECT_EQ(world.tryAdd(Level{.inputBlack = 300}), Status::badArgument);
     EXPECT_EQ(world.handle(), nullptr);
 }
