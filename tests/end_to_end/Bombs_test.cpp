@@ -7,13 +7,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "PeakMemory.h"
 #include "Spawn.h"
-#include "support/Instrumented.h"
 
 namespace platen_test {
 namespace {
@@ -237,11 +236,7 @@ class Bombs : public testing::Test {
     void ExpectPage(const std::string& bytes, double megabytes) const {
         const Outcome outcome = Run(bytes);
         ASSERT_EQ(outcome.code, 0) << outcome.err;
-        const std::size_t at = outcome.err.find("peak memory");
-        ASSERT_NE(at, std::string::npos) << outcome.err;
-        double peak = 0.0;
-        std::istringstream(outcome.err.substr(at + 11)) >> peak;
-        EXPECT_GT(peak, 1.0);
+        const double peak = PeakMegabytes(outcome);
         EXPECT_TRUE(kInstrumented || peak <= megabytes) << peak << " MB; allowed: " << megabytes;
         RecordProperty("megabytes", std::to_string(peak));
     }

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
+#include "PeakMemory.h"
 #include "Spawn.h"
-#include "support/Instrumented.h"
 
 // Peak memory: it depends on a page's width, and at half its size not on its height.
 
@@ -29,17 +28,12 @@ void WriteBilevel(const std::string& path, int width, int height) {
     EXPECT_TRUE(stream.good());
 }
 
-// The megabytes that --stats reports of a run, from the system's own count for the process.
+// Runs the program with these arguments.
 double PeakMegabytes(std::vector<std::string> arguments) {
     arguments.emplace_back("--stats");
     const Outcome outcome = Spawn(arguments);
     EXPECT_EQ(outcome.code, 0) << outcome.err;
-    const std::size_t at = outcome.err.find("peak memory");
-    EXPECT_NE(at, std::string::npos) << outcome.err;
-    double megabytes = 0.0;
-    std::istringstream(outcome.err.substr(at + 11)) >> megabytes;
-    EXPECT_GT(megabytes, 1.0);
-    return megabytes;
+    return PeakMegabytes(outcome);
 }
 
 class Memory : public testing::Test {

@@ -5,9 +5,9 @@
 #include <sstream>
 
 #include "DecodePage.h"
+#include "PeakMemory.h"
 #include "Scans.h"
 #include "Spawn.h"
-#include "support/Instrumented.h"
 
 // Real scans through the whole program.
 
@@ -98,14 +98,6 @@ TEST(RealPages, PngWithAlphaGetsTheTables) {
         GTEST_SKIP() << kAbsent;
     }
     ExpectTablesApplied("postcard-back-rgba8-325dpi.png", "png", kColourSetting);
-}
-
-// What --stats says, in megabytes; a parent's view would count the test's own memory before the program's start.
-double PeakMegabytes(const Outcome& outcome) {
-    const std::string label = "peak memory  ";
-    const std::size_t at = outcome.err.find(label);
-    EXPECT_NE(at, std::string::npos) << outcome.err;
-    return at == std::string::npos ? 1e9 : std::stod(outcome.err.substr(at + label.size()));
 }
 
 TEST(RealPages, LargePagesTakeLittleMemory) {

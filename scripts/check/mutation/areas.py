@@ -137,7 +137,7 @@ def includes_of(path, cache={}):
     return cache[path]
 
 
-def judges_of(area):
+def sources_of_tests(area):
     """All files that decide whether a mutant of the area is killed: tests, golden programs, what they include."""
     sources = area_tests(area) + HELPERS.get(area, []) + [f"tests/golden/golden_{name}.cpp" for name in AREAS[area][2]] + SUPPORT
     included = {f for source in sources for f in includes_of(source) if f.startswith("tests/")}

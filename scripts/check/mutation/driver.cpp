@@ -3,7 +3,7 @@
 //
 //   tests measure LIST LIMIT      runs every test that LIST, a file of names, doesn't hold; prints its name, its
 //                                 processor time in microseconds (-1: over LIMIT) and the mutants that it reaches
-//   tests judge PLAN              PLAN's lines are a mutant's number and the tests to run with their times;
+//   tests run PLAN                PLAN's lines are a mutant's number and the tests to run with their times;
 //                                 prints the number and the test that fails, crashes or takes five times the
 //                                 processor time, and twenty times when asked again, or "-"; also "-" where the
 //                                 clock ended it, which says nothing (unless the test starts programs: see
@@ -140,7 +140,7 @@ int Measure(const char* list, long quick) {
     return 0;
 }
 
-int Judge(const char* plan) {
+int RunPlan(const char* plan) {
     std::ifstream file(plan);
     for (std::string line; std::getline(file, line);) {
         std::istringstream words(line);
@@ -179,9 +179,9 @@ int Judge(const char* plan) {
         if (endedBy(SIGPROF) || (endedBy(SIGALRM) && WallOfTest() != 0)) {  // for good, or was the machine busy?
             status = run(static_cast<std::size_t>(shared->current), 4);
         }
-        const bool unjudged = endedBy(SIGALRM) && WallOfTest() == 0;
+        const bool untested = endedBy(SIGALRM) && WallOfTest() == 0;
         std::cout << mutant << ' '
-                  << (status == 0 || unjudged ? "-" : tests[static_cast<std::size_t>(shared->current)])
+                  << (status == 0 || untested ? "-" : tests[static_cast<std::size_t>(shared->current)])
                   << std::endl;
     }
     return 0;
@@ -213,7 +213,7 @@ int main(int argc, char** argv) {
     if (measures) {
         setenv("PLATEN_REACHED", name, 1);
     }
-    const int result = measures ? Measure(argv[2], std::atol(argv[3])) : Judge(argv[2]);
+    const int result = measures ? Measure(argv[2], std::atol(argv[3])) : RunPlan(argv[2]);
     unlink(name);
     return result;
 }

@@ -5,7 +5,7 @@ result; areas.py says which files and tests.
 Every mutant is one small change to one file: another operator, constant or boundary, a negated condition, a dropped
 statement or result. It's killed when a test of its area fails, crashes or takes far longer than it should. Most
 mutants of a file are compiled together, each behind a switch; the others alone. The tests that take at most 0.3 s
-(--quick) judge, those that reach the mutant and the quickest first; with --slow the survivors meet the others and the golden
+(--quick) run, those that reach the mutant and the quickest first; with --slow the survivors meet the others and the golden
 programs too. What survives is compiled alone in any case: if the compiler makes the same code of it as of the original,
 there is nothing that a test could see, and it's left out of the score, as is what doesn't compile.
 
@@ -13,9 +13,9 @@ The others that survive have to be explained in survivors.txt. The exit status i
 than 95 in 100 are killed (90 of the tool's). Verdicts are kept in build/mutation/results.tsv and hold as long as the file
 and the tests do; --keep-killed lets the killed stay killed where tests were only added.
 
---minutes=N takes a slice: the files of which least is judged come first, 60 mutants at a time, and it stops after N
+--minutes=N takes a slice: the files of which least is tested come first, 60 mutants at a time, and it stops after N
 minutes. Night after night it comes to all of them, and then redoes only what has changed. The table then has what is
-judged; of a file that is judged in part it takes the largest random sample that is judged whole, and gives the share
+tested; of a file that is tested in part it takes the largest random sample that is tested whole, and gives the share
 killed by the files' lengths too, each sample standing for its file.
 
 Needs the release preset, configured.
@@ -275,13 +275,13 @@ class Budget:
         return self.end is not None and time.monotonic() > self.end
 
 
-def judge(program, plan, budget):
+def run_plan(program, plan, budget):
     """Yields mutant and the test that kills it, or "-", as long as there is time."""
     with tempfile.NamedTemporaryFile("w", suffix=".plan") as file:
         for number, tests in plan:
             file.write(" ".join([str(number)] + [f"{name} {time}" for name, time, _ in tests]) + "\n")
         file.flush()
-        process = start([program, "judge", file.name])
+        process = start([program, "run", file.name])
         left = [number for number, _ in plan]
         for line in process.stdout:
             number, test = line.split()
@@ -351,7 +351,7 @@ class File:
             mutants = [m for m in mutants if self.numbers[m] not in bad]
         return [], {}
 
-    def judge_all(self, wanted, verdict):
+    def test_all(self, wanted, verdict):
         switched, objects = self.switchable(wanted)
         program = self.programs.link(f"{self.folder}/tests", objects)
         self.tests = measure(program, self.programs.area, self.options.quick)
@@ -362,7 +362,7 @@ class File:
         share = max(1, self.options.jobs)
 
         def part(k):
-            for number, killer in judge(program, plan[k::share], self.budget):
+            for number, killer in run_plan(program, plan[k::share], self.budget):
                 if killer != "-":
                     verdict(by_number[number], "killed", killer)
                 else:
@@ -377,9 +377,9 @@ class File:
             list(pool.map(last, list(alone)))
         shutil.rmtree(self.folder, ignore_errors=True)
 
-    def alone(self, mutant, judged):
-        """Compiled alone, build after build; what the quick tests have judged already meets only the slow ones. They
-        can't judge what is evaluated by the compiler, so they're asked again where functions are constexpr."""
+    def alone(self, mutant, tested):
+        """Compiled alone, build after build; what the quick tests have tested already meets only the slow ones. They
+        can't reach what is evaluated by the compiler, so they're asked again where functions are constexpr."""
         name = f"m{self.numbers[mutant]}"
         folder = f"{self.folder}/{name}"
         text = self.source.apply(mutant)
@@ -391,9 +391,9 @@ class File:
                     return "invalid", "doesn't compile"
                 if all(self.same(o, b, self.level) for b, o in objects.items()):
                     continue
-                if not judged:
+                if not tested:
                     program = self.programs.link(f"{folder}/quick/tests", objects)
-                    killer = [test for _, test in judge(program, [(0, self.tests)], Budget(None))][0]
+                    killer = [test for _, test in run_plan(program, [(0, self.tests)], Budget(None))][0]
                     if killer != "-":
                         return "killed", killer
                 optimised, _ = self.changed_objects(text, name, build, "-O2")
@@ -477,7 +477,7 @@ class Results:
 
 
 class Mutants:
-    """A file's mutants in the order in which they are judged, drawn with a fixed seed, and their verdicts."""
+    """A file's mutants in the order in which they are tested, drawn with a fixed seed, and their verdicts."""
 
     def __init__(self, path, options, results):
         self.path = path
@@ -485,8 +485,8 @@ class Mutants:
         source = source_of(path)
         self.drawn = random.Random(path).sample(source.mutants, len(source.mutants))
         self.chosen = self.drawn[: options.sample]
-        judges = areas.judges_of(areas.area_of(path)) + [DRIVER]
-        self.tests = digest(str(options.slow), str(options.quick), *[read(f) for f in judges])
+        sources = areas.sources_of_tests(areas.area_of(path)) + [DRIVER]
+        self.tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sources])
         self.content = digest(path, source.text)
         self.valid_tests = None if options.report else self.tests
 
@@ -500,36 +500,36 @@ class Mutants:
     def wanted(self):
         return [m for m in self.chosen if not self.state(m)]
 
-    def judged(self):
+    def tested(self):
         """The share that has a verdict."""
         return 1 - len(self.wanted()) / max(1, len(self.chosen))
 
-    def judge(self, wanted, options, budget):
+    def test(self, wanted, options, budget):
         def verdict(mutant, state, detail):
             words = f"{self.path}:{mutant.line}:{mutant.column}: {mutant.name}"
             self.results.add(self.key(mutant), self.tests, state, detail, words)
 
         if wanted:
-            File(self.path, options, budget).judge_all(wanted, verdict)
+            File(self.path, options, budget).test_all(wanted, verdict)
 
     def whole(self):
-        """The largest sample that is judged whole: survivors take longer, so what is judged of the next has too few."""
+        """The largest sample that is tested whole: survivors take longer, so what is tested of the next has too few."""
         steps = {20, 30, *range(SLICE, len(self.drawn), SLICE), len(self.drawn)}
-        judged = next((i for i, m in enumerate(self.drawn) if not self.state(m)), len(self.drawn))
-        return self.drawn[: max((k for k in steps if k <= judged), default=0)]
+        tested = next((i for i, m in enumerate(self.drawn) if not self.state(m)), len(self.drawn))
+        return self.drawn[: max((k for k in steps if k <= tested), default=0)]
 
 
-def judge_slices(files, options, budget):
-    """The file of which least is judged comes first, until there is no time or nothing is left."""
+def test_slices(files, options, budget):
+    """The file of which least is tested comes first, until there is no time or nothing is left."""
     failed = set()
     while not budget.spent():
         left = [f for f in files if f.path not in failed and f.wanted()]
         if not left:
             return
-        file = min(left, key=Mutants.judged)
+        file = min(left, key=Mutants.tested)
         before = len(file.wanted())
         print(f"{time.strftime('%H:%M')} {file.path}: {before} of {len(file.chosen)} left", file=sys.stderr, flush=True)
-        file.judge(file.wanted()[:SLICE], options, budget)
+        file.test(file.wanted()[:SLICE], options, budget)
         if len(file.wanted()) == before:
             failed.add(file.path)
 
@@ -541,12 +541,12 @@ class Total:
         self.count = {}
         self.valid = self.killed = 0.0
 
-    def add(self, count, judged):
-        """`judged` stands for all mutants of the file."""
+    def add(self, count, tested):
+        """`tested` stands for all mutants of the file."""
         for state, number in count.items():
             self.count[state] = self.count.get(state, 0) + number
-        if judged:
-            share = (judged + count["unjudged"]) / judged
+        if tested:
+            share = (tested + count["untested"]) / tested
             self.killed += share * count.get("killed", 0)
             self.valid += share * (count.get("killed", 0) + count.get("survived", 0))
 
@@ -558,15 +558,15 @@ class Total:
         killed = self.count.get("killed", 0)
         valid = killed + self.count.get("survived", 0)
         if not valid:
-            return "nothing judged"
+            return "nothing tested"
         return (f"killed: {100.0 * killed / valid:.2f} % of {valid}, {100.0 * self.killed / self.valid:.2f} % by the files' "
-                f"lengths, {self.count.get('unjudged', 0)} not judged")  # fmt: skip
+                f"lengths, {self.count.get('untested', 0)} not tested")  # fmt: skip
 
 
 def row(name, count):
-    judged = [count.get(state, 0) for state in ("killed", "survived", "same", "invalid")]
-    return (f"{name:44}  {judged[0] + judged[1]:8} {judged[0]:7}  {judged[1]:8}  {judged[2]:9}  {judged[3]:7}"
-            f"  {count.get('unjudged', 0):8}")  # fmt: skip
+    tested = [count.get(state, 0) for state in ("killed", "survived", "same", "invalid")]
+    return (f"{name:44}  {tested[0] + tested[1]:8} {tested[0]:7}  {tested[1]:8}  {tested[2]:9}  {tested[3]:7}"
+            f"  {count.get('untested', 0):8}")  # fmt: skip
 
 
 def report(file, options):
@@ -574,7 +574,7 @@ def report(file, options):
     chosen = file.whole() if options.report or options.minutes else file.chosen
     states = {m: file.state(m) for m in chosen}
     count = {state: list(states.values()).count(state) for state in set(states.values())}
-    count["unjudged"] = len(file.drawn) - len(chosen) if options.report or options.minutes else 0
+    count["untested"] = len(file.drawn) - len(chosen) if options.report or options.minutes else 0
     if chosen:
         print(row(file.path, count), flush=True)
     return count, len(chosen), [(file.path, m.source, f"{m.column}: {m.name}") for m in chosen if states[m] == "survived"]
@@ -585,11 +585,11 @@ def main():
     parser.add_argument("files", nargs="*")
     parser.add_argument("--jobs", type=int, default=1)
     parser.add_argument("--sample", type=int, help="at most so many mutants a file, drawn with a fixed seed")
-    parser.add_argument("--minutes", type=float, help="stop after so long; the next run goes on with what isn't judged yet")
+    parser.add_argument("--minutes", type=float, help="stop after so long; the next run goes on with what isn't tested yet")
     parser.add_argument("--slow", action="store_true", help="survivors meet the slow tests and the golden programs")
     parser.add_argument("--quick", type=float, default=0.3, help="the processor time of a quick test, in seconds")
     parser.add_argument("--keep-killed", action="store_true")
-    parser.add_argument("--report", action="store_true", help="only samples that are judged already, by whatever tests")
+    parser.add_argument("--report", action="store_true", help="only samples that are tested already, by whatever tests")
     parser.add_argument("--list", action="store_true", help="only list the mutants")
     options = parser.parse_args()
     os.chdir(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
@@ -604,17 +604,17 @@ def main():
         return
     budget = Budget(options.minutes)
     if options.minutes:
-        judge_slices(files, options, budget)
-    print(f"{'':44}   mutants  killed  survived  same code  invalid  unjudged", flush=True)
+        test_slices(files, options, budget)
+    print(f"{'':44}   mutants  killed  survived  same code  invalid  untested", flush=True)
     total, unexplained = Total(), []
     parts = {percent: Total() for percent in areas.WANTED.values()}
     for file in files:
         if not options.minutes and not options.report:
-            file.judge(file.wanted(), options, budget)
-        count, judged, survivors = report(file, options)
+            file.test(file.wanted(), options, budget)
+        count, tested, survivors = report(file, options)
         unexplained += [entry for entry in survivors if entry not in explained]
         for part in (total, parts[areas.wanted_of(file.path)]):
-            part.add(count, judged)
+            part.add(count, tested)
     print(row("all", total.count))
     for path, source, name in unexplained:
         print(f"not explained: {path}\n  {source}\n    {name}")

@@ -439,9 +439,7 @@ TEST(OutputFaults, AFileSystemWithoutModesWillDo) {
     OutputFile file(scratch / "out", {});
     EXPECT_EQ(errno, 0);
     file.Commit();
-    struct stat status {};
-    stat((scratch / "out").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, 0600u);
+    EXPECT_EQ(ModeOf(scratch / "out"), 0600u);
 }
 
 TEST(OutputFaults, ATemporaryFileThatCannotBeMadeGivesItsPlaceBack) {
@@ -727,9 +725,7 @@ TEST(OutputModes, TheUsersMaskStays) {
     const mode_t before = umask(031);
     OutputFile(scratch / "out", {}).Commit();
     EXPECT_EQ(umask(before), 031u);
-    struct stat status {};
-    stat((scratch / "out").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, 0646u);
+    EXPECT_EQ(ModeOf(scratch / "out"), 0646u);
 }
 
 TEST(OutputModes, AllBitsOfAFileThatIsReplacedStay) {
@@ -737,14 +733,11 @@ TEST(OutputModes, AllBitsOfAFileThatIsReplacedStay) {
     PutFile(scratch / "out", "old");
     ASSERT_EQ(chmod((scratch / "out").c_str(), 01751), 0);
     OutputFile(scratch / "out", {.force = true}).Commit();
-    struct stat status {};
-    stat((scratch / "out").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, 01751u);
+    EXPECT_EQ(ModeOf(scratch / "out"), 01751u);
     const mode_t before = umask(0);
     OutputFile(scratch / "new", {}).Commit();
     EXPECT_EQ(umask(before), 0u);
-    stat((scratch / "new").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 07777, 0666u);
+    EXPECT_EQ(ModeOf(scratch / "new"), 0666u);
 }
 
 }  // namespace

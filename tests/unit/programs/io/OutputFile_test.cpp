@@ -58,9 +58,7 @@ TEST(OutputFile, AnExistingFileNeedsForceAndKeepsItsMode) {
         file.Commit();
     }
     EXPECT_EQ(FileBytes(scratch / "out"), (Bytes{'n', 'e', 'w'}));
-    struct stat status {};
-    stat((scratch / "out").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 0777, 0640u);
+    EXPECT_EQ(ModeOf(scratch / "out"), 0640u);
 }
 
 TEST(OutputFile, ANewFileHasTheUsualMode) {
@@ -69,9 +67,7 @@ TEST(OutputFile, ANewFileHasTheUsualMode) {
     OutputFile file(scratch / "out", {.sync = false});
     file.Commit();
     umask(before);
-    struct stat status {};
-    stat((scratch / "out").c_str(), &status);
-    EXPECT_EQ(status.st_mode & 0777, 0640u);
+    EXPECT_EQ(ModeOf(scratch / "out"), 0640u);
 }
 
 TEST(OutputFile, ThroughALinkTheFileIsReplacedNotTheLink) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -129,6 +130,13 @@ inline void ExpectSamePage(const Page& actual, const Page& expected) {
     EXPECT_EQ(actual.info.bitsPerSample, expected.info.bitsPerSample);
     EXPECT_EQ(actual.info.samplesPerPixel, expected.info.samplesPerPixel);
     EXPECT_TRUE(actual.lines == expected.lines) << "samples differ";
+}
+
+// A file's permissions, with the bits for set-user-ID and its like.
+inline mode_t ModeOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+    return status.st_mode & 07777;
 }
 
 inline Bytes FileBytes(const std::string& path) {
