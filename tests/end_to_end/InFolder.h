@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,14 @@ class InFolder : public testing::Test {
         streams.folder = folder.Path();
         streams.program = program;
         return Spawn(words, streams);
+    }
+
+    // The mean difference of two pictures' samples, as a share of the range, by ImageMagick.
+    double Difference(const std::string& first, const std::string& second) const {
+        const Outcome outcome = Run("compare", {"-metric", "MAE", first, second, "null:"});
+        const std::size_t at = outcome.err.find('(');
+        EXPECT_NE(at, std::string::npos) << outcome.err;
+        return at == std::string::npos ? 1.0 : std::strtod(outcome.err.c_str() + at + 1, nullptr);
     }
 
     Folder folder;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 
@@ -87,14 +86,6 @@ class Inks : public InFolder {
             Run("", {Scan("watercolour-plate-rgb8-189dpi.jpg"), "--width=400", "--strip", "-o", "scan.ppm"}).code,
             0);
         page = InInks(ReadFile(folder.File("scan.ppm")));
-    }
-
-    // The mean difference of two pictures' samples, as a share of the range.
-    double Difference(const std::string& first, const std::string& second) const {
-        const Outcome outcome = Run("compare", {"-metric", "MAE", first, second, "null:"});
-        const std::size_t at = outcome.err.find('(');
-        EXPECT_NE(at, std::string::npos) << outcome.err;
-        return at == std::string::npos ? 1.0 : std::strtod(outcome.err.c_str() + at + 1, nullptr);
     }
 
     void ExpectTheScan(const std::string& file) const {
