@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -25,11 +26,13 @@ constexpr SANE_Int kLines = 4;
 int started = 0;
 int left = 0;  // bytes of the frame
 
-// An interrupt that comes after the page's last byte, while the program writes; a file tells that it has come.
+// An interrupt that comes once the page is in its file, while the program tells so; a file tells that it has come.
 std::thread interrupter;
 void InterruptLater() {
     interrupter = std::thread([] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        for (int i = 0; i < 1000 && !std::filesystem::exists("never.png"); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
         kill(getpid(), SIGINT);
         std::ofstream("interrupted");
     });

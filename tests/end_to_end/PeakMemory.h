@@ -32,4 +32,14 @@ inline double PeakMegabytes(const Outcome& outcome) {
     return megabytes;
 }
 
+// Of a bilevel page of 16 x 16 that goes through the same libraries to half its size. How much of these is mapped
+// differs by some tenths of a megabyte from run to run and more between machines: a large page is compared with
+// this one.
+inline double PeakMegabytesOfASmallPage(const Folder& folder, const std::string& ending) {
+    const std::string page = folder.File("small." + ending);
+    WriteFile(folder.File("small.pbm"), "P4\n16 16\n" + std::string(32, '\x0F'));
+    EXPECT_TRUE(ending == "pbm" || Spawn({folder.File("small.pbm"), "-o", page}).code == 0);
+    return PeakMegabytes(Spawn({page, "--stats", "--scale=50%", "-o", folder.File("smaller." + ending)}));
+}
+
 }  // namespace platen_test
