@@ -29,8 +29,12 @@ SaneTest::SaneTest() {
     setenv("ASAN_OPTIONS", ((sanitizer != nullptr ? std::string(sanitizer) + ":" : "") + "detect_leaks=0").c_str(),
            1);
     // The test device ends its thread wherever it is; within the allocator, that now and then leaves a lock behind
-    // that its own clean-up waits for. One arena makes this rare.
+    // that its own clean-up waits for. DeferredCancel.cpp prevents this; where it can't be loaded, one arena makes
+    // it rare.
     setenv("MALLOC_ARENA_MAX", "1", 1);
+#if defined(PLATEN_DEFERRED_CANCEL)
+    setenv("LD_PRELOAD", PLATEN_DEFERRED_CANCEL, 1);
+#endif
 }
 
 void SaneTest::SetUp() {
