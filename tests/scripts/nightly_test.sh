@@ -7,6 +7,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
 unset GIT_DIR GIT_WORK_TREE GIT_INDEX_FILE  # where the test runs in a hook
+export GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_NOSYSTEM=1  # nobody's hooks, signatures or length of hashes
 mkdir -p scripts/check
 cp "$source/scripts/check/functions.sh" scripts/check/
 # shellcheck disable=SC2016 # the step's shell expands it
