@@ -427,7 +427,7 @@ void ExpectGoodScript(const std::string& shell) {
     }
     Folder folder;
     WriteFile(folder.File("script"), script.out);
-    EXPECT_EQ(std::system((shell + " -n " + folder.File("script")).c_str()), 0);
+    EXPECT_EQ(std::system((shell + " -n '" + folder.File("script") + "'").c_str()), 0);
 }
 
 TEST(Completions, AreRightBash) {
@@ -448,9 +448,8 @@ std::string Offered(const std::string& words, int index) {
     const std::string script = folder.File("c");
     WriteFile(folder.File("picture.png"), "");
     WriteFile(script, Spawn({"--completion=bash"}).out + "\ncompopt() { :; }\nCOMP_WORDS=(" + words +
-                          ")\nCOMP_CWORD=" + std::to_string(index) + "\n_platen\necho \"${COMPREPLY[*]}\" >" +
-                          folder.File("out") + "\n");
-    EXPECT_EQ(std::system(("cd " + folder.Path() + " && bash c").c_str()), 0);
+                          ")\nCOMP_CWORD=" + std::to_string(index) + "\n_platen\necho \"${COMPREPLY[*]}\" >out\n");
+    EXPECT_EQ(std::system(("cd '" + folder.Path() + "' && bash c").c_str()), 0);
     return ReadFile(folder.File("out"));
 }
 

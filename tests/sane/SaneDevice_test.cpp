@@ -289,7 +289,7 @@ TEST_F(SaneDevice, ResolutionsBetweenTheDevicesOwn) {
 TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
     WriteFile(folder.File("own.toml"),
               "mode = \"gray\"\nsharpness = 1\nresolution = 60\n\n[[tone]]\nlevels = [30, 200]\n");
-    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
     const Application application(kWrapped);
     Device{"Color", 8, 75, false}.SetUp(application);
     EXPECT_EQ(application.Text("platen-preset"), "None");
@@ -309,7 +309,7 @@ TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
     EXPECT_TRUE(application.Scan().bytes == passes);
     // What the configuration begins with.
     WriteFile(configuration.File("platen.conf"),
-              "presets " + folder.Path() + "\npreset nothing\ndevice standin:\npreset own\ndevice standin:x\n");
+              "presets \"" + folder.Path() + "\"\npreset nothing\ndevice standin:\npreset own\ndevice standin:x\n");
     EXPECT_EQ(Application(kWrapped).Text("platen-preset"), "own");
     EXPECT_EQ(Application(kWrapped).Word("resolution"), 60);
     EXPECT_EQ(Application("platen:standin:x").Text("platen-preset"), "None");
@@ -333,7 +333,7 @@ TEST_F(SaneDevice, PresetsThatNeedTheWholePageAreNotOffered) {
         WriteFile(folder.File(std::string(name) + ".toml"), text);
     }
     WriteFile(configuration.File("platen.conf"),
-              "presets " + folder.Path() + "\ndevice standin:\npreset white\ndevice standin:x\n");
+              "presets \"" + folder.Path() + "\"\ndevice standin:\npreset white\ndevice standin:x\n");
     setenv("SANE_DEBUG_PLATEN", "1", 1);
     testing::internal::CaptureStderr();
     const Application application(kWrapped);

@@ -41,7 +41,7 @@ class SaneFaultMatrix : public testing::Test {
     SaneFaultMatrix() {
         WriteFile(folder.File("dll.conf"), "platen\n");
         WriteFile(folder.File("platen.conf"),
-                  "device standin:\nresolution 30 600\npresets " + folder.Path() + "\n");
+                  "device standin:\nresolution 30 600\npresets \"" + folder.Path() + "\"\n");
         WriteFile(folder.File("own.toml"), "sharpness = 1\n\n[[tone]]\nlevels = [20, 230, 0.9]\n");
         WriteFile(folder.File("damaged.toml"), "sharpness = [ a\n");
         for (const auto& [name, value] :
