@@ -19,6 +19,7 @@ import sys
 
 SOURCE, BUILD, WORK = (pathlib.Path(word).resolve() for word in sys.argv[1:4])
 CXX = sys.argv[4]
+DEFERRED = BUILD / "tests/deferred-cancel.so"  # for SANE's test device: tests/end_to_end/DeferredCancel.cpp
 
 # Lines of indented blocks: how they begin, and why they don't run here.
 NOT_HERE = {
@@ -62,6 +63,7 @@ def environment():
         SANE_CONFIG_DIR=str(WORK / "sane.d"),
         PLATEN_TOOL=str(BUILD / "programs/platen"),
         XDG_CONFIG_HOME="/nonexistent",  # nobody's default options
+        **({"LD_PRELOAD": str(DEFERRED)} if DEFERRED.exists() else {}),
     )
 
 

@@ -61,7 +61,7 @@ class OutOfMemory : public testing::Test {
                     std::filesystem::remove(folder.File(output));
                 }
                 setenv("FAULT_ALLOCATION", std::to_string(number).c_str(), 1);
-                Judge(Run(words), output, whole, mode + std::string(" ") + std::to_string(number));
+                Check(Run(words), output, whole, mode + std::string(" ") + std::to_string(number));
             }
         }
         setenv("FAULT_ALLOCATION", "0", 1);
@@ -71,7 +71,7 @@ class OutOfMemory : public testing::Test {
     Folder configuration;
 
   private:
-    void Judge(const Outcome& outcome, const std::string& output, const std::string& whole,
+    void Check(const Outcome& outcome, const std::string& output, const std::string& whole,
                const std::string& which) const {
         const bool there = !output.empty() && std::filesystem::exists(folder.File(output));
         if (outcome.code == 0) {
