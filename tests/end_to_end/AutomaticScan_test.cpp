@@ -16,7 +16,7 @@ class AutomaticScan : public InFolder {
         if (!std::filesystem::exists(scan)) {
             GTEST_SKIP() << "no sample scans at " PLATEN_TEST_DATA " (PLATEN_TEST_DATA)";
         }
-        if (Run("convert", {"-version"}).code != 0 || Run("compare", {"-version"}).code != 0) {
+        if (!HasImageMagick()) {
             GTEST_SKIP() << "no ImageMagick";
         }
     }

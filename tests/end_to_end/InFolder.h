@@ -21,6 +21,14 @@ class InFolder : public testing::Test {
         return Spawn(words, streams);
     }
 
+    // Both of its programs, and under their names nothing else.
+    bool HasImageMagick() const {
+        const auto has = [this](const char* program) {
+            return Run(program, {"-version"}).out.find("ImageMagick") != std::string::npos;
+        };
+        return has("convert") && has("compare");
+    }
+
     // The mean difference of two pictures' samples, as a share of the range, by ImageMagick.
     double Difference(const std::string& first, const std::string& second) const {
         const Outcome outcome = Run("compare", {"-metric", "MAE", first, second, "null:"});

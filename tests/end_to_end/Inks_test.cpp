@@ -76,7 +76,7 @@ class Inks : public InFolder {
         if (!std::filesystem::exists(Scan("README.md"))) {
             GTEST_SKIP() << "no sample scans at " PLATEN_TEST_DATA " (PLATEN_TEST_DATA)";
         }
-        if (Run("convert", {"-version"}).code != 0 || Run("compare", {"-version"}).code != 0) {
+        if (!HasImageMagick()) {
             GTEST_SKIP() << "no ImageMagick";
         }
         cmsHPROFILE srgb = cmsCreate_sRGBProfile();
