@@ -79,6 +79,8 @@ def start(*words, **more):
         stderr=subprocess.PIPE,
         text=True,
         start_new_session=True,
+        # A shell's background job, as the tests may be, ignores it, and so would what they start.
+        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL),
         **more,
     )
     STARTED.append(process)
