@@ -19,7 +19,7 @@
 namespace platen {
 inline namespace hpp1 {
 
-// How a call ended. The library's numbers mean different things in its three services; here each has one name.
+// How a call ended. The library's numbers mean different things in its services; here each has one name.
 enum class [[nodiscard]] Status : std::int32_t{
     done, outOfMemory,
     badArgument,  // a setting out of range, a line that is too short, the wrong kind of sample

@@ -179,7 +179,7 @@ export function planPage(settings, source) {
                 return;
             }
             if (info.width < 3 || info.height < 2) {
-                notices.push('the page is narrower than three pixels or lower than two lines; it is not sharpened or softened');
+                notices.push('the page is narrower than three pixels or shorter than two lines; it is not sharpened or softened');
                 return;
             }
             add(KIND.sharpen, [settings.sharpness]);

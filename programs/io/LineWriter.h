@@ -23,7 +23,7 @@ struct WriteOptions {
     Container inputContainer = Container::kPnm;
     std::optional<Compression> compression;  // asked for: where it can't be, the page is refused
     int tiffCompression = 0;   // kept where it fits, a TIFF compression tag; 0: the container's default
-    int compressionLevel = 0;  // of a TIFF's Deflate (1..12) or Zstd (1..19); 0: the usual one
+    int compressionLevel = 0;  // of a TIFF's Deflate (1..12) or Zstd (1..19); 0: the default
     int jpegQuality = 92;
     PngEffort pngEffort = PngEffort::kDefault;
     unsigned workers = 1;  // threads that compress; the bytes don't depend on it

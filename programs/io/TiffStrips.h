@@ -24,7 +24,7 @@ class TiffStrips {
     // Whether strips of this TIFF compression are made here.
     static bool Takes(int compression);
 
-    // `level`: 1..12 for Deflate, 1..19 for Zstd, 0 for the usual one. Samples of 8 and 16 bits get TIFF's
+    // `level`: 1..12 for Deflate, 1..19 for Zstd, 0 for the default. Samples of 8 and 16 bits get TIFF's
     // horizontal predictor; the byte order is little-endian.
     TiffStrips(const ImageInfo& info, int compression, int level, std::uint32_t rowsPerStrip, unsigned workers,
                Sink sink);

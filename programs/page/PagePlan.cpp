@@ -330,7 +330,7 @@ class Planner {
         const bool narrow = info_.width != 0 && info_.width < 3;
         if (narrow || (info_.height != 0 && info_.height < 2)) {
             plan_.notices.push_back(
-                "the page is narrower than three pixels or lower than two lines; it is not "
+                "the page is narrower than three pixels or shorter than two lines; it is not "
                 "sharpened or softened");
             return;
         }

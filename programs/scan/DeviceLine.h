@@ -14,7 +14,7 @@ namespace platen_tool {
 
 // The form that a device's lines have, and the program's.
 
-// Whether a page of these parameters are supported: grey or colour of 1, 8 or 16 bits, in lines that hold their
+// Whether a page of these parameters is supported: grey or colour of 1, 8 or 16 bits, in lines that hold their
 // pixels.
 bool IsKnownPage(const SANE_Parameters& parameters);
 

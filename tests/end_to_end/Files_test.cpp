@@ -195,7 +195,7 @@ TEST_F(Files, VerboseTellsOfSmallPagesAndStatsOfThePage) {
     Do({"a.pgm", "--sharpness=2", "-o", "x.pgm"});
     EXPECT_EQ(Pixels("x.pgm", 18), PnmPage(2, 9, false).substr(11));
     const Outcome outcome = Run({"-v", "a.pgm", "--sharpness=2", "-o", "y.pgm", "--stats"});
-    EXPECT_NE(outcome.err.find("a.pgm: the page is narrower than three pixels or lower than two lines"),
+    EXPECT_NE(outcome.err.find("a.pgm: the page is narrower than three pixels or shorter than two lines"),
               std::string::npos);
     EXPECT_NE(outcome.err.find("--levels="), std::string::npos);
     EXPECT_NE(outcome.err.find("lines        9\n"), std::string::npos);

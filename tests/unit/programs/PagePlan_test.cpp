@@ -133,7 +133,7 @@ TEST(PagePlan, SmallPagesAreNotSharpenedButNoted) {
         ASSERT_EQ(plan.notices.size(), 1u);
         EXPECT_EQ(
             plan.notices[0],
-            "the page is narrower than three pixels or lower than two lines; it is not sharpened or softened");
+            "the page is narrower than three pixels or shorter than two lines; it is not sharpened or softened");
     }
 }
 
