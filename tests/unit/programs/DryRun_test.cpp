@@ -64,9 +64,10 @@ TEST(DryRun, ShowsThreeRowsOfPointsWhereAChannelDiffers) {
 TEST(DryRun, NotesWhatHasNoEffect) {
     EXPECT_EQ(RowOf(DescribePage(PlanPage(SettingsOf({"--scale=100%"}), Info(4, 3, 3))), "note"),
               "  note      the page already has this size; it is not scaled");
-    EXPECT_EQ(RowOf(DescribePage(PlanPage(SettingsOf({"--sharpness=1"}), Info(2, 3, 3))), "note"),
-              "  note      the page is narrower than three pixels or shorter than two lines; it is not sharpened or "
-              "softened");
+    EXPECT_EQ(
+        RowOf(DescribePage(PlanPage(SettingsOf({"--sharpness=1"}), Info(2, 3, 3))), "note"),
+        "  note      the page is narrower than three pixels or shorter than two lines; it is not sharpened or "
+        "softened");
 }
 
 class DryRunOfFiles : public testing::Test {
