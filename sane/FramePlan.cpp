@@ -106,9 +106,6 @@ PagePlan PlanColourPage(const Settings& settings, const ImageInfo& page, const A
 PagePlan PlanPlane(Settings settings, ImageInfo page, SANE_Frame format, const Adjustments& adjustments) {
     const PagePlan colour = PlanColourPage(settings, page, adjustments);
     std::erase_if(settings.tone, platen_tool::NeedsColour);
-    if (colour.stages.empty()) {
-        return colour;
-    }
     const bool tones = std::any_of(colour.stages.begin(), colour.stages.end(),
                                    [](const auto& stage) { return stage.kind == StageKind::kTone; });
     if (tones && settings.tone.empty()) {

@@ -20,7 +20,11 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <mutex>
+#include <optional>
 #include <string>
+
+#include "StandIn.h"
 
 #define EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -70,6 +74,17 @@ const SANE_Word kPageResolution[] = {1, 300};
 
 std::atomic<int> opened{0};
 
+StandInHooks hooks;
+std::mutex callsMutex;
+
+void Note(const std::string& call) {
+    if (!hooks.records) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(callsMutex);
+    hooks.calls.push_back(call);
+}
+
 // The page on the glass.
 struct Page {
     bool colour = false;
@@ -110,10 +125,13 @@ struct Scanner {
     bool hasPage = false;
     Page page;
     SANE_Option_Descriptor options[kEnd]{};
+    const char* names[kEnd]{};
+    SANE_Int count = kEnd;
 
     Scanner() {
         const auto add = [this](Option option, const char* name, SANE_Value_Type type, SANE_Int size) {
             SANE_Option_Descriptor& d = options[option];
+            names[option] = name;
             d.name = name;
             d.title = name;
             d.desc = "";
@@ -149,6 +167,13 @@ struct Scanner {
             options[kResolution].constraint.word_list = kPageResolution;
             options[kYResolution].cap |= SANE_CAP_INACTIVE;
         }
+        if (hooks.describe) {
+            hooks.describe(options, count);
+        }
+    }
+
+    Option Kind(SANE_Int option) const {
+        return static_cast<Option>(std::find(names, names + kEnd, options[option].title) - names);
     }
 
     // What a call answers in place of its work.
@@ -228,9 +253,10 @@ struct Scanner {
         return SANE_STATUS_GOOD;
     }
 
-    SANE_Status SetWord(SANE_Int option, SANE_Word word, SANE_Int& info) {
-        if (option == kDepth || option == kResolution || option == kYResolution) {
-            const SANE_Word* list = options[option].constraint.word_list;
+    SANE_Status SetWord(SANE_Int place, SANE_Word word, SANE_Int& info) {
+        const Option option = Kind(place);
+        if (options[place].constraint_type == SANE_CONSTRAINT_WORD_LIST) {
+            const SANE_Word* list = options[place].constraint.word_list;
             if (std::find(list + 1, list + 1 + list[0], word) == list + 1 + list[0]) {
                 return SANE_STATUS_INVAL;
             }
@@ -254,6 +280,10 @@ Scanner& Of(SANE_Handle handle) {
 // Handles that are open, for tests.
 EXPORT int standin_opened() {
     return opened;
+}
+
+EXPORT StandInHooks* standin_hooks() {
+    return &hooks;
 }
 
 EXPORT SANE_Status sane_standin_init(SANE_Int* version, SANE_Auth_Callback /*authorize*/) {
@@ -286,36 +316,63 @@ EXPORT void sane_standin_close(SANE_Handle handle) {
 }
 
 EXPORT const SANE_Option_Descriptor* sane_standin_get_option_descriptor(SANE_Handle handle, SANE_Int option) {
-    return option >= 0 && option < kEnd ? &Of(handle).options[option] : nullptr;
+    Scanner& scanner = Of(handle);
+    const bool inside = option >= 0 && option < scanner.count;
+    const bool there = inside && (hooks.hidden.empty() || hooks.hidden != scanner.options[option].title);
+    return there ? &scanner.options[option] : nullptr;
 }
 
 EXPORT SANE_Status sane_standin_control_option(SANE_Handle handle, SANE_Int option, SANE_Action action, void* value,
                                                SANE_Int* info) {
     const NoFaults noFaults;
     Scanner& scanner = Of(handle);
-    if (option < 0 || option >= kEnd || value == nullptr || action == SANE_ACTION_SET_AUTO) {
+    if (option < 0 || option >= scanner.count) {
         return SANE_STATUS_INVAL;
     }
-    const bool isFault = option == kFault;
+    SANE_Int told = 0;
+    const Option kind = scanner.Kind(option);
+    const SANE_Option_Descriptor& description = scanner.options[option];
+    const bool sets = action == SANE_ACTION_SET_VALUE && value != nullptr;
+    const bool text = description.type == SANE_TYPE_STRING;
+    if (hooks.records) {
+        std::string call = description.title;
+        call += sets ? '=' : '?';
+        if (sets) {
+            call += text ? static_cast<char*>(value) : std::to_string(*static_cast<SANE_Word*>(value));
+        }
+        Note(call);
+    }
+    if (hooks.control) {
+        const std::optional<SANE_Status> status = hooks.control(description.title, action, value, told);
+        if (status) {
+            if (info != nullptr) {
+                *info = told;
+            }
+            return *status;
+        }
+    }
+    if (value == nullptr || action == SANE_ACTION_SET_AUTO) {
+        return SANE_STATUS_INVAL;
+    }
+    const bool isFault = kind == kFault;
     const SANE_Status fault = isFault ? SANE_STATUS_GOOD : scanner.Fault("control");
     if (fault != SANE_STATUS_GOOD) {
         return fault;
     }
-    SANE_Int told = 0;
     SANE_Status status = SANE_STATUS_GOOD;
-    if (option == kCount) {
-        *static_cast<SANE_Word*>(value) = kEnd;
-    } else if (scanner.options[option].type == SANE_TYPE_STRING) {
-        if (action == SANE_ACTION_SET_VALUE) {
-            status = scanner.SetText(option, static_cast<char*>(value), told);
+    if (kind == kCount) {
+        *static_cast<SANE_Word*>(value) = scanner.count;
+    } else if (text) {
+        if (sets) {
+            status = scanner.SetText(kind, static_cast<char*>(value), told);
         } else {
-            const std::string text = option == kMode ? scanner.mode : option == kSource ? scanner.source : "";
-            std::memcpy(value, text.c_str(), text.size() + 1);
+            const std::string now = kind == kMode ? scanner.mode : kind == kSource ? scanner.source : "";
+            std::memcpy(value, now.c_str(), now.size() + 1);
         }
-    } else if (action == SANE_ACTION_SET_VALUE) {
+    } else if (sets) {
         status = scanner.SetWord(option, *static_cast<SANE_Word*>(value), told);
     } else {
-        std::memcpy(value, scanner.Value(option), sizeof(SANE_Word));
+        std::memcpy(value, scanner.Value(kind), sizeof(SANE_Word));
     }
     if (info != nullptr) {
         *info = told;
@@ -330,12 +387,22 @@ EXPORT SANE_Status sane_standin_get_parameters(SANE_Handle handle, SANE_Paramete
         return fault;
     }
     *parameters = Of(handle).Parameters();
+    if (hooks.parameters) {
+        hooks.parameters(*parameters);
+    }
     return SANE_STATUS_GOOD;
 }
 
 EXPORT SANE_Status sane_standin_start(SANE_Handle handle) {
     const NoFaults noFaults;
     Scanner& scanner = Of(handle);
+    Note("start");
+    if (hooks.start) {
+        const std::optional<SANE_Status> status = hooks.start();
+        if (status) {
+            return *status;
+        }
+    }
     const SANE_Status fault = scanner.Fault("start");
     if (fault != SANE_STATUS_GOOD) {
         return fault;
@@ -354,6 +421,12 @@ EXPORT SANE_Status sane_standin_start(SANE_Handle handle) {
 EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_Int room, SANE_Int* count) {
     const NoFaults noFaults;
     Scanner& scanner = Of(handle);
+    if (hooks.read) {
+        const std::optional<SANE_Status> status = hooks.read(bytes, room, *count);
+        if (status) {
+            return *status;
+        }
+    }
     *count = 0;
     while (scanner.call == "hang" && !scanner.cancelled) {
         usleep(1000);
@@ -374,7 +447,7 @@ EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_
         return SANE_STATUS_EOF;
     }
     // Pieces that are no whole lines.
-    const std::size_t part = std::min({left, static_cast<std::size_t>(room), std::size_t{1009}});
+    const std::size_t part = std::min({left, static_cast<std::size_t>(room), hooks.piece});
     for (std::size_t i = 0; i < part; ++i) {
         const std::size_t at = scanner.sent + i;
         const std::size_t pattern = 40 + (at * 7 + at / 61 * 3 + static_cast<std::size_t>(scanner.pass) * 50) % 200;
@@ -386,14 +459,15 @@ EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_
 }
 
 EXPORT void sane_standin_cancel(SANE_Handle handle) {
+    Note("cancel");
     Scanner& scanner = Of(handle);
     scanner.cancelled = true;
     scanner.scanning = false;
     scanner.pass = 0;
 }
 
-EXPORT SANE_Status sane_standin_set_io_mode(SANE_Handle /*handle*/, SANE_Bool /*nonBlocking*/) {
-    return SANE_STATUS_GOOD;
+EXPORT SANE_Status sane_standin_set_io_mode(SANE_Handle /*handle*/, SANE_Bool nonBlocking) {
+    return hooks.ioMode ? hooks.ioMode(nonBlocking != SANE_FALSE) : SANE_STATUS_GOOD;
 }
 
 EXPORT SANE_Status sane_standin_get_select_fd(SANE_Handle /*handle*/, SANE_Int* descriptor) {

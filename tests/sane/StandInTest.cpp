@@ -141,6 +141,19 @@ StandInTest::StandInTest() : configuration(SharedConfiguration()) {
 
 StandInTest::~StandInTest() {
     Sane().exit();
+    if (hooks_ != nullptr) {
+        *hooks_ = {};
+    }
+}
+
+StandInHooks& StandInTest::Hooks() {
+    if (hooks_ == nullptr) {
+        void* library = dlopen(PLATEN_STANDIN, RTLD_NOW);  // stays loaded
+        auto* hooks = reinterpret_cast<StandInHooks* (*)()>(dlsym(library, "standin_hooks"));
+        hooks_ = hooks();
+        *hooks_ = {};
+    }
+    return *hooks_;
 }
 
 void StandInTest::SetUp() {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Spawn.h"
+#include "StandIn.h"
 #include "programs/scan/SaneLibrary.h"
 
 namespace platen_test {
@@ -74,11 +75,17 @@ class StandInTest : public testing::Test {
     // The stand-in's handles that are open.
     int Opened() const;
 
+    // What this test makes of the stand-in, until it ends.
+    StandInHooks& Hooks();
+
     // `scan` makes a file of the page, the tool adjusts it with `options`; the samples of the result.
     std::vector<SANE_Byte> Adjusted(const ScannedPage& page, const std::vector<std::string>& options) const;
 
     Folder& configuration;  // one for all tests of the process: SANE's library looks for its folder once
     Folder folder;
+
+  private:
+    StandInHooks* hooks_ = nullptr;
 };
 
 }  // namespace platen_test
