@@ -27,8 +27,10 @@ UNIT, KERNELS, TOOL, SANE, WHOLE = "tests/unit/", "tests/kernels/", "tests/unit/
 # Per area: the files, the tests' files, the golden programs. Kernels are checked by the tests that take every variant.
 AREAS = {
     "outputs": ("programs/io/Output", [TOOL + "io/Output*_test.cpp", TOOL + "OutputName_test.cpp"], []),
-    "scan": ("programs/", [TOOL + "OptionValue_test.cpp", WHOLE + "Scan_test.cpp", WHOLE + "BadSane_test.cpp"], []),
-    "backend": ("sane/", [SANE + f"Sane{name}_test.cpp" for name in ("Device", "Faults", "Options")], []),
+    "scan": ("programs/", [TOOL + "DeviceLine_test.cpp", TOOL + "OptionValue_test.cpp", WHOLE + "Scan_test.cpp",
+                           WHOLE + "BadSane_test.cpp", SANE + "Scan[!I]*_test.cpp"], []),
+    "backend": ("sane/", [SANE + f"Sane{name}_test.cpp" for name in
+                ("Device", "Faults", "Levels", "Options", "Reading", "Resolutions")], []),
     "interfaces": ("c/|cpp/", [UNIT + "c/*_test.cpp", UNIT + "cpp/*_test.cpp"], []),
     "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
              ["brightness_contrast", "level", "color_balance", "curves"]),
@@ -47,7 +49,7 @@ AREAS = {
 # The areas of the tool. Their tests need its parts, and some of them a program or a backend with the mutants in it.
 TOOLS = {"outputs": None, "scan": "programs/platen", "backend": "sane/libsane-platen.so.1"}
 HELPERS = {
-    "scan": [WHOLE + "SaneTest.cpp", WHOLE + "Spawn.cpp"],
+    "scan": [WHOLE + "SaneTest.cpp", WHOLE + "Spawn.cpp", SANE + "StandInTest.cpp"],
     "backend": [SANE + "StandInTest.cpp", WHOLE + "Spawn.cpp"],
 }
 WRAPPED = {"outputs": [f"-Wl,--wrap={name}" for name in

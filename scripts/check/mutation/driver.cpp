@@ -2,8 +2,9 @@
 // behind a switch; every test runs in a process of its own, so that one that crashes or never ends does no harm.
 //
 //   tests measure LIST LIMIT      runs every test that LIST, a file of names, doesn't hold; prints its name, its
-//                                 processor time in microseconds (-1: over LIMIT) and the mutants that it reaches
-//   tests run PLAN                PLAN's lines are a mutant's number and the tests to run with their times;
+//                                 processor time in microseconds (-1: over LIMIT), its time by the clock and the
+//                                 mutants that it reaches
+//   tests run PLAN                PLAN's lines are a mutant's number and the tests to run with both times;
 //                                 prints the number and the test that fails, crashes or takes five times the
 //                                 processor time, and twenty times when asked again, or "-"; also "-" where the
 //                                 clock ended it, which says nothing (unless the test starts programs: see
@@ -15,6 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -41,7 +44,8 @@ struct Shared {
 };
 Shared* shared;
 
-// Seconds by the clock for one test that starts processes, which may wait for each other; 0: none does.
+// Seconds by the clock, at least, for one test that starts processes, which may wait for each other, before it
+// counts as one that never ends; 0: none does.
 unsigned WallOfTest() {
     const char* seconds = std::getenv("PLATEN_TEST_WALL");
     return seconds != nullptr ? static_cast<unsigned>(std::atoi(seconds)) : 0;
@@ -69,8 +73,15 @@ bool Passes(const std::string& test) {
     return RUN_ALL_TESTS() == 0;
 }
 
-// In a process of its own; gives its exit status and its processor time.
-int Apart(const std::function<int()>& work, long& microseconds) {
+// Such a test is ended sooner at first, since most that wait wait for ever, and then asked again.
+unsigned WallLimit(long microseconds, bool again) {
+    const unsigned seconds = static_cast<unsigned>(microseconds / 1000000);
+    return again ? std::max(WallOfTest(), 20 * (seconds + 1)) : 4 + 5 * seconds;
+}
+
+// In a process of its own; gives its exit status, its processor time and its time by the clock.
+int Apart(const std::function<int()>& work, long& microseconds, long& wall) {
+    const auto begin = std::chrono::steady_clock::now();
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
@@ -90,6 +101,8 @@ int Apart(const std::function<int()>& work, long& microseconds) {
     kill(-child, SIGKILL);
     microseconds =
         (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1000000 + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
+    const auto time = std::chrono::steady_clock::now() - begin;
+    wall = static_cast<long>(std::chrono::duration_cast<std::chrono::microseconds>(time).count());
     return status;
 }
 
@@ -117,19 +130,20 @@ int Measure(const char* list, long quick) {
         }
         std::memset(shared->reached, 0, sizeof shared->reached);
         long microseconds = 0;
+        long wall = 0;
         const int status = Apart(
             [&] {
                 platen_reached = shared->reached;
                 LimitProcessorTime(quick);
                 return Passes(test) ? 0 : 1;
             },
-            microseconds);
+            microseconds, wall);
         const bool tooLong = WIFSIGNALED(status) && WTERMSIG(status) == SIGPROF;
         if (status != 0 && !tooLong) {
             std::cerr << test << " fails without a mutant\n";
             return 1;
         }
-        std::cout << test << ' ' << (tooLong ? -1 : microseconds);
+        std::cout << test << ' ' << (tooLong ? -1 : microseconds) << ' ' << wall;
         for (int n = 0; n < kMutants; ++n) {
             if (shared->reached[n] != 0) {
                 std::cout << ' ' << n;
@@ -148,13 +162,16 @@ int RunPlan(const char* plan) {
         words >> mutant;
         std::vector<std::string> tests;
         std::vector<long> times;
+        std::vector<long> walls;
         std::string test;
-        for (long time = 0; words >> test >> time;) {
+        for (long time = 0, wall = 0; words >> test >> time >> wall;) {
             tests.push_back(test);
             times.push_back(time);
+            walls.push_back(wall);
         }
         const auto run = [&](std::size_t first, long factor) {
             long microseconds = 0;
+            long wall = 0;
             return Apart(
                 [&] {
                     platen_mutant = mutant;
@@ -164,7 +181,7 @@ int RunPlan(const char* plan) {
                         LimitProcessorTime(factor * (20000 + 5 * times[i]));
                         if (WallOfTest() != 0) {
                             LimitStarted(factor * 5 * times[i]);
-                            alarm(WallOfTest() * static_cast<unsigned>(factor));
+                            alarm(WallLimit(walls[i], factor > 1));
                         }
                         if (!Passes(tests[i])) {
                             return 1;
@@ -172,7 +189,7 @@ int RunPlan(const char* plan) {
                     }
                     return 0;
                 },
-                microseconds);
+                microseconds, wall);
         };
         int status = run(0, 1);
         const auto endedBy = [&](int signal) { return WIFSIGNALED(status) && WTERMSIG(status) == signal; };

@@ -29,7 +29,7 @@ NO_STATEMENT = re.compile(
     r"(?:const|constexpr|static|using|auto|struct|template|typename|alignas|friend|namespace|extern|inline|enum|class"
     r"|public|private|constinit|explicit|operator|return|break|continue|case|goto)\b"
 )
-DECLARATION = re.compile(r"[\w:]+(?:<[^;()]*>)?[&*]* \w+(?:\[[^\]]*\])*(?: =\s|[{(]|$)", re.M)
+DECLARATION = re.compile(r"(?:unsigned )?[\w:]+(?:<[^;()]*>)?[&*]* \w+(?:\[[^\]]*\])*(?: =\s|[{(]|$)", re.M)
 ARRAY = re.compile(r"[\w:>]+[&*]* \w+((?:\[[^\]]*\])+)(?: = |;)")
 
 
@@ -53,7 +53,7 @@ class Mutant:
 
 @dataclass
 class Unit:
-    """A place that can hold several versions of its text: kind is return, statement, value, or none."""
+    """A place that can hold several versions of its text: kind is return, statement, value, condition, or none."""
 
     start: int
     end: int
@@ -151,7 +151,9 @@ class Source:
             self.units.append(Unit(start, end + 1, "return"))
         elif re.match(r"(?:static|constexpr|using|break|continue|case|constinit)\b", text):
             pass
-        elif value and re.match(r"(?:\[\[\w+\]\] )?(?:const )?[\w:]+(?:<[^=;]*>)?[&*]*(?: const)?[&*]* (?:const )?"
+        elif re.match(r"while \(", text) and closing(text, 6) == len(text) - 1:
+            pass  # the end of a do
+        elif value and re.match(r"(?:\[\[\w+\]\] )?(?:const )?(?:unsigned )?[\w:]+(?:<[^=;]*>)?[&*]*(?: const)?[&*]* (?:const )?"
                                 r"(?:__restrict )?(?:\w+|\[[\w, ]+\])$", text[: value.start()]):  # fmt: skip
             self.units.append(Unit(start + value.end(), end, "value"))
         elif not NO_STATEMENT.match(text) and not DECLARATION.match(text):
@@ -164,11 +166,11 @@ class Source:
             head = self.code[left + 1 : right]
             if match.group(1) != "for":
                 if " = " not in head and ";" not in head:
-                    self.units.append(Unit(left + 1, right, "value"))
+                    self.units.append(Unit(left + 1, right, "value" if match.group(1) == "switch" else "condition"))
             elif head.count(";") == 2:
                 first = left + 1 + head.index(";")
                 second = left + 1 + head.rindex(";")
-                self.units.append(Unit(first + 1, second, "value"))
+                self.units.append(Unit(first + 1, second, "condition"))
                 self.units.append(Unit(second + 1, right, "value"))
 
     def find_mutants(self):
@@ -280,11 +282,12 @@ class Source:
     def versions(self, place, mutants, numbers, original):
         start, end, kind = place
         out = ""
+        bool_of = "bool" if kind == "condition" else ""  # what is no bool would make a common type with what is
         for m in mutants:
             changed = self.flat(start, m.start) + " " + m.text + " " + self.flat(m.end, end)
             number = numbers[m]
-            if kind == "value":
-                out += f"\n/*{number}*/ platen_at({number}) ? ({changed}) :\n"
+            if kind in ("value", "condition"):
+                out += f"\n/*{number}*/ platen_at({number}) ? {bool_of}({changed}) :\n"
             else:
                 out += f"\n/*{number}*/ if (platen_at({number})) {{ {changed} }} else\n"
-        return f"{out} ({original})" if kind == "value" else f"{{ {out} {{ {original} }} }}"
+        return f"{out} {bool_of}({original})" if kind in ("value", "condition") else f"{{ {out} {{ {original} }} }}"

@@ -43,7 +43,7 @@ from survivors import read_survivors  # noqa: E402
 
 BASE = "build/release"
 ONCE = threading.Lock()  # for what several threads need and one makes
-WALL = 60  # seconds by the clock, for a test of the tool: it can wait for a process that waits for it
+WALL = 20  # seconds by the clock, for a test of the tool: it can wait for a process that waits for it
 SLICE = 60  # mutants of a file, before it's the next one's turn
 DRIVER = "scripts/check/mutation/driver.cpp"
 OUT = "build/mutation"
@@ -103,11 +103,26 @@ def system_headers(level, flags, tests):
     return header
 
 
+def own_headers(source, level, flags):
+    """A header with those that a file of the tool includes, compiled with the same flags; none of them is mutated."""
+    included = "".join(re.findall(r"^#include .*\n", re.split(r"^#(?!include)", read(source), maxsplit=1, flags=re.M)[0], re.M))
+    header = f"{OUT}/own/{digest(level, included, *flags)}/all.h"
+    with ONCE:
+        if not os.path.exists(header + ".gch"):
+            write(header, included)
+            command = ["g++", level, *flags, "-x", "c++-header", header, "-o", header + ".made"]
+            subprocess.run(command, check=True)
+            os.rename(header + ".made", header + ".gch")
+    return header
+
+
 def compile_file(source, target, flags, tree=None, level="-O1"):
     """Compiles a file, or its changed copy below `tree`; gives the compiler's messages where that fails."""
     os.makedirs(os.path.dirname(target), exist_ok=True)
     include = [f"-I{tree}", f"-I{tree}/cpp"] if tree else []
-    if not areas.is_tool(source):  # whose flags are the build's
+    if areas.is_tool(source):  # whose flags are the build's
+        include = ["-include", own_headers(source, level, flags), *include]
+    else:
         include = ["-include", system_headers(level, flags, source.startswith("tests/")), *include, *areas.INCLUDES]
     if tree and os.path.exists(f"{tree}/{source}"):
         source = f"{tree}/{source}"
@@ -200,6 +215,12 @@ class Programs:
 class ToolPrograms(Programs):
     """The same for parts of the tool; what the tests start, a program or a backend, is linked anew too."""
 
+    def __init__(self, path):
+        super().__init__(path)
+        self.common = f"{OUT}/{self.area}-tests" if self.area == "backend" else None  # they load what is changed
+        if self.common:
+            self.link_tests(self.common, [])
+
     def sources(self):
         sources = self.tests + areas.HELPERS.get(self.area, [])
         found = base_objects(sources)  # and what they need to run
@@ -210,14 +231,19 @@ class ToolPrograms(Programs):
 
     def link(self, program, changed):
         os.makedirs(os.path.dirname(program), exist_ok=True)
-        own = [] if self.area == "backend" else list(changed.values())
+        if self.common:
+            os.link(self.common, program)
+        else:
+            self.link_tests(program, changed.values())
+        if self.started:
+            self.link_started(f"{os.path.dirname(program)}/tree", changed)
+        return program
+
+    def link_tests(self, program, own):
         libraries = [f"{BASE}/{name}" for name in ("programs/libplaten-program.a", "programs/io/libplaten-io.a", "libplaten.a")]
         system = "-lgtest -lpng -lz -ltiff -ljpeg -llcms2 -ldeflate -lzstd -ldl -pthread".split()
         subprocess.run(["g++", *LINKER, *own, self.driver, *self.objects.values(), *libraries, *system,
                         *areas.WRAPPED.get(self.area, []), "-o", program], check=True)  # fmt: skip
-        if self.started:
-            self.link_started(f"{os.path.dirname(program)}/tree", changed)
-        return program
 
     def link_started(self, tree, changed):
         """As the build does, in a tree like the build's."""
@@ -247,7 +273,8 @@ def slow_tests(area, quick):
 
 
 def measure(program, area, quick):
-    """The quick tests, the quickest first: name, microseconds, mutants that they reach. The slow ones are kept."""
+    """The quick tests, the quickest by the clock first: name, microseconds of processor time and by the clock, mutants that
+    they reach. The slow ones are kept."""
     slow = slow_tests(area, quick)
     with open(slow, "a+"):
         process = start([program, "measure", os.path.abspath(slow), str(int(quick * 1000000))], low=False)
@@ -256,13 +283,13 @@ def measure(program, area, quick):
         sys.exit(f"{program}: {errors}")
     found = []
     for line in output.splitlines():
-        name, time, *reached = line.split()
+        name, time, wall, *reached = line.split()
         if time == "-1":
             with open(slow, "a") as file:
                 file.write(name + "\n")
         else:
-            found.append((name, int(time), {int(n) for n in reached}))
-    return sorted(found, key=lambda test: test[1])
+            found.append((name, int(time), int(wall), {int(n) for n in reached}))
+    return sorted(found, key=lambda test: test[2])
 
 
 class Budget:
@@ -279,7 +306,7 @@ def run_plan(program, plan, budget):
     """Yields mutant and the test that kills it, or "-", as long as there is time."""
     with tempfile.NamedTemporaryFile("w", suffix=".plan") as file:
         for number, tests in plan:
-            file.write(" ".join([str(number)] + [f"{name} {time}" for name, time, _ in tests]) + "\n")
+            file.write(" ".join([str(number)] + [f"{name} {time} {wall}" for name, time, wall, _ in tests]) + "\n")
         file.flush()
         process = start([program, "run", file.name])
         left = [number for number, _ in plan]
@@ -357,7 +384,7 @@ class File:
         self.tests = measure(program, self.programs.area, self.options.quick)
         by_number = {self.numbers[m]: m for m in switched}
         # What none reaches may still run in a process that a test starts.
-        plan = [(n, [t for t in self.tests if n in t[2]] or self.tests) for n in by_number]
+        plan = [(n, [t for t in self.tests if n in t[3]] or self.tests) for n in by_number]
         alone = [m for m in wanted if m not in switched]
         share = max(1, self.options.jobs)
 
