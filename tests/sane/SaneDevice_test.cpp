@@ -326,6 +326,68 @@ TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
     EXPECT_TRUE(application.IsActive("saturation"));
 }
 
+// What a page can't take is left out, and what takes its place is the tool's.
+TEST_F(SaneDevice, PresetsLeaveOutWhatAPageCannotTake) {
+    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    struct Case {
+        const char* preset;
+        std::vector<std::pair<const char*, SANE_Word>> words;
+        Device device;
+        Words options;
+    };
+    const Case cases[] = {
+        {"depth = 1\n",
+         {{"saturation", 30}, {"platen-shadows-red", 20}, {"contrast", 20}},
+         {"Color", 8, 75, false},
+         {"--depth=1", "--contrast=20"}},
+        {"mode = \"lineart\"\n",
+         {{"hue", 30}, {"platen-sharpness", 1}},
+         {"Color", 8, 75, false},
+         {"--mode=lineart", "--sharpness=1"}},
+        {"mode = \"gray\"\n",
+         {{"platen-midtones-blue", 30}, {"brightness", 5}},
+         {"Color", 8, 75, false},
+         {"--mode=gray", "--brightness=5"}},
+        {"depth = 1\n", {{"contrast", 20}, {"platen-sharpness", 2}}, {"Gray", 1, 75, false}, {}},
+        {"depth = 8\n", {{"contrast", 20}}, {"Gray", 1, 75, false}, {"--depth=8", "--contrast=20"}},
+        {"depth = 8\n", {{"contrast", 20}}, {"Gray", 16, 75, false}, {"--depth=8", "--contrast=20"}},
+        {"mode = \"color\"\n",
+         {{"platen-midtones-blue", 30}},
+         {"Gray", 8, 75, false},
+         {"--mode=color", "--balance-midtones=0,0,30"}},
+        {"scale = \"50%\"\n", {}, {"Gray", 8, 150, false}, {"--scale=50%"}},
+        {"scale = \"50%\"\n",
+         {{"resolution", 100}},
+         {"Gray", 8, 150, false},
+         {"--input-resolution=150", "--resolution=100"}},
+        {"width = 30\n", {}, {"Color", 8, 75, false}, {"--width=30"}},
+        {"size = \"40x20\"\ninput-resolution = 200\nset-resolution = 100\n",
+         {},
+         {"Color", 8, 75, false},
+         {"--size=40x20"}},
+        {"scale = \"300%\"\nshrink-only = true\n", {{"contrast", 9}}, {"Gray", 8, 75, false}, {"--contrast=9"}},
+    };
+    for (const Case& one : cases) {
+        WriteFile(folder.File("own.toml"), one.preset);
+        Device rich = one.device;  // on which all options are active
+        rich.mode = "Color";
+        rich.depth = 8;
+        const Application application(kWrapped);
+        rich.SetUp(application);
+        for (const auto& [name, value] : one.words) {
+            EXPECT_EQ(application.SetWord(name, value), SANE_STATUS_GOOD) << one.preset << name;
+        }
+        EXPECT_EQ(application.SetText("mode", one.device.mode), SANE_STATUS_GOOD);
+        EXPECT_EQ(application.SetWord("depth", one.device.depth), SANE_STATUS_GOOD);
+        ASSERT_EQ(application.SetText("platen-preset", "own"), SANE_STATUS_GOOD) << one.preset;
+        const ScannedPage bare = BarePage(one.device);
+        const std::vector<SANE_Byte> expected = one.options.empty() ? bare.bytes : Adjusted(bare, one.options);
+        const ScannedPage page = application.Scan();
+        EXPECT_EQ(page.status, SANE_STATUS_GOOD) << one.preset;
+        EXPECT_TRUE(page.bytes == expected) << one.preset << one.device.mode << one.device.depth;
+    }
+}
+
 // The page's lines pass once: what would need them twice, or in another order, is no choice.
 TEST_F(SaneDevice, PresetsThatNeedTheWholePageAreNotOffered) {
     const std::pair<const char*, const char*> presets[] = {
@@ -446,6 +508,18 @@ TEST_F(SaneDevice, TellsWhatItDoesWhereItIsAsked) {
         EXPECT_EQ(told.starts_with("[platen] the page as made by: "), tells) << level << told;
         EXPECT_EQ(told.empty(), !tells) << level;
     }
+    WriteFile(folder.File("own.toml"), "negative = true\n");
+    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    const Application other(kWrapped);
+    ASSERT_EQ(other.SetText("platen-preset", "own"), SANE_STATUS_GOOD);
+    ASSERT_EQ(other.SetWord("contrast", 20), SANE_STATUS_GOOD);
+    ASSERT_EQ(other.SetWord("resolution", 100), SANE_STATUS_GOOD);
+    setenv("SANE_DEBUG_PLATEN", "1", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(other.Scan().status, SANE_STATUS_GOOD);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[platen] the page as made by: platen --negative --contrast=20 --input-resolution=150x150 "
+              "--resolution=100x100\n");
     unsetenv("SANE_DEBUG_PLATEN");
     testing::internal::CaptureStderr();
     EXPECT_EQ(application.Scan().status, SANE_STATUS_GOOD);

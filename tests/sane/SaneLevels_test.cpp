@@ -36,7 +36,8 @@ class SaneLevels : public StandInTest {
     }
 
     // What platen-auto finds on a page of 1,000 pixels.
-    Levels Found(bool colour, const std::vector<Pixels>& page) {
+    Levels Found(bool colour, const std::vector<Pixels>& page, const std::string& preset = "",
+                 const std::array<SANE_Word, 256>* table = nullptr) {
         std::string file = std::string(colour ? "P6" : "P5") + "\n20 50\n255\n";
         for (const Pixels& pixels : page) {
             for (int i = 0; i < pixels.count; ++i) {
@@ -47,7 +48,16 @@ class SaneLevels : public StandInTest {
         }
         WriteFile(folder.File("page"), file);
         setenv("STANDIN_PAGE", folder.File("page").c_str(), 1);
+        WriteFile(folder.File("own.toml"), preset);
+        WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
         const Application application(kWrapped);
+        EXPECT_EQ(application.SetText("platen-preset", preset.empty() ? "None" : "own"), SANE_STATUS_GOOD);
+        if (table != nullptr) {
+            std::array<SANE_Word, 256> words = *table;
+            EXPECT_EQ(platen_tool::Sane().controlOption(application.Handle(), application.Find("gamma-table"),
+                                                        SANE_ACTION_SET_VALUE, words.data(), nullptr),
+                      SANE_STATUS_GOOD);
+        }
         EXPECT_EQ(application.Press("platen-auto"), SANE_STATUS_GOOD);
         return {application.Word("shadow").value_or(-1), application.Word("highlight").value_or(-1)};
     }
@@ -87,6 +97,52 @@ TEST_F(SaneLevels, APageOfOneLevelKeepsEightLevelsApart) {
     EXPECT_EQ(Found(true, {{1000, {100, 100, 100}}}), (Levels{100, 108}));
     EXPECT_EQ(Found(false, {{1000, {255, 0, 0}}}), (Levels{247, 255}));
     EXPECT_EQ(Found(false, {{1000, {0, 0, 0}}}), (Levels{0, 8}));
+}
+
+// The levels come after the table and the preset, whose negative comes first of all, and before a threshold.
+TEST_F(SaneLevels, LevelsAreThoseOfThePageThatIsMade) {
+    const std::vector<Pixels> page = {{20, {10, 10, 10}}, {980, {220, 220, 220}}};
+    std::array<SANE_Word, 256> half{};
+    for (SANE_Word i = 0; i < 256; ++i) {
+        half[static_cast<std::size_t>(i)] = i / 2;
+    }
+    for (const bool colour : {false, true}) {
+        EXPECT_EQ(Found(colour, page), (Levels{10, 220}));
+        EXPECT_EQ(Found(colour, page, "", &half), (Levels{5, 110}));
+        EXPECT_EQ(Found(colour, page, "negative = true\n"), (Levels{35, 245}));
+        EXPECT_EQ(Found(colour, page, "negative = true\n", &half), (Levels{17, 122}));
+        EXPECT_EQ(Found(colour, page, "sharpness = 3\nscale = \"50%\"\n"), (Levels{10, 220}));
+        EXPECT_EQ(Found(colour, page, "mode = \"lineart\"\nthreshold = 20\n"), (Levels{10, 220}));
+        EXPECT_EQ(Found(colour, page, "depth = 1\n"), (Levels{10, 220}));
+        EXPECT_EQ(Found(colour, page, "depth = 16\n"), (Levels{10, 220}));
+        EXPECT_EQ(Found(colour, page, "mode = \"gray\"\n"), (Levels{10, 220}));
+    }
+    EXPECT_EQ(Found(true, page, "saturation = 50\n"), (Levels{10, 220}));
+}
+
+// A page of the gamma table's lowest and highest entries.
+TEST_F(SaneLevels, TheTableChangesEveryLevel) {
+    std::string page = "P5\n256 1\n255\n";
+    for (int i = 0; i < 256; ++i) {
+        page += static_cast<char>(i);
+    }
+    WriteFile(folder.File("page"), page);
+    setenv("STANDIN_PAGE", folder.File("page").c_str(), 1);
+    const Application application(kWrapped);
+    for (const std::size_t changed : {std::size_t{0}, std::size_t{1}, std::size_t{128}, std::size_t{255}}) {
+        std::array<SANE_Word, 256> table{};
+        for (std::size_t i = 0; i < 256; ++i) {
+            table[i] = i == changed ? 77 : static_cast<SANE_Word>(i);
+        }
+        EXPECT_EQ(platen_tool::Sane().controlOption(application.Handle(), application.Find("gamma-table"),
+                                                    SANE_ACTION_SET_VALUE, table.data(), nullptr),
+                  SANE_STATUS_GOOD);
+        const ScannedPage made = application.Scan();
+        ASSERT_EQ(made.bytes.size(), 256u);
+        for (std::size_t i = 0; i < 256; ++i) {
+            EXPECT_EQ(made.bytes[i], table[i]) << changed << " " << i;
+        }
+    }
 }
 
 TEST_F(SaneLevels, TheDeviceMakesAPreviewAndGetsItsSettingsBack) {

@@ -266,6 +266,38 @@ TEST_F(SaneResolutions, TheDevicesOwnIsShownAtFirst) {
               SANE_STATUS_GOOD);
     EXPECT_EQ(application.Word("resolution"), 75);
     ExpectPage(application, 1, 1);
+    EXPECT_EQ(application.Press("platen-auto"), SANE_STATUS_GOOD);
+    EXPECT_EQ(asked.back(), "resolution=75");
+}
+
+TEST_F(SaneResolutions, WhatWasLeftToTheDeviceIsNotAskedAnew) {
+    takes = [this](const std::string& name, const SANE_Word* word) {
+        WordOf(name) = word != nullptr ? *word : 75;
+        WordOf("resolution") = name == "lamp" ? 300 : WordOf("resolution");
+    };
+    Make({Listed("resolution", 150), Number("lamp", 0)});
+    const Application application(kWrapped);
+    Set(application, "resolution", 100);
+    EXPECT_EQ(Sane().controlOption(application.Handle(), application.Find("resolution"), SANE_ACTION_SET_AUTO,
+                                   nullptr, nullptr),
+              SANE_STATUS_GOOD);
+    asked.clear();
+    told = SANE_INFO_RELOAD_OPTIONS;
+    EXPECT_EQ(application.SetWord("lamp", 1), SANE_STATUS_GOOD);
+    EXPECT_EQ(asked, Calls{"lamp=1"});
+    EXPECT_EQ(application.Word("resolution"), 300);
+}
+
+// The other axis tells what became of one that can't be read.
+TEST_F(SaneResolutions, AnAxisFollowsOneThatCannotBeRead) {
+    takes = [this](const std::string& name, const SANE_Word* word) {
+        WordOf(name) = *word;
+        WordOf("y-resolution") = *word;
+    };
+    Make({Changed(Listed("resolution", 75), kUnreadable), Listed("y-resolution", 75)});
+    const Application application(kWrapped);
+    Set(application, "resolution", 100);
+    EXPECT_EQ(application.Word("y-resolution"), 100);
 }
 
 // A device that makes another of what it gets: the page is scaled from what it has.
@@ -512,6 +544,8 @@ TEST_F(SaneResolutions, APreviewAsksWhatCanBeSet) {
     EXPECT_EQ(press({Listed("resolution", 300)}), (Calls{"resolution=75", "resolution=300"}));
     EXPECT_EQ(press({Ranged("resolution", 300 * kOne, kFixedWide, SANE_TYPE_FIXED)}),
               (Calls{"resolution=4915200", "resolution=19660800"}));
+    static constexpr SANE_Range kLow = {50 * kOne, 1200 * kOne, 0};
+    EXPECT_EQ(press({Ranged("resolution", 300 * kOne, kLow, SANE_TYPE_FIXED)}).front(), "resolution=4915200");
     EXPECT_EQ(press({Listed("resolution", 300), Listed("x-resolution", 150), Listed("y-resolution", 75)}),
               (Calls{"resolution=75", "x-resolution=75", "y-resolution=75", "resolution=300", "x-resolution=150",
                      "y-resolution=75"}));

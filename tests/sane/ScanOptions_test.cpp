@@ -71,9 +71,16 @@ TEST_F(ScanOptions, OptionsAreFoundByTheirNames) {
 // The first option of all, whose value is their number, isn't one to be set.
 TEST_F(ScanOptions, TheNumberOfOptionsIsNone) {
     Make({Number("first", 1), Changed(Number("hidden", 0), kInactive)});
+    const auto describe = Hooks().describe;
+    Hooks().describe = [&](SANE_Option_Descriptor* options, SANE_Int& count) {
+        describe(options, count);
+        options[0].name = "count";
+    };
     platen_tool::ScanDevice device(kBare);
-    EXPECT_EQ(Failure([&] { device.Set("--set ", "", "1"); }),
-              "2 --set : the device has no such option; it has first");
+    for (const std::string name : {"", "count"}) {
+        EXPECT_EQ(Failure([&] { device.Set("--set " + name, name, "1"); }),
+                  "2 --set " + name + ": the device has no such option; it has first");
+    }
     // A device that doesn't tell it has none, or tells too many.
     SANE_Status status = SANE_STATUS_GOOD;
     const auto control = Hooks().control;
@@ -356,6 +363,10 @@ TEST_F(ScanOptions, AllIsDescribed) {
     Make({Number("odd", 3)});
     EXPECT_EQ(platen_tool::ScanDevice(kBare).DescribeOptions(), "  odd=whole numbers\n");
     reading = SANE_STATUS_GOOD;
+    Made two = Number("two", 0);
+    two.words = {1, 2};
+    EXPECT_EQ((Make({two}), platen_tool::ScanDevice(kBare).DescribeOptions()),
+              "  two=whole numbers (2 values) [1,2]\n");
     Made many = several;
     many.words.push_back(9);
     many.about = "";
@@ -376,13 +387,14 @@ TEST_F(ScanOptions, AllIsDescribed) {
 // Values of no size, or more than anybody reads, aren't asked for.
 TEST_F(ScanOptions, ValuesOfStrangeSizesAreNotAskedFor) {
     for (const auto& [size, shown] :
-         {std::pair{0, ""}, {-4, ""}, {(1 << 20) + 1, ""}, {1 << 20, " [text]"}, {5, " [text]"}}) {
-        Made text = Text("words", {}, "text");
+         {std::pair{0, ""}, {-4, ""}, {(1 << 20) + 1, ""}, {1, " "}, {1 << 20, " [text]"}, {5, " [text]"}}) {
+        Made text = Text("words", {}, size == 1 ? "" : "text");
         text.size = size;
         Make({text});
         Hooks().records = true;
         Hooks().calls.clear();
-        EXPECT_EQ(platen_tool::ScanDevice(kBare).DescribeOptions(), std::string("  words=any text") + shown + "\n")
+        EXPECT_EQ(platen_tool::ScanDevice(kBare).DescribeOptions(),
+                  std::string("  words=any text") + (size == 1 ? "" : shown) + "\n")
             << size;
         EXPECT_EQ(std::count(Hooks().calls.begin(), Hooks().calls.end(), "words?"), *shown != '\0' ? 1 : 0) << size;
     }
@@ -421,6 +433,12 @@ TEST_F(ScanOptions, ResolutionsAreThoseThatCanBeRead) {
     EXPECT_EQ(current({Changed(both, kReadOnly)}), "300.000000 300.000000");
     reading = SANE_STATUS_IO_ERROR;
     EXPECT_EQ(current({both}), "none");
+    // One that answers without a value.
+    Make({both});
+    Hooks().control = [](const std::string& title, SANE_Action, void*, SANE_Int&) {
+        return title.empty() ? std::nullopt : std::optional(SANE_STATUS_GOOD);
+    };
+    EXPECT_EQ(platen_tool::ScanDevice(kBare).CurrentResolution(), std::nullopt);
 }
 
 TEST_F(ScanOptions, TextsAreThoseThatCanBeRead) {
@@ -469,6 +487,9 @@ TEST_F(ScanOptions, ReadsGiveWhatThereIsRoomFor) {
     status = SANE_STATUS_EOF;
     length = 5;
     EXPECT_EQ(device.Read(bytes.data(), bytes.size(), count), SANE_STATUS_EOF);
+    EXPECT_EQ(count, 0u);
+    Hooks().read = [](SANE_Byte*, SANE_Int, SANE_Int&) -> std::optional<SANE_Status> { return SANE_STATUS_GOOD; };
+    EXPECT_EQ(device.Read(bytes.data(), bytes.size(), count), SANE_STATUS_GOOD);
     EXPECT_EQ(count, 0u);
     Hooks().start = []() -> std::optional<SANE_Status> { return SANE_STATUS_NO_DOCS; };
     EXPECT_EQ(device.Start(), SANE_STATUS_NO_DOCS);

@@ -5,6 +5,7 @@
 //                                STATUS; "hang" as CALL: reads wait for a cancel; "vanish": everything fails from
 //                                then on; "" ends it
 //
+// With STANDIN_CALLS it writes to that file what it is asked for (see StandIn.h).
 // With STANDIN_PAGE in the environment it has that page (P5 or P6, 8 bits) on its glass, and 300 dpi only: for the
 // pictures of docs/scanning.md.
 
@@ -77,12 +78,19 @@ std::atomic<int> opened{0};
 StandInHooks hooks;
 std::mutex callsMutex;
 
+bool Records() {
+    return hooks.records || std::getenv("STANDIN_CALLS") != nullptr;
+}
+
 void Note(const std::string& call) {
-    if (!hooks.records) {
+    if (!Records()) {
         return;
     }
     const std::lock_guard<std::mutex> lock(callsMutex);
     hooks.calls.push_back(call);
+    if (const char* file = std::getenv("STANDIN_CALLS")) {
+        std::ofstream(file, std::ios::app) << call << "\n";
+    }
 }
 
 // The page on the glass.
@@ -291,7 +299,9 @@ EXPORT SANE_Status sane_standin_init(SANE_Int* version, SANE_Auth_Callback /*aut
     return SANE_STATUS_GOOD;
 }
 
-EXPORT void sane_standin_exit() {}
+EXPORT void sane_standin_exit() {
+    Note("exit");
+}
 
 EXPORT SANE_Status sane_standin_get_devices(const SANE_Device*** list, SANE_Bool /*local*/) {
     static const SANE_Device* none[] = {nullptr};
@@ -334,7 +344,7 @@ EXPORT SANE_Status sane_standin_control_option(SANE_Handle handle, SANE_Int opti
     const SANE_Option_Descriptor& description = scanner.options[option];
     const bool sets = action == SANE_ACTION_SET_VALUE && value != nullptr;
     const bool text = description.type == SANE_TYPE_STRING;
-    if (hooks.records) {
+    if (Records()) {
         std::string call = description.title;
         call += sets ? '=' : '?';
         if (sets) {
@@ -460,6 +470,9 @@ EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_
 
 EXPORT void sane_standin_cancel(SANE_Handle handle) {
     Note("cancel");
+    if (hooks.cancel) {
+        hooks.cancel();
+    }
     Scanner& scanner = Of(handle);
     scanner.cancelled = true;
     scanner.scanning = false;

@@ -20,14 +20,15 @@ struct StandInHooks {
     std::function<std::optional<SANE_Status>(SANE_Byte* bytes, SANE_Int room, SANE_Int& count)> read;
     std::function<std::optional<SANE_Status>()> start;
     std::function<SANE_Status(bool nonBlocking)> ioMode;
-    // After it.
+    // Before or after it.
+    std::function<void()> cancel;
     std::function<void(SANE_Parameters& parameters)> parameters;
     // The option of this title has no description any more.
     std::string hidden;
     // A read gives so many bytes at most.
     std::size_t piece = 1009;
 
-    // What was asked, where `records` says so: "NAME=VALUE", "NAME?" (get), "start", "cancel".
+    // What was asked, where `records` says so: "NAME=VALUE", "NAME?" (get), "start", "cancel", "exit".
     bool records = false;
     std::vector<std::string> calls;
 };

@@ -28,9 +28,10 @@ UNIT, KERNELS, TOOL, SANE, WHOLE = "tests/unit/", "tests/kernels/", "tests/unit/
 AREAS = {
     "outputs": ("programs/io/Output", [TOOL + "io/Output*_test.cpp", TOOL + "OutputName_test.cpp"], []),
     "scan": ("programs/", [TOOL + "DeviceLine_test.cpp", TOOL + "OptionValue_test.cpp", WHOLE + "Scan_test.cpp",
-                           WHOLE + "BadSane_test.cpp", SANE + "Scan[!I]*_test.cpp"], []),
+                           WHOLE + "BadSane_test.cpp", *(SANE + f"Scan{name}_test.cpp" for name in
+                                                         ("Interrupts", "Options", "Pages"))], []),
     "backend": ("sane/", [SANE + f"Sane{name}_test.cpp" for name in
-                ("Device", "Faults", "Levels", "Options", "Reading", "Resolutions")], []),
+                ("Device", "Faults", "Handles", "Levels", "Options", "Reading", "Resolutions")], []),
     "interfaces": ("c/|cpp/", [UNIT + "c/*_test.cpp", UNIT + "cpp/*_test.cpp"], []),
     "tone": ("ToneWorld/|Sources/Support/", [UNIT + "ToneWorld/*_test.cpp", UNIT + "Support/*_test.cpp"],
              ["brightness_contrast", "level", "color_balance", "curves"]),
