@@ -181,6 +181,95 @@ TEST_P(SanePages, EqualTheTools) {
 
 INSTANTIATE_TEST_SUITE_P(All, SanePages, testing::Range(std::size_t{0}, Adjustments().size()));
 
+// An option, and the tool's for the same.
+struct Alone {
+    const char* name;
+    SANE_Word value;
+    const char* option;
+};
+
+class SaneAlone : public SaneDevice {
+  protected:
+    void Compare(const std::vector<Alone>& options) const {
+        const Device device = {"Color", 8, 75, false};
+        const ScannedPage bare = BarePage(device);
+        const Application application(kWrapped);
+        device.SetUp(application);
+        for (const Alone& one : options) {
+            const SANE_Word before = application.Word(one.name).value_or(0);
+            EXPECT_EQ(application.SetWord(one.name, one.value), SANE_STATUS_GOOD) << one.name;
+            const ScannedPage page = application.Scan();
+            EXPECT_TRUE(page.bytes == Adjusted(bare, {one.option})) << one.option;
+            EXPECT_FALSE(page.bytes == bare.bytes) << one.option;
+            EXPECT_EQ(application.SetWord(one.name, before), SANE_STATUS_GOOD) << one.name;
+        }
+        EXPECT_TRUE(application.Scan().bytes == bare.bytes);
+    }
+};
+
+TEST_F(SaneAlone, TonesAreTheTools) {
+    Compare({
+        {"brightness", -15, "--brightness=-15"},
+        {"contrast", 25, "--contrast=25"},
+        {"shadow", 60, "--levels=60,255"},
+        {"highlight", 200, "--levels=0,200"},
+        {"platen-gamma", 117965, "--levels=0,255,1.8"},
+        {"platen-gamma", 8192, "--levels=0,255,0.125"},
+        {"platen-gamma", 80909, "--levels=0,255,1.2346"},
+        {"platen-output-black", 30, "--levels=0,255,1,30,255"},
+        {"platen-output-white", 220, "--levels=0,255,1,0,220"},
+        {"platen-curve-gamma", 40, "--curve-gamma=40"},
+    });
+}
+
+TEST_F(SaneAlone, ColoursAreTheTools) {
+    Compare({
+        {"platen-shadows-red", 50, "--balance-shadows=50,0,0"},
+        {"platen-shadows-green", 50, "--balance-shadows=0,50,0"},
+        {"platen-shadows-blue", 50, "--balance-shadows=0,0,50"},
+        {"platen-midtones-red", 50, "--balance-midtones=50,0,0"},
+        {"platen-midtones-green", 50, "--balance-midtones=0,50,0"},
+        {"platen-midtones-blue", 50, "--balance-midtones=0,0,50"},
+        {"platen-highlights-red", 50, "--balance-highlights=50,0,0"},
+        {"platen-highlights-green", 50, "--balance-highlights=0,50,0"},
+        {"platen-highlights-blue", 50, "--balance-highlights=0,0,50"},
+        {"saturation", 40, "--saturation=40"},
+        {"hue", 70, "--hue=70"},
+        {"platen-lightness", -30, "--lightness=-30"},
+        {"platen-sharpness", 3, "--sharpness=3"},
+    });
+}
+
+TEST_F(SaneAlone, CurvesAreTheTools) {
+    const Device device = {"Color", 8, 75, false};
+    const ScannedPage bare = BarePage(device);
+    const Application application(kWrapped);
+    device.SetUp(application);
+    const std::string curve = "0,20:60,50:100,130:180,190:255,240";
+    EXPECT_EQ(application.SetText("platen-curve", curve), SANE_STATUS_GOOD);
+    EXPECT_TRUE(application.Scan().bytes == Adjusted(bare, {"--curve=" + curve}));
+    EXPECT_EQ(application.SetText("platen-curve-kind", "polyline"), SANE_STATUS_GOOD);
+    EXPECT_TRUE(application.Scan().bytes == Adjusted(bare, {"--curve=" + curve, "--curve-kind=polyline"}));
+    EXPECT_EQ(application.SetText("platen-curve", ""), SANE_STATUS_GOOD);
+    EXPECT_TRUE(application.Scan().bytes == bare.bytes);
+}
+
+// The preset's tones come first, then those of the options, as steps of their own.
+TEST_F(SaneDevice, OptionsComeAfterThePresets) {
+    WriteFile(folder.File("own.toml"), "[[tone]]\ncontrast = 40\n");
+    WriteFile(folder.File("later.toml"),
+              "[[tone]]\ncontrast = 40\n\n[[tone]]\nlevels = [60, 200]\n\n[[tone]]\ncontrast = -20\n");
+    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    const Device device = {"Color", 8, 75, false};
+    const Application application(kWrapped);
+    device.SetUp(application);
+    ASSERT_EQ(application.SetText("platen-preset", "own"), SANE_STATUS_GOOD);
+    ASSERT_EQ(application.SetWord("contrast", -20), SANE_STATUS_GOOD);
+    ASSERT_EQ(application.SetWord("shadow", 60), SANE_STATUS_GOOD);
+    ASSERT_EQ(application.SetWord("highlight", 200), SANE_STATUS_GOOD);
+    EXPECT_TRUE(application.Scan().bytes == Adjusted(BarePage(device), {"--preset=" + folder.File("later.toml")}));
+}
+
 TEST_F(SaneDevice, ColourAtOneBitBecomesBytesForAdjustments) {
     for (const char* mode : {"Color", "Passes"}) {
         const Application application(kWrapped);

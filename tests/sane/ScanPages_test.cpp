@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -157,6 +158,119 @@ TEST_F(ScanPages, AFrameIsReadToItsEnd) {
     EXPECT_TRUE(ended);
 }
 
+// The same of a page of three passes.
+class ScanPasses : public ScanPages {
+  protected:
+    static std::string PagesOf(unsigned long pages, const platen_tool::ReadOptions& options = {}) {
+        std::string text;
+        const std::string failure = Failure([&] {
+            platen_tool::ScanDevice device(kBare);
+            device.Set("", "mode", "Passes");
+            const auto reader = platen_tool::MakeScanReader(device, pages, options);
+            do {
+                const platen_tool::ImageInfo& info = reader->Info();
+                std::vector<std::uint8_t> line(info.LineBytes());
+                std::uint32_t lines = 0;
+                while (reader->ReadLineOrEnd(line.data())) {
+                    ++lines;
+                }
+                EXPECT_FALSE(reader->ReadLineOrEnd(line.data()));
+                EXPECT_EQ(lines, info.height);
+                text +=
+                    (text.empty() ? "" : " ") + std::to_string(info.samplesPerPixel) + "x" + std::to_string(lines);
+            } while (reader->NextPage());
+        });
+        return failure == "done" ? text : failure;
+    }
+};
+
+TEST_F(ScanPasses, HaveTheirHeightInTheEnd) {
+    Hooks().parameters = [](SANE_Parameters& parameters) { parameters.lines = -1; };
+    EXPECT_EQ(PagesOf(2), "3x47 3x47");
+    for (const std::size_t lines : {1, 2, 100}) {
+        platen_tool::ReadOptions options;
+        options.limits.maxSide = 100;
+        Send(lines * kWidth, -1);
+        EXPECT_EQ(PagesOf(1, options), "3x" + std::to_string(lines));
+    }
+}
+
+TEST_F(ScanPasses, MustBeAlike) {
+    const std::string differ = "4 the device's three passes differ in size";
+    int started = 0;
+    Hooks().start = [&]() -> Answer {
+        ++started;
+        return std::nullopt;
+    };
+    const std::pair<const char*, void (*)(SANE_Parameters&)> passes[] = {
+        {"narrow", [](SANE_Parameters& p) { p.pixels_per_line -= 1; }},
+        {"deep", [](SANE_Parameters& p) { p.depth = 1; }},
+        {"low", [](SANE_Parameters& p) { p.lines -= 1; }}};
+    for (const auto& [name, change] : passes) {
+        for (const int wrong : {1, 2, 3}) {
+            started = 0;
+            Hooks().parameters = [&started, wrong, change = change](SANE_Parameters& parameters) {
+                if (started == wrong) {
+                    change(parameters);
+                }
+            };
+            EXPECT_EQ(PagesOf(1), differ) << name << wrong;
+        }
+    }
+    // One without lines.
+    Hooks().parameters = [](SANE_Parameters& parameters) { parameters.lines = -1; };
+    Hooks().read = [](SANE_Byte*, SANE_Int, SANE_Int& count) -> Answer {
+        count = 0;
+        return SANE_STATUS_EOF;
+    };
+    EXPECT_EQ(PagesOf(1), differ);
+}
+
+TEST_F(ScanPasses, AreReadToTheirEnd) {
+    bool ended = true;
+    std::size_t left = 0;
+    Hooks().start = [&]() -> Answer {
+        EXPECT_TRUE(ended);
+        ended = false;
+        left = 50 * kWidth;
+        return std::nullopt;
+    };
+    Hooks().read = [&](SANE_Byte* to, SANE_Int room, SANE_Int& count) -> Answer {
+        count = std::min({static_cast<SANE_Int>(left), room, SANE_Int{61}});
+        std::fill_n(to, count, SANE_Byte{1});
+        left -= static_cast<std::size_t>(count);
+        ended = count == 0;
+        return count > 0 ? SANE_STATUS_GOOD : SANE_STATUS_EOF;
+    };
+    EXPECT_EQ(PagesOf(2), "3x47 3x47");
+    EXPECT_TRUE(ended);
+}
+
+// A page of three passes may be followed by one of a single frame.
+TEST_F(ScanPasses, EndWithTheirPage) {
+    int started = 0;
+    Hooks().start = [&]() -> Answer {
+        ++started;
+        return std::nullopt;
+    };
+    Hooks().parameters = [&](SANE_Parameters& parameters) {
+        if (started > 3) {
+            parameters.format = SANE_FRAME_GRAY;
+        }
+    };
+    EXPECT_EQ(PagesOf(2), "3x47 1x47");
+    EXPECT_EQ(started, 4);
+}
+
+TEST_F(ScanPages, ALimitOfPixelsIsForTheLinesThatCome) {
+    platen_tool::ReadOptions options;
+    options.limits.maxPixels = 2 * kWidth - 1;
+    Send(kWidth, -1);
+    EXPECT_EQ(LinesOf(1, options), "1");
+    Send(2 * kWidth, -1);
+    EXPECT_EQ(LinesOf(1, options).find("1 the page is too large"), 0u);
+}
+
 // Runs of the program over the stand-in, which writes down what it was asked for.
 class ScanRuns : public StandInTest {
   protected:
@@ -306,6 +420,19 @@ TEST_F(ScanRuns, APromptWithoutStandardInputEnds) {
     EXPECT_EQ(outcome.code, 5) << outcome.err;
     EXPECT_EQ(folder.Listing(), "");
     EXPECT_EQ(Asked(), Calls{});
+}
+
+TEST_F(ScanRuns, AnInterruptEndsThePrompt) {
+    RunningProgram program({"scan", "-d", "standin:", "--prompt", "--pages=all", "-o", folder.File("p%d.pgm")});
+    for (int i = 0; i < 1000 && AllCalls().empty(); ++i) {
+        usleep(10000);
+    }
+    usleep(200000);  // until it waits
+    program.Signal(SIGINT);
+    EXPECT_EQ(program.Wait(), 130);
+    EXPECT_EQ(AllCalls().back(), "exit");  // by itself, and not by the limit on that
+    const Calls calls = Asked();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "start"), 0);
 }
 
 TEST_F(ScanRuns, ThreePassesAreJoinedPageByPage) {

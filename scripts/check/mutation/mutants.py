@@ -109,6 +109,7 @@ class Source:
                 block = block or bool(re.match(r"(?:struct|class|enum|namespace|extern|union)\b", head))
                 if block and " = " in head and before != ")":
                     block = False
+                block = block or bool(re.search(r"\) (?:mutable )?-> [^;(){}]+$", head))  # a lambda
                 if not block:
                     blocks.append(("init", start, depth))
                     continue

@@ -206,7 +206,9 @@ TEST(OptionValue, EmptyListsAllowNothing) {
         auto option = Option(SANE_TYPE_INT);
         option.constraint_type = SANE_CONSTRAINT_WORD_LIST;
         option.constraint.word_list = list;
-        EXPECT_EQ(Refusal(option, "1"), "--set thing: '1' is out of range; allowed: ");
+        for (const std::string word : {"1", "0", "2"}) {
+            EXPECT_EQ(Refusal(option, word), "--set thing: '" + word + "' is out of range; allowed: ");
+        }
     }
     const SANE_String_Const names[] = {nullptr};
     auto option = Option(SANE_TYPE_STRING);
@@ -280,7 +282,15 @@ TEST(OptionValue, ListsComeFromFiles) {
     EXPECT_EQ(Refusal(three, ListFile(" ,\n").Value()),
               "--set thing: has 0 values; the device wants 3, each whole numbers");
     EXPECT_EQ(Refusal(three, ""), "--set thing: has 0 values; the device wants 3, each whole numbers");
-    EXPECT_THROW(ParseOptionValue("", three, "@/tmp"), Error);  // a folder
+    EXPECT_NE(Refusal(three, ListFile(std::string("1 22 333\0", 9)).Value()), "taken");
+    for (const char* unreadable : {"@/tmp", "@/proc/self/mem"}) {  // a folder, and what fails when it is read
+        try {
+            ParseOptionValue("", three, unreadable);
+            ADD_FAILURE() << unreadable;
+        } catch (const Error& error) {
+            EXPECT_EQ(error.Code(), ExitCode::kFailed) << unreadable << error.what();
+        }
+    }
 }
 
 TEST(OptionValue, ListsEndSomewhere) {
