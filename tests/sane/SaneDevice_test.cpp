@@ -259,7 +259,7 @@ TEST_F(SaneDevice, OptionsComeAfterThePresets) {
     WriteFile(folder.File("own.toml"), "[[tone]]\ncontrast = 40\n");
     WriteFile(folder.File("later.toml"),
               "[[tone]]\ncontrast = 40\n\n[[tone]]\nlevels = [60, 200]\n\n[[tone]]\ncontrast = -20\n");
-    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
     const Device device = {"Color", 8, 75, false};
     const Application application(kWrapped);
     device.SetUp(application);
@@ -417,7 +417,7 @@ TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
 
 // What a page can't take is left out, and what takes its place is the tool's.
 TEST_F(SaneDevice, PresetsLeaveOutWhatAPageCannotTake) {
-    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
     struct Case {
         const char* preset;
         std::vector<std::pair<const char*, SANE_Word>> words;
@@ -598,7 +598,7 @@ TEST_F(SaneDevice, TellsWhatItDoesWhereItIsAsked) {
         EXPECT_EQ(told.empty(), !tells) << level;
     }
     WriteFile(folder.File("own.toml"), "negative = true\n");
-    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
     const Application other(kWrapped);
     ASSERT_EQ(other.SetText("platen-preset", "own"), SANE_STATUS_GOOD);
     ASSERT_EQ(other.SetWord("contrast", 20), SANE_STATUS_GOOD);

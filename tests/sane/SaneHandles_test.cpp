@@ -161,7 +161,7 @@ TEST_F(SaneHandles, OptionsAreActiveFromTheStart) {
 TEST_F(SaneHandles, AFirstPresetThatCannotBeUsedIsTold) {
     WriteFile(folder.File("own.toml"), "sharpness = 1\n");
     WriteFile(configuration.File("platen.conf"),
-              "presets " + folder.Path() + "\ndevice standin:\npreset own\ndevice standin:x\npreset nothing\n");
+              "presets \"" + folder.Path() + "\"\ndevice standin:\npreset own\ndevice standin:x\npreset nothing\n");
     EXPECT_EQ(Told([] { EXPECT_EQ(Application(kWrapped).Text("platen-preset"), "own"); }).find("can't be used"),
               std::string::npos);
     const std::string lines =
@@ -206,7 +206,7 @@ TEST_F(SaneHandles, OptionsThatWaitForTheFramesEndTellNothing) {
 // What is asked of the device is as it was, unless the preset is what is set.
 TEST_F(SaneHandles, OtherOptionsDoNotAskForThePresetsResolution) {
     WriteFile(folder.File("own.toml"), "resolution = 60\n");
-    WriteFile(configuration.File("platen.conf"), "presets " + folder.Path() + "\n");
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
     const Application application(kWrapped);
     SANE_Int info = 0;
     ASSERT_EQ(application.SetText("platen-preset", "own", &info), SANE_STATUS_GOOD);
@@ -365,7 +365,7 @@ TEST_F(SaneHandles, APresetBeforeAllDevicesIsForAll) {
     WriteFile(folder.File("own.toml"), "sharpness = 1\n");
     WriteFile(folder.File("other.toml"), "sharpness = 2\n");
     WriteFile(configuration.File("platen.conf"),
-              "preset own\npresets " + folder.Path() + "\ndevice standin:\ndevice standin:x\npreset other\n");
+              "preset own\npresets \"" + folder.Path() + "\"\ndevice standin:\ndevice standin:x\npreset other\n");
     EXPECT_EQ(Application(kWrapped).Text("platen-preset"), "own");
     EXPECT_EQ(Application("platen:standin:x").Text("platen-preset"), "other");
     EXPECT_EQ(Application("platen:standin:y").Text("platen-preset"), "own");
