@@ -250,6 +250,8 @@ TEST_F(SaneAlone, CurvesAreTheTools) {
     EXPECT_TRUE(application.Scan().bytes == Adjusted(bare, {"--curve=" + curve}));
     EXPECT_EQ(application.SetText("platen-curve-kind", "polyline"), SANE_STATUS_GOOD);
     EXPECT_TRUE(application.Scan().bytes == Adjusted(bare, {"--curve=" + curve, "--curve-kind=polyline"}));
+    EXPECT_EQ(application.SetText("platen-curve-kind", "spline"), SANE_STATUS_GOOD);
+    EXPECT_TRUE(application.Scan().bytes == Adjusted(bare, {"--curve=" + curve}));
     EXPECT_EQ(application.SetText("platen-curve", ""), SANE_STATUS_GOOD);
     EXPECT_TRUE(application.Scan().bytes == bare.bytes);
 }
@@ -602,12 +604,14 @@ TEST_F(SaneDevice, TellsWhatItDoesWhereItIsAsked) {
     const Application other(kWrapped);
     ASSERT_EQ(other.SetText("platen-preset", "own"), SANE_STATUS_GOOD);
     ASSERT_EQ(other.SetWord("contrast", 20), SANE_STATUS_GOOD);
+    ASSERT_EQ(other.SetWord("platen-gamma", 80904), SANE_STATUS_GOOD);  // in four digits
     ASSERT_EQ(other.SetWord("resolution", 100), SANE_STATUS_GOOD);
     setenv("SANE_DEBUG_PLATEN", "1", 1);
     testing::internal::CaptureStderr();
     EXPECT_EQ(other.Scan().status, SANE_STATUS_GOOD);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "[platen] the page as made by: platen --negative --contrast=20 --input-resolution=150x150 "
+              "[platen] the page as made by: platen --negative --levels=0,255,1.2345 --contrast=20 "
+              "--input-resolution=150x150 "
               "--resolution=100x100\n");
     unsetenv("SANE_DEBUG_PLATEN");
     testing::internal::CaptureStderr();

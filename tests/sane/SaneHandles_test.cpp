@@ -158,6 +158,17 @@ TEST_F(SaneHandles, OptionsAreActiveFromTheStart) {
     EXPECT_EQ(Told([] { const Application silent(kWrapped); }).find("platen.conf"), std::string::npos);
 }
 
+// Ours alone stays as it is on a page that isn't known: a heading.
+TEST_F(SaneHandles, APageThatIsNotKnownHasNoOptions) {
+    const Application application(kWrapped);
+    ASSERT_EQ(application.SetText("mode", "Strange"), SANE_STATUS_GOOD);
+    const SANE_Int group = application.Find("platen-preset") - 1;
+    EXPECT_EQ(Sane().getOptionDescriptor(application.Handle(), group)->cap, 0);
+    for (SANE_Int i = 1; i < kOurs; ++i) {
+        EXPECT_FALSE(SANE_OPTION_IS_ACTIVE(Sane().getOptionDescriptor(application.Handle(), group + i)->cap)) << i;
+    }
+}
+
 TEST_F(SaneHandles, AFirstPresetThatCannotBeUsedIsTold) {
     WriteFile(folder.File("own.toml"), "sharpness = 1\n");
     WriteFile(configuration.File("platen.conf"),
