@@ -73,7 +73,7 @@ TEST_F(SaneReading, PiecesOfEverySizeMakeTheSamePage) {
         const ScannedPage whole = application.Scan(100000);
         ASSERT_EQ(whole.status, SANE_STATUS_GOOD) << road.name;
         ASSERT_FALSE(whole.bytes.empty()) << road.name;
-        for (const std::size_t piece : {1, 60, 61, 62, 122, 123, 30000}) {
+        for (const std::size_t piece : std::initializer_list<std::size_t>{1, 60, 61, 62, 122, 123, 30000}) {
             Hooks().piece = piece;
             EXPECT_TRUE(application.Scan(50).bytes == whole.bytes) << road.name << piece;
         }
@@ -91,7 +91,7 @@ TEST_F(SaneReading, WhatComesAfterTheLastLineIsIgnored) {
     const ScannedPage whole = application.Scan();
     for (const SANE_Int lines : {1, 2, 16, 40, 46}) {
         Hooks().parameters = [lines](SANE_Parameters& parameters) { parameters.lines = lines; };
-        for (const std::size_t piece : {1, 61, 62, 1009, 10000}) {
+        for (const std::size_t piece : std::initializer_list<std::size_t>{1, 61, 62, 1009, 10000}) {
             Hooks().piece = piece;
             for (const SANE_Int room : {50, 100000}) {
                 const ScannedPage page = application.Scan(room);
@@ -257,7 +257,7 @@ TEST_F(SaneReading, PagesOfOneLineAndOfNone) {
         SetUpDevice(application, road);
         const bool colours = road.mode == std::string("Color");
         const std::size_t line = kWidth * (colours ? 3 : 1);
-        for (const std::size_t lines : {0, 1, 2}) {
+        for (const std::size_t lines : std::initializer_list<std::size_t>{0, 1, 2}) {
             std::size_t left = 0;
             Hooks().start = [&left, lines, line]() -> Answer {
                 left = lines * line;
@@ -357,7 +357,7 @@ TEST_F(SaneReading, PassesThatMakeNoPageAreAFailure) {
          }},
         {"red again", [](SANE_Parameters& p) { p.format = SANE_FRAME_RED; }}};
     for (const auto& [name, change] : passes) {
-        for (const std::size_t wrong : {2, 3}) {
+        for (const std::size_t wrong : std::initializer_list<std::size_t>{2, 3}) {
             std::size_t started = 0;
             Hooks().start = [&started]() -> Answer {
                 ++started;

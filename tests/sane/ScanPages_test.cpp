@@ -187,7 +187,7 @@ class ScanPasses : public ScanPages {
 TEST_F(ScanPasses, HaveTheirHeightInTheEnd) {
     Hooks().parameters = [](SANE_Parameters& parameters) { parameters.lines = -1; };
     EXPECT_EQ(PagesOf(2), "3x47 3x47");
-    for (const std::size_t lines : {1, 2, 100}) {
+    for (const std::size_t lines : std::initializer_list<std::size_t>{1, 2, 100}) {
         platen_tool::ReadOptions options;
         options.limits.maxSide = 100;
         Send(lines * kWidth, -1);

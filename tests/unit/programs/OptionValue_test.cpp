@@ -334,7 +334,7 @@ TEST(OptionValue, ATableIsDrawnOutToEverySizeAndRange) {
         text += (i > 0 ? "," : "") + std::to_string(levels.back());
     }
     for (const SANE_Range& range : ranges) {
-        for (const std::size_t count : {2, 3, 16, 255, 257, 511, 1024}) {
+        for (const std::size_t count : std::initializer_list<std::size_t>{2, 3, 16, 255, 257, 511, 1024}) {
             auto option = Option(SANE_TYPE_INT, count);
             option.name = "gamma-table";
             option.constraint_type = SANE_CONSTRAINT_RANGE;
