@@ -270,6 +270,13 @@ TEST_F(SaneDevice, OptionsComeAfterThePresets) {
     ASSERT_EQ(application.SetWord("shadow", 60), SANE_STATUS_GOOD);
     ASSERT_EQ(application.SetWord("highlight", 200), SANE_STATUS_GOOD);
     EXPECT_TRUE(application.Scan().bytes == Adjusted(BarePage(device), {"--preset=" + folder.File("later.toml")}));
+    // Also where both would fit into one.
+    WriteFile(folder.File("later.toml"), "[[tone]]\ncontrast = 40\n\n[[tone]]\nbrightness = 30\n");
+    const Application second(kWrapped);
+    device.SetUp(second);
+    ASSERT_EQ(second.SetText("platen-preset", "own"), SANE_STATUS_GOOD);
+    ASSERT_EQ(second.SetWord("brightness", 30), SANE_STATUS_GOOD);
+    EXPECT_TRUE(second.Scan().bytes == Adjusted(BarePage(device), {"--preset=" + folder.File("later.toml")}));
 }
 
 TEST_F(SaneDevice, ColourAtOneBitBecomesBytesForAdjustments) {

@@ -270,6 +270,77 @@ TEST_F(SaneOptions, TextsAreTakenAndSayWhatTheyChange) {
     EXPECT_NE(info & SANE_INFO_RELOAD_PARAMS, 0);
 }
 
+// What a preset makes of a page decides which options act on it.
+TEST_F(SaneOptions, PresetsDecideWhichAreActive) {
+    struct Case {
+        const char* preset;
+        const char* mode;
+        SANE_Word depth;
+        bool tones;
+        bool colour;
+    };
+    const Case cases[] = {{"sharpness = 1\n", "Gray", 1, false, false},
+                          {"mode = \"gray\"\n", "Gray", 1, true, false},
+                          {"mode = \"color\"\n", "Gray", 1, true, true},
+                          {"mode = \"lineart\"\n", "Gray", 1, false, false},
+                          {"depth = 1\n", "Gray", 1, false, false},
+                          {"depth = 8\n", "Gray", 1, true, false},
+                          {"depth = 8\nsharpness = 1\n", "Gray", 1, true, false},
+                          {"mode = \"gray\"\n", "Gray", 8, true, false},
+                          {"mode = \"color\"\n", "Gray", 8, true, true},
+                          {"mode = \"color\"\nsharpness = 1\n", "Gray", 8, true, true},
+                          {"mode = \"color\"\n", "Color", 8, true, true},
+                          {"mode = \"gray\"\n", "Color", 8, true, false},
+                          {"mode = \"lineart\"\n", "Color", 8, true, false},
+                          {"sharpness = 1\n", "Color", 8, true, true},
+                          {"depth = 16\n", "Color", 8, true, true},
+                          {"depth = 1\n", "Color", 8, true, true}};
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    for (const Case& one : cases) {
+        WriteFile(folder.File("0own.toml"), one.preset);
+        const Application application(kWrapped);
+        SetDevice(application, one.mode, one.depth);
+        ASSERT_EQ(application.SetText("platen-preset", "0own"), SANE_STATUS_GOOD);
+        EXPECT_EQ(application.IsActive("contrast"), one.tones) << one.preset << one.mode << one.depth;
+        EXPECT_EQ(application.IsActive("saturation"), one.colour) << one.preset << one.mode << one.depth;
+        EXPECT_TRUE(application.IsActive("platen-preset"));
+    }
+}
+
+// Texts end within the option's room, and nothing is written past it.
+TEST_F(SaneOptions, TextsFitTheirRoom) {
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    const std::string longest(40, 'z');
+    WriteFile(folder.File(longest + ".toml"), "sharpness = 1\n");
+    WriteFile(folder.File("0own.toml"), "sharpness = 1\n");
+    const Application application(kWrapped);
+    EXPECT_EQ(application.Option("platen-preset")->size, 41);
+    EXPECT_STREQ(application.Option("platen-preset")->constraint.string_list[1], "0own");
+    for (const std::string& name : {std::string("0own"), longest, std::string("None")}) {
+        ASSERT_EQ(application.SetText("platen-preset", name), SANE_STATUS_GOOD);
+        std::vector<char> text(42, '#');
+        ASSERT_EQ(Sane().controlOption(application.Handle(), application.Find("platen-preset"),
+                                       SANE_ACTION_GET_VALUE, text.data(), nullptr),
+                  SANE_STATUS_GOOD);
+        EXPECT_EQ(std::string(text.data()), name);
+        EXPECT_EQ(text[name.size() + 1], '#');
+    }
+    // The first one acts, too.
+    const ScannedPage plain = application.Scan();
+    ASSERT_EQ(application.SetText("platen-preset", "0own"), SANE_STATUS_GOOD);
+    EXPECT_FALSE(application.Scan().bytes == plain.bytes);
+    // A curve without an end, though of good points.
+    std::string curve = "0,0:50,60:100,120:150,200:255,255";
+    curve.insert(0, 128 - curve.size(), '0');
+    EXPECT_EQ(Sane().controlOption(application.Handle(), application.Find("platen-curve"), SANE_ACTION_SET_VALUE,
+                                   curve.data(), nullptr),
+              SANE_STATUS_INVAL);
+    EXPECT_EQ(application.Text("platen-curve"), "");
+    EXPECT_EQ(application.SetText("platen-curve", curve.substr(1)), SANE_STATUS_GOOD);
+    const SANE_Int group = application.Find("platen-preset") - 1;
+    EXPECT_STREQ(Sane().getOptionDescriptor(application.Handle(), group)->name, "");
+}
+
 TEST_F(SaneOptions, TheGammaTableIsTheIdentityUntilSet) {
     const Application application(kWrapped);
     std::array<SANE_Word, 256> table = TableOf(application);
