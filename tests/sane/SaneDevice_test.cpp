@@ -279,6 +279,56 @@ TEST_F(SaneDevice, OptionsComeAfterThePresets) {
     EXPECT_TRUE(second.Scan().bytes == Adjusted(BarePage(device), {"--preset=" + folder.File("later.toml")}));
 }
 
+// What an application is told before a page, and with each frame.
+TEST_F(SaneDevice, FramesHaveTheFormOfWhatIsMade) {
+    WriteFile(folder.File("own.toml"), "mode = \"gray\"\n");
+    WriteFile(folder.File("colour.toml"), "mode = \"color\"\n");
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    struct Case {
+        const char* mode;
+        const char* preset;
+        const char* option;
+        std::vector<SANE_Frame> frames;
+    };
+    const Case cases[] = {{"Gray", "None", "contrast", {SANE_FRAME_GRAY}},
+                          {"Color", "None", "contrast", {SANE_FRAME_RGB}},
+                          {"Passes", "None", "contrast", {SANE_FRAME_RED, SANE_FRAME_GREEN, SANE_FRAME_BLUE}},
+                          {"Passes", "None", "saturation", {SANE_FRAME_RGB}},
+                          {"Passes", "own", "contrast", {SANE_FRAME_GRAY}},
+                          {"Color", "own", "contrast", {SANE_FRAME_GRAY}},
+                          {"Gray", "colour", "contrast", {SANE_FRAME_RGB}}};
+    for (const Case& one : cases) {
+        const Application application(kWrapped);
+        Device{one.mode, 8, 75, false}.SetUp(application);
+        ASSERT_EQ(application.SetText("platen-preset", one.preset), SANE_STATUS_GOOD);
+        ASSERT_EQ(application.SetWord(one.option, 10), SANE_STATUS_GOOD);
+        EXPECT_EQ(application.Parameters().format, one.frames.front()) << one.mode << one.preset;
+        const ScannedPage page = application.Scan();
+        ASSERT_EQ(page.frames.size(), one.frames.size()) << one.mode << one.preset;
+        for (std::size_t i = 0; i < page.frames.size(); ++i) {
+            EXPECT_EQ(page.frames[i].format, one.frames[i]) << one.mode << one.preset;
+        }
+    }
+    // What isn't known is the device's.
+    const Application application(kWrapped);
+    Device{"Strange", 8, 75, false}.SetUp(application);
+    EXPECT_EQ(application.Parameters().depth, 12);
+    EXPECT_EQ(application.Parameters().pixels_per_line, 61);
+}
+
+// How large a page may be is for the application to say, not the tool's limit.
+TEST_F(SaneDevice, LargePagesAreForTheApplicationToBound) {
+    Hooks().parameters = [](SANE_Parameters& parameters) {
+        parameters.pixels_per_line = 100000;
+        parameters.bytes_per_line = 100000;
+        parameters.lines = 900000;
+    };
+    const Application application(kWrapped);
+    ASSERT_EQ(application.SetWord("contrast", 20), SANE_STATUS_GOOD);
+    EXPECT_EQ(application.Parameters().lines, 900000);
+    EXPECT_EQ(Sane().start(application.Handle()), SANE_STATUS_GOOD);
+}
+
 TEST_F(SaneDevice, ColourAtOneBitBecomesBytesForAdjustments) {
     for (const char* mode : {"Color", "Passes"}) {
         const Application application(kWrapped);
@@ -447,6 +497,9 @@ TEST_F(SaneDevice, PresetsLeaveOutWhatAPageCannotTake) {
          {"Color", 8, 75, false},
          {"--mode=gray", "--brightness=5"}},
         {"depth = 1\n", {{"contrast", 20}, {"platen-sharpness", 2}}, {"Gray", 1, 75, false}, {}},
+        {"input-resolution = 200\n", {{"contrast", 20}, {"platen-sharpness", 2}}, {"Gray", 1, 75, false}, {}},
+        {"mode = \"color\"\n", {{"contrast", 20}}, {"Passes", 8, 75, false}, {"--mode=color", "--contrast=20"}},
+        {"depth = 8\n", {{"contrast", 20}}, {"Passes", 16, 75, false}, {"--depth=8", "--contrast=20"}},
         {"depth = 8\n", {{"contrast", 20}}, {"Gray", 1, 75, false}, {"--depth=8", "--contrast=20"}},
         {"depth = 8\n", {{"contrast", 20}}, {"Gray", 16, 75, false}, {"--depth=8", "--contrast=20"}},
         {"mode = \"color\"\n",
@@ -482,7 +535,7 @@ TEST_F(SaneDevice, PresetsLeaveOutWhatAPageCannotTake) {
         const std::vector<SANE_Byte> expected = one.options.empty() ? bare.bytes : Adjusted(bare, one.options);
         const ScannedPage page = application.Scan();
         EXPECT_EQ(page.status, SANE_STATUS_GOOD) << one.preset;
-        EXPECT_TRUE(page.bytes == expected) << one.preset << one.device.mode << one.device.depth;
+        EXPECT_TRUE(Joined(page) == expected) << one.preset << one.device.mode << one.device.depth;
     }
 }
 

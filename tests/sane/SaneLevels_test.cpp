@@ -117,7 +117,13 @@ TEST_F(SaneLevels, LevelsAreThoseOfThePageThatIsMade) {
         EXPECT_EQ(Found(colour, page, "depth = 16\n"), (Levels{10, 220}));
         EXPECT_EQ(Found(colour, page, "mode = \"gray\"\n"), (Levels{10, 220}));
     }
-    EXPECT_EQ(Found(true, page, "saturation = 50\n"), (Levels{10, 220}));
+    // Steps after the levels don't count, nor do those that the page can't take.
+    const std::vector<Pixels> coloured = {{20, {10, 10, 10}}, {980, {250, 240, 220}}};
+    for (const char* preset : {"saturation = -100\n", "lightness = -50\n", "hue = 120\n"}) {
+        EXPECT_EQ(Found(true, coloured, preset), (Levels{10, 220})) << preset;
+    }
+    EXPECT_EQ(Found(false, page, "[[tone]]\nbalance-midtones = [50, 0, 0]\n"), (Levels{10, 220}));
+    EXPECT_EQ(Found(false, page, "saturation = 50\n"), (Levels{10, 220}));
 }
 
 // A page of the gamma table's lowest and highest entries.
