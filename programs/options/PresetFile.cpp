@@ -305,7 +305,10 @@ std::string PresetText(std::span<const GivenOption> options) {
         }
     }
     const std::string steps = StepsText(options);
-    return settings.empty() && !steps.empty() ? steps.substr(1) : settings + steps;
+    if (settings.empty() && steps.empty()) {
+        return "# no settings\n";  // an empty file could be one that was cut off
+    }
+    return settings.empty() ? steps.substr(1) : settings + steps;
 }
 
 }  // namespace platen_tool

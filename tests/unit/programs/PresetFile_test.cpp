@@ -192,6 +192,8 @@ TEST(PresetFile, FilesAndReportsAreNotSaved) {
     const ParsedArguments given = ParseArguments(
         kAdjust, {"--hue=3", "-o", "x", "--plot=a.svg", "--stats", "-f", "--sharpness=2", "--hue=4"});
     EXPECT_EQ(PresetText(given.options), "sharpness = 2\nhue = 4\n");
+    EXPECT_EQ(PresetText({}), "# no settings\n");
+    EXPECT_EQ(Parsed("# no settings\n"), "");
 }
 
 TEST(PresetFile, FilesThatCannotBeReadAreErrors) {
