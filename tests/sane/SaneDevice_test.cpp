@@ -326,6 +326,8 @@ TEST_F(SaneDevice, LargePagesAreForTheApplicationToBound) {
     const Application application(kWrapped);
     ASSERT_EQ(application.SetWord("contrast", 20), SANE_STATUS_GOOD);
     EXPECT_EQ(application.Parameters().lines, 900000);
+    ASSERT_EQ(application.SetWord("resolution", 140), SANE_STATUS_GOOD);  // of the device's 150
+    EXPECT_EQ(application.Parameters().lines, 840000);
     EXPECT_EQ(Sane().start(application.Handle()), SANE_STATUS_GOOD);
 }
 
@@ -500,7 +502,10 @@ TEST_F(SaneDevice, PresetsLeaveOutWhatAPageCannotTake) {
         {"input-resolution = 200\n", {{"contrast", 20}, {"platen-sharpness", 2}}, {"Gray", 1, 75, false}, {}},
         {"mode = \"color\"\n", {{"contrast", 20}}, {"Passes", 8, 75, false}, {"--mode=color", "--contrast=20"}},
         {"depth = 8\n", {{"contrast", 20}}, {"Passes", 16, 75, false}, {"--depth=8", "--contrast=20"}},
-        {"depth = 8\n", {{"contrast", 20}}, {"Gray", 1, 75, false}, {"--depth=8", "--contrast=20"}},
+        {"depth = 8\n",
+         {{"platen-output-white", 200}},
+         {"Gray", 1, 75, false},
+         {"--depth=8", "--levels=0,255,1,0,200"}},
         {"depth = 8\n", {{"contrast", 20}}, {"Gray", 16, 75, false}, {"--depth=8", "--contrast=20"}},
         {"mode = \"color\"\n",
          {{"platen-midtones-blue", 30}},

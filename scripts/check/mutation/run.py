@@ -106,7 +106,9 @@ def system_headers(level, flags, tests):
 def own_headers(source, level, flags):
     """A header with those that a file of the tool includes, compiled with the same flags; none of them is mutated."""
     included = "".join(re.findall(r"^#include .*\n", re.split(r"^#(?!include)", read(source), maxsplit=1, flags=re.M)[0], re.M))
-    header = f"{OUT}/own/{digest(level, included, *flags)}/all.h"
+    # The compiler takes what has been touched for another file.
+    touched = [f"{f} {os.stat(f).st_mtime_ns}" for f in sorted(areas.includes_of(source))]
+    header = f"{OUT}/own/{digest(level, included, *flags, *touched)}/all.h"
     with ONCE:
         if not os.path.exists(header + ".gch"):
             write(header, included)
