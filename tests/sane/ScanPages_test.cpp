@@ -328,7 +328,8 @@ class ScanRuns : public StandInTest {
     }
 
   private:
-    const std::string calls_ = "/tmp/platen-standin-calls-" + std::to_string(getpid());
+    Folder log_;  // beside the outputs
+    const std::string calls_ = log_.File("calls");
 };
 
 TEST_F(ScanRuns, TheDeviceIsAskedForWhatItCanDo) {
