@@ -46,7 +46,7 @@ class MadeDeviceTest : public StandInTest {
             }
         };
         Hooks().control = [this](const std::string& title, SANE_Action action, void* value,
-                                 SANE_Int& info) -> std::optional<SANE_Status> {
+                                 SANE_Int& info) -> Answer {
             const auto found =
                 std::find_if(made_.begin(), made_.end(), [&](const Made& one) { return title == Title(one); });
             if (found == made_.end()) {

@@ -15,15 +15,8 @@ namespace {
 using platen_tool::Sane;
 
 // One for each road that a frame's bytes can take.
-struct Case {
-    const char* name;
-    const char* mode;
-    bool unknownHeight;
-    std::vector<std::pair<const char*, SANE_Word>> words;
-};
-
-const std::vector<Case>& Cases() {
-    static const std::vector<Case> cases = {
+const std::vector<Road>& Roads() {
+    static const std::vector<Road> roads = {
         {"as it is", "Color", false, {}},
         {"tone", "Color", false, {{"contrast", 20}}},
         {"scaled", "Gray", false, {{"resolution", 111}}},
@@ -32,21 +25,11 @@ const std::vector<Case>& Cases() {
         {"passes together", "Passes", false, {{"saturation", 10}}},
         {"unknown height", "Color", true, {{"platen-sharpness", 1}, {"resolution", 50}}},
     };
-    return cases;
+    return roads;
 }
 
 class SaneFaults : public StandInTest {
   protected:
-    static void SetUpDevice(const Application& application, const Case& one) {
-        ASSERT_TRUE(application.IsOpen());
-        ASSERT_EQ(application.SetText("mode", one.mode), SANE_STATUS_GOOD);
-        ASSERT_EQ(application.SetWord("unknown-height", one.unknownHeight ? SANE_TRUE : SANE_FALSE),
-                  SANE_STATUS_GOOD);
-        for (const auto& [name, value] : one.words) {
-            ASSERT_EQ(application.SetWord(name, value), SANE_STATUS_GOOD) << name;
-        }
-    }
-
     static void Arm(const Application& application, const std::string& call, int status, int skip) {
         ASSERT_EQ(application.SetText("fault", call + " " + std::to_string(status) + " " + std::to_string(skip)),
                   SANE_STATUS_GOOD);
@@ -55,11 +38,11 @@ class SaneFaults : public StandInTest {
 
 TEST_F(SaneFaults, EveryStatusOfEveryCallReachesTheApplication) {
     int faults = 0;
-    for (const Case& one : Cases()) {
+    for (const Road& road : Roads()) {
         const Application application(kWrapped);
-        SetUpDevice(application, one);
+        SetUpDevice(application, road);
         const ScannedPage whole = application.Scan();
-        ASSERT_EQ(whole.status, SANE_STATUS_GOOD) << one.name;
+        ASSERT_EQ(whole.status, SANE_STATUS_GOOD) << road.name;
         for (int status = SANE_STATUS_UNSUPPORTED; status <= SANE_STATUS_ACCESS_DENIED; ++status) {
             if (status == SANE_STATUS_EOF) {
                 continue;  // no failure
@@ -71,13 +54,13 @@ TEST_F(SaneFaults, EveryStatusOfEveryCallReachesTheApplication) {
                     if (page.status == SANE_STATUS_GOOD) {
                         continue;  // there are fewer calls, or it met a look at what the page would be
                     }
-                    EXPECT_EQ(page.status, status) << one.name << " " << call << " " << skip;
+                    EXPECT_EQ(page.status, status) << road.name << " " << call << " " << skip;
                     ++faults;
                     ASSERT_EQ(application.SetText("fault", ""), SANE_STATUS_GOOD);
                     const ScannedPage next = application.Scan();
                     EXPECT_EQ(next.status, SANE_STATUS_GOOD);
                     EXPECT_TRUE(next.bytes == whole.bytes)
-                        << one.name << " " << call << " " << status << " " << skip;
+                        << road.name << " " << call << " " << status << " " << skip;
                 }
                 ASSERT_EQ(application.SetText("fault", ""), SANE_STATUS_GOOD);
             }
@@ -116,9 +99,9 @@ TEST_F(SaneFaults, OptionsAndOpening) {
 }
 
 TEST_F(SaneFaults, AHangingReadEndsWithACancel) {
-    for (const Case& one : Cases()) {
+    for (const Road& road : Roads()) {
         const Application application(kWrapped);
-        SetUpDevice(application, one);
+        SetUpDevice(application, road);
         const ScannedPage whole = application.Scan();
         ASSERT_EQ(application.SetText("fault", "hang"), SANE_STATUS_GOOD);
         // Started here: a cancel that came before the start would end nothing.
@@ -133,19 +116,19 @@ TEST_F(SaneFaults, AHangingReadEndsWithACancel) {
             done = true;
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        EXPECT_FALSE(done) << one.name;
+        EXPECT_FALSE(done) << road.name;
         Sane().cancel(application.Handle());
         reader.join();
-        EXPECT_EQ(status, SANE_STATUS_CANCELLED) << one.name;
+        EXPECT_EQ(status, SANE_STATUS_CANCELLED) << road.name;
         ASSERT_EQ(application.SetText("fault", ""), SANE_STATUS_GOOD);
-        EXPECT_TRUE(application.Scan().bytes == whole.bytes) << one.name;
+        EXPECT_TRUE(application.Scan().bytes == whole.bytes) << road.name;
     }
 }
 
 TEST_F(SaneFaults, ACancelInTheMiddleEndsThePage) {
-    for (const Case& one : Cases()) {
+    for (const Road& road : Roads()) {
         const Application application(kWrapped);
-        SetUpDevice(application, one);
+        SetUpDevice(application, road);
         const ScannedPage whole = application.Scan();
         ASSERT_EQ(Sane().start(application.Handle()), SANE_STATUS_GOOD);
         SANE_Byte bytes[100];
@@ -153,28 +136,29 @@ TEST_F(SaneFaults, ACancelInTheMiddleEndsThePage) {
         EXPECT_EQ(Sane().read(application.Handle(), bytes, sizeof bytes, &count), SANE_STATUS_GOOD);
         Sane().cancel(application.Handle());
         EXPECT_EQ(Sane().read(application.Handle(), bytes, sizeof bytes, &count), SANE_STATUS_CANCELLED)
-            << one.name;
+            << road.name;
         EXPECT_EQ(count, 0);
-        EXPECT_TRUE(application.Scan().bytes == whole.bytes) << one.name;
+        EXPECT_TRUE(application.Scan().bytes == whole.bytes) << road.name;
     }
 }
 
 TEST_F(SaneFaults, AVanishedDeviceFailsUntilItIsBack) {
-    for (const Case& one : Cases()) {
+    for (const Road& road : Roads()) {
         const Application application(kWrapped);
-        SetUpDevice(application, one);
+        SetUpDevice(application, road);
         const ScannedPage whole = application.Scan();
         ASSERT_EQ(Sane().start(application.Handle()), SANE_STATUS_GOOD);
         ASSERT_EQ(application.SetText("fault", "vanish"), SANE_STATUS_GOOD);
         SANE_Byte bytes[100];
         SANE_Int count = 0;
-        EXPECT_EQ(Sane().read(application.Handle(), bytes, sizeof bytes, &count), SANE_STATUS_IO_ERROR) << one.name;
+        EXPECT_EQ(Sane().read(application.Handle(), bytes, sizeof bytes, &count), SANE_STATUS_IO_ERROR)
+            << road.name;
         Sane().cancel(application.Handle());
         EXPECT_EQ(application.Scan().status, SANE_STATUS_IO_ERROR);
         SANE_Parameters parameters{};
         EXPECT_EQ(Sane().getParameters(application.Handle(), &parameters), SANE_STATUS_IO_ERROR);
         ASSERT_EQ(application.SetText("fault", ""), SANE_STATUS_GOOD);
-        EXPECT_TRUE(application.Scan().bytes == whole.bytes) << one.name;
+        EXPECT_TRUE(application.Scan().bytes == whole.bytes) << road.name;
     }
     EXPECT_EQ(Opened(), 0);
 }
@@ -195,7 +179,7 @@ TEST_F(SaneFaults, FeedersRunEmpty) {
 // Temporary files that can't be made are the computer's failure, not the device's.
 TEST_F(SaneFaults, WithoutRoomForTemporaryFiles) {
     const Application application(kWrapped);
-    SetUpDevice(application, Cases().back());
+    SetUpDevice(application, Roads().back());
     const ScannedPage whole = application.Scan();
     setenv("TMPDIR", folder.File("none").c_str(), 1);
     EXPECT_EQ(application.Scan().status, SANE_STATUS_IO_ERROR);

@@ -17,7 +17,6 @@ namespace platen_test {
 namespace {
 
 using platen_tool::Sane;
-using Answer = std::optional<SANE_Status>;
 
 constexpr int kOurs = 27;  // options, with their heading
 

@@ -35,6 +35,18 @@ class SaneLevels : public StandInTest {
         unsetenv("STANDIN_PAGE");
     }
 
+    // The device gives these bytes as its source's name.
+    void SourceIs(const std::string& bytes) {
+        Hooks().control = [bytes](const std::string& option, SANE_Action action, void* value,
+                                  SANE_Int& /*info*/) -> Answer {
+            if (option != "source" || action != SANE_ACTION_GET_VALUE) {
+                return std::nullopt;
+            }
+            std::copy(bytes.begin(), bytes.end(), static_cast<char*>(value));
+            return SANE_STATUS_GOOD;
+        };
+    }
+
     // What platen-auto finds on a page of 1,000 pixels.
     Levels Found(bool colour, const std::vector<Pixels>& page, const std::string& preset = "",
                  const std::array<SANE_Word, 256>* table = nullptr) {
@@ -237,14 +249,7 @@ TEST_F(SaneLevels, ASourceOptionOfAnotherKindSaysNothing) {
         Hooks().describe = [change = change](SANE_Option_Descriptor* options, SANE_Int count) {
             change(OptionOf(options, count, "source"));
         };
-        Hooks().control = [](const std::string& option, SANE_Action action, void* value,
-                             SANE_Int& /*info*/) -> std::optional<SANE_Status> {
-            if (option != "source" || action != SANE_ACTION_GET_VALUE) {
-                return std::nullopt;
-            }
-            std::copy_n("ADF", 4, static_cast<char*>(value));
-            return SANE_STATUS_GOOD;
-        };
+        SourceIs(std::string("ADF", 4));
         const Application application(kWrapped);
         ASSERT_EQ(application.SetText("mode", "ADF"), SANE_STATUS_GOOD);  // a grey page, too
         EXPECT_FALSE(Asked(application).empty()) << name;
@@ -266,14 +271,7 @@ TEST_F(SaneLevels, ATextWithoutAnEndEndsWithItsRoom) {
     Hooks().describe = [](SANE_Option_Descriptor* options, SANE_Int count) {
         OptionOf(options, count, "source").size = 24;
     };
-    Hooks().control = [](const std::string& option, SANE_Action action, void* value,
-                         SANE_Int& /*info*/) -> std::optional<SANE_Status> {
-        if (option != "source" || action != SANE_ACTION_GET_VALUE) {
-            return std::nullopt;
-        }
-        std::copy_n("Documents by themselves: ADF", 24, static_cast<char*>(value));
-        return SANE_STATUS_GOOD;
-    };
+    SourceIs(std::string("Documents by themselves: ADF", 24));
     const Application application(kWrapped);
     EXPECT_EQ(application.Press("platen-auto"), SANE_STATUS_GOOD);
 }
@@ -282,7 +280,7 @@ TEST_F(SaneLevels, APageWithoutLinesIsAFailure) {
     const Application application(kWrapped);
     ASSERT_EQ(application.SetWord("unknown-height", SANE_TRUE), SANE_STATUS_GOOD);
     ASSERT_EQ(application.SetWord("shadow", 3), SANE_STATUS_GOOD);
-    Hooks().read = [](SANE_Byte* /*bytes*/, SANE_Int /*room*/, SANE_Int& count) -> std::optional<SANE_Status> {
+    Hooks().read = [](SANE_Byte* /*bytes*/, SANE_Int /*room*/, SANE_Int& count) -> Answer {
         count = 0;
         return SANE_STATUS_EOF;
     };
@@ -291,7 +289,7 @@ TEST_F(SaneLevels, APageWithoutLinesIsAFailure) {
     EXPECT_EQ(application.Word("highlight"), 255);
     // One line is enough.
     int lines = 0;
-    Hooks().read = [&lines](SANE_Byte* bytes, SANE_Int /*room*/, SANE_Int& count) -> std::optional<SANE_Status> {
+    Hooks().read = [&lines](SANE_Byte* bytes, SANE_Int /*room*/, SANE_Int& count) -> Answer {
         count = lines++ == 0 ? 61 : 0;
         std::fill_n(bytes, count, SANE_Byte{77});
         return count != 0 ? SANE_STATUS_GOOD : SANE_STATUS_EOF;

@@ -15,19 +15,11 @@ namespace platen_test {
 namespace {
 
 using platen_tool::Sane;
-using Answer = std::optional<SANE_Status>;
 
 constexpr std::size_t kWidth = 61;
 constexpr std::size_t kHeight = 47;
 
 // One for each road that a frame's bytes can take.
-struct Road {
-    const char* name;
-    const char* mode;
-    bool unknownHeight;
-    std::vector<std::pair<const char*, SANE_Word>> words;
-};
-
 const std::vector<Road>& Roads() {
     static const std::vector<Road> roads = {
         {"as it is", "Gray", false, {}},
@@ -45,16 +37,6 @@ const std::vector<Road>& Roads() {
 
 class SaneReading : public StandInTest {
   protected:
-    static void SetUpDevice(const Application& application, const Road& road) {
-        ASSERT_TRUE(application.IsOpen());
-        ASSERT_EQ(application.SetText("mode", road.mode), SANE_STATUS_GOOD);
-        ASSERT_EQ(application.SetWord("unknown-height", road.unknownHeight ? SANE_TRUE : SANE_FALSE),
-                  SANE_STATUS_GOOD);
-        for (const auto& [name, value] : road.words) {
-            ASSERT_EQ(application.SetWord(name, value), SANE_STATUS_GOOD) << name;
-        }
-    }
-
     // One read.
     static SANE_Status Read(const Application& application, SANE_Int room, SANE_Int& count) {
         std::vector<SANE_Byte> bytes(static_cast<std::size_t>(std::max(room, 1)));

@@ -21,7 +21,6 @@ namespace platen_test {
 namespace {
 
 using platen_tool::ExitCode;
-using Answer = std::optional<SANE_Status>;
 
 class ScanInterrupts : public StandInTest {
   protected:

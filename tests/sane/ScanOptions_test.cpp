@@ -13,19 +13,7 @@ namespace {
 using platen_tool::Error;
 using platen_tool::PixelMode;
 
-class ScanOptions : public MadeDeviceTest {
-  protected:
-    // The message of what fails, with its code in front.
-    template <typename Work>
-    static std::string Failure(Work work) {
-        try {
-            work();
-        } catch (const Error& error) {
-            return std::to_string(static_cast<int>(error.Code())) + " " + error.what();
-        }
-        return "done";
-    }
-};
+class ScanOptions : public MadeDeviceTest {};
 
 TEST_F(ScanOptions, ADeviceIsCancelledAndClosedAtItsEnd) {
     Hooks().records = true;
@@ -84,8 +72,7 @@ TEST_F(ScanOptions, TheNumberOfOptionsIsNone) {
     // A device that doesn't tell it has none, or tells too many.
     SANE_Status status = SANE_STATUS_GOOD;
     const auto control = Hooks().control;
-    Hooks().control = [&](const std::string& title, SANE_Action action, void* value,
-                          SANE_Int& info) -> std::optional<SANE_Status> {
+    Hooks().control = [&](const std::string& title, SANE_Action action, void* value, SANE_Int& info) -> Answer {
         if (!title.empty()) {
             return control(title, action, value, info);
         }
@@ -471,7 +458,7 @@ TEST_F(ScanOptions, ReadsGiveWhatThereIsRoomFor) {
     SANE_Status status = SANE_STATUS_GOOD;
     SANE_Int length = 0;
     SANE_Int room = 0;
-    Hooks().read = [&](SANE_Byte*, SANE_Int wanted, SANE_Int& count) -> std::optional<SANE_Status> {
+    Hooks().read = [&](SANE_Byte*, SANE_Int wanted, SANE_Int& count) -> Answer {
         room = wanted;
         count = length;
         return status;
@@ -488,10 +475,10 @@ TEST_F(ScanOptions, ReadsGiveWhatThereIsRoomFor) {
     length = 5;
     EXPECT_EQ(device.Read(bytes.data(), bytes.size(), count), SANE_STATUS_EOF);
     EXPECT_EQ(count, 0u);
-    Hooks().read = [](SANE_Byte*, SANE_Int, SANE_Int&) -> std::optional<SANE_Status> { return SANE_STATUS_GOOD; };
+    Hooks().read = [](SANE_Byte*, SANE_Int, SANE_Int&) -> Answer { return SANE_STATUS_GOOD; };
     EXPECT_EQ(device.Read(bytes.data(), bytes.size(), count), SANE_STATUS_GOOD);
     EXPECT_EQ(count, 0u);
-    Hooks().start = []() -> std::optional<SANE_Status> { return SANE_STATUS_NO_DOCS; };
+    Hooks().start = []() -> Answer { return SANE_STATUS_NO_DOCS; };
     EXPECT_EQ(device.Start(), SANE_STATUS_NO_DOCS);
 }
 

@@ -16,24 +16,37 @@
 namespace platen_test {
 namespace {
 
-using Answer = std::optional<SANE_Status>;
 using Calls = std::vector<std::string>;
 using Words = std::vector<std::string>;
 
 constexpr std::size_t kWidth = 61;
 
+// Frames of 50 lines; none may be started before the one before it was read to its end.
+struct WholeFrames {
+    explicit WholeFrames(StandInHooks& hooks) {
+        hooks.start = [this]() -> Answer {
+            EXPECT_TRUE(ended);
+            ended = false;
+            left = 50 * kWidth;
+            return std::nullopt;
+        };
+        hooks.read = [this](SANE_Byte* to, SANE_Int room, SANE_Int& count) -> Answer {
+            count = std::min({static_cast<SANE_Int>(left), room, SANE_Int{61}});
+            std::fill_n(to, count, SANE_Byte{1});
+            left -= static_cast<std::size_t>(count);
+            ended = count == 0;
+            return count > 0 ? SANE_STATUS_GOOD : SANE_STATUS_EOF;
+        };
+    }
+    WholeFrames(const WholeFrames&) = delete;  // the hooks refer to it
+    WholeFrames& operator=(const WholeFrames&) = delete;
+
+    bool ended = true;
+    std::size_t left = 0;
+};
+
 class ScanPages : public StandInTest {
   protected:
-    template <typename Work>
-    static std::string Failure(Work work) {
-        try {
-            work();
-        } catch (const platen_tool::Error& error) {
-            return std::to_string(static_cast<int>(error.Code())) + " " + error.what();
-        }
-        return "done";
-    }
-
     // Frames of so many bytes, in pieces of any size; the height isn't known, or is announced.
     void Send(std::size_t bytes, SANE_Int lines) {
         Hooks().parameters = [lines](SANE_Parameters& parameters) { parameters.lines = lines; };
@@ -139,23 +152,9 @@ TEST_F(ScanPages, WhatTheFirstReadSaysCounts) {
 // A page is read to its end before the next one is started.
 TEST_F(ScanPages, AFrameIsReadToItsEnd) {
     Hooks().records = true;
-    bool ended = false;
-    std::size_t left = 0;
-    Hooks().start = [&]() -> Answer {
-        EXPECT_TRUE(left == 0 || ended);
-        ended = false;
-        left = 50 * kWidth;
-        return std::nullopt;
-    };
-    Hooks().read = [&](SANE_Byte* to, SANE_Int room, SANE_Int& count) -> Answer {
-        count = std::min({static_cast<SANE_Int>(left), room, SANE_Int{61}});
-        std::fill_n(to, count, SANE_Byte{1});
-        left -= static_cast<std::size_t>(count);
-        ended = count == 0;
-        return count > 0 ? SANE_STATUS_GOOD : SANE_STATUS_EOF;
-    };
+    const WholeFrames frames(Hooks());
     EXPECT_EQ(LinesOf(3), "47 47 47");
-    EXPECT_TRUE(ended);
+    EXPECT_TRUE(frames.ended);
 }
 
 // The same of a page of three passes.
@@ -227,23 +226,9 @@ TEST_F(ScanPasses, MustBeAlike) {
 }
 
 TEST_F(ScanPasses, AreReadToTheirEnd) {
-    bool ended = true;
-    std::size_t left = 0;
-    Hooks().start = [&]() -> Answer {
-        EXPECT_TRUE(ended);
-        ended = false;
-        left = 50 * kWidth;
-        return std::nullopt;
-    };
-    Hooks().read = [&](SANE_Byte* to, SANE_Int room, SANE_Int& count) -> Answer {
-        count = std::min({static_cast<SANE_Int>(left), room, SANE_Int{61}});
-        std::fill_n(to, count, SANE_Byte{1});
-        left -= static_cast<std::size_t>(count);
-        ended = count == 0;
-        return count > 0 ? SANE_STATUS_GOOD : SANE_STATUS_EOF;
-    };
+    const WholeFrames frames(Hooks());
     EXPECT_EQ(PagesOf(2), "3x47 3x47");
-    EXPECT_TRUE(ended);
+    EXPECT_TRUE(frames.ended);
 }
 
 // A page of three passes may be followed by one of a single frame.

@@ -353,7 +353,7 @@ EXPORT SANE_Status sane_standin_control_option(SANE_Handle handle, SANE_Int opti
         Note(call);
     }
     if (hooks.control) {
-        const std::optional<SANE_Status> status = hooks.control(description.title, action, value, told);
+        const Answer status = hooks.control(description.title, action, value, told);
         if (status) {
             if (info != nullptr) {
                 *info = told;
@@ -408,7 +408,7 @@ EXPORT SANE_Status sane_standin_start(SANE_Handle handle) {
     Scanner& scanner = Of(handle);
     Note("start");
     if (hooks.start) {
-        const std::optional<SANE_Status> status = hooks.start();
+        const Answer status = hooks.start();
         if (status) {
             return *status;
         }
@@ -432,7 +432,7 @@ EXPORT SANE_Status sane_standin_read(SANE_Handle handle, SANE_Byte* bytes, SANE_
     const NoFaults noFaults;
     Scanner& scanner = Of(handle);
     if (hooks.read) {
-        const std::optional<SANE_Status> status = hooks.read(bytes, room, *count);
+        const Answer status = hooks.read(bytes, room, *count);
         if (status) {
             return *status;
         }

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+// What a hook answers; nothing where the call's own work is wanted.
+using Answer = std::optional<SANE_Status>;
+
 // What a test makes of the stand-in scanner, beyond what its options say, and what it sees of it: the two are in
 // one process. `standin_hooks` gives the only one.
 struct StandInHooks {
@@ -14,11 +17,9 @@ struct StandInHooks {
     // says what an option is, whatever its name.
     std::function<void(SANE_Option_Descriptor* options, SANE_Int& count)> describe;
     // Instead of the call's own work, where they answer something.
-    std::function<std::optional<SANE_Status>(const std::string& name, SANE_Action action, void* value,
-                                             SANE_Int& info)>
-        control;
-    std::function<std::optional<SANE_Status>(SANE_Byte* bytes, SANE_Int room, SANE_Int& count)> read;
-    std::function<std::optional<SANE_Status>()> start;
+    std::function<Answer(const std::string& name, SANE_Action action, void* value, SANE_Int& info)> control;
+    std::function<Answer(SANE_Byte* bytes, SANE_Int room, SANE_Int& count)> read;
+    std::function<Answer()> start;
     std::function<SANE_Status(bool nonBlocking)> ioMode;
     // Before or after it.
     std::function<void()> cancel;

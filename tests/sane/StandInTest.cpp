@@ -171,6 +171,15 @@ int StandInTest::Opened() const {
     return count;
 }
 
+void StandInTest::SetUpDevice(const Application& application, const Road& road) {
+    ASSERT_TRUE(application.IsOpen());
+    ASSERT_EQ(application.SetText("mode", road.mode), SANE_STATUS_GOOD);
+    ASSERT_EQ(application.SetWord("unknown-height", road.unknownHeight ? SANE_TRUE : SANE_FALSE), SANE_STATUS_GOOD);
+    for (const auto& [name, value] : road.words) {
+        ASSERT_EQ(application.SetWord(name, value), SANE_STATUS_GOOD) << name;
+    }
+}
+
 std::vector<SANE_Byte> StandInTest::Adjusted(const ScannedPage& page,
                                              const std::vector<std::string>& options) const {
     const SANE_Parameters& p = page.frames.front();

@@ -6,10 +6,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Spawn.h"
 #include "StandIn.h"
+#include "programs/base/Error.h"
 #include "programs/scan/SaneLibrary.h"
 
 namespace platen_test {
@@ -60,6 +62,14 @@ class Application {
     SANE_Status openStatus_ = SANE_STATUS_GOOD;
 };
 
+// One of the roads that a frame's bytes can take: the device's settings.
+struct Road {
+    const char* name;
+    const char* mode;
+    bool unknownHeight;
+    std::vector<std::pair<const char*, SANE_Word>> words;
+};
+
 // SANE with a configuration of its own, started and ended for each test.
 class StandInTest : public testing::Test {
   protected:
@@ -77,6 +87,19 @@ class StandInTest : public testing::Test {
 
     // What this test makes of the stand-in, until it ends.
     StandInHooks& Hooks();
+
+    static void SetUpDevice(const Application& application, const Road& road);
+
+    // What a piece of the scan command's work throws, with its code in front; "done" if nothing.
+    template <typename Work>
+    static std::string Failure(Work work) {
+        try {
+            work();
+        } catch (const platen_tool::Error& error) {
+            return std::to_string(static_cast<int>(error.Code())) + " " + error.what();
+        }
+        return "done";
+    }
 
     // `scan` makes a file of the page, the tool adjusts it with `options`; the samples of the result.
     std::vector<SANE_Byte> Adjusted(const ScannedPage& page, const std::vector<std::string>& options) const;
