@@ -27,6 +27,34 @@ class VariantInUse {
     const platen::KernelTable& before_;
 };
 
+// What is in use where a constructor runs before the library's.
+const platen::KernelTable* inUseFirst = nullptr;
+
+[[gnu::constructor(101)]] void AskFirst() {
+    inUseFirst = &platen::Kernels();
+}
+
+#define PLATEN_NAME(target) #target,
+const std::vector<std::string>& Listed() {
+    static const std::vector<std::string> listed = {"reference", PLATEN_EACH_TARGET(PLATEN_NAME)};
+    return listed;
+}
+
+// Whether the processor has what a target's files are compiled for.
+bool HasWhatItTakes([[maybe_unused]] const std::string& target) {
+#if defined(__x86_64__)
+    if (target == "avx2") {
+        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+    }
+    if (target == "avx512") {
+        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+               __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+               __builtin_cpu_supports("avx512vbmi");
+    }
+#endif
+    return true;
+}
+
 int rowsSeen = 0;
 
 void CountingHsvRow(std::uint8_t*, std::size_t, std::int32_t, std::int32_t, const std::uint8_t*) {
@@ -44,6 +72,32 @@ TEST(Dispatch, TheBestAvailableVariantIsInUseFromTheStart) {
 TEST(Dispatch, TheReferenceIsAlwaysThereAndFirst) {
     ASSERT_FALSE(platen::AvailableKernels().empty());
     EXPECT_STREQ("reference", platen::AvailableKernels().front()->name);
+}
+
+// On x86_64, where processors differ, the plainest target until they have been asked.
+TEST(Dispatch, ATableIsInUseBeforeTheLibrarysConstructorHasRun) {
+#if defined(__x86_64__)
+    const std::string expected = Listed()[Listed().size() == 1 ? 0 : 1];
+#else
+    const std::string expected = Listed().back();
+#endif
+    ASSERT_NE(nullptr, inUseFirst);
+    EXPECT_EQ(expected, inUseFirst->name);
+}
+
+TEST(Dispatch, EveryTargetThatTheProcessorRunsIsAvailable) {
+    std::vector<std::string> expected;
+    for (const std::string& target : Listed()) {
+        if (!HasWhatItTakes(target)) {
+            break;
+        }
+        expected.push_back(target);
+    }
+    std::vector<std::string> available;
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        available.emplace_back(variant->name);
+    }
+    EXPECT_EQ(expected, available);
 }
 
 bool Has() {
@@ -68,8 +122,7 @@ TEST(Dispatch, TargetsAreUsableUpToTheFirstThatTheProcessorLacks) {
 }
 
 TEST(Dispatch, TheTablesAreThoseOfTheListOfTargetsInItsOrder) {
-#define PLATEN_NAME(target) #target,
-    const std::vector<std::string> listed = {"reference", PLATEN_EACH_TARGET(PLATEN_NAME)};
+    const std::vector<std::string>& listed = Listed();
     std::vector<std::string> available;
     for (const platen::KernelTable* variant : platen::AvailableKernels()) {
         available.emplace_back(variant->name);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -292,6 +293,16 @@ TEST(Hsv, GetHSLValueFollowsItsRamp) {
     EXPECT_EQ(0.5, GetHSLValue(0.25, 0.75, 3.5));
     EXPECT_EQ(0.25, GetHSLValue(0.25, 0.75, 4.0));
     EXPECT_EQ(0.25, GetHSLValue(0.25, 0.75, 5.9));
+}
+
+// At the ends of a ramp its expression or the flat part's is what is computed: they round differently, and a
+// negative zero is kept or not.
+TEST(Hsv, GetHSLValueComputesTheEndsOfItsRampsByTheirOwnExpressions) {
+    EXPECT_EQ(1e-20, GetHSLValue(1.0, 1e-20, 1.0));
+    EXPECT_EQ(0.0, GetHSLValue(1.0, 1e-20, 3.0));
+    EXPECT_FALSE(std::signbit(GetHSLValue(-0.0, 1.0, 0.0)));
+    EXPECT_TRUE(std::signbit(GetHSLValue(-0.0, 1.0, 4.0)));
+    EXPECT_FALSE(std::signbit(GetHSLValue(-0.0, 1.0, 6.0))) << "is taken for 0";
 }
 
 TEST(Hsv, GetHSLValueWrapsOnce) {

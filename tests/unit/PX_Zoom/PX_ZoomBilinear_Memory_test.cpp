@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
@@ -54,6 +55,27 @@ TEST(PX_ZoomMemory, OpenTakesTheNamedBlocksAndCloseGivesThemBack) {
         EXPECT_EQ(want, ledger.OutstandingSizes());
         zoom.Close();
         EXPECT_EQ(0u, ledger.Outstanding());
+    }
+}
+
+TEST(PX_ZoomMemory, AnOpenScalerThatEndsGivesEverythingBack) {
+    for (const Opening& o : kOpenings) {
+        const AllocationLedger ledger;
+        {
+            PX_Zoom zoom;
+            ASSERT_EQ(0, Open(zoom, o));
+            EXPECT_NE(0u, ledger.Outstanding());
+        }
+        EXPECT_EQ(0u, ledger.Outstanding());
+    }
+}
+
+TEST(PX_ZoomMemory, ANegativeSizeAsksForNothing) {
+    for (const long size : {-1L, std::numeric_limits<long>::min()}) {
+        void* block = nullptr;
+        const AllocationLedger ledger;
+        EXPECT_EQ(1, PX_Zoom_MemAlloc(&block, size));
+        EXPECT_EQ(0u, ledger.Mallocs());
     }
 }
 

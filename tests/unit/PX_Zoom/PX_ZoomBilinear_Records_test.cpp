@@ -436,6 +436,34 @@ TEST(PX_ZoomBilinearRecords, VerticalSumsOfZeroGiveZero) {
     }
 }
 
+// Of each kind the record's weights and sums that are as small or as large as they can be, and those next to them.
+TEST(PX_ZoomBilinearRecords, VerticalSumsAreDividedByTheSmallestAndTheLargest) {
+    const KeepVariant keep;
+    Random random(710);
+    const std::vector<std::uint32_t> numbers = AnyNumbers<std::uint32_t>(60, random);
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        platen::UseKernels(*kernels);
+        ByHand hand({20, 30}, 24, OpenedTable({20, 30}));
+        for (const int sum : {INT32_MIN, INT32_MIN + 1, -1, 1, 2, INT32_MAX - 1, INT32_MAX}) {
+            for (const int weight : {INT32_MIN, -1, 0, 1, 2, INT32_MAX}) {
+                for (const int endWeight : {0, 1}) {
+                    SCOPED_TRACE(std::string(kernels->name) + ", " + std::to_string(weight) + " and " +
+                                 std::to_string(endWeight) + " by " + std::to_string(sum));
+                    PX_Zoom2_Param record = {0, weight, 0, endWeight, 0, sum, 0};
+                    hand.zoom.vertCursor = &record;
+                    std::vector<std::uint32_t> acc = numbers;
+                    std::vector<std::uint8_t> bytes(60);
+                    std::vector<std::uint16_t> words(60);
+                    hand.zoom.Reduce_Vert(bytes.data(), acc.data());
+                    hand.zoom.Reduce_Vert(words.data(), acc.data());
+                    EXPECT_EQ(platen_test::RuleReduce<std::uint8_t>(numbers, sum), bytes);
+                    EXPECT_EQ(platen_test::RuleReduce<std::uint16_t>(numbers, sum), words);
+                }
+            }
+        }
+    }
+}
+
 // ---- the stream
 
 // Sends a page of random lines through a scaler and through the rules; after every call lines, fields and work
