@@ -11,8 +11,6 @@
 
 namespace platen_test {
 
-using Calls = std::vector<std::string>;
-
 inline constexpr SANE_Int kUsualCapabilities = SANE_CAP_SOFT_SELECT | SANE_CAP_SOFT_DETECT;
 
 // An option of the device, with its value.

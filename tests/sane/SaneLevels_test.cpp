@@ -10,8 +10,6 @@
 namespace platen_test {
 namespace {
 
-using Calls = std::vector<std::string>;
-
 // So many pixels of a colour; grey pages take the first number.
 struct Pixels {
     int count;

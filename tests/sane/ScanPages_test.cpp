@@ -16,7 +16,6 @@
 namespace platen_test {
 namespace {
 
-using Calls = std::vector<std::string>;
 using Words = std::vector<std::string>;
 
 constexpr std::size_t kWidth = 61;

@@ -9,6 +9,7 @@
 
 // What a hook answers; nothing where the call's own work is wanted.
 using Answer = std::optional<SANE_Status>;
+using Calls = std::vector<std::string>;
 
 // What a test makes of the stand-in scanner, beyond what its options say, and what it sees of it: the two are in
 // one process. `standin_hooks` gives the only one.
@@ -31,7 +32,7 @@ struct StandInHooks {
 
     // What was asked, where `records` says so: "NAME=VALUE", "NAME?" (get), "start", "cancel", "exit".
     bool records = false;
-    std::vector<std::string> calls;
+    Calls calls;
 };
 
 // The option of that title.
