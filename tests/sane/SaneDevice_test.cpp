@@ -261,7 +261,7 @@ TEST_F(SaneDevice, OptionsComeAfterThePresets) {
     WriteFile(folder.File("own.toml"), "[[tone]]\ncontrast = 40\n");
     WriteFile(folder.File("later.toml"),
               "[[tone]]\ncontrast = 40\n\n[[tone]]\nlevels = [60, 200]\n\n[[tone]]\ncontrast = -20\n");
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     const Device device = {"Color", 8, 75, false};
     const Application application(kWrapped);
     device.SetUp(application);
@@ -283,7 +283,7 @@ TEST_F(SaneDevice, OptionsComeAfterThePresets) {
 TEST_F(SaneDevice, FramesHaveTheFormOfWhatIsMade) {
     WriteFile(folder.File("own.toml"), "mode = \"gray\"\n");
     WriteFile(folder.File("colour.toml"), "mode = \"color\"\n");
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     struct Case {
         const char* mode;
         const char* preset;
@@ -446,7 +446,7 @@ TEST_F(SaneDevice, ResolutionsBetweenTheDevicesOwn) {
 TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
     WriteFile(folder.File("own.toml"),
               "mode = \"gray\"\nsharpness = 1\nresolution = 60\n\n[[tone]]\nlevels = [30, 200]\n");
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     const Application application(kWrapped);
     Device{"Color", 8, 75, false}.SetUp(application);
     EXPECT_EQ(application.Text("platen-preset"), "None");
@@ -478,7 +478,7 @@ TEST_F(SaneDevice, PresetsActAsTheToolsDo) {
 
 // What a page can't take is left out, and what takes its place is the tool's.
 TEST_F(SaneDevice, PresetsLeaveOutWhatAPageCannotTake) {
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     struct Case {
         const char* preset;
         std::vector<std::pair<const char*, SANE_Word>> words;
@@ -665,7 +665,7 @@ TEST_F(SaneDevice, TellsWhatItDoesWhereItIsAsked) {
         EXPECT_EQ(told.empty(), !tells) << level;
     }
     WriteFile(folder.File("own.toml"), "negative = true\n");
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     const Application other(kWrapped);
     ASSERT_EQ(other.SetText("platen-preset", "own"), SANE_STATUS_GOOD);
     ASSERT_EQ(other.SetWord("contrast", 20), SANE_STATUS_GOOD);

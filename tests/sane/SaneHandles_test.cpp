@@ -216,7 +216,7 @@ TEST_F(SaneHandles, OptionsThatWaitForTheFramesEndTellNothing) {
 // What is asked of the device is as it was, unless the preset is what is set.
 TEST_F(SaneHandles, OtherOptionsDoNotAskForThePresetsResolution) {
     WriteFile(folder.File("own.toml"), "resolution = 60\n");
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     const Application application(kWrapped);
     SANE_Int info = 0;
     ASSERT_EQ(application.SetText("platen-preset", "own", &info), SANE_STATUS_GOOD);

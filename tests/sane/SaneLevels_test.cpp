@@ -59,7 +59,7 @@ class SaneLevels : public StandInTest {
         WriteFile(folder.File("page"), file);
         setenv("STANDIN_PAGE", folder.File("page").c_str(), 1);
         WriteFile(folder.File("own.toml"), preset);
-        WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+        OfferPresets();
         const Application application(kWrapped);
         EXPECT_EQ(application.SetText("platen-preset", preset.empty() ? "None" : "own"), SANE_STATUS_GOOD);
         if (table != nullptr) {

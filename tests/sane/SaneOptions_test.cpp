@@ -295,7 +295,7 @@ TEST_F(SaneOptions, PresetsDecideWhichAreActive) {
                           {"sharpness = 1\n", "Color", 8, true, true},
                           {"depth = 16\n", "Color", 8, true, true},
                           {"depth = 1\n", "Color", 8, true, true}};
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     for (const Case& one : cases) {
         WriteFile(folder.File("0own.toml"), one.preset);
         const Application application(kWrapped);
@@ -309,7 +309,7 @@ TEST_F(SaneOptions, PresetsDecideWhichAreActive) {
 
 // Texts end within the option's room, and nothing is written past it.
 TEST_F(SaneOptions, TextsFitTheirRoom) {
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     const std::string longest(40, 'z');
     WriteFile(folder.File(longest + ".toml"), "sharpness = 1\n");
     WriteFile(folder.File("0own.toml"), "sharpness = 1\n");

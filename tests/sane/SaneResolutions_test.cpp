@@ -499,7 +499,7 @@ TEST_F(SaneResolutions, WhatWasAskedForIsAskedAnew) {
 
 TEST_F(SaneResolutions, APresetsResolutionIsAskedFor) {
     WriteFile(folder.File("own.toml"), "resolution = \"60x120\"\n");
-    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+    OfferPresets();
     const auto choose = [](const Application& application) {
         SANE_Int info = 0;
         EXPECT_EQ(application.SetText("platen-preset", "own", &info), SANE_STATUS_GOOD);

@@ -171,6 +171,10 @@ int StandInTest::Opened() const {
     return count;
 }
 
+void StandInTest::OfferPresets() const {
+    WriteFile(configuration.File("platen.conf"), "presets \"" + folder.Path() + "\"\n");
+}
+
 void StandInTest::SetUpDevice(const Application& application, const Road& road) {
     ASSERT_TRUE(application.IsOpen());
     ASSERT_EQ(application.SetText("mode", road.mode), SANE_STATUS_GOOD);

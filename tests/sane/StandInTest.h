@@ -85,6 +85,9 @@ class StandInTest : public testing::Test {
     // The stand-in's handles that are open.
     int Opened() const;
 
+    // The backend offers the presets in `folder`.
+    void OfferPresets() const;
+
     // What this test makes of the stand-in, until it ends.
     StandInHooks& Hooks();
 
