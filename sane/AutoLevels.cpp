@@ -71,6 +71,18 @@ class Counter : public platen_tool::Stage {
     platen_tool::Statistics statistics_;
 };
 
+// A blank page's grain is no picture: its tones lie closer together than those of any page with something on it.
+bool IsBlank(const platen_tool::Statistics& statistics, std::size_t channels) {
+    constexpr int kSmallestSpread = 32;  // of levels, as --auto-levels has it
+    for (std::size_t channel = 0; channel < channels; ++channel) {
+        const auto [black, white] = statistics.SuggestedLevels(channel);
+        if (white - black >= kSmallestSpread) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // Paper is white where its weakest colour is. A picture without paper may have hardly any of one colour: four
 // fifths of the white of all colours together are the least.
 int PaperWhite(const platen_tool::Statistics& statistics, std::size_t channels, int black, int white) {
@@ -120,8 +132,12 @@ SANE_Status FindLevels(Device& device, Resolutions& resolutions, Adjustments& ad
     if (counter.Result().Lines() == 0) {
         return SANE_STATUS_IO_ERROR;
     }
-    const auto [black, white] = counter.Result().SuggestedLevels();
     const auto channels = static_cast<std::size_t>(plan.output.ColourSamples());
+    if (IsBlank(counter.Result(), channels)) {
+        Tell("platen-auto: the page is blank, or of one colour; the levels stay as they are");
+        return SANE_STATUS_GOOD;
+    }
+    const auto [black, white] = counter.Result().SuggestedLevels();
     adjustments.SetLevels(black, PaperWhite(counter.Result(), channels, black, white));
     return SANE_STATUS_GOOD;
 }

@@ -15,11 +15,11 @@ namespace platen_sane {
 //   - the black level to what 0.5 percent of the samples lie below
 //   - the white level to what 99.5 percent lie below; of a colour page that of the weakest colour, so that yellowed
 //     paper becomes white, but no less than four fifths of the level for all colours together
-// Adjustments that act before the levels are in effect meanwhile. Whatever happens, the device's resolution and its
-// preview option are as they were afterwards.
-//   returns  SANE_STATUS_GOOD | UNSUPPORTED where the source is a feeder, which would lose a page, or the page has
-//   no
-//            tones | what the device says
+// Where these two lie fewer than 32 levels apart in each channel, the page is blank or of one colour, and the
+// levels stay as they are. Adjustments that act before the levels are in effect meanwhile. Whatever happens,
+// the device's resolution and its preview option are as they were afterwards.
+//   returns  SANE_STATUS_GOOD | UNSUPPORTED where the source is a feeder, which would lose a page | IO_ERROR where
+//            the page has no lines | what the device says
 SANE_Status FindLevels(Device& device, Resolutions& resolutions, Adjustments& adjustments,
                        const std::atomic<bool>& cancelled);
 

@@ -244,7 +244,9 @@ void Resolutions::Ask(const platen_tool::Resolution& resolution, SANE_Int& info)
 void Resolutions::SetForPreview(int dpi) {
     for (Axis& axis : axes_) {
         const SANE_Option_Descriptor* option = axis.option != 0 ? device_.Descriptor(axis.option) : nullptr;
-        if (option != nullptr && SANE_OPTION_IS_ACTIVE(option->cap) && SANE_OPTION_IS_SETTABLE(option->cap)) {
+        axis.previewed =
+            option != nullptr && SANE_OPTION_IS_ACTIVE(option->cap) && SANE_OPTION_IS_SETTABLE(option->cap);
+        if (axis.previewed) {
             SANE_Int info = 0;
             SANE_Word value = Suitable(axis, dpi * Unit(*option));
             device_.Control(axis.option, SANE_ACTION_SET_VALUE, &value, info);
@@ -254,7 +256,7 @@ void Resolutions::SetForPreview(int dpi) {
 
 void Resolutions::Restore() {
     for (Axis& axis : axes_) {
-        if (axis.option != 0 && axis.known) {
+        if (axis.previewed && axis.known) {
             SANE_Int info = 0;
             SANE_Word value = axis.actual;
             device_.Control(axis.option, SANE_ACTION_SET_VALUE, &value, info);

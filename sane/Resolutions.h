@@ -33,7 +33,7 @@ class Resolutions {
     // Sets what the application asks for where the device has the option, as if the application had.
     void Ask(const platen_tool::Resolution& resolution, SANE_Int& info);
 
-    // Sets the device's resolution for a look at the page, about `dpi`, and back.
+    // Sets the device's resolution for a look at the page, about `dpi`, and back what has been set for it.
     void SetForPreview(int dpi);
     void Restore();
 
@@ -50,6 +50,7 @@ class Resolutions {
         SANE_Word actual = 0;
         bool chosen = false;  // by the application
         bool known = false;
+        bool previewed = false;  // set for the last look at the page
     };
 
     Axis* Find(SANE_Int option);

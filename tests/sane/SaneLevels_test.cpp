@@ -102,11 +102,43 @@ TEST_F(SaneLevels, APictureWithoutAColourKeepsItsOthers) {
     EXPECT_EQ(Found(true, {ink, {980, {255, 255, 205}}}), (Levels{10, 205}));
 }
 
-TEST_F(SaneLevels, APageOfOneLevelKeepsEightLevelsApart) {
-    EXPECT_EQ(Found(false, {{1000, {100, 0, 0}}}), (Levels{100, 108}));
-    EXPECT_EQ(Found(true, {{1000, {100, 100, 100}}}), (Levels{100, 108}));
-    EXPECT_EQ(Found(false, {{1000, {255, 0, 0}}}), (Levels{247, 255}));
-    EXPECT_EQ(Found(false, {{1000, {0, 0, 0}}}), (Levels{0, 8}));
+// A weak colour that is much the same all over is no reason for levels closer than that.
+TEST_F(SaneLevels, LevelsLieEightApartAtLeast) {
+    const Pixels ink = {20, {200, 200, 200}};
+    EXPECT_EQ(Found(true, {ink, {980, {203, 240, 240}}}), (Levels{200, 208}));
+    EXPECT_EQ(Found(true, {ink, {980, {209, 240, 240}}}), (Levels{200, 209}));
+}
+
+// Its grain isn't stretched, whatever its colour.
+TEST_F(SaneLevels, ABlankPageLeavesTheLevelsAsTheyAre) {
+    const Levels untouched = {0, 255};
+    for (const int level : {0, 100, 255}) {
+        EXPECT_EQ(Found(false, {{1000, {level, 0, 0}}}), untouched);
+        EXPECT_EQ(Found(true, {{1000, {level, level, level}}}), untouched);
+    }
+    EXPECT_EQ(Found(true, {{1000, {250, 230, 60}}}), untouched);
+    EXPECT_EQ(Found(false, {{500, {210, 0, 0}}, {500, {241, 0, 0}}}), untouched);
+    EXPECT_EQ(Found(false, {{500, {210, 0, 0}}, {500, {242, 0, 0}}}), (Levels{210, 242}));
+    // One channel with a picture is enough, the first or the last.
+    EXPECT_EQ(Found(true, {{500, {210, 230, 230}}, {500, {241, 230, 230}}}), untouched);
+    EXPECT_EQ(Found(true, {{500, {210, 240, 240}}, {500, {242, 240, 240}}}), (Levels{210, 240}));
+    EXPECT_EQ(Found(true, {{500, {240, 240, 210}}, {500, {240, 240, 242}}}), (Levels{210, 240}));
+}
+
+TEST_F(SaneLevels, ABlankPageIsTold) {
+    WriteFile(folder.File("page"), "P5\n10 10\n255\n" + std::string(100, '\xF0'));
+    setenv("STANDIN_PAGE", folder.File("page").c_str(), 1);
+    const Application application(kWrapped);
+    ASSERT_EQ(application.SetWord("shadow", 3), SANE_STATUS_GOOD);
+    ASSERT_EQ(application.SetWord("highlight", 99), SANE_STATUS_GOOD);
+    setenv("SANE_DEBUG_PLATEN", "1", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(application.Press("platen-auto"), SANE_STATUS_GOOD);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "[platen] platen-auto: the page is blank, or of one colour; the levels stay as they are\n");
+    unsetenv("SANE_DEBUG_PLATEN");
+    EXPECT_EQ(application.Word("shadow"), 3);
+    EXPECT_EQ(application.Word("highlight"), 99);
 }
 
 // The levels come after the table and the preset, whose negative comes first of all, and before a threshold.
@@ -289,12 +321,13 @@ TEST_F(SaneLevels, APageWithoutLinesIsAFailure) {
     int lines = 0;
     Hooks().read = [&lines](SANE_Byte* bytes, SANE_Int /*room*/, SANE_Int& count) -> Answer {
         count = lines++ == 0 ? 61 : 0;
-        std::fill_n(bytes, count, SANE_Byte{77});
+        std::fill_n(bytes, count, SANE_Byte{177});
+        std::fill_n(bytes, count / 2, SANE_Byte{77});
         return count != 0 ? SANE_STATUS_GOOD : SANE_STATUS_EOF;
     };
     EXPECT_EQ(application.Press("platen-auto"), SANE_STATUS_GOOD);
     EXPECT_EQ(application.Word("shadow"), 77);
-    EXPECT_EQ(application.Word("highlight"), 85);
+    EXPECT_EQ(application.Word("highlight"), 177);
 }
 
 }  // namespace

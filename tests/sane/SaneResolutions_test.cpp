@@ -551,6 +551,9 @@ TEST_F(SaneResolutions, APreviewAsksWhatCanBeSet) {
                      "y-resolution=75"}));
     EXPECT_EQ(press({Changed(Listed("resolution", 300), kUnreadable)}), Calls{"resolution=75"});
     EXPECT_EQ(press({Changed(Listed("resolution", 300), kInactive)}), Calls{});
+    EXPECT_EQ(press({Changed(Listed("resolution", 300), kReadOnly)}), Calls{});
+    EXPECT_EQ(press({Listed("resolution", 300), Changed(Listed("y-resolution", 150), kReadOnly)}),
+              (Calls{"resolution=75", "resolution=300"}));
     EXPECT_EQ(press({}), Calls{});
 }
 
