@@ -331,16 +331,31 @@ TEST_P(VertPass, ReduceMultiplesEqualsReference) {
     CompareReduce(Fast().reduceMultiplesToU16, Reference().reduceU32ToU16, 10);
 }
 
-// Sums of whole lines: every count of destination lines by 2 and 4, the largest sums and some between, and one
-// number that is none of them.
+// Counts of destination lines: all small ones, some of the others, and those whose sums are divided by an odd
+// number shifted far to the left, which leaves few bits of the quotient to tell a wrong inverse.
+std::vector<std::uint32_t> CountsOfLines(Random& random) {
+    std::vector<std::uint32_t> counts;
+    for (std::uint32_t count = 1; count <= 32767;
+         count += count < 300 ? 1 : static_cast<std::uint32_t>(random.Between(1, 9))) {
+        counts.push_back(count);
+    }
+    for (int shift = 8; shift < 15; ++shift) {
+        for (const std::uint32_t odd : {3u, 5u, 7u, 11u, 93u, 127u}) {
+            counts.push_back(odd << shift);
+        }
+    }
+    return counts;
+}
+
+// Sums of 1, 2 and 4 whole lines for each count: the largest ones and some between, and one number that is none of
+// them.
 template <class S, class Fast, class Reference>
 void CompareMultiples(const Fast& fast, const Reference& reference, Random& random) {
     constexpr std::size_t kCount = 150;
     constexpr std::uint32_t kMost = std::numeric_limits<S>::max();
     std::vector<std::uint32_t> acc(kCount);
     std::vector<S> out(kCount), expected(kCount);
-    for (std::uint32_t unit = 1; unit <= 32767;
-         unit += unit < 300 ? 1 : static_cast<std::uint32_t>(random.Between(1, 9))) {
+    for (const std::uint32_t unit : CountsOfLines(random)) {
         for (const std::uint32_t lines : {1u, 2u, 4u}) {
             if (unit * lines > 65535) {
                 continue;
@@ -442,9 +457,17 @@ TEST_P(VertPass, AQuotientAboveTheSamplesIsSeen) {
                 std::vector<std::uint32_t> line(kCount, 0);
                 line[static_cast<std::size_t>(power) % kCount] = static_cast<std::uint32_t>(number);
                 std::vector<std::uint8_t> out(kCount), expected(kCount);
-                Fast().reduceU32ToU8(out.data(), line.data(), weightSum, kCount);
                 Reference().reduceU32ToU8(expected.data(), line.data(), weightSum, kCount);
-                ASSERT_EQ(expected, out) << number << " / " << weightSum;
+                for (const auto kernel : {Fast().reduceU32ToU8, Fast().reduceMultiplesToU8}) {
+                    kernel(out.data(), line.data(), weightSum, kCount);
+                    ASSERT_EQ(expected, out) << number << " / " << weightSum;
+                }
+                std::vector<std::uint16_t> wide(kCount), expectedWide(kCount);
+                Reference().reduceU32ToU16(expectedWide.data(), line.data(), weightSum, kCount);
+                for (const auto kernel : {Fast().reduceU32ToU16, Fast().reduceMultiplesToU16}) {
+                    kernel(wide.data(), line.data(), weightSum, kCount);
+                    ASSERT_EQ(expectedWide, wide) << number << " / " << weightSum;
+                }
             }
         }
     }

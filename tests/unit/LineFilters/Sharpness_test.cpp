@@ -293,6 +293,17 @@ TEST(Sharpness, PointersOfTheContextNeverChange) {
     EXPECT_EQ(Bytes(12, 5), Bytes(after.oldestLine, after.oldestLine + 12));
 }
 
+// A host that sets the counter back starts anew: the first line finishes none.
+TEST(Sharpness, AFirstLineFinishesNothing) {
+    SharpFilter filter(SharpSettings(1, 3, 5, 5));
+    filter.PutFlat(1);
+    filter.PutFlat(2);
+    EXPECT_EQ(1u, filter.Ready());
+    filter.Words().linesIn = 0;
+    filter.PutFlat(3);
+    EXPECT_EQ(0u, filter.Ready());
+}
+
 TEST(Sharpness, PutAndGetGiveTheHandleBack) {
     SharpFilter filter(SharpSettings(2, 1, 3, 3));
     void* const context = *filter.Handle();

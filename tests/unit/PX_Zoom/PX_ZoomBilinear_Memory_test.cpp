@@ -70,6 +70,18 @@ TEST(PX_ZoomMemory, AnOpenScalerThatEndsGivesEverythingBack) {
     }
 }
 
+TEST(PX_ZoomMemory, AnImplementationThatEndsGivesEverythingBack) {
+    for (const Opening& o : kOpenings) {
+        const AllocationLedger ledger;
+        {
+            PX_ZoomBilinear zoom;
+            ASSERT_EQ(0, Open(zoom, o));
+            EXPECT_NE(0u, ledger.Outstanding());
+        }
+        EXPECT_EQ(0u, ledger.Outstanding());
+    }
+}
+
 TEST(PX_ZoomMemory, ANegativeSizeAsksForNothing) {
     for (const long size : {-1L, std::numeric_limits<long>::min()}) {
         void* block = nullptr;

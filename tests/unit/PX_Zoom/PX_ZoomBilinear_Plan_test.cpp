@@ -202,6 +202,19 @@ TEST(PX_ZoomBilinearPlan, WithoutRoomThereIsNoPlan) {
     }
 }
 
+// Lines of a kept height need only the first work line; a host may have given back the other.
+TEST(PX_ZoomBilinearPlan, NorIsThereWithoutTheSecondWorkLine) {
+    const KeepVariant keep;
+    Random random(606);
+    for (const KernelTable* variant : platen::AvailableKernels()) {
+        platen::UseKernels(*variant);
+        ASSERT_NO_FATAL_FAILURE(ExpectRightLines({200, 4, 300, 4, 8}, random, [](PX_ZoomBilinear& zoom) {
+            PX_Zoom_MemFree(&zoom.workLine[1]);
+            EXPECT_EQ(nullptr, zoom.workLine[1]);
+        }));
+    }
+}
+
 // Open leaves the buffers zero, wherever a plan will come to lie.
 TEST(PX_ZoomBilinearPlan, WorkLinesAreZeroUntilTheFirstLine) {
     for (const auto& [dst, src] : {std::pair{1653, 2480}, std::pair{3720, 2480}}) {

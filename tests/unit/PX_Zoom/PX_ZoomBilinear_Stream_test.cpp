@@ -56,6 +56,35 @@ TEST(PX_ZoomBilinearStream, ReadTakesTheSharedLineAgain) {
     EXPECT_EQ(200u, sum);  // line 3 with its weight of 2
 }
 
+// Where the shared line can't be taken, Read says so: a host has written that another line waits.
+TEST(PX_ZoomBilinearStream, ReadGivesWhatTheSharedLineIsAnswered) {
+    PX_ZoomBilinear zoom;
+    ASSERT_EQ(0, zoom.Open(1, 3, 1, 10, 8, 2));
+    std::uint8_t line[1] = {100};
+    for (int y = 0; y <= 3; ++y) {
+        ASSERT_EQ(0, zoom.Send(line));
+    }
+    ASSERT_EQ(1, zoom.resendLine);
+    zoom.linesReady = 2;
+    EXPECT_EQ(3, zoom.Read(line));
+    EXPECT_EQ(1, zoom.CheckData());
+    EXPECT_EQ(0, zoom.resendLine);
+}
+
+// Only negative heights leave the lines alone; a host may write a 0.
+TEST(PX_ZoomBilinearStream, LinesCountWhereAHostWritesAHeightOf0) {
+    for (const bool source : {false, true}) {
+        PX_ZoomBilinear zoom;
+        ASSERT_EQ(0, zoom.Open(1, 3, 1, 10, 8, 2));
+        (source ? zoom.srcHeight : zoom.dstHeight) = 0;
+        std::uint8_t line[1] = {100};
+        EXPECT_EQ(0, zoom.Send(line));
+        std::uint32_t number = 0;
+        std::memcpy(&number, zoom.workLine[0], sizeof number);
+        EXPECT_EQ(source ? 100u : 300u, number);  // kept, or added with its record's weight of 3
+    }
+}
+
 TEST(PX_ZoomBilinearStream, SharedLineOfFullWeightIsAskedForAgain) {
     // The shaped weight of a part reaches that of a whole line only above some 2^27 lines, so a record is changed
     // by hand. The line then isn't kept for the next one: the caller's next line takes its place.
