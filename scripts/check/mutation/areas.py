@@ -39,7 +39,8 @@ AREAS = {
     "sharpness": ("LineFilters/(kernels/)?Sharp", [UNIT + "LineFilters/Sharp*_test.cpp", KERNELS + "SharpRow_test.cpp"],
                   ["sharpness"]),
     "dispatch": ("Sources/Dispatch/", [KERNELS + "*_test.cpp"], ["zoom", "hsv", "sharpness"]),
-    "lines": (".*/(HorzPass|Quotient)", [KERNELS + "HorzPlan_test.cpp", KERNELS + "VertPass_test.cpp"], ["zoom"]),
+    "lines": (".*/(HorzPass|Quotient)", [KERNELS + "HorzPlan_test.cpp", KERNELS + "VertPass_test.cpp",
+                                      UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
     "bilevel": (".*/BilevelLine", [KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
     "plans": (".*/Horz", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp"], ["zoom"]),
     "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp"], ["zoom"]),
@@ -75,6 +76,11 @@ def built():
         return {os.path.relpath(command["file"]) for command in json.load(file)}
 
 
+def included(path):
+    """Whether a source that is built includes it; some are for other processors."""
+    return any(path in includes_of(source) for source in library())
+
+
 def library():
     found = {f for folder in ("ToneWorld", "LineFilters", "Sources", "c")
              for f in glob.glob(f"{folder}/**/*.cpp", recursive=True)}  # fmt: skip
@@ -85,7 +91,7 @@ def files():
     found = []
     for pattern in FILES:
         found += [f for f in sorted(glob.glob(pattern)) if f not in found and "avx512" not in f]
-    return [f for f in found if not f.endswith(".cpp") or f in built()]
+    return [f for f in found if (f in built() if f.endswith(".cpp") else not f.endswith(".inc") or included(f))]
 
 
 def area_of(path):

@@ -29,7 +29,7 @@ NO_STATEMENT = re.compile(
     r"(?:const|constexpr|static|using|auto|struct|template|typename|alignas|friend|namespace|extern|inline|enum|class"
     r"|public|private|constinit|explicit|operator|return|break|continue|case|goto)\b"
 )
-DECLARATION = re.compile(r"(?:unsigned )?[\w:]+(?:<[^;()]*>)?[&*]* \w+(?:\[[^\]]*\])*(?: =\s|[{(]|$)", re.M)
+DECLARATION = re.compile(r"(?:unsigned )?[\w:]+(?:<[^;()]*>)?[&*]*(?: const)? \w+(?:\[[^\]]*\])*(?: =\s|[{(]|$)", re.M)
 ARRAY = re.compile(r"[\w:>]+[&*]* \w+((?:\[[^\]]*\])+)(?: = |;)")
 
 

@@ -370,9 +370,12 @@ class File:
             if objects:
                 return mutants, objects
             name = re.escape(self.path)
-            places = re.findall(rf"{name}:(\d+):\d+: error", errors) or re.findall(rf"{name}:(\d+):\d+:", errors)
-            # An error may stand in the line after its mutant's.
-            bad = {lines.get(int(p)) or lines.get(int(p) - 1) for p in places} - {None}
+            for kind in (" error", ""):  # a note may name the place that an error comes from
+                places = re.findall(rf"{name}:(\d+):\d+:{kind}", errors)
+                # An error may stand in the line after its mutant's.
+                bad = {lines.get(int(p)) or lines.get(int(p) - 1) for p in places} - {None}
+                if bad:
+                    break
             if not bad:
                 write(f"{OUT}/errors.txt", errors)
                 print(f"{self.path}: not behind switches, see {OUT}/errors.txt", file=sys.stderr)
@@ -399,7 +402,8 @@ class File:
 
         def last(mutant):
             if not self.budget.spent():
-                verdict(mutant, *self.alone(mutant, mutant in switched and not self.path.startswith("cpp/")))
+                reached = any(self.numbers[mutant] in test[3] for test in self.tests)
+                verdict(mutant, *self.alone(mutant, mutant in switched and reached and not self.path.startswith("cpp/")))
 
         with ThreadPoolExecutor(share) as pool:
             list(pool.map(part, range(share)))
@@ -407,8 +411,9 @@ class File:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def alone(self, mutant, tested):
-        """Compiled alone, build after build; what the quick tests have tested already meets only the slow ones. They
-        can't reach what is evaluated by the compiler, so they're asked again where functions are constexpr."""
+        """Compiled alone, build after build; what the quick tests have tested already meets only the slow ones. Behind
+        its switch they can't reach what the compiler evaluates, so they're asked again where they reached nothing, and
+        where functions are constexpr."""
         name = f"m{self.numbers[mutant]}"
         folder = f"{self.folder}/{name}"
         text = self.source.apply(mutant)
