@@ -86,8 +86,10 @@ TEST(PresetFile, WhatIsWrongIsNamedWithItsLine) {
 }
 
 TEST(PresetFile, OnlyStringsAndCommentsHoldMoreThanAscii) {
-    for (const std::string text : {"\xC3\xA9 = 1\n", "sharpness = \xC3\xA9\n", "sharpness = 1 \xEF\xB1\xBF\n",
-                                   "\xE3\x81\x82 = 1", "\x80", "\"\" = '' \xC3\xA9", "[\xC3\xA9tone]"}) {
+    for (const std::string text :
+         {"\xC3\xA9 = 1\n", "sharpness = \xC3\xA9\n", "sharpness = 1 \xEF\xB1\xBF\n", "\xE3\x81\x82 = 1", "\x80",
+          "\"\" = '' \xC3\xA9", "[\xC3\xA9tone]", "[[\xC3\xA9tone]]", "tone.\xC3\xA9 = 1", "[tone.\xC3\xA9]",
+          "a = {\xC3\xA9 = 1}"}) {
         EXPECT_TRUE(Refusal(text).starts_with("p.toml:1: ")) << text;
     }
     for (const std::string text :
