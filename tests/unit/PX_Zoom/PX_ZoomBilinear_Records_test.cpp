@@ -392,6 +392,24 @@ TEST(PX_ZoomBilinearRecords, AWholeEndBeforeTheLineIsNoWholePosition) {
 }
 
 // Positions outside the line count as samples of 0, and a weightSum of 0 gives 0, whoever computes them.
+TEST(PX_ZoomBilinearRecords, AStartBeforeTheLineIsFollowedByItsFirstPositions) {
+    const KeepVariant keep;
+    std::uint8_t line[] = {100, 7, 9};
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        platen::UseKernels(*kernels);
+        for (const int start : {-1, -5}) {
+            ByHand hand({1, 3}, 8, {{start, 9, 1, 0, 0, 1, 1}});
+            std::uint32_t out = 0;
+            hand.zoom.Expand_Horz(&out, line);
+            EXPECT_EQ(107u, out) << kernels->name;  // the first two, with a weight of 1
+            double sum = 0.0;
+            hand.zoom.Expand_Horz(&sum, line);
+            std::memcpy(&out, &sum, sizeof out);
+            EXPECT_EQ(107u, out) << kernels->name << ", doubles";
+        }
+    }
+}
+
 TEST(PX_ZoomBilinearRecords, NothingOutsideTheLineIsRead) {
     const KeepVariant keep;
     Random random(703);
