@@ -21,15 +21,19 @@ namespace {
     return true;  // what the whole library is built with, on 32-bit x86 too
 }
 
+#if defined(__aarch64__)
+
 [[maybe_unused]] bool Runs_neon() {
-    return true;  // every 64-bit ARM has it
+    return true;  // every one has it
 }
+
+#elif defined(__wasm__)
 
 [[maybe_unused]] bool Runs_simd128() {
     return true;  // a module with vectors isn't loaded where there are none
 }
 
-#if defined(__x86_64__)
+#elif defined(__x86_64__)
 
 [[maybe_unused]] bool Runs_avx2() {
     return static_cast<bool>(__builtin_cpu_supports("avx2"));

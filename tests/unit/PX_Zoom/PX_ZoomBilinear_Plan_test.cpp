@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Sources/Dispatch/Kernels.h"
+#include "Sources/PX_Zoom/HorzPlan.h"
 #include "Sources/PX_Zoom/PX_ZoomBilinear.h"
 #include "ZoomStream.h"
 
@@ -159,6 +160,46 @@ TEST(PX_ZoomBilinearPlan, OverwrittenPlansOnlyChangePixels) {
                 }
             }
             ASSERT_EQ(c.dstHeight, delivered);
+        }
+    }
+}
+
+// The kind in a plan's header overwritten: any pixels again, and right ones where it names no plan.
+TEST(PX_ZoomBilinearPlan, AHeaderMayNameAnyKind) {
+    constexpr std::size_t kKindAt = sizeof(void*) + 5 * sizeof(std::int32_t);
+    const KeepVariant keep;
+    Random random(608);
+    for (const KernelTable* variant : platen::AvailableKernels()) {
+        platen::UseKernels(*variant);
+        for (int round = 0; round < 6 * 9; ++round) {
+            const int ratio = 1 + round / 6;
+            const ZoomCase c{20, 40, ratio == 9 ? 11 : 20 * ratio + (ratio == 1 ? 3 : 0), 40,
+                             kFormats[1 + round % 6]};
+            const auto source = MakeImage(c, ZoomContent::kRandom, random);
+            const auto want = OracleScale(c, source);
+            PX_ZoomBilinear zoom;
+            ASSERT_TRUE(Open(zoom, c));
+            GuardedBuffer target(c.DstBytes());
+            std::size_t y = 0;
+            const auto next = [&] {
+                auto bytes = PackLine(c, source[y]);
+                EXPECT_EQ(0, zoom.Send(bytes.data()));
+                EXPECT_EQ(0, zoom.Read(target.data()));
+                ++y;
+            };
+            next();
+            const Tail tail = TailOf(zoom, 1, c);
+            std::uint8_t* const kind = tail.begin + (-reinterpret_cast<std::uintptr_t>(tail.begin) & 63) + kKindAt;
+            for (std::int32_t any = -1; any <= platen::kPlanKinds; ++any) {
+                std::memcpy(kind, &any, sizeof any);
+                next();
+            }
+            const std::int32_t none = platen::kNoPlan;
+            std::memcpy(kind, &none, sizeof none);
+            next();
+            const auto right = PackLine(c, want[y - 1]);
+            ASSERT_TRUE(std::equal(right.begin(), right.end(), target.data()))
+                << variant->name << ", " << Describe(c);
         }
     }
 }

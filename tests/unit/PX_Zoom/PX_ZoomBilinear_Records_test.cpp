@@ -609,6 +609,30 @@ TEST(PX_ZoomBilinearRecords, SendFollowsTheRecordsAtWholeRatios) {
 }
 
 // What a host writes to the sums between two calls is part of them.
+// Weights above 32767 don't fit the kernels' signed products.
+TEST(PX_ZoomBilinearRecords, TheHeaviestWeightsCount) {
+    const KeepVariant keep;
+    Random random(711);
+    constexpr int kHeavy = 40000;
+    std::vector<std::uint16_t> line(41);
+    for (std::uint16_t& sample : line) {
+        sample = static_cast<std::uint16_t>(random.Next());
+    }
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        platen::UseKernels(*kernels);
+        for (const bool first : {false, true}) {
+            PX_ZoomBilinear zoom;
+            ASSERT_EQ(0, zoom.Open(20, 3, 41, 3, 16, 2));
+            for (int c = 0; c < 20; ++c) {
+                zoom.horzParam[c] = {2 * c, first ? kHeavy : 1, 2 * c + 1, first ? 1 : kHeavy, 1, kHeavy + 21, 0};
+            }
+            const auto want = platen_test::RuleHorz<std::uint32_t>(zoom.horzParam, {20, 41}, 1, line.data());
+            ASSERT_EQ(0, zoom.Send(line.data()));
+            EXPECT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], 20 * sizeof(std::uint32_t))) << kernels->name;
+        }
+    }
+}
+
 TEST(PX_ZoomBilinearRecords, WhatAHostWritesToTheSumsCounts) {
     const KeepVariant keep;
     Random random(706);
