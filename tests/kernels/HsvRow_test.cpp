@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
+#include <iterator>
+#include <numeric>
 #include <vector>
 
 #include "Sources/Dispatch/Kernels.h"
@@ -125,6 +128,54 @@ TEST(HsvRow, EveryVariantEqualsReferenceForEveryHueAndEverySaturation) {
             variant->hsvRow(line.data(), 2048, setting.hue, setting.saturation, setting.lightness);
             ASSERT_EQ(0, std::memcmp(expected.data(), line.data(), source.size()))
                 << variant->name << ", hue " << setting.hue << ", saturation " << setting.saturation;
+        }
+    }
+}
+
+// Lines of one colour after another, `each` pixels of each, for one saturation.
+void ExpectEqualColours(const std::vector<std::array<std::uint8_t, 3>>& colours, std::size_t each,
+                        std::int32_t saturation) {
+    std::uint8_t lightness[256];
+    std::iota(std::begin(lightness), std::end(lightness), std::uint8_t{0});
+    std::vector<std::uint8_t> source;
+    for (const auto& colour : colours) {
+        for (std::size_t i = 0; i < each; ++i) {
+            source.insert(source.end(), colour.begin(), colour.end());
+        }
+    }
+    std::vector<std::uint8_t> expected = source;
+    platen::HsvRow_reference(expected.data(), expected.size() / 3, 0, saturation, lightness);
+    for (const platen::KernelTable* variant : platen::AvailableKernels()) {
+        std::vector<std::uint8_t> line = source;
+        variant->hsvRow(line.data(), line.size() / 3, 0, saturation, lightness);
+        ASSERT_EQ(expected, line) << variant->name << ", saturation " << saturation;
+    }
+}
+
+// Channels that differ by 1 only: the darkest and the lightest are clipped.
+TEST(HsvRow, EveryVariantEqualsReferenceForEveryColourNextToAGrey) {
+    std::vector<std::array<std::uint8_t, 3>> colours;
+    for (int grey = 0; grey < 255; ++grey) {
+        for (int higher = 1; higher < 7; ++higher) {  // one or two channels
+            std::array<std::uint8_t, 3> colour{};
+            for (int channel = 0; channel < 3; ++channel) {
+                colour[static_cast<std::size_t>(channel)] =
+                    static_cast<std::uint8_t>(grey + (higher >> channel & 1));
+            }
+            colours.push_back(colour);
+        }
+    }
+    for (std::int32_t saturation = -100; saturation <= 100; ++saturation) {
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualColours(colours, 1, saturation));
+    }
+}
+
+// Whole blocks of pixels that need doubles: of some the extremes only, of others all three channels.
+TEST(HsvRow, EveryVariantEqualsReferenceForBlocksThatNeedDoubles) {
+    for (const std::int32_t saturation : {-50, 50, 90}) {
+        for (const int middle : {50, 70, 100, 120, 149}) {
+            ASSERT_NO_FATAL_FAILURE(
+                ExpectEqualColours({{150, 50, static_cast<std::uint8_t>(middle)}}, 700, saturation));
         }
     }
 }

@@ -415,6 +415,19 @@ TEST_P(VertPass, BytesBetweenTwoLinesAreExactForHeavyWeights) {
     }
 }
 
+// Weights of which one is as heavy as the sum and the other together.
+TEST_P(VertPass, WeightsThatDoNotMakeUpTheirSumCount) {
+    const std::vector<std::uint32_t> upper(70, 255u);
+    const std::vector<std::uint32_t> lower(70, 200u);
+    for (const VertWeights weights :
+         {VertWeights{300, 100, 200}, VertWeights{100, 300, 200}, VertWeights{5, 0, 4}}) {
+        std::vector<std::uint8_t> out(70), expected(70);
+        Fast().expandU32ToU8(out.data(), upper.data(), lower.data(), weights, out.size());
+        Reference().expandU32ToU8(expected.data(), upper.data(), lower.data(), weights, out.size());
+        EXPECT_EQ(expected, out) << weights.upper << " " << weights.lower << " / " << weights.sum;
+    }
+}
+
 // One number that no sum of samples can be, wherever it stands in an otherwise usual line.
 TEST_P(VertPass, OneOddNumberIsSeen) {
     constexpr std::size_t kCount = 150;
