@@ -633,6 +633,65 @@ TEST(PX_ZoomBilinearRecords, TheHeaviestWeightsCount) {
     }
 }
 
+// Sends a line of a page of kept height through a scaler whose columns have these records, on every variant.
+void ExpectRuleFor(const Table& table, const RuleAxis& axis, Random& random) {
+    const KeepVariant keep;
+    std::vector<std::uint8_t> line(static_cast<std::size_t>(axis.src));
+    std::generate(line.begin(), line.end(), [&] { return random.Byte(); });
+    const auto want = platen_test::RuleHorz<std::uint32_t>(table.data(), axis, 1, line.data());
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        platen::UseKernels(*kernels);
+        PX_ZoomBilinear zoom;
+        ASSERT_EQ(0, zoom.Open(axis.dst, 1, axis.src, 1, 8, 2));
+        std::copy(table.begin(), table.end(), zoom.horzParam);
+        ASSERT_EQ(0, zoom.Send(line.data()));
+        ASSERT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], want.size() * sizeof want[0]))
+            << kernels->name << ", " << axis.src << " to " << axis.dst;
+    }
+}
+
+// A column of `taps` positions, the last of which has the end's weight.
+PX_Zoom2_Param ColumnOfTaps(int start, int taps, int dst, Random& random) {
+    const int first = Between(random, 1, dst);
+    const int last = taps > 1 ? Between(random, 1, dst) : 0;
+    const int wholes = std::max(taps - 2, 0);
+    return {start, first, start + wholes, last, last, first + wholes * dst + last, start + wholes};
+}
+
+// Records that let kernels plan as they do for Open's, but for what they must look at.
+TEST(PX_ZoomBilinearRecords, ColumnsOfAnyTapsAreWhole) {
+    Random random(712);
+    constexpr RuleAxis kAxis = {48, 300};
+    for (int most = 1; most <= 9; ++most) {
+        for (int round = 0; round < 12; ++round) {
+            Table table;
+            for (int c = 0; c < kAxis.dst; ++c) {  // four columns begin at one place, or one does alone
+                const int start = round % 2 == 0 ? c / 4 * 16 : c * 5;
+                const int taps = round % 3 == 0 ? most : Between(random, 1, most);
+                table.push_back(ColumnOfTaps(start, taps, kAxis.dst, random));
+            }
+            if (round % 4 == 3) {
+                table.front() = ColumnOfTaps(0, most + 1, kAxis.dst, random);
+            }
+            ASSERT_NO_FATAL_FAILURE(ExpectRuleFor(table, kAxis, random)) << most << " taps";
+        }
+    }
+}
+
+TEST(PX_ZoomBilinearRecords, EnlargedColumnsMayLeavePositionsOut) {
+    Random random(713);
+    constexpr RuleAxis kAxis = {60, 59};
+    for (int step = 1; step <= 3; ++step) {
+        Table table;
+        for (int c = 0; c < kAxis.dst; ++c) {
+            const int start = std::min(c * step, kAxis.src - 2);
+            const int weight = Between(random, 0, kAxis.dst - 1);
+            table.push_back({start, kAxis.dst - 1 - weight, 0, weight, 0, kAxis.dst - 1, 0});
+        }
+        ASSERT_NO_FATAL_FAILURE(ExpectRuleFor(table, kAxis, random)) << step;
+    }
+}
+
 TEST(PX_ZoomBilinearRecords, WhatAHostWritesToTheSumsCounts) {
     const KeepVariant keep;
     Random random(706);
