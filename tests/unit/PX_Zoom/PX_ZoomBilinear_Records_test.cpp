@@ -678,6 +678,60 @@ TEST(PX_ZoomBilinearRecords, ColumnsOfAnyTapsAreWhole) {
     }
 }
 
+// Whole positions of a line that has some more of them, and a page after it.
+template <class S>
+void ExpectWholePositions(const RuleAxis& axis, int format, Random& random) {
+    const int samples = SamplesOf(format);
+    const int ratio = axis.src / axis.dst;
+    Table table;
+    for (int c = 0; c < axis.dst; ++c) {
+        table.push_back({ratio * c, axis.dst, ratio * c + ratio - 1, 0, 0, ratio * axis.dst, 0});
+    }
+    const GuardedLine line(static_cast<std::size_t>(axis.src * format / 8), Side::kPageBehind, random);
+    const auto want =
+        platen_test::RuleHorz<std::uint32_t>(table.data(), axis, samples, reinterpret_cast<const S*>(line.Data()));
+    PX_ZoomBilinear zoom;
+    ASSERT_EQ(0, zoom.Open(axis.dst, 1, axis.src, 1, format, 2));
+    std::copy(table.begin(), table.end(), zoom.horzParam);
+    ASSERT_EQ(0, zoom.Send(line.Data()));
+    ASSERT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], want.size() * sizeof want[0]));
+}
+
+TEST(PX_ZoomBilinearRecords, WholePositionsNeedNotFillTheLine) {
+    const KeepVariant keep;
+    Random random(714);
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        platen::UseKernels(*kernels);
+        for (const int format : kFormats) {
+            for (const int ratio : {2, 3, 4, 6}) {
+                for (const int dst : {8, 9, 16, 20, 33}) {
+                    for (int more = 0; more < 8; ++more) {
+                        const RuleAxis axis = {dst, ratio * dst + more};
+                        SCOPED_TRACE(Where(*kernels, format, axis, 0));
+                        if (IsWide(format)) {
+                            ASSERT_NO_FATAL_FAILURE(ExpectWholePositions<std::uint16_t>(axis, format, random));
+                        } else {
+                            ASSERT_NO_FATAL_FAILURE(ExpectWholePositions<std::uint8_t>(axis, format, random));
+                        }
+                    }
+                }
+            }
+        }
+    }
+}
+
+// Widths just above what a kernel's signed weights hold.
+TEST(PX_ZoomBilinearRecords, WholePositionsWeighWhatTheWidthIs) {
+    Random random(715);
+    for (const int dst : {32767, 32768, 32769}) {
+        Table table;
+        for (int c = 0; c < dst; ++c) {
+            table.push_back({2 * c, 1, 2 * c + 1, 1, 1, dst + 2, 0});
+        }
+        ASSERT_NO_FATAL_FAILURE(ExpectRuleFor(table, {dst, 2 * dst + 1000}, random));
+    }
+}
+
 TEST(PX_ZoomBilinearRecords, EnlargedColumnsMayLeavePositionsOut) {
     Random random(713);
     constexpr RuleAxis kAxis = {60, 59};
