@@ -503,6 +503,76 @@ TEST(HorzPlan, EachSizeHasThePlanThatItHad) {
     }
 }
 
+// The kind of plan that these records have, in a room that is large enough.
+std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape,
+                        const std::vector<PX_Zoom2_Param>& columns) {
+    std::vector<std::uint8_t> room(64 + 2 * RoomBytes(shape));
+    HorzPlan plan = {};
+    const bool found = platen::FindPlan(plan, {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes},
+                                        {room.data(), room.size()}, kernels.horz->kinds);
+    return found ? plan.kind : 0;
+}
+
+// The largest sizes and the heaviest weights that have a plan, where the kernels take all kinds.
+TEST(HorzPlan, LimitsArePlannedAndNothingPastThem) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        if (std::strcmp(kernels->name, "sse2") == 0) {
+            continue;
+        }
+        const auto opened = [&](const Shape& shape) { return KindOfPlan(*kernels, shape, TableOf(shape)); };
+        EXPECT_EQ(opened({21846, 20000, 1}), platen::kEnlarge);
+        EXPECT_EQ(opened({21847, 20000, 1}), platen::kTaps);
+        EXPECT_EQ(opened({32768, 30000, 1}), platen::kTaps);
+        EXPECT_EQ(opened({32769, 30000, 1}), 0);
+        EXPECT_EQ(opened({21845, 3 * 21845, 1}), platen::kWhole3);
+        EXPECT_EQ(opened({21846, 3 * 21846, 1}), 0);
+
+        // Columns of two whole weights between those of the ends.
+        const auto edited = [&](std::int32_t first, std::int32_t last, std::int32_t dst) {
+            const Shape shape = {dst, 3 * dst + 20, 1, 2};
+            std::vector<PX_Zoom2_Param> columns;
+            for (std::int32_t c = 0; c < dst; ++c) {
+                columns.push_back({3 * c, first, 3 * c + 2, last, 0, first + 2 * dst + last, 0});
+            }
+            return KindOfPlan(*kernels, shape, columns);
+        };
+        EXPECT_EQ(edited(32767, 32688, 40), platen::kTaps);  // 65535 together
+        EXPECT_EQ(edited(32767, 32689, 40), 0);
+        EXPECT_EQ(edited(32688, 32767, 40), platen::kTaps);
+        EXPECT_EQ(edited(32768, 1, 40), 0);
+        EXPECT_EQ(edited(1, 32768, 40), 0);
+        EXPECT_EQ(edited(0, 0, 40), platen::kTaps);
+        EXPECT_EQ(edited(-1, 0, 40), 0);
+
+        // Four columns that begin at one place, each of so many taps.
+        const auto shared = [&](std::int32_t taps) {
+            std::vector<PX_Zoom2_Param> columns;
+            for (std::int32_t c = 0; c < 40; ++c) {
+                columns.push_back({c / 4 * 16, 40, c / 4 * 16 + taps - 1, 0, 0, taps * 40, 0});
+            }
+            return KindOfPlan(*kernels, {40, 300, 1}, columns);
+        };
+        EXPECT_EQ(shared(2), platen::kPairs1);
+        EXPECT_EQ(shared(3), platen::kPairs2);
+        EXPECT_EQ(shared(4), platen::kPairs2);
+        EXPECT_EQ(shared(5), platen::kPairs3);
+        EXPECT_EQ(shared(6), platen::kPairs3);
+        EXPECT_EQ(shared(7), platen::kQuads);
+    }
+}
+
+TEST(HorzPlan, SumsAreMadeWithAllKindsButTaps) {
+    using platen::PlanBit;
+    const std::uint32_t without = PlanBit(platen::kPixels) | PlanBit(platen::kEnlarge) | PlanBit(platen::kTaps) |
+                                  PlanBit(platen::kTapsDivided);
+    EXPECT_EQ(platen::kSummedKinds, PlanBit(platen::kPlanKinds) - PlanBit(platen::kPairs1) - without);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        const std::uint32_t sums = kernels->horz->sums;
+        EXPECT_TRUE(sums == 0 || sums == platen::kSummedKinds) << kernels->name;
+        EXPECT_TRUE(sums != 0 || std::strncmp(kernels->name, "avx", 3) != 0) << kernels->name;
+    }
+}
+
 // The records are needed for the first line only, but for the columns that a plan leaves.
 TEST(HorzPlan, APlanServesWithoutRecords) {
     Random random(6);
