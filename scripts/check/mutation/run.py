@@ -411,9 +411,9 @@ class File:
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def alone(self, mutant, tested):
-        """Compiled alone, build after build; what the quick tests have tested already meets only the slow ones. Behind
-        its switch they can't reach what the compiler evaluates, so they're asked again where they reached nothing, and
-        where functions are constexpr."""
+        """Compiled alone, build after build; what the quick tests have tested already meets only the slow ones. A switch
+        can't change what the compiler evaluates, so they're asked again where they reached none, and where functions are
+        constexpr."""
         name = f"m{self.numbers[mutant]}"
         folder = f"{self.folder}/{name}"
         text = self.source.apply(mutant)
