@@ -644,6 +644,7 @@ void ExpectRuleFor(const Table& table, const RuleAxis& axis, Random& random, int
         PX_ZoomBilinear zoom;
         ASSERT_EQ(0, zoom.Open(axis.dst, 1, axis.src, 1, format, 2));
         std::copy(table.begin(), table.end(), zoom.horzParam);
+        zoom.horzDouble = 0;  // Open's own weights may have been too heavy
         ASSERT_EQ(0, zoom.Send(line.data()));
         ASSERT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], want.size() * sizeof want[0]))
             << Where(*kernels, format, axis, 0);
