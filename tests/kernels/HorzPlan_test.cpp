@@ -231,14 +231,14 @@ void ExpectRightInAllFormats(std::int32_t dst, std::int32_t src, Random& random)
     }
 }
 
-// The kind of plan that a pass has in a room, or 0.
-std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, std::size_t thirdsOfRoom) {
-    const auto columns = TableOf(shape);
-    std::vector<std::uint8_t> room(64 + RoomBytes(shape));
+// The kind of plan that records have in a room, or 0.
+std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, const std::vector<PX_Zoom2_Param>& columns,
+                        std::size_t roomBytes) {
+    std::vector<std::uint8_t> room(64 + roomBytes);
     std::uint8_t* const begin = room.data() + (-reinterpret_cast<std::uintptr_t>(room.data()) & 63);
     HorzPlan plan = {};
-    platen::FindPlan(plan, {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes},
-                     {begin, thirdsOfRoom * RoomBytes(shape) / 3}, kernels.horz->kinds);
+    platen::FindPlan(plan, {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes}, {begin, roomBytes},
+                     kernels.horz->kinds);
     return plan.kind;
 }
 
@@ -482,6 +482,9 @@ TEST(HorzPlan, PagesAreScaledByPlans) {
 // lost would only cost time, and so nothing else would tell.
 TEST(HorzPlan, EachSizeHasThePlanThatItHad) {
     for (const KernelTable* kernels : VariantsWithPlans()) {
+        const auto kindOf = [&](const Shape& shape, std::size_t thirds) {
+            return KindOfPlan(*kernels, shape, TableOf(shape), thirds * RoomBytes(shape) / 3);
+        };
         platen_test::Checksum kinds;
         int planned = 0;
         for (std::int32_t dst = 1; dst <= 60; ++dst) {
@@ -489,7 +492,7 @@ TEST(HorzPlan, EachSizeHasThePlanThatItHad) {
                 for (const std::int32_t samples : {1, 3, 4}) {
                     for (const std::size_t thirds : {std::size_t{3}, std::size_t{2}}) {
                         for (const std::int32_t bytes : {1, 2}) {
-                            const std::int32_t kind = KindOfPlan(*kernels, {dst, src, samples, bytes}, thirds);
+                            const std::int32_t kind = kindOf({dst, src, samples, bytes}, thirds);
                             kinds.Add(static_cast<std::uint32_t>(kind));
                             planned += kind != 0 ? 1 : 0;
                         }
@@ -503,23 +506,16 @@ TEST(HorzPlan, EachSizeHasThePlanThatItHad) {
     }
 }
 
-// The kind of plan that these records have, in a room that is large enough.
-std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape,
-                        const std::vector<PX_Zoom2_Param>& columns) {
-    std::vector<std::uint8_t> room(64 + 2 * RoomBytes(shape));
-    HorzPlan plan = {};
-    const bool found = platen::FindPlan(plan, {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes},
-                                        {room.data(), room.size()}, kernels.horz->kinds);
-    return found ? plan.kind : 0;
-}
-
 // The largest sizes and the heaviest weights that have a plan, where the kernels take all kinds.
 TEST(HorzPlan, LimitsArePlannedAndNothingPastThem) {
     for (const KernelTable* kernels : VariantsWithPlans()) {
         if (std::strcmp(kernels->name, "sse2") == 0) {
             continue;
         }
-        const auto opened = [&](const Shape& shape) { return KindOfPlan(*kernels, shape, TableOf(shape)); };
+        const auto kindOf = [&](const Shape& shape, const std::vector<PX_Zoom2_Param>& columns) {
+            return KindOfPlan(*kernels, shape, columns, 2 * RoomBytes(shape));  // more than enough
+        };
+        const auto opened = [&](const Shape& shape) { return kindOf(shape, TableOf(shape)); };
         EXPECT_EQ(opened({21846, 20000, 1}), platen::kEnlarge);
         EXPECT_EQ(opened({21847, 20000, 1}), platen::kTaps);
         EXPECT_EQ(opened({32768, 30000, 1}), platen::kTaps);
@@ -534,7 +530,7 @@ TEST(HorzPlan, LimitsArePlannedAndNothingPastThem) {
             for (std::int32_t c = 0; c < dst; ++c) {
                 columns.push_back({3 * c, first, 3 * c + 2, last, 0, first + 2 * dst + last, 0});
             }
-            return KindOfPlan(*kernels, shape, columns);
+            return kindOf(shape, columns);
         };
         EXPECT_EQ(edited(32767, 32688, 40), platen::kTaps);  // 65535 together
         EXPECT_EQ(edited(32767, 32689, 40), 0);
@@ -550,7 +546,7 @@ TEST(HorzPlan, LimitsArePlannedAndNothingPastThem) {
             for (std::int32_t c = 0; c < 40; ++c) {
                 columns.push_back({c / 4 * 16, 40, c / 4 * 16 + taps - 1, 0, 0, taps * 40, 0});
             }
-            return KindOfPlan(*kernels, {40, 300, 1}, columns);
+            return kindOf({40, 300, 1}, columns);
         };
         EXPECT_EQ(shared(2), platen::kPairs1);
         EXPECT_EQ(shared(3), platen::kPairs2);

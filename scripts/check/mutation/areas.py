@@ -63,8 +63,8 @@ WANTED = {area: 90 if area in TOOLS else 95 for area in AREAS}
 # The order of a run. The AVX-512 kernels need another processor: scripts/check/avx512.
 FILES = [
     "ToneWorld/*.cpp", "ToneWorld/*.h", "Sources/Support/*.h", "Sources/Dispatch/*.cpp", "Sources/PX_Zoom/PX_Zoom*.cpp",
-    "Sources/PX_Zoom/HorzPlan.cpp", "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/*_reference.cpp", "LineFilters/*.cpp", "LineFilters/*.h",
-    "LineFilters/kernels/*.cpp", "LineFilters/kernels/*.inc", "Sources/PX_Zoom/kernels/*.cpp",
+    "Sources/PX_Zoom/HorzPlan.cpp", "Sources/PX_Zoom/*.h", "Sources/PX_Zoom/*_reference.cpp", "LineFilters/*.cpp",
+    "LineFilters/*.h", "LineFilters/kernels/*.cpp", "LineFilters/kernels/*.inc", "Sources/PX_Zoom/kernels/*.cpp",
     "Sources/PX_Zoom/kernels/*.inc", "c/*.cpp", "cpp/platen-cpp/*.hpp",
     "programs/io/Output*.cpp", "programs/scan/*.cpp", "programs/commands/ScanCommand.cpp", "sane/*.cpp",
 ]  # fmt: skip

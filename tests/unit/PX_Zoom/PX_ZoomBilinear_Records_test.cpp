@@ -391,7 +391,7 @@ TEST(PX_ZoomBilinearRecords, AWholeEndBeforeTheLineIsNoWholePosition) {
     }
 }
 
-// Positions outside the line count as samples of 0, and a weightSum of 0 gives 0, whoever computes them.
+// A start before the line is a sample of 0; the whole positions after it begin with the first.
 TEST(PX_ZoomBilinearRecords, AStartBeforeTheLineIsFollowedByItsFirstPositions) {
     const KeepVariant keep;
     std::uint8_t line[] = {100, 7, 9};
@@ -410,6 +410,7 @@ TEST(PX_ZoomBilinearRecords, AStartBeforeTheLineIsFollowedByItsFirstPositions) {
     }
 }
 
+// Positions outside the line count as samples of 0, and a weightSum of 0 gives 0, whoever computes them.
 TEST(PX_ZoomBilinearRecords, NothingOutsideTheLineIsRead) {
     const KeepVariant keep;
     Random random(703);
@@ -608,46 +609,44 @@ TEST(PX_ZoomBilinearRecords, SendFollowsTheRecordsAtWholeRatios) {
     }
 }
 
-// What a host writes to the sums between two calls is part of them.
-// Weights above 32767 don't fit the kernels' signed products.
-TEST(PX_ZoomBilinearRecords, TheHeaviestWeightsCount) {
+// Sends a line, with a page after it, through a scaler of kept height whose columns have these records, on every
+// variant.
+template <class S>
+void ExpectRuleOfSamples(const Table& table, const RuleAxis& axis, int format, Random& random) {
     const KeepVariant keep;
-    Random random(711);
-    constexpr int kHeavy = 40000;
-    std::vector<std::uint16_t> line(41);
-    for (std::uint16_t& sample : line) {
-        sample = static_cast<std::uint16_t>(random.Next());
-    }
-    for (const KernelTable* kernels : platen::AvailableKernels()) {
-        platen::UseKernels(*kernels);
-        for (const bool first : {false, true}) {
-            PX_ZoomBilinear zoom;
-            ASSERT_EQ(0, zoom.Open(20, 3, 41, 3, 16, 2));
-            for (int c = 0; c < 20; ++c) {
-                zoom.horzParam[c] = {2 * c, first ? kHeavy : 1, 2 * c + 1, first ? 1 : kHeavy, 1, kHeavy + 21, 0};
-            }
-            const auto want = platen_test::RuleHorz<std::uint32_t>(zoom.horzParam, {20, 41}, 1, line.data());
-            ASSERT_EQ(0, zoom.Send(line.data()));
-            EXPECT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], 20 * sizeof(std::uint32_t))) << kernels->name;
-        }
-    }
-}
-
-// Sends a line of a page of kept height through a scaler whose columns have these records, on every variant.
-void ExpectRuleFor(const Table& table, const RuleAxis& axis, Random& random, int format = 8) {
-    const KeepVariant keep;
-    std::vector<std::uint8_t> line(static_cast<std::size_t>(axis.src * format / 8));
-    std::generate(line.begin(), line.end(), [&] { return random.Byte(); });
-    const auto want = platen_test::RuleHorz<std::uint32_t>(table.data(), axis, SamplesOf(format), line.data());
+    const GuardedLine line(static_cast<std::size_t>(axis.src * format / 8), Side::kPageBehind, random);
+    const auto want = platen_test::RuleHorz<std::uint32_t>(table.data(), axis, SamplesOf(format),
+                                                           reinterpret_cast<const S*>(line.Data()));
     for (const KernelTable* kernels : platen::AvailableKernels()) {
         platen::UseKernels(*kernels);
         PX_ZoomBilinear zoom;
         ASSERT_EQ(0, zoom.Open(axis.dst, 1, axis.src, 1, format, 2));
         std::copy(table.begin(), table.end(), zoom.horzParam);
         zoom.horzDouble = 0;  // Open's own weights may have been too heavy
-        ASSERT_EQ(0, zoom.Send(line.data()));
+        ASSERT_EQ(0, zoom.Send(line.Data()));
         ASSERT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], want.size() * sizeof want[0]))
             << Where(*kernels, format, axis, 0);
+    }
+}
+
+void ExpectRule(const Table& table, const RuleAxis& axis, int format, Random& random) {
+    if (IsWide(format)) {
+        ExpectRuleOfSamples<std::uint16_t>(table, axis, format, random);
+    } else {
+        ExpectRuleOfSamples<std::uint8_t>(table, axis, format, random);
+    }
+}
+
+// Weights above 32767 don't fit the kernels' signed products.
+TEST(PX_ZoomBilinearRecords, TheHeaviestWeightsCount) {
+    Random random(711);
+    constexpr int kHeavy = 40000;
+    for (const bool first : {false, true}) {
+        Table table;
+        for (int c = 0; c < 20; ++c) {
+            table.push_back({2 * c, first ? kHeavy : 1, 2 * c + 1, first ? 1 : kHeavy, 1, kHeavy + 21, 0});
+        }
+        ASSERT_NO_FATAL_FAILURE(ExpectRule(table, {20, 41}, 16, random));
     }
 }
 
@@ -674,47 +673,23 @@ TEST(PX_ZoomBilinearRecords, ColumnsOfAnyTapsAreWhole) {
             if (round % 4 == 2) {
                 table.front() = ColumnOfTaps(0, most + 1, kAxis.dst, random);
             }
-            ASSERT_NO_FATAL_FAILURE(ExpectRuleFor(table, kAxis, random)) << most << " taps";
+            ASSERT_NO_FATAL_FAILURE(ExpectRule(table, kAxis, 8, random)) << most << " taps";
         }
     }
 }
 
-// Whole positions of a line that has some more of them, and a page after it.
-template <class S>
-void ExpectWholePositions(const RuleAxis& axis, int format, Random& random) {
-    const int samples = SamplesOf(format);
-    const int ratio = axis.src / axis.dst;
-    Table table;
-    for (int c = 0; c < axis.dst; ++c) {
-        table.push_back({ratio * c, axis.dst, ratio * c + ratio - 1, 0, 0, ratio * axis.dst, 0});
-    }
-    const GuardedLine line(static_cast<std::size_t>(axis.src * format / 8), Side::kPageBehind, random);
-    const auto want =
-        platen_test::RuleHorz<std::uint32_t>(table.data(), axis, samples, reinterpret_cast<const S*>(line.Data()));
-    PX_ZoomBilinear zoom;
-    ASSERT_EQ(0, zoom.Open(axis.dst, 1, axis.src, 1, format, 2));
-    std::copy(table.begin(), table.end(), zoom.horzParam);
-    ASSERT_EQ(0, zoom.Send(line.Data()));
-    ASSERT_EQ(0, std::memcmp(want.data(), zoom.workLine[0], want.size() * sizeof want[0]));
-}
-
+// Whole positions of a line that has some more of them.
 TEST(PX_ZoomBilinearRecords, WholePositionsNeedNotFillTheLine) {
-    const KeepVariant keep;
     Random random(714);
-    for (const KernelTable* kernels : platen::AvailableKernels()) {
-        platen::UseKernels(*kernels);
-        for (const int format : kFormats) {
-            for (const int ratio : {2, 3, 4, 6}) {
-                for (const int dst : {8, 9, 16, 20, 33}) {
-                    for (int more = 0; more < 8; ++more) {
-                        const RuleAxis axis = {dst, ratio * dst + more};
-                        SCOPED_TRACE(Where(*kernels, format, axis, 0));
-                        if (IsWide(format)) {
-                            ASSERT_NO_FATAL_FAILURE(ExpectWholePositions<std::uint16_t>(axis, format, random));
-                        } else {
-                            ASSERT_NO_FATAL_FAILURE(ExpectWholePositions<std::uint8_t>(axis, format, random));
-                        }
-                    }
+    for (const int format : kFormats) {
+        for (const int ratio : {2, 3, 4, 6}) {
+            for (const int dst : {8, 9, 16, 20, 33}) {
+                Table table;
+                for (int c = 0; c < dst; ++c) {
+                    table.push_back({ratio * c, dst, ratio * c + ratio - 1, 0, 0, ratio * dst, 0});
+                }
+                for (int more = 0; more < 8; ++more) {
+                    ASSERT_NO_FATAL_FAILURE(ExpectRule(table, {dst, ratio * dst + more}, format, random));
                 }
             }
         }
@@ -729,7 +704,7 @@ TEST(PX_ZoomBilinearRecords, WholePositionsWeighWhatTheWidthIs) {
         for (int c = 0; c < dst; ++c) {
             table.push_back({2 * c, 1, 2 * c + 1, 1, 1, dst + 2, 0});
         }
-        ASSERT_NO_FATAL_FAILURE(ExpectRuleFor(table, {dst, 2 * dst + 1000}, random));
+        ASSERT_NO_FATAL_FAILURE(ExpectRule(table, {dst, 2 * dst + 1000}, 8, random));
     }
 }
 
@@ -744,11 +719,12 @@ TEST(PX_ZoomBilinearRecords, EnlargedColumnsMayLeavePositionsOut) {
             table.push_back({start, kAxis.dst - 1 - weight, 0, weight, 0, kAxis.dst - 1, 0});
         }
         for (const int format : {8, 24, 32}) {
-            ASSERT_NO_FATAL_FAILURE(ExpectRuleFor(table, kAxis, random, format)) << step;
+            ASSERT_NO_FATAL_FAILURE(ExpectRule(table, kAxis, format, random)) << step;
         }
     }
 }
 
+// What a host writes to the sums between two calls is part of them.
 TEST(PX_ZoomBilinearRecords, WhatAHostWritesToTheSumsCounts) {
     const KeepVariant keep;
     Random random(706);
