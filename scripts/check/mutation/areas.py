@@ -44,7 +44,7 @@ AREAS = {
     "bilevel": (".*/BilevelLine", [KERNELS + "BilevelLine_test.cpp"], ["zoom"]),
     "plans": (".*/Horz", [KERNELS + "HorzPlan_test.cpp", UNIT + "PX_Zoom/*_Plan_test.cpp",
                           UNIT + "PX_Zoom/*_Records_test.cpp"], ["zoom"]),
-    "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp"], ["zoom"]),
+    "vertical": (".*/VertPass", [KERNELS + "VertPass_test.cpp", KERNELS + "VertPass_loop_test.cpp"], ["zoom"]),
     "reciprocal": (".*/ReciprocalAbove", [KERNELS + "ReciprocalAbove_test.cpp", KERNELS + "VertPass_test.cpp"], ["zoom"]),
     "zoom": (".*", [UNIT + "PX_Zoom/*_test.cpp"], ["zoom"]),
 }  # fmt: skip
