@@ -486,6 +486,14 @@ TEST_P(VertPass, AQuotientAboveTheSamplesIsSeen) {
     }
 }
 
+// A host may give a weight of 0 with lines that it has given back.
+TEST_P(VertPass, AWeightOfNothingTouchesNothing) {
+    for (const VertKernels* kernels : {&Fast(), &Reference()}) {
+        kernels->addU32(nullptr, nullptr, 0, 100);
+        kernels->addF64(nullptr, nullptr, 0, 100);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(, VertPass,
                          testing::ValuesIn(platen::AvailableKernels().begin(), platen::AvailableKernels().end()),
                          [](const auto& variant) { return std::string(variant.param->name); });

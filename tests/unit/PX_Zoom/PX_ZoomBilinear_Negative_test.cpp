@@ -60,6 +60,19 @@ TEST(PX_ZoomBilinearNegative, TheLowestSizesOverflowNothing) {
     }
 }
 
+// A line of no pixels makes samples of 0 without a look at the records, which a host may have given back.
+TEST(PX_ZoomBilinearNegative, LinesWithoutPixelsNeedNoRecords) {
+    PX_ZoomBilinear zoom;
+    zoom.dstWidth = 3;
+    zoom.srcWidth = -5;
+    zoom.bitsPerPixel = 8;
+    std::uint8_t line = 9;
+    std::uint32_t out[4] = {7, 7, 7, 7};
+    zoom.Expand_Horz(out, &line);
+    EXPECT_EQ(0u, out[0] | out[1] | out[2]);
+    EXPECT_EQ(7u, out[3]);
+}
+
 TEST(PX_ZoomBilinearNegative, LineBytesCutTowardZero) {
     PX_ZoomBilinear zoom;
     ASSERT_EQ(0, zoom.Open(-3, 1, 2, 1, 24, 2));
