@@ -206,8 +206,8 @@ Counts Expanded(void (*VertKernels::*kernel)(S*, const std::uint32_t*, const std
 // What fills a register's bytes is stored where it belongs; only what is left over is made on the stack, and
 // nothing is where nothing is left.
 TEST(VertPassPaths, WholeBlocksAreStoredInPlace) {
-    for (const std::size_t blocks : {1, 2, 5}) {
-        for (const std::size_t left : {0, 1, 15}) {
+    for (const std::size_t blocks : {1u, 2u, 5u}) {
+        for (const std::size_t left : {0u, 1u, 15u}) {
             const Numbers line(16 * blocks + left, 7);
             std::vector<std::uint8_t> out(line.size());
             CountInto(out);
@@ -225,7 +225,7 @@ TEST(VertPassPaths, WholeBlocksAreStoredInPlace) {
 // A line times a weight: four samples at once as far as they go, with every weight that the lanes take.
 TEST(VertPassPaths, SumsTakeFourSamplesAtOnce) {
     for (const auto kernel : {kVert_counted.setU32, kVert_counted.addU32}) {
-        for (const std::size_t count : {3, 4, 7, 8, 11}) {
+        for (const std::size_t count : {3u, 4u, 7u, 8u, 11u}) {
             const Numbers line(count, 200);
             Numbers acc(count, 1);
             for (const std::uint32_t weight : {std::uint32_t{1}, kFactors}) {
