@@ -11,7 +11,8 @@ there is nothing that a test could see, and it's left out of the score, as is wh
 
 The others that survive have to be explained in survivors.txt. The exit status is 1 where one isn't, or where fewer
 than 95 in 100 are killed (90 of the tool's). Verdicts are kept in build/mutation/results.tsv and hold as long as the file
-and the tests do; --keep-killed lets the killed stay killed where tests were only added.
+and the tests do. With --keep-killed, for tests that were only added to, the killed stay killed until their file changes,
+and what survived counts as such until it's asked again.
 
 --minutes=N takes a slice: the files of which least is tested come first, 60 mutants at a time, and it stops after N
 minutes. Night after night it comes to all of them, and then redoes only what has changed. The table then has what is
@@ -523,12 +524,19 @@ class Mutants:
         self.tests = digest(str(options.slow), str(options.quick), *[read(f) for f in sources])
         self.content = digest(path, source.text)
         self.valid_tests = None if options.report else self.tests
+        self.counted_tests = None if options.keep_killed else self.valid_tests  # tests were only added
 
     def key(self, mutant):
         return digest(self.content, str(mutant.start), str(mutant.end), mutant.text)
 
     def state(self, mutant):
+        """The verdict by the present tests."""
         found = self.results.find(self.key(mutant), self.valid_tests)
+        return found[0] if found else None
+
+    def counted(self, mutant):
+        """The verdict that the table counts."""
+        found = self.results.find(self.key(mutant), self.counted_tests)
         return found[0] if found else None
 
     def wanted(self):
@@ -549,7 +557,7 @@ class Mutants:
     def whole(self):
         """The largest sample that is tested whole: survivors take longer, so what is tested of the next has too few."""
         steps = {20, 30, *range(SLICE, len(self.drawn), SLICE), len(self.drawn)}
-        tested = next((i for i, m in enumerate(self.drawn) if not self.state(m)), len(self.drawn))
+        tested = next((i for i, m in enumerate(self.drawn) if not self.counted(m)), len(self.drawn))
         return self.drawn[: max((k for k in steps if k <= tested), default=0)]
 
 
@@ -606,7 +614,7 @@ def row(name, count):
 def report(file, options):
     """Prints a file's row; gives its counts, how many mutants they rest on, and its survivors, as survivors.txt names them."""
     chosen = file.whole() if options.report or options.minutes else file.chosen
-    states = {m: file.state(m) for m in chosen}
+    states = {m: file.counted(m) for m in chosen}
     count = {state: list(states.values()).count(state) for state in set(states.values())}
     count["untested"] = len(file.drawn) - len(chosen) if options.report or options.minutes else 0
     if chosen:
