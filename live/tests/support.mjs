@@ -108,13 +108,16 @@ export async function openPage(browser, { address = '', ...options } = {}) {
     return page;
 }
 
-// Opens a file in the page and waits until it is there, or refused.
+// Opens a file in the page and waits until it is there, or refused. A page of the same name may be open already.
 export async function load(page, name) {
+    const before = await page.evaluateHandle(() => window.platen.page ?? null);
     await page.setInputFiles('#file', join(WORK, name));
-    await page.waitForFunction((wanted) => {
+    await page.waitForFunction(([wanted, old]) => {
         const message = document.getElementById('message').textContent;
-        return window.platen.page?.name === wanted || message.startsWith(`${wanted}:`);
-    }, name.split('/').pop());
+        const { page } = window.platen;
+        return (page?.name === wanted && page !== old) || message.startsWith(`${wanted}:`);
+    }, [name.split('/').pop(), before]);
+    await before.dispose();
 }
 
 // What the page's download would be, as a file of the tests' folder; null where the page refuses.
