@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Sources/Dispatch/Kernels.h"
@@ -231,15 +232,20 @@ void ExpectRightInAllFormats(std::int32_t dst, std::int32_t src, Random& random)
     }
 }
 
-// The kind of plan that records have in a room, or 0.
-std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, const std::vector<PX_Zoom2_Param>& columns,
-                        std::size_t roomBytes) {
+// The plan that records have in a room, or one of kind 0. Its blocks are gone.
+HorzPlan PlanOf(const KernelTable& kernels, const Shape& shape, const std::vector<PX_Zoom2_Param>& columns,
+                std::size_t roomBytes) {
     std::vector<std::uint8_t> room(64 + roomBytes);
     std::uint8_t* const begin = room.data() + (-reinterpret_cast<std::uintptr_t>(room.data()) & 63);
+    const HorzPass pass = {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes};
     HorzPlan plan = {};
-    platen::FindPlan(plan, {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes}, {begin, roomBytes},
-                     kernels.horz->kinds);
-    return plan.kind;
+    return platen::FindPlan(plan, pass, {begin, roomBytes}, kernels.horz->kinds) ? plan : HorzPlan{};
+}
+
+// Its kind.
+std::int32_t KindOfPlan(const KernelTable& kernels, const Shape& shape, const std::vector<PX_Zoom2_Param>& columns,
+                        std::size_t roomBytes) {
+    return PlanOf(kernels, shape, columns, roomBytes).kind;
 }
 
 TEST(HorzPlan, EveryVariantHasItsOwnFollower) {
@@ -567,6 +573,24 @@ TEST(HorzPlan, SumsAreMadeWithAllKindsButTaps) {
         EXPECT_TRUE(sums == 0 || sums == platen::kSummedKinds) << kernels->name;
         EXPECT_TRUE(sums != 0 || std::strncmp(kernels->name, "avx", 3) != 0) << kernels->name;
     }
+    for (const KernelTable* kernels : platen::AvailableKernels()) {
+        EXPECT_EQ(kernels->horz->sums & ~kernels->horz->kinds, 0u) << kernels->name;
+    }
+}
+
+// There is nothing to plan: blocks would take room that a narrow line doesn't have.
+TEST(HorzPlan, WholePositionsNeedNoRoomButTheHeaders) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        if ((kernels->horz->kinds & platen::PlanBit(platen::kWhole2)) == 0) {
+            continue;
+        }
+        for (const auto& [ratio, kind] : {std::pair{2, platen::kWhole2}, std::pair{3, platen::kWhole3},
+                                          std::pair{4, platen::kWhole4}, std::pair{6, platen::kWhole6}}) {
+            const Shape shape = {40, 40 * ratio, 1};
+            EXPECT_EQ(KindOfPlan(*kernels, shape, TableOf(shape), 64), kind);
+            EXPECT_EQ(KindOfPlan(*kernels, shape, TableOf(shape), 63), 0);
+        }
+    }
 }
 
 // The records are needed for the first line only, but for the columns that a plan leaves.
@@ -582,6 +606,28 @@ TEST(HorzPlan, APlanServesWithoutRecords) {
             ASSERT_TRUE(line.Run(*kernels));
             line.columns() = records;
             ASSERT_TRUE(line.IsRight(true, Size(shape.dst - 16))) << kernels->name;
+        }
+    }
+}
+
+// The records are read for every line where four bytes from a column's first tap on would leave it, which are those
+// of the last block only: all other columns are the plan's.
+TEST(HorzPlan, OnlyTheLastBlockOfThreeTapsNeedsTheRecords) {
+    Random random(21);
+    constexpr std::int32_t kColumns = 24;
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const std::int32_t src : {49, 50, 51, 60}) {  // the last column's four bytes end at 50
+            const Shape shape = {kColumns, src, 1};
+            Line line(shape, RoomBytes(shape), Side::kPageBehind, random);
+            for (std::int32_t c = 0; c < kColumns; ++c) {
+                line.columns()[Size(c)] = {2 * c, 8, 2 * c + 1, 9, 9, 8 + kColumns + 9, 2 * c + 2};
+            }
+            ASSERT_TRUE(line.Run(*kernels)) << kernels->name;
+            const auto records = line.columns();
+            std::fill(line.columns().begin(), line.columns().end(), PX_Zoom2_Param{});
+            ASSERT_TRUE(line.Run(*kernels));
+            line.columns() = records;
+            ASSERT_TRUE(line.IsRight(true, Size(src < 50 ? kColumns - 8 : kColumns))) << kernels->name;
         }
     }
 }
@@ -732,6 +778,103 @@ TEST(HorzPlan, RecordsOutOfStepAreRefusedOrRight) {
     }
 }
 
+// The taps of a plan lie in the line, up to its last position and no further, those of the columns that a follower
+// leaves to the records as well.
+TEST(HorzPlan, TheLastTapMayBeTheLinesLastPosition) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Shape& shape : {Shape{40, 90, 1}, Shape{40, 90, 3}, Shape{40, 90, 4}, Shape{40, 90, 1, 2},
+                                   Shape{40, 90, 3, 2}, Shape{40, 90, 4, 2}}) {
+            std::vector<PX_Zoom2_Param> columns = TableOf(shape);
+            const std::int32_t kind = KindOfPlan(*kernels, shape, columns, RoomBytes(shape));
+            columns.back() = Record(shape, 87, 1, 7);
+            EXPECT_EQ(KindOfPlan(*kernels, shape, columns, RoomBytes(shape)), kind) << Describe(shape);
+            EXPECT_NE(kind, 0) << Describe(shape);
+            columns.back() = Record(shape, 88, 1, 7);
+            EXPECT_EQ(KindOfPlan(*kernels, shape, columns, RoomBytes(shape)), 0) << Describe(shape);
+        }
+    }
+}
+
+// The width is the weight of a whole position, and has to fit the followers' signed products even where no column
+// has one.
+TEST(HorzPlan, ReducedLinesOfMoreThan32767ColumnsHaveNoPlan) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const std::int32_t dst : {32767, 32768}) {
+            const Shape shape = {dst, 40000, 1, 2};
+            std::vector<PX_Zoom2_Param> columns;
+            for (std::int32_t c = 0; c < dst; ++c) {
+                columns.push_back({c, 1, c, 1, 1, 2, c + 1});
+            }
+            EXPECT_EQ(KindOfPlan(*kernels, shape, columns, RoomBytes(shape)), dst == 32767 ? platen::kTaps : 0);
+        }
+    }
+}
+
+// A follower of taps stores pixels of three samples with a lane too many, so it leaves out the last one, wherever
+// its taps lie.
+TEST(HorzPlan, TapsLeaveOutTheLastPixelOfThreeSamples) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const std::int32_t samples : {1, 3, 4}) {
+            const Shape shape = {40, 20, samples, 2};
+            const std::vector<PX_Zoom2_Param> columns(40, PX_Zoom2_Param{0, 19, 0, 20, 20, 39, 1});
+            const HorzPlan plan = PlanOf(*kernels, shape, columns, RoomBytes(shape));
+            EXPECT_EQ(plan.kind, platen::kTaps);
+            EXPECT_EQ(plan.columns, samples == 3 ? 39u : 40u) << Describe(shape);
+        }
+    }
+}
+
+// One column of more taps and the others' plan for little room would leave some out.
+TEST(HorzPlan, EveryColumnHasThreeTapsWhereAPlanIsForThem) {
+    const Shape shape = {40, 300, 1};
+    const std::size_t room = 64 + 5 * (2 * 32 + 2 * 4);
+    const auto record = [&](std::int32_t c, std::int32_t taps) {
+        const std::int32_t start = c / 4 * 16;
+        return PX_Zoom2_Param{start, shape.dst, start + taps - 1, 0, 0, taps * shape.dst, start + taps - 1};
+    };
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        std::vector<PX_Zoom2_Param> columns;
+        for (std::int32_t c = 0; c < shape.dst; ++c) {
+            columns.push_back(record(c, 3));
+        }
+        EXPECT_EQ(KindOfPlan(*kernels, shape, columns, room), platen::kPairsDivided) << kernels->name;
+        for (std::int32_t c = 0; c < shape.dst; ++c) {
+            columns[Size(c)] = record(c, 4);
+            EXPECT_EQ(KindOfPlan(*kernels, shape, columns, room), 0) << kernels->name << ", column " << c;
+            columns[Size(c)] = record(c, 3);
+        }
+    }
+}
+
+// Places are 32-bit numbers with a sign. Of a longer line no record is read.
+TEST(HorzPlan, LinesOf2GBHaveNoPlan) {
+    std::vector<PX_Zoom2_Param> columns;
+    for (std::int32_t c = 0; c < 8; ++c) {
+        columns.push_back({c, 3, c, 5, 5, 8, c + 1});
+    }
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        EXPECT_NE(KindOfPlan(*kernels, {8, 0x7FFFFFFF, 1}, columns, 4096), 0) << kernels->name;
+        alignas(64) std::uint8_t room[4096] = {};
+        HorzPlan plan;
+        const HorzPass longer = {nullptr, 8, 0x40000000, 1, 2};
+        EXPECT_FALSE(platen::FindPlan(plan, longer, {room, sizeof room}, kernels->horz->kinds)) << kernels->name;
+    }
+}
+
+// A caller's bits that stand for no kind are nothing that records could have.
+TEST(HorzPlan, BitsOfNoKindCountForNothing) {
+    for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 90, 3}, Shape{60, 40, 1}, Shape{40, 200, 1, 2}}) {
+        const std::vector<PX_Zoom2_Param> columns = TableOf(shape);
+        const HorzPass pass = {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes};
+        const std::uint32_t all = platen::PlanBit(platen::kPlanKinds) - platen::PlanBit(platen::kPairs1);
+        alignas(64) std::uint8_t room[8192] = {};
+        HorzPlan known, any;
+        ASSERT_TRUE(platen::FindPlan(known, pass, {room, sizeof room}, all)) << Describe(shape);
+        ASSERT_TRUE(platen::FindPlan(any, pass, {room, sizeof room}, ~0u)) << Describe(shape);
+        EXPECT_EQ(any.kind, known.kind) << Describe(shape);
+    }
+}
+
 // Weights are divided by their sum, and none is negative, however well they add up.
 TEST(HorzPlan, WeightsThatHaveNoQuotientAreRefused) {
     struct Case {
@@ -788,6 +931,74 @@ TEST(HorzPlan, PixelsAllAtTheLinesEndHaveNoPlan) {
             ASSERT_FALSE(line.Run(*kernels)) << Describe(shape);
             ASSERT_TRUE(line.IsRight(false)) << kernels->name;
         }
+    }
+}
+
+// A plan's header, as HorzPlan.cpp writes it.
+struct Header {
+    const void* columns;
+    std::int32_t dstWidth, srcWidth, samples, sampleBytes;
+    std::uint32_t kinds;
+    std::int32_t kind;
+    std::uint32_t planned;
+};
+
+// Who writes to a room may name any kind in the header. A follower gets those only that are for such lines: what
+// each is for is said where they are listed.
+TEST(HorzPlan, OnlyKindsForItsLinesAreFound) {
+    using platen::PlanBit;
+    constexpr std::uint32_t kGrey = PlanBit(platen::kPairs1) | PlanBit(platen::kPairs2) | PlanBit(platen::kPairs3) |
+                                    PlanBit(platen::kPairsDivided) | PlanBit(platen::kQuads);
+    constexpr std::uint32_t kTaps = PlanBit(platen::kTaps);
+    constexpr std::uint32_t kTapsDivided = PlanBit(platen::kTapsDivided);
+    struct Case {
+        Shape shape;
+        std::uint32_t kinds;
+    };
+    constexpr Case kCases[] = {
+        {{40, 210, 1}, kGrey | kTaps},
+        {{40, 70, 3}, PlanBit(platen::kPixels) | kTaps},
+        {{40, 70, 4}, PlanBit(platen::kPixels) | kTaps},
+        {{60, 40, 1}, PlanBit(platen::kEnlarge) | kTaps},
+        {{60, 40, 3}, PlanBit(platen::kEnlarge) | kTaps},
+        {{40, 210, 1, 2}, kTaps | kTapsDivided},
+        {{40, 70, 4, 2}, kTaps | kTapsDivided},
+        {{60, 40, 1, 2}, kTaps},
+        {{60, 40, 3, 2}, kTaps},
+    };
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const auto& [shape, kinds] : kCases) {
+            const std::vector<PX_Zoom2_Param> columns = TableOf(shape);
+            const HorzPass pass = {columns.data(), shape.dst, shape.src, shape.samples, shape.bytes};
+            alignas(64) std::uint8_t room[8192] = {};
+            for (std::int32_t kind = -1; kind <= platen::kPlanKinds; ++kind) {
+                const bool some = kind == platen::kTaps || kind == platen::kTapsDivided || kind == platen::kPixels;
+                const Header header = {columns.data(), shape.dst,
+                                       shape.src,      shape.samples,
+                                       shape.bytes,    kernels->horz->kinds,
+                                       kind,           some ? 16 : static_cast<std::uint32_t>(shape.dst)};
+                std::memcpy(room, &header, sizeof header);
+                const bool wanted = kind > 0 && (kinds & kernels->horz->kinds & PlanBit(kind)) != 0;
+                HorzPlan plan;
+                EXPECT_EQ(platen::FindPlan(plan, pass, {room, sizeof room}, kernels->horz->kinds), wanted)
+                    << Describe(shape) << ", kind " << kind << ", " << kernels->name;
+            }
+        }
+    }
+}
+
+// That records have no plan is kept, too, by a kind that tells it from a room that nobody has used.
+TEST(HorzPlan, AHeaderTellsThatThereIsNoPlan) {
+    const std::vector<PX_Zoom2_Param> columns(40);
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        alignas(64) std::uint8_t room[4096] = {};
+        HorzPlan plan;
+        EXPECT_FALSE(
+            platen::FindPlan(plan, {columns.data(), 40, 60, 1}, {room, sizeof room}, kernels->horz->kinds));
+        Header header;
+        std::memcpy(&header, room, sizeof header);
+        EXPECT_EQ(header.columns, columns.data());
+        EXPECT_EQ(header.kind, platen::kNoPlan);
     }
 }
 
