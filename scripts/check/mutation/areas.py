@@ -19,6 +19,7 @@ with open("cmake/PlatenKernels.cmake") as file:
 SUPPORT = [f"tests/support/{name}.cpp" for name in
            ("ForcedVariant", "AllocationLedger", "ForcedVariantForTests", "GuardedBuffer")]  # fmt: skip
 AT_LOAD = {"Sources/Dispatch/Kernels.cpp"}  # runs before a switch can be set
+OWN_TESTS = {"Sources/Support/Truncate.h": "Truncate", "Sources/PX_Zoom/Geometry.h": "PX_ZoomGeometry"}  # the library inlines
 TOO_SLOW = {"SharpnessImage.StreamEqualsWholeImageAtWidths3To300AndHeights1To40", "ColorBalance.RandomSettingsEqualTheOracle",
             "PX_ZoomBilinearImage.LinesOf16MillionColumns"}
 
@@ -165,7 +166,7 @@ def builds_of(path, tests):
     folder = "ToneWorld/" if area_of(path) == "tone" else re.match(r"(?:Sources/)?\w+/", path).group()
     users = [f for f in library() if path in includes_of(f) and f.startswith(folder) and "avx512" not in f]
     users = sorted(users, key=lambda f: "avx2" not in f)
-    if path.endswith(".inc") or path == "Sources/Support/Truncate.h":  # which a test of its own includes
-        name = os.path.basename(path).split(".")[0]
+    if path.endswith(".inc") or path in OWN_TESTS:  # which a test of its own includes
+        name = OWN_TESTS.get(path, os.path.basename(path).split(".")[0])
         users = [t for t in tests if t.endswith(f"/{name}_test.cpp")] + users
     return users
