@@ -393,7 +393,7 @@ TEST_F(HorzWhole, StepsMakeEveryColumnThatTheyCan) {
 TEST_F(HorzWhole, StoresAreAlignedWhereTheLineIsTo16Bytes) {
     Random random(31);
     ForEachFormat([&]<class F>(F) {
-        for (const size_t shift : {0, 16}) {
+        for (const size_t shift : {size_t{0}, size_t{16}}) {
             Line<F> line(60, 6, random, shift);
             const size_t made = line.Steps();
             EXPECT_TRUE(line.Has(0, made));
@@ -513,7 +513,7 @@ TEST_F(HorzWhole, SumsAreMadeAlongWithTheLine) {
 TEST_F(HorzWhole, BytesAreWeighedByTheQuickerProduct) {
     Random random(36);
     ForEachFormat([&]<class F>(F) {
-        for (const size_t shift : {0, 16}) {
+        for (const size_t shift : {size_t{0}, size_t{16}}) {
             Line<F> line(32, 20, random, shift);
             using Sink = LineSink<Mode::kMore, F::kBytes>;
             const size_t made = F::Whole::Steps(Sink{line.numbers(), line.sums(), 7}, line.src(), line.Pass());
