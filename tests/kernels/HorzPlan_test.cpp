@@ -861,6 +861,25 @@ TEST(HorzPlan, LinesOf2GBHaveNoPlan) {
     }
 }
 
+// A host's table may end with its last record.
+TEST(HorzPlan, NoRecordPastTheLastIsRead) {
+    for (const KernelTable* kernels : VariantsWithPlans()) {
+        for (const Shape& shape : {Shape{41, 60, 1}, Shape{41, 100, 1}, Shape{41, 210, 1}, Shape{41, 270, 1},
+                                   Shape{41, 82, 1}, Shape{61, 40, 1}, Shape{61, 40, 3}, Shape{61, 40, 1, 2},
+                                   Shape{41, 60, 3}, Shape{41, 60, 4}, Shape{41, 210, 3}, Shape{41, 210, 1, 2}}) {
+            const std::vector<PX_Zoom2_Param> columns = TableOf(shape);
+            const GuardedBuffer table(columns.size() * sizeof columns[0]);
+            std::memcpy(table.data(), columns.data(), table.size());
+            const HorzPass pass = {reinterpret_cast<const PX_Zoom2_Param*>(table.data()), shape.dst, shape.src,
+                                   shape.samples, shape.bytes};
+            alignas(64) std::uint8_t room[8192] = {};
+            HorzPlan plan;
+            EXPECT_TRUE(platen::FindPlan(plan, pass, {room, sizeof room}, kernels->horz->kinds))
+                << Describe(shape) << ", " << kernels->name;
+        }
+    }
+}
+
 // A caller's bits that stand for no kind are nothing that records could have.
 TEST(HorzPlan, BitsOfNoKindCountForNothing) {
     for (const Shape& shape : {Shape{40, 60, 1}, Shape{40, 90, 3}, Shape{60, 40, 1}, Shape{40, 200, 1, 2}}) {
