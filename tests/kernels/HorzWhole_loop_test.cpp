@@ -1,15 +1,17 @@
-// The lines of whole positions over a target of plain arrays, which any processor runs and which remembers what it
-// is asked for. HorzPlan_test.cpp compares the numbers that every variant makes; here it's shown how they are made:
-// what is left to the slower of two paths gives the same numbers, and only this test tells.
+// Lines of whole positions, made by a target of plain arrays, which any processor runs and which records what it is
+// asked for. HorzPlan_test.cpp checks the numbers that every variant makes. This test checks how they are made: the
+// slower of two paths gives the same numbers, so no other test notices where it is taken without need.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "Sources/PX_Zoom/HorzPlan.h"
@@ -25,6 +27,8 @@ using std::size_t;
 using std::uint16_t;
 using std::uint32_t;
 using std::uint8_t;
+
+// The operations are those of HorzLanes_ymm.inc, which explains them.
 
 struct Words {
     std::array<uint32_t, 8> lane;
@@ -234,7 +238,7 @@ using std::uint16_t;
 using std::uint32_t;
 using std::uint8_t;
 
-// k positions of kSamples samples a column.
+// Columns of k positions, each of n samples.
 template <class S, size_t k, size_t n>
 struct Format {
     using Sample = S;
