@@ -126,7 +126,7 @@ TEST(HsvHue, MarkedPixelsMoveByTheMagnitudeUpTo255) {
     Rotation turn;
     Marked marked;
     marked.count = 1;
-    for (const std::size_t at : {0, 7, 255}) {
+    for (const std::size_t at : {0u, 7u, 255u}) {
         marked.index[0] = static_cast<uint16_t>(at);
         for (const Case& move : kCases) {
             turn.max[at] = move.d;

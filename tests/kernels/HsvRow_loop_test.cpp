@@ -32,7 +32,7 @@ TEST(HsvRowLoop, ABlockFillsWholeVectors) {
 TEST(HsvRowLoop, TheMarkedPixelsAreCollectedAndNoOthers) {
     Random random(1);
     Marked marked;
-    for (const std::uint64_t rarity : {1, 2, 9, 60}) {
+    for (const std::uint64_t rarity : {1u, 2u, 9u, 60u}) {
         for (std::size_t pixels = 0; pixels <= kBlock; ++pixels) {
             std::vector<uint16_t> expected;
             for (std::size_t i = 0; i < kBlock; ++i) {

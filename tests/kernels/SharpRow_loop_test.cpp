@@ -37,7 +37,7 @@ TEST(SharpRowLoop, LinesOverlapFromOneSharedByteOn) {
     const std::array<std::uint8_t, 3 * kBytes> memory{};
     const std::uint8_t* line = memory.data() + kBytes;
     EXPECT_TRUE(Overlap(line, line, kBytes));
-    for (const std::ptrdiff_t away : {std::size_t{1}, kBytes / 2, kBytes - 1}) {
+    for (const std::size_t away : {std::size_t{1}, kBytes / 2, kBytes - 1}) {
         EXPECT_TRUE(Overlap(line, line + away, kBytes)) << away;
         EXPECT_TRUE(Overlap(line, line - away, kBytes)) << away;
     }

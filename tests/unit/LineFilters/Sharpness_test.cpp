@@ -304,6 +304,22 @@ TEST(Sharpness, AFirstLineFinishesNothing) {
     EXPECT_EQ(0u, filter.Ready());
 }
 
+// Every Put moves all three lines on, also those before the ring is full: a host may have put lines there.
+TEST(Sharpness, EveryPutMovesTheWholeRingOn) {
+    SharpFilter filter(SharpSettings(2, 1, 4, 6));
+    const platen::SharpContext& words = filter.Words();
+    std::memset(words.newestLine, 11, 4);
+    std::memset(words.previousLine, 12, 4);
+    for (std::uint8_t value = 21; value < 25; ++value) {
+        const std::uint8_t previous = words.previousLine[0];
+        const std::uint8_t newest = words.newestLine[0];
+        EXPECT_EQ(0, filter.PutFlat(value));
+        EXPECT_EQ(Bytes(4, previous), Bytes(words.oldestLine, words.oldestLine + 4)) << "line " << +value;
+        EXPECT_EQ(Bytes(4, newest), Bytes(words.previousLine, words.previousLine + 4)) << "line " << +value;
+        EXPECT_EQ(Bytes(4, value), Bytes(words.newestLine, words.newestLine + 4)) << "line " << +value;
+    }
+}
+
 TEST(Sharpness, PutAndGetGiveTheHandleBack) {
     SharpFilter filter(SharpSettings(2, 1, 3, 3));
     void* const context = *filter.Handle();

@@ -273,6 +273,9 @@ TEST(Spline, ZeroCoefficientsKeepTheirSign) {
     const std::vector<double> y = {2 * kLeast, 2 * kLeast, kLeast, 0};
     EXPECT_TRUE(Same(Spline(x, y).z[2], -0.0));
     ExpectEqualsOracle(x, y);
+    // And the first row's, where a step back makes a slope of -0.
+    EXPECT_TRUE(Same(Spline({0, 100, 50, 60}, {7, 7, 7, 7}).z[1], -0.0));
+    ExpectEqualsOracle({0, 100, 50, 60}, {7, 7, 7, 7});
 }
 
 TEST(Spline, BothEvaluatorsEqualTheOracleWithAnyCoefficients) {
