@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -22,6 +23,9 @@ namespace {
 using platen_test::Random;
 
 constexpr std::size_t kMost = 100;  // pixels, in all tests
+
+// No target that can shuffle is big-endian: the shuffles make a byte the first one of 16 bits.
+constexpr bool kIsBigEndian = std::endian::native == std::endian::big;
 
 std::vector<std::uint8_t> RandomBytes(std::size_t count) {
     Random random(1);
@@ -67,6 +71,9 @@ TEST(HsvLanes, EachByteIsPutFromOneChannel) {
 }
 
 TEST(HsvLanes, AllWholeVectorsOfALineAreTakenApart) {
+    if (kIsBigEndian) {
+        GTEST_SKIP() << "big-endian";
+    }
     const std::vector<std::uint8_t> line = RandomBytes(3 * kMost);
     for (std::size_t pixels = 0; pixels <= kMost; ++pixels) {
         std::int16_t planes[3][kMost];
@@ -80,6 +87,9 @@ TEST(HsvLanes, AllWholeVectorsOfALineAreTakenApart) {
 }
 
 TEST(HsvLanes, AllWholeVectorsOfALineArePutTogether) {
+    if (kIsBigEndian) {
+        GTEST_SKIP() << "big-endian";
+    }
     const std::vector<std::uint8_t> line = RandomBytes(3 * kMost);
     std::int16_t planes[3][kMost];
     for (std::size_t i = 0; i < line.size(); ++i) {
