@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -413,15 +414,18 @@ TEST_F(HorzWhole, StoresAreAlignedWhereTheLineIsTo16Bytes) {
     });
 }
 
-// The columns that come first may be all that there are, and are not made where there are fewer.
+// The columns that come first may be all that there are, and are not made where there are fewer. The line has the
+// bytes that one step reads.
 TEST_F(HorzWhole, TheFirstColumnsMayBeTheWholeLine) {
     Random random(32);
     ForEachFormat([&]<class F>(F) {
         constexpr size_t kHead = F::kSamples == 4 ? 1 : 4;
-        Line<F> whole(kHead, 60, random, 16);
+        constexpr size_t kPosition = F::kColumnBytes / F::kRatio;
+        const size_t positions = (F::Step::kReads + kPosition - 1) / kPosition;
+        Line<F> whole(kHead, positions - kHead * F::kRatio, random, 16);
         EXPECT_EQ(whole.Steps(), kHead);
         EXPECT_TRUE(whole.Has(0, kHead));
-        Line<F> fewer(kHead - 1, 60, random, 16);
+        Line<F> fewer(kHead - 1, positions - (kHead - 1) * F::kRatio, random, 16);
         EXPECT_EQ(fewer.Steps(), 0u);
         EXPECT_TRUE(seen.writes.empty());
     });
@@ -544,6 +548,19 @@ TEST_F(HorzWhole, LeftColumnsAreMadeOneByOneWhereTheyAreFew) {
             }
         }
     });
+}
+
+// One by one columns are averages of any number of positions, not only of those that have steps.
+TEST_F(HorzWhole, ColumnsMadeOneByOneAreAveragesOfAnyNumber) {
+    const uint8_t src[18] = {255, 254, 253, 7, 250, 200, 3, 91, 17, 0, 254, 253, 77, 250, 201, 30, 91, 177};
+    for (size_t k = 1; k <= 9; ++k) {
+        uint32_t line[2] = {};
+        platen::OneByOne<uint8_t>(line, src, 1, k, 0, 2);
+        for (size_t c = 0; c < 2; ++c) {
+            const auto sum = std::accumulate(src + c * k, src + c * k + k, size_t{0});
+            EXPECT_EQ(line[c], sum / k) << k;
+        }
+    }
 }
 
 // A whole line: the steps' vectors go to the line itself.
