@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "LineFilters/HsvRow.h"
+#include "LineFilters/HsvTables.h"
 
 namespace platen {
 void HsvRow_hue_test(std::uint8_t* line, std::size_t width, std::int32_t hue, std::int32_t saturation,
@@ -55,20 +55,6 @@ TEST(HsvHue, AnglesAreLookedUpForThePixelsOfABlockOnly) {
     }
 }
 
-// Differences of largest and smallest channel for which doubles miss some whole number of sixtieths.
-std::vector<bool> DifferencesWithInexactMoves() {
-    std::vector<bool> inexact(256);
-    for (int d = 1; d < 256; ++d) {
-        const double sixtieth = static_cast<double>(d) / 60.0;
-        for (int whole = 1; whole <= d; ++whole) {
-            if (60 * whole % d == 0 && 60 * whole / d * sixtieth != whole) {
-                inexact[static_cast<std::size_t>(d)] = true;
-            }
-        }
-    }
-    return inexact;
-}
-
 // A block of pixels of one difference, with middle channels from one end to the other, in all orders of channels.
 std::size_t FillWithDifference(Planes& planes, int d) {
     static constexpr int kOrders[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
@@ -86,15 +72,14 @@ std::size_t FillWithDifference(Planes& planes, int d) {
 }
 
 // Doubles are for moves by a whole number where the difference has inexact ones, and for nothing else; a block
-// without any doesn't collect.
+// without any doesn't collect. Which differences those are the angles' table says; HsvTables_test checks it.
 TEST(HsvHue, WholeMovesOfInexactDifferencesAreMarkedAndNoOthers) {
-    const std::vector<bool> inexact = DifferencesWithInexactMoves();
-    ASSERT_EQ(19, std::count(inexact.begin(), inexact.end(), true));
     Planes planes;
     Rotation turn;
     int16_t mark[kBlock];
     int marks = 0;
     for (int d = 1; d < 256; ++d) {
+        const bool inexact = (kHsvAngles.degrees[d * (d + 1) / 2] & kInexactAngle) != 0;
         for (const int hue : {-180, -97, -30, 1, 15, 60, 113, 180}) {
             const std::size_t pixels = FillWithDifference(planes, d);
             FindSectors(turn, planes, pixels);
@@ -102,7 +87,7 @@ TEST(HsvHue, WholeMovesOfInexactDifferencesAreMarkedAndNoOthers) {
             const bool any = RotateWhole(turn, planes, mark, pixels, hue);
             bool expectedAny = false;
             for (std::size_t i = 0; i < pixels; ++i) {
-                const bool expected = turn.factor[i] * d % 60 == 0 && inexact[static_cast<std::size_t>(d)];
+                const bool expected = turn.factor[i] * d % 60 == 0 && inexact;
                 ASSERT_EQ(Mask(expected), mark[i]) << "difference " << d << ", hue " << hue << ", pixel " << i;
                 expectedAny = expectedAny || expected;
                 marks += expected ? 1 : 0;

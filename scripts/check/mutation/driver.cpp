@@ -9,7 +9,6 @@
 //                                 processor time, and twenty times when asked again, or "-"; also "-" where the
 //                                 clock ended it, which says nothing (unless the test starts programs: see
 //                                 WallOfTest)
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -31,8 +30,10 @@
 #include <string>
 #include <vector>
 
-int platen_mutant = 0;
-unsigned char* platen_reached = nullptr;  // a byte a mutant, while the tests are measured
+// The switch's, which run.py writes: it takes both from the environment, as a program that a test starts has them,
+// or this one where a death test starts it anew.
+extern int platen_mutant;
+extern unsigned char* platen_reached;  // a byte a mutant, while the tests are measured
 
 namespace {
 
@@ -205,29 +206,13 @@ int RunPlan(const char* plan) {
     return 0;
 }
 
-// A death test's process is this program once more: it notes what it reaches where its parent does.
-void ShareReached() {
-    const char* name = std::getenv("PLATEN_REACHED");
-    const int file = name != nullptr ? open(name, O_RDWR) : -1;
-    if (file >= 0) {
-        void* const bytes = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
-        platen_reached = bytes != MAP_FAILED ? static_cast<Shared*>(bytes)->reached : nullptr;
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (const char* number = std::getenv("PLATEN_MUTANT")) {
-        platen_mutant = std::atoi(number);
-    }
     const bool startedByTest = argc > 1 && std::strncmp(argv[argc - 1], "--gtest_internal", 16) == 0;
     bool plain = startedByTest;
     for (int i = 1; i < argc; ++i) {
         plain = plain || std::strncmp(argv[i], "--gtest_", 8) == 0;
-    }
-    if (startedByTest) {
-        ShareReached();
     }
     testing::InitGoogleTest(&argc, argv);
     if (plain || argc < 3) {

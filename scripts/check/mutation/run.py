@@ -204,7 +204,7 @@ class Programs:
     def link(self, program, changed):
         os.makedirs(os.path.dirname(program), exist_ok=True)
         tests = [self.objects[t] for t in self.tests + areas.SUPPORT if t not in changed]
-        parts = [*self.library(changed), self.driver, *tests, *LEDGER, "-lgtest", "-pthread"]
+        parts = [*self.library(changed), self.driver, self.switch, *tests, *LEDGER, "-lgtest", "-pthread"]
         subprocess.run(["g++", *LINKER, *parts, "-o", program], check=True)
         return program
 
@@ -245,7 +245,7 @@ class ToolPrograms(Programs):
     def link_tests(self, program, own):
         libraries = [f"{BASE}/{name}" for name in ("programs/libplaten-program.a", "programs/io/libplaten-io.a", "libplaten.a")]
         system = "-lgtest -lpng -lz -ltiff -ljpeg -llcms2 -ldeflate -lzstd -ldl -pthread".split()
-        subprocess.run(["g++", *LINKER, *own, self.driver, *self.objects.values(), *libraries, *system,
+        subprocess.run(["g++", *LINKER, *own, self.driver, self.switch, *self.objects.values(), *libraries, *system,
                         *areas.WRAPPED.get(self.area, []), "-o", program], check=True)  # fmt: skip
 
     def link_started(self, tree, changed):
